@@ -1,0 +1,79 @@
+#include "files/Crc32.h"
+#include "harness/FileReading.h"
+#include "harness/Images.h"
+#include "harness/Row.h"
+#include "peers/Peers.h"
+
+#include "PlainCrc.h"
+
+#include <QxUtils/Files.h>
+
+#include <stdexcept>
+
+namespace {
+
+using namespace qx::bench;
+
+// Keeps the library's CRC on its tables while a row exists.
+class TablesOnly {
+public:
+    TablesOnly() { qx::forceCrcTables(true); }
+    ~TablesOnly() { qx::forceCrcTables(false); }
+    TablesOnly(const TablesOnly&) = delete;
+    TablesOnly& operator=(const TablesOnly&) = delete;
+};
+
+// A file of random bytes in a directory of its own. It was just written, so every method finds it in the page cache.
+class RandomFile {
+public:
+    explicit RandomFile(int byteCount) {
+        qx::test::writeFile(path(), qx::test::randomBytes(static_cast<std::size_t>(byteCount), 4));
+        if (std::filesystem::file_size(path()) != static_cast<std::uintmax_t>(byteCount))
+            throw std::runtime_error("cannot write " + path());
+    }
+
+    std::string path() const { return folder_ / kName; }
+
+    unsigned long readCrc() const {
+        unsigned long crc = 0;
+        if (const int status = readLocalCRC(folder_.path().c_str(), kName, crc); status != 0)
+            throw std::runtime_error("readLocalCRC gives " + std::to_string(status));
+        return crc;
+    }
+
+private:
+    static constexpr const char* kName = "image.raw";
+    qx::test::TemporaryDirectory folder_;
+};
+
+std::uint32_t plainCrc(const std::string& path) {
+    const auto bytes = readWhole(path);
+    return qx::plain::crcByTable(bytes.data(), bytes.size());
+}
+
+Row crcRow(const Scale& scale) {
+    const auto file = std::make_shared<const RandomFile>(scale.pick(3072 * 3072 * 2, 70001));
+    return {.ours = [file] { return file->readCrc(); },
+            .plain = [file] { return plainCrc(file->path()); },
+            .peerName = "zlib crc32",
+            .peer = zlibCrc(file->path()),
+            .limitName = "reading the file",
+            .limit =
+                [file, buffer = std::vector<std::uint8_t>(kReadBytes)]() mutable {
+                    return readInPieces(file->path(), buffer, [](std::span<const std::uint8_t>) {});
+                }};
+}
+
+const RegisteredRow kCrc("readLocalCRC 18 MB, carry-less multiplication", [](const Scale& scale) {
+    Row row = crcRow(scale);
+    if (!qx::forceCrcTables(false))
+        row.ours = {};
+    return row;
+});
+const RegisteredRow kCrcTables("readLocalCRC 18 MB, tables alone", [](const Scale& scale) {
+    Row row = crcRow(scale);
+    row.keepAlive = std::make_shared<TablesOnly>();
+    return row;
+});
+
+}  // namespace

@@ -1,0 +1,84 @@
+#pragma once
+
+// Rows of the benchmark table: one piece of work, done by the library, by the plain method, by a peer that a user
+// would pick instead, and bounded by a limit that no method can beat.
+//
+// A row is a RegisteredRow object in a file of bench/<folder>/: its name and a function that prepares the data and
+// returns the methods. The function runs only when the row is selected.
+
+#include <concepts>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace qx::bench {
+
+// A result as numbers, for comparison. Every type used here fits a double exactly.
+template <class T>
+requires std::is_arithmetic_v<T> std::vector<double> toNumbers(T value) {
+    return {static_cast<double>(value)};
+}
+template <class T>
+std::vector<double> toNumbers(const std::vector<T>& values) {
+    return {values.begin(), values.end()};
+}
+
+// One way of doing a row's work, made from a function without arguments that returns the result. Empty when the
+// method does not exist in this build.
+class Method {
+public:
+    Method() = default;
+
+    template <class Work>
+    requires std::invocable<Work&> &&(!std::same_as<Work, Method>)Method(Work work) {
+        auto last = std::make_shared<std::decay_t<std::invoke_result_t<Work&>>>();
+        run_ = [last, work = std::move(work)]() mutable { *last = work(); };
+        result_ = [last] { return toNumbers(*last); };
+    }
+
+    explicit operator bool() const { return static_cast<bool>(run_); }
+    void run() const { run_(); }
+
+    // What the last run returned.
+    std::vector<double> result() const { return result_(); }
+
+private:
+    std::function<void()> run_;
+    std::function<std::vector<double>()> result_;
+};
+
+struct Row {
+    Method ours = {};  // empty when this processor lacks what the row is about
+    Method plain = {};
+    double plainTolerance = 0;  // largest relative difference from ours; 0 asks for the same bits
+    std::string peerName = {};  // empty when nothing comparable exists
+    Method peer = {};           // empty when the peer was not found at configure time
+    double peerTolerance = 0;   // as plainTolerance: peers may define the quantity a little differently
+    std::string limitName = {};
+    Method limit = {};
+    std::shared_ptr<void> keepAlive = {};  // what has to hold while the row is measured, undone at its end
+};
+
+// Sizes of the data: those that the rows' names promise, or small ones for a dry run.
+struct Scale {
+    bool dry = false;
+    int pick(int full, int small) const { return dry ? small : full; }
+};
+
+struct RowEntry {
+    std::string work;
+    std::function<Row(const Scale&)> prepare;
+};
+
+class RegisteredRow {
+public:
+    RegisteredRow(std::string work, std::function<Row(const Scale&)> prepare);
+};
+
+// In the order of the source files in bench/CMakeLists.txt.
+const std::vector<RowEntry>& registeredRows();
+
+}  // namespace qx::bench

@@ -1,0 +1,13 @@
+#pragma once
+
+// The limit of work that must look at every byte: reading them once with the widest vectors the processor has.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qx::bench {
+
+// Sum of the bytes taken as 64-bit words, so that no read can be left out.
+std::uint64_t streamRead(const void* data, std::size_t byteCount) noexcept;
+
+}  // namespace qx::bench

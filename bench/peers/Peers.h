@@ -1,0 +1,24 @@
+#pragma once
+
+// What a user would pick instead of the library. Each maker returns an empty method when its library was not found at
+// configure time. All of them work on the given memory without copying it, on one thread.
+
+#include "harness/Images.h"
+#include "harness/Row.h"
+
+#include <filesystem>
+
+namespace qx::bench {
+
+// cv::mean, cv::meanStdDev.
+Method openCvMean(std::shared_ptr<const Image> image);
+Method openCvStdev(std::shared_ptr<const Image> image);
+
+// A Python function `measure(image)` on a two-dimensional NumPy array of the pixels; `source` defines it, with NumPy
+// imported as np. It returns a number or a list of numbers.
+Method numpy(const char* source, std::shared_ptr<const Image> image);
+
+// crc32 over a file that is read piece by piece.
+Method zlibCrc(const std::filesystem::path& file);
+
+}  // namespace qx::bench

@@ -1,0 +1,60 @@
+#include "harness/Images.h"
+#include "harness/Row.h"
+#include "harness/StreamRead.h"
+#include "peers/Peers.h"
+
+#include "PlainSnr.h"
+
+#include <QxUtils/Quality.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace qx::bench;
+
+// NumPy's median averages the two middle values, its deviation is about the mean itself.
+constexpr double kNumpyTolerance = 0.01;
+
+constexpr const char* kNumpySnr = R"(
+def measure(image):
+    height, width = image.shape
+    signal = image.astype(np.int32) - 208
+    series = []
+    for k in range((min(height, width) - 12) // 256 + 2):
+        side = (64, 128)[k] if k < 2 else 256 * (k - 1)
+        top, left = (height - side) // 2, (width - side) // 2
+        square = signal[top:top + side, left:left + side]
+        median = np.median(square)
+        outliers = np.abs(square - median) >= 4 * np.std(square)
+        square = np.where(outliers, median, square)
+        series.append(float(np.median(square) / np.std(square)))
+    return series
+)";
+
+std::size_t squareCount(const Image& image) {
+    return static_cast<std::size_t>((std::min(image.width, image.height) - 12) / 256 + 2);
+}
+
+std::vector<float> oursOf(const Image& image) {
+    std::vector<float> series(squareCount(image));
+    const int status = calcGlobalSNR(image.data(), image.width, image.height, series);
+    return status == 0 ? series : std::vector<float>();
+}
+
+Row snrRow(std::shared_ptr<const Image> image) {
+    return {.ours = [image] { return oursOf(*image); },
+            .plain = [image] { return qx::plain::snrSeries(image->data(), image->width, image->height); },
+            .peerName = "numpy.median and std",
+            .peer = numpy(kNumpySnr, image),
+            .peerTolerance = kNumpyTolerance,
+            .limitName = "one read",
+            .limit = [image] { return streamRead(image->data(), byteCount(*image)); }};
+}
+
+const RegisteredRow kSnrFlat("calcGlobalSNR 3072 x 3072, flat field",
+                             [](const Scale& scale) { return snrRow(flatField(scale.pick(3072, 300))); });
+const RegisteredRow kSnrUniform("calcGlobalSNR 3072 x 3072, uniformly random",
+                                [](const Scale& scale) { return snrRow(uniformPixels(scale.pick(3072, 300))); });
+
+}  // namespace

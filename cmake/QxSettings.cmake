@@ -1,0 +1,50 @@
+# Compiler settings shared by every target: results must not depend on the machine or the optimisation level, and
+# warnings are errors.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Everything runs from one folder, as a Windows program finds its DLLs.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+
+add_library(qx_settings INTERFACE)
+# -Wrestrict and -Wmaybe-uninitialized warn about the compiler's own headers (std::string, AVX-512 intrinsics).
+target_compile_options(qx_settings INTERFACE
+  -Wall -Wextra -Wshadow -Wundef -Wnon-virtual-dtor -Wformat=2 -Wno-restrict -Werror
+  -ffp-contract=off -fno-strict-aliasing)
+if(QXUTILS_SANITIZE)
+  target_compile_options(qx_settings INTERFACE -fsanitize=${QXUTILS_SANITIZE} -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  target_link_options(qx_settings INTERFACE -fsanitize=${QXUTILS_SANITIZE})
+endif()
+if(QXUTILS_COVERAGE)
+  target_compile_options(qx_settings INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(qx_settings INTERFACE --coverage)
+endif()
+if(WIN32)
+  target_compile_definitions(qx_settings INTERFACE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
+  # A DLL's bytes depend on its sources alone.
+  target_link_options(qx_settings INTERFACE -Wl,--no-insert-timestamp)
+else()
+  target_link_options(qx_settings INTERFACE -Wl,--no-undefined)
+endif()
+
+# Stricter for the library itself, whose arithmetic is single precision unless a step asks for double.
+add_library(qx_library_settings INTERFACE)
+target_link_libraries(qx_library_settings INTERFACE qx_settings)
+target_compile_options(qx_library_settings INTERFACE -Wdouble-promotion -Wfloat-conversion -Wold-style-cast)
+
+# A shared library with the name the kit expects: QxUtils.dll, libQxUtils.so.
+function(qx_shared_library name)
+  add_library(${name} SHARED ${ARGN})
+  add_library(QxUtils::${name} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
+  endif()
+endfunction()

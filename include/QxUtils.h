@@ -1,0 +1,16 @@
+#pragma once
+
+// QxUtils: image processing and utilities of the flat-panel detector kit.
+//
+// Flat functions over pixel buffers (row-major, width before height) and file names. Every call runs to its end on
+// the caller's thread; the caller owns every buffer it passes. Failures are status codes (StatusCode.h). Calls that
+// touch process-wide state (log level, debug flag, version text, the cached deviate of getGaussValue) must not run at
+// the same time; all others may.
+
+#include "QxUtils/Files.h"
+#include "QxUtils/Foundation.h"
+#include "QxUtils/Numerics.h"
+#include "QxUtils/Quality.h"
+#include "QxUtils/Records.h"
+#include "QxUtils/StatusCode.h"
+#include "QxUtils/Types.h"

@@ -1,0 +1,95 @@
+#pragma once
+
+// Order statistics and moments of pixel arrays.
+//
+// Counts are elements. A function whose result is a number returns the status code 1057 in its own type for a null
+// pointer: the caller cannot tell it from a result. A count, or a width times height, that does not fit in 32 bits
+// gives 1020 in the same way, a failed allocation 1035. No function keeps state, getGaussValue excepted.
+//
+// Medians select what the quadratic exchange sort selects, bit for bit, in linear time: comparisons with a NaN are
+// false, so a NaN stays where it is while the other values are sorted around it, and zeros of either sign are equal.
+// For an even count the descending members give the lower of the two middle values, the ascending ones the upper.
+
+#include "Export.h"
+#include "Types.h"
+
+// Element n/2 in descending order (the lower middle). n below 1 gives 1057.
+QXUTILS_API int getMedian(const int* data, int n);
+QXUTILS_API float getMedian(const float* data, int n);
+QXUTILS_API WORD getMedian(const WORD* data, int n);
+QXUTILS_API WORD getWordMedian(const WORD* data, int n);
+QXUTILS_API double getfloatMedian(const double* data, int n);
+
+// Element n/2 in ascending order (the upper middle). n below 1 gives 1057. Whether the array is const decides what
+// happens to it: the const member leaves it alone, the other leaves it sorted in ascending order.
+QXUTILS_API float getFloatMedian(const float* data, int n);
+QXUTILS_API float getFloatMedian(float* data, int n);
+
+// The upper middle by selection, without extra memory: the array is left partially reordered. Linear on average.
+// n below 1 gives 1057.
+QXUTILS_API float getFloatMedianByQuickMethod(float* data, int n);
+
+// Histogram median: the first value at which the running count reaches n/2. hist receives the counts of the values
+// 0 .. bins-1; larger values are ignored there but count in n. Returns bins (as 16 bits) when n/2 is not reached.
+QXUTILS_API WORD getHisMedian(const WORD* data, int n, int* hist, int bins);
+
+// Histogram median with bins of 0.0001 between the minimum and the maximum, the latter never above 110. hist and bins
+// are not used. When the values span no bin (all equal, or all above 110) the result is the minimum. A value equal to
+// the maximum is not counted. Memory: 4 bytes a bin; 1020 when the bins exceed 32 bits.
+QXUTILS_API float getFloatHisMedian(const float* data, int n, int* hist, int bins);
+
+// Population standard deviation of width x height values: the root of the mean squared deviation, summed in double.
+// The integer members take the deviation from the mean truncated to an integer. The result for an empty image is not
+// a number.
+QXUTILS_API float getStdev(const WORD* image, int width, int height);
+QXUTILS_API float getStdev(const int* image, int width, int height);
+QXUTILS_API float getStdev(const float* image, int width, int height);
+
+// Mean and population standard deviation about the untruncated mean. Null leaves both untouched.
+QXUTILS_API void getStdevAndMean(const int* image, int width, int height, float& mean, float& stdev);
+
+// Mean, summed in double. The instance for WORD is part of the library.
+template <class T>
+QXUTILS_API double getMean(const T* data, int n);
+extern template QXUTILS_API double getMean<WORD>(const WORD* data, int n);
+
+// Index of the minimum or maximum among the elements 16 .. n-17; the last one on ties. The minimum starts at 10000
+// and the maximum at 0, so larger values are never the minimum and negative ones never the maximum; 0 when nothing
+// qualifies.
+QXUTILS_API int getMaxandMinIndex(const double* data, int n, bool wantMin);
+QXUTILS_API int getMaxandMinIndex(const float* data, int n, bool wantMin);
+
+// Index of the first smallest element; 0 for n below 1.
+QXUTILS_API int getMinIndex(const WORD* data, int n);
+QXUTILS_API int getMinIndex(const int* data, int n);
+QXUTILS_API int getMinIndex(const float* data, int n);
+
+// Index of the last largest element; 0 for n below 1.
+QXUTILS_API int getMaxIndex(const int* data, int n);
+QXUTILS_API int getMaxIndex(const float* data, int n);
+
+// The first index whose element is >= threshold; -1 when there is none.
+QXUTILS_API int findidxbigger(const float* data, int n, float threshold);
+
+// The last index whose element is <= threshold; n when there is none.
+QXUTILS_API int findidxsmaller(const float* data, int n, float threshold);
+
+// Statistics of the rows rowStart..rowEnd and columns colStart..colEnd (both inclusive) of an image whose rows are
+// width pixels apart. The region is not clipped to the image: the caller keeps it inside. A region without pixels, or
+// one that starts before the image, gives 1020; one with both ranges reversed counts as zeros.
+// The medians are the lower middle (WORD) and the upper middle truncated to an integer (float); 1035, with a log
+// line, when memory is short. The mean is truncated; it is 0 when rowStart is above rowEnd.
+QXUTILS_API int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
+QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
+QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
+
+// Counts and count-weighted mean values of bins that share the value range left when 5 % of the values are cut off at
+// each end. An empty bin's centre is the middle of its range. Returns 0, also for bins below 1 (nothing is written).
+QXUTILS_API int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n);
+
+// A normal deviate by the polar method from the runtime's rand(), which the caller seeds; every second call returns
+// the second deviate of a pair. Process-wide state.
+QXUTILS_API double getGaussValue(double sigma, double mean);
+
+// Always 1: the covariance of two images is not computed.
+QXUTILS_API float GetCovOfTwoImages(const WORD* image, int width, int height);

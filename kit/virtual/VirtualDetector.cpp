@@ -1,0 +1,86 @@
+#include "VirtualDetector.h"
+
+#include "DetectorDirectories.h"
+#include "ModeWord.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace qxkit {
+namespace {
+
+constexpr int kAedTriggerSourceId = 196;
+
+ConfigInfo defaultConfig() {
+    ConfigInfo config{};
+    config.loggingEnabled = 1;
+    config.uniformityCvLimit = 0.15F;
+    config.stripMeanDiffLimit = 8000;
+    config.rcnRowDiffLimit = 12.0F;
+    config.darkLevelFloor = 200;
+    config.gainGroupCvLimit = 0.2F;
+    config.exposedBlockFloor = 2000;
+    config.falseTriggerMedianFloor = 500;
+    config.maxGrayValue = 65535;
+    return config;
+}
+
+}  // namespace
+
+VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTriggerSourceId, 1}} {
+    registers.exposureTimeMs = 500.0F;
+    setModeBits(registers, 1, kPowerModeShift);
+    setModeBits(registers, 2, kGainShift);
+}
+
+VirtualDetector& virtualDetector() {
+    static VirtualDetector detector;
+    return detector;
+}
+
+void resetVirtualDetector() {
+    virtualDetector() = VirtualDetector();
+}
+
+void setPowerMode(int powerModeId) {
+    setModeBits(virtualDetector().registers, powerModeId, kPowerModeShift);
+}
+
+void setGainId(int gainId) {
+    setModeBits(virtualDetector().registers, gainId, kGainShift);
+}
+
+std::string toKitDirectory(const std::filesystem::path& folder) {
+    std::string text = folder.empty() ? std::string(".") : folder.string();
+    std::replace(text.begin(), text.end(), '/', '\\');
+    if (text.back() != '\\') {
+        text += '\\';
+    }
+    return text;
+}
+
+std::filesystem::path nativePath(const std::string& kitPath) {
+    std::string text = kitPath;
+    std::replace(text.begin(), text.end(), '\\', '/');
+    return {text};
+}
+
+std::string createFolder(const std::filesystem::path& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    return error ? "cannot create the folder " + folder.string() + ": " + error.message() : std::string();
+}
+
+std::string setDirectories(const std::filesystem::path& root) {
+    for (const DirectoryRole& role : kDirectoryRoles) {
+        if (std::string problem = createFolder(root / role.folder); !problem.empty()) {
+            return problem;
+        }
+    }
+    for (const DirectoryRole& role : kDirectoryRoles) {
+        virtualDetector().*role.field = toKitDirectory(root / role.folder);
+    }
+    return {};
+}
+
+}  // namespace qxkit

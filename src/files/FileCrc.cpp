@@ -1,0 +1,37 @@
+#include "QxUtils/Files.h"
+
+#include "QxUtils/StatusCode.h"
+#include "files/Crc32.h"
+#include "foundation/JoinedPath.h"
+#include "platform/Console.h"
+#include "platform/FileSystem.h"
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+// Stays in the second-level cache between reading and summing.
+constexpr std::size_t kChunkBytes = 128 * 1024;
+
+}  // namespace
+
+int readLocalCRC(const char* dir, const char* name, unsigned long& crc) {
+    if (dir == nullptr || name == nullptr)
+        return StatusNullArgument;
+    const qx::JoinedPath path(dir, name);
+    const qx::File file = path.fits() ? qx::openFile(path.c_str(), qx::OpenMode::ReadBinary) : nullptr;
+    if (!file) {
+        qx::printConsole("open file error...\n");
+        return StatusFileOpenFailed;
+    }
+    std::array<unsigned char, kChunkBytes> chunk;
+    std::uint32_t value = 0;
+    std::size_t count = 0;
+    while ((count = std::fread(chunk.data(), 1, chunk.size(), file.get())) > 0)
+        value = qx::updateCrc32(value, chunk.data(), count);
+    if (std::ferror(file.get()) != 0)
+        return StatusFileReadFailed;
+    crc = value;
+    return StatusOk;
+}

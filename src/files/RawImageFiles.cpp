@@ -1,0 +1,134 @@
+#include "QxUtils/Files.h"
+
+#include "QxUtils/StatusCode.h"
+#include "foundation/Diagnostics.h"
+#include "foundation/JoinedPath.h"
+#include "platform/FileSystem.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+using qx::File;
+using qx::JoinedPath;
+using qx::OpenMode;
+
+// Opens the file that a directory and a name make, telling the console about it.
+File openJoined(const char* dir, const char* name, OpenMode mode, const char* failureText) {
+    const JoinedPath path(dir, name);
+    qx::printDebug("Full path: %s \n", path.c_str());
+    File file = path.fits() ? qx::openFile(path.c_str(), mode) : nullptr;
+    if (!file)
+        qx::printDebug("%s", failureText);
+    return file;
+}
+
+int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
+    if (dir == nullptr || name == nullptr)
+        return StatusNullArgument;
+    const File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
+    if (!file)
+        return StatusFileOpenFailed;
+    length = qx::fileLength(file.get());
+    return length < 0 ? StatusFileReadFailed : StatusOk;
+}
+
+}  // namespace
+
+int writeImageToDisk(const char* dir, const char* name, const char* buffer, int size) {
+    if (dir == nullptr || name == nullptr || buffer == nullptr)
+        return StatusNullArgument;
+    if (size < 0)
+        return StatusWrongParameter;
+    if (!qx::pathExists(dir)) {
+        qx::printDebug("Work Directory String Error,Please insure that Path is right and use '\\\\' instead of '\\' to "
+                       "separate the directories.\n");
+        qx::createDirectory(dir);
+    }
+    File file = openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");
+    if (!file)
+        return StatusFileOpenFailed;
+    const std::size_t written = std::fwrite(buffer, 1, static_cast<std::size_t>(size), file.get());
+    file.reset();
+    qx::printDebug(" fwrite return count=%d\n", static_cast<int>(written));
+    if (written != static_cast<std::size_t>(size)) {
+        qx::printDebug("Write file error!\n");
+        return StatusFileWriteFailed;
+    }
+    return StatusOk;
+}
+
+int readImageFromDisk(const char* dir, const char* name, char* buffer, int size) {
+    if (dir == nullptr || name == nullptr || buffer == nullptr)
+        return StatusNullArgument;
+    if (size < 0)
+        return StatusWrongParameter;
+    File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
+    if (!file)
+        return StatusFileOpenFailed;
+    const std::size_t count = std::fread(buffer, 1, static_cast<std::size_t>(size), file.get());
+    file.reset();
+    qx::printDebug(" fread return count=%d\n", static_cast<int>(count));
+    if (count != static_cast<std::size_t>(size)) {
+        qx::printDebug("Read file error!\n");
+        return StatusFileReadFailed;
+    }
+    return StatusOk;
+}
+
+int imageWithHead(const char* dir, const char* name, int expectedSize) {
+    std::int64_t length = 0;
+    const int status = lengthOfFile(dir, name, length);
+    if (status != StatusOk)
+        return status;
+    // Kept: 1 means that the length agrees, where the other file operations use 0 for success.
+    return length == expectedSize ? 1 : 0;
+}
+
+int getImageSize(const char* dir, const char* name, long& size) {
+    std::int64_t length = 0;
+    const int status = lengthOfFile(dir, name, length);
+    if (status != StatusOk)
+        return status;
+    if (length > std::numeric_limits<long>::max())
+        return StatusWrongParameter;
+    size = static_cast<long>(length);
+    return StatusOk;
+}
+
+int cleanFile(const char* dir, const char* name) {
+    if (dir == nullptr || name == nullptr)
+        return StatusNullArgument;
+    const JoinedPath path(dir, name);
+    if (!path.fits())
+        qx::fatalError("cleanFile: the path exceeds 255 characters");
+    return openJoined(dir, name, OpenMode::WriteText, "Error create file to write!") ? StatusOk : StatusFileOpenFailed;
+}
+
+int copyFile(const char* destination, const char* source) {
+    if (destination == nullptr || source == nullptr)
+        return StatusOk;
+    const File from = qx::openFile(source, OpenMode::ReadBinary);
+    if (!from)
+        return StatusOk;
+    const File to = qx::openFile(destination, OpenMode::WriteBinary);
+    if (!to)
+        return StatusOk;
+    std::array<char, 65536> chunk;
+    std::size_t count = 0;
+    while ((count = std::fread(chunk.data(), 1, chunk.size(), from.get())) > 0)
+        std::fwrite(chunk.data(), 1, count, to.get());
+    // Kept: a copy that fails half-way is not reported.
+    return StatusOk;
+}
+
+int codecData(char* buffer, int length) {
+    if (buffer == nullptr)
+        return StatusOk;
+    for (int i = 0; i < length; ++i)
+        buffer[i] = static_cast<char>(buffer[i] ^ (i & 0xFF));
+    return StatusOk;
+}

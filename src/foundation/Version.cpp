@@ -1,0 +1,14 @@
+#include "QxUtils/Foundation.h"
+
+#include <cstdio>
+
+namespace {
+
+char versionText[64];
+
+}  // namespace
+
+char* getQxUtilsDllVersion() {
+    std::snprintf(versionText, sizeof versionText, "%-16s%s", "QxUtils :", "4.9.0.0");
+    return versionText;
+}

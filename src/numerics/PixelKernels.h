@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qx {
+
+// Sums of the deviations of pixels from a centre. Each squared deviation is rounded to single precision; their sum is
+// exact while it stays below kExactSumLimit, whatever the order of its terms.
+struct CentredMoments {
+    std::int64_t sum;
+    double squares;
+    int minimum;  // pixel values
+    int maximum;
+};
+
+// Count and sum of the values that a stretch of a histogram holds.
+struct HistogramSum {
+    std::int64_t count;
+    std::int64_t sum;
+};
+
+// Integers below this are exact in double precision, and so is every partial sum of non-negative integers whose total
+// is: such a sum does not depend on the order of its terms.
+inline constexpr double kExactSumLimit = 9007199254740992.0;
+
+// Loops over pixels and histograms that gain from wide vectors. Histograms hold one count a value, below 2^31; a
+// stretch is the values first .. last, both included.
+struct PixelKernels {
+    std::int64_t (*sum)(const std::uint16_t* pixels, std::size_t count) noexcept;
+    CentredMoments (*centredMoments)(const std::uint16_t* pixels, std::size_t count, int centre) noexcept;
+
+    // The pixel of a rank in ascending order, counted from 0; rank is below count.
+    std::uint16_t (*selectRank)(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept;
+
+    HistogramSum (*histogramSum)(const std::uint32_t* counts, int first, int last) noexcept;
+
+    // Sum of the squared deviations from a centre, each rounded to single precision, as in CentredMoments.
+    double (*histogramSquares)(const std::uint32_t* counts, int first, int last, int centre) noexcept;
+};
+
+// The kernels of the vector level in use.
+const PixelKernels& pixelKernels() noexcept;
+
+// One set a level, each compiled for it.
+extern const PixelKernels kPixelKernelsBaseline;
+extern const PixelKernels kPixelKernelsV3;
+extern const PixelKernels kPixelKernelsV4;
+
+}  // namespace qx

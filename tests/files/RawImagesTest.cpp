@@ -1,0 +1,294 @@
+#include "DetectorFixture.h"
+
+#include <QxUtils/Files.h>
+
+#include <functional>
+
+namespace {
+
+namespace fs = std::filesystem;
+using qx::test::printedBy;
+using qx::test::randomBytes;
+using qx::test::readFile;
+using qx::test::writeFile;
+
+class RawImages : public qx::test::DetectorFixture {
+protected:
+    const std::string dir_ = folder().path();
+
+    int write(const std::string& name, const std::string& bytes) const {
+        return writeImageToDisk(dir_.c_str(), name.c_str(), bytes.data(), static_cast<int>(bytes.size()));
+    }
+    // A name that makes the joined path length characters long.
+    std::string nameForPathOf(std::size_t length) const { return std::string(length - dir_.size(), 'n'); }
+};
+
+using WriteImage = RawImages;
+using ReadImage = RawImages;
+using ImageSize = RawImages;
+using CleanFile = RawImages;
+using CopyFile = RawImages;
+using FileConsole = RawImages;
+using GainExposureTime = RawImages;
+
+TEST_F(WriteImage, file_holds_exactly_the_bytes) {
+    for (std::size_t size : {0u, 1u, 2u, 255u, 4096u, 100001u}) {
+        const std::string bytes = randomBytes(size, size);
+        EXPECT_EQ(0, write("image.raw", bytes));  // also replaces a longer or shorter file
+        EXPECT_EQ(bytes, readFile(folder() / "image.raw"));
+    }
+}
+
+TEST_F(WriteImage, missing_directory_is_created_one_level_deep) {
+    const std::string one = kitDirectory(dir_ + "new");
+    EXPECT_EQ(0, writeImageToDisk(one.c_str(), "a.raw", "xy", 2));
+    EXPECT_EQ("xy", readFile(fs::path(dir_) / "new" / "a.raw"));
+    const std::string two = kitDirectory(dir_ + "p\\q");
+    EXPECT_EQ(1039, writeImageToDisk(two.c_str(), "a.raw", "xy", 2));
+    EXPECT_FALSE(fs::exists(folder() / "p"));
+}
+
+TEST_F(WriteImage, faults) {
+    EXPECT_EQ(1057, writeImageToDisk(nullptr, "a.raw", "x", 1));
+    EXPECT_EQ(1057, writeImageToDisk(dir_.c_str(), nullptr, "x", 1));
+    EXPECT_EQ(1057, writeImageToDisk(dir_.c_str(), "a.raw", nullptr, 1));
+    EXPECT_EQ(1020, writeImageToDisk(dir_.c_str(), "a.raw", "x", -1));
+    EXPECT_TRUE(fs::is_empty(dir_));
+    fs::create_directory(folder() / "taken");
+    EXPECT_EQ(1039, write("taken", "x"));
+    EXPECT_EQ(0, write(nameForPathOf(255), "x"));
+    EXPECT_EQ(1039, write(nameForPathOf(256), "x"));
+}
+
+#ifdef __linux__
+TEST_F(WriteImage, full_disk_is_a_short_write) {
+    for (std::size_t size : {1u, 4096u, 300000u}) {
+        const std::string bytes = randomBytes(size, 1);
+        EXPECT_EQ(1041, writeImageToDisk("/dev/", "full", bytes.data(), static_cast<int>(size))) << size;
+    }
+    EXPECT_EQ(0, writeImageToDisk("/dev/", "full", "", 0));
+}
+#endif
+
+TEST_F(ReadImage, first_bytes_arrive_and_nothing_behind_them) {
+    const std::string bytes = randomBytes(70000, 3);
+    writeFile(folder() / "image.raw", bytes);
+    for (int size : {0, 1, 2, 4095, 65537, 70000}) {
+        std::string buffer(70001, '#');
+        EXPECT_EQ(0, readImageFromDisk(dir_.c_str(), "image.raw", buffer.data(), size));
+        EXPECT_EQ(bytes.substr(0, size), buffer.substr(0, size));
+        EXPECT_EQ(std::string::npos, buffer.find_first_not_of('#', size));
+    }
+}
+
+TEST_F(ReadImage, short_file_leaves_what_was_read) {
+    writeFile(folder() / "short.raw", "abc");
+    std::string buffer(8, '#');
+    EXPECT_EQ(1040, readImageFromDisk(dir_.c_str(), "short.raw", buffer.data(), 4));
+    EXPECT_EQ("abc#####", buffer);
+    writeFile(folder() / "empty.raw", "");
+    EXPECT_EQ(1040, readImageFromDisk(dir_.c_str(), "empty.raw", buffer.data(), 1));
+    EXPECT_EQ(0, readImageFromDisk(dir_.c_str(), "empty.raw", buffer.data(), 0));
+}
+
+// What every operation that opens an existing file does with one that cannot be opened.
+TEST_F(RawImages, unreadable_files) {
+    fs::create_directory(folder() / "folder");
+    writeFile(folder() / nameForPathOf(255), "x");
+    const std::string tooLong = nameForPathOf(255) + "n";
+    std::string buffer(4, '#');
+    long size = -7;
+    unsigned long crc = 77;
+    setDebug(0);
+    const auto expectAll = [&](int expected, const char* dir, const char* name) {
+        EXPECT_EQ(expected, readImageFromDisk(dir, name, buffer.data(), 1));
+        EXPECT_EQ(expected, imageWithHead(dir, name, 1));
+        EXPECT_EQ(expected, getImageSize(dir, name, size));
+        printedBy([&] { EXPECT_EQ(expected, readLocalCRC(dir, name, crc)); });
+    };
+    for (const std::string& name : {std::string("missing.raw"), std::string("folder"), std::string(), tooLong}) {
+        SCOPED_TRACE(name);
+        expectAll(1039, dir_.c_str(), name.c_str());
+    }
+    expectAll(1039, "", "");
+    expectAll(1057, nullptr, "a");
+    expectAll(1057, dir_.c_str(), nullptr);
+    EXPECT_EQ(1057, readImageFromDisk(dir_.c_str(), "a", nullptr, 1));
+    EXPECT_EQ(1020, readImageFromDisk(dir_.c_str(), "a", buffer.data(), -1));
+    EXPECT_EQ("####", buffer);
+    EXPECT_EQ(-7, size);
+    EXPECT_EQ(77u, crc);
+    EXPECT_EQ(0, readImageFromDisk(dir_.c_str(), nameForPathOf(255).c_str(), buffer.data(), 1));
+}
+
+TEST_F(ImageSize, only_an_exact_match_counts_as_expected) {
+    for (int size : {0, 1, 65536, 65541}) {
+        writeFile(folder() / "image.raw", randomBytes(size, 9));
+        EXPECT_EQ(1, imageWithHead(dir_.c_str(), "image.raw", size));
+        EXPECT_EQ(0, imageWithHead(dir_.c_str(), "image.raw", size + 1));
+        EXPECT_EQ(0, imageWithHead(dir_.c_str(), "image.raw", size - 1));
+        long length = -7;
+        EXPECT_EQ(0, getImageSize(dir_.c_str(), "image.raw", length));
+        EXPECT_EQ(size, length);
+    }
+}
+
+TEST_F(CleanFile, empties_or_creates) {
+    writeFile(folder() / "old.txt", "content");
+    for (const char* name : {"old.txt", "new.txt"}) {
+        EXPECT_EQ(0, cleanFile(dir_.c_str(), name));
+        EXPECT_TRUE(fs::exists(folder() / name));
+        EXPECT_EQ(0u, fs::file_size(folder() / name));
+    }
+    fs::create_directory(folder() / "folder");
+    EXPECT_EQ(1039, cleanFile(dir_.c_str(), "folder"));
+    EXPECT_EQ(1039, cleanFile((dir_ + "missing/").c_str(), "a"));
+    EXPECT_EQ(1057, cleanFile(nullptr, "a"));
+    EXPECT_EQ(1057, cleanFile(dir_.c_str(), nullptr));
+}
+
+TEST_F(CleanFile, joined_path_above_255_characters_is_fatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EQ(0, cleanFile(dir_.c_str(), nameForPathOf(255).c_str()));
+#ifndef _WIN32
+    const std::string oneLine = "^[^\n]+\n$";
+    EXPECT_EXIT(cleanFile(dir_.c_str(), nameForPathOf(256).c_str()), ::testing::KilledBySignal(SIGABRT), oneLine);
+    EXPECT_EXIT(cleanFile(std::string(5000, 'd').c_str(), "n"), ::testing::KilledBySignal(SIGABRT), oneLine);
+#endif
+}
+
+TEST_F(CopyFile, copies_every_byte) {
+    for (std::size_t size : {0u, 1u, 4096u, 65535u, 65537u, 300001u}) {
+        const std::string bytes = randomBytes(size, size + 1);
+        writeFile(folder() / "from", bytes);
+        EXPECT_EQ(0, copyFile((folder() / "to").c_str(), (folder() / "from").c_str()));
+        EXPECT_EQ(bytes, readFile(folder() / "to"));
+    }
+}
+
+TEST_F(CopyFile, failures_are_silent) {
+    EXPECT_EQ(0, copyFile((folder() / "to").c_str(), (folder() / "missing").c_str()));
+    EXPECT_FALSE(fs::exists(folder() / "to"));
+    fs::create_directory(folder() / "folder");
+    EXPECT_EQ(0, copyFile((folder() / "to").c_str(), (folder() / "folder").c_str()));
+    EXPECT_FALSE(fs::exists(folder() / "to"));
+    writeFile(folder() / "from", "abc");
+    EXPECT_EQ(0, copyFile((folder() / "folder").c_str(), (folder() / "from").c_str()));
+    EXPECT_TRUE(fs::is_directory(folder() / "folder"));
+    EXPECT_EQ(0, copyFile(nullptr, (folder() / "from").c_str()));
+    EXPECT_EQ(0, copyFile((folder() / "to").c_str(), nullptr));
+    EXPECT_FALSE(fs::exists(folder() / "to"));
+    EXPECT_EQ("abc", readFile(folder() / "from"));
+}
+
+TEST_F(CopyFile, file_copied_onto_itself_ends_up_empty) {
+    writeFile(folder() / "same", "abc");
+    EXPECT_EQ(0, copyFile((folder() / "same").c_str(), (folder() / "same").c_str()));
+    EXPECT_EQ("", readFile(folder() / "same"));
+}
+
+TEST_F(FileConsole, messages_appear_under_the_debug_flag_alone) {
+    writeFile(folder() / "five", "12345");
+    fs::create_directory(folder() / "folder");
+    const char* dir = dir_.c_str();
+    const std::string made = kitDirectory(dir_ + "made");
+    const auto fullPath = [&](const std::string& name) { return "Full path: " + dir_ + name + " \n"; };
+    char buffer[8];
+    long size = 0;
+    const struct {
+        std::function<void()> call;
+        std::string expected;
+    } cases[] = {
+        {[&] { writeImageToDisk(dir, "out", "abc", 3); }, fullPath("out") + " fwrite return count=3\n"},
+        {[&] { writeImageToDisk(dir, "folder", "abc", 3); },
+         fullPath("folder") + "Error create file to write image!"},
+        {[&] { writeImageToDisk(made.c_str(), "out", "abc", 3); fs::remove_all(folder() / "made"); },
+         "Work Directory String Error,Please insure that Path is right and use '\\\\' instead of '\\' to separate the "
+         "directories.\nFull path: " + made + "out \n fwrite return count=3\n"},
+        {[&] { readImageFromDisk(dir, "five", buffer, 5); }, fullPath("five") + " fread return count=5\n"},
+        {[&] { readImageFromDisk(dir, "five", buffer, 8); },
+         fullPath("five") + " fread return count=5\nRead file error!\n"},
+        {[&] { readImageFromDisk(dir, "none", buffer, 8); }, fullPath("none") + "Error opening file.\n"},
+        {[&] { imageWithHead(dir, "five", 5); }, fullPath("five")},
+        {[&] { imageWithHead(dir, "none", 5); }, fullPath("none") + "Error opening file.\n"},
+        {[&] { getImageSize(dir, "five", size); }, fullPath("five")},
+        {[&] { getImageSize(dir, "none", size); }, fullPath("none") + "Error opening file.\n"},
+        {[&] { cleanFile(dir, "out"); }, fullPath("out")},
+        {[&] { cleanFile(dir, "folder"); }, fullPath("folder") + "Error create file to write!"},
+        {[&] { copyFile((folder() / "to").c_str(), (folder() / "none").c_str()); }, ""},
+        {[&] { readImageFromDisk(nullptr, "five", buffer, 5); }, ""},
+#ifdef __linux__
+        {[&] { writeImageToDisk("/dev/", "full", "", 0); }, "Full path: /dev/full \n fwrite return count=0\n"},
+#endif
+    };
+    for (int flag : {0, 1, -1}) {
+        setDebug(flag);
+        for (const auto& c : cases) {
+            EXPECT_EQ(flag == 0 ? "" : c.expected, printedBy(c.call));
+        }
+    }
+}
+
+TEST(CodecData, byte_i_meets_its_index_modulo_256) {
+    for (int length : {1, 2, 255, 256, 257, 700}) {
+        const std::string original = randomBytes(length + 1, length);
+        std::string expected = original;
+        for (int i = 0; i < length; ++i) {
+            expected[i] = static_cast<char>(expected[i] ^ (i % 256));
+        }
+        std::string bytes = original;
+        EXPECT_EQ(0, codecData(bytes.data(), length));
+        EXPECT_EQ(expected, bytes);
+        EXPECT_EQ(0, codecData(bytes.data(), length));
+        EXPECT_EQ(original, bytes);
+    }
+}
+
+TEST(CodecData, nothing_to_do) {
+    std::string bytes = "abc";
+    for (int length : {0, -1, -2147483647 - 1}) {
+        EXPECT_EQ(0, codecData(bytes.data(), length));
+    }
+    EXPECT_EQ(0, codecData(nullptr, 5));
+    EXPECT_EQ("abc", bytes);
+}
+
+TEST_F(GainExposureTime, number_between_the_markers) {
+    const struct {
+        std::string name;
+        int expected;
+    } cases[] = {{"gain-300ms-25-mA.raw", 25},
+                 {"ms-0-mA", 0},
+                 {"ms-007-mA", 7},
+                 {"ms-12ab34-mA", 12},
+                 {"ms-ab-mA", 0},
+                 {"ms--mA", 0},
+                 {"ms-2147483647-mA", 2147483647},
+                 {"ms-" + std::string(48, '0') + "9-mA", 9},  // 49 characters
+                 {"ms-1-mA-ms-2-mA", 1},
+                 {"5ms-ms-6-mA", 0},  // the first "ms-" counts
+                 {"", 1020},
+                 {"gain.raw", 1020},
+                 {"ms-25", 1020},
+                 {"25-mA", 1020},
+                 {"-mA25ms-", 1020},
+                 {"-mA-ms-25-mA", 1020},  // the first "-mA" counts
+                 {"ms-mA", 1020},         // the markers overlap
+                 {"MS-25-MA", 1020}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.expected, getGainExpTime(c.name.c_str())) << c.name;
+    }
+    EXPECT_EQ(1057, getGainExpTime(nullptr));
+}
+
+#ifndef _WIN32
+TEST_F(GainExposureTime, fifty_characters_between_the_markers_are_fatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (std::size_t digits : {50u, 5000u}) {
+        const std::string name = "ms-" + std::string(digits, '0') + "-mA";
+        EXPECT_EXIT(getGainExpTime(name.c_str()), ::testing::KilledBySignal(SIGABRT), "^[^\n]+\n$");
+    }
+}
+#endif
+
+}  // namespace

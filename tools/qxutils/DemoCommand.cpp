@@ -1,0 +1,175 @@
+#include "Command.h"
+#include "DemoPictures.h"
+#include "DemoScene.h"
+#include "FactorySeries.h"
+#include "PngWriter.h"
+#include "TextTable.h"
+
+#include <QxUtils.h>
+#include <VirtualDetector.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <set>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace qx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kPreviewWidth = 1024;
+
+// Below the smaller side an image has too few squares for a verdict to fall.
+constexpr int kMinDemoSide = 1536;
+constexpr int kMaxDemoSide = 4288;
+
+// Room for "logs\\2024-03-07.log" and the demo's own names in a path of the library.
+constexpr std::size_t kMaxOutputPath = 200;
+
+struct DemoOptions {
+    std::string outputDirectory;
+    std::uint64_t seed = 1;
+    std::string shape;
+};
+
+Shape demoShape(const std::string& text) {
+    const Shape shape =
+        text.empty() ? Shape{qxkit::virtualDetector().width, qxkit::virtualDetector().height} : parseShape(text);
+    const auto [shorter, longer] = std::minmax(shape.width, shape.height);
+    if (shorter < kMinDemoSide || longer > kMaxDemoSide) {
+        throw ToolError(toText(shape) + ": the demo's panel needs sides from " + std::to_string(kMinDemoSide) + " to " +
+                            std::to_string(kMaxDemoSide) + "; give another --size",
+                        ExitCode::Usage);
+    }
+    return shape;
+}
+
+void createOutputDirectory(const std::string& directory) {
+    if (directory.size() > kMaxOutputPath) {
+        throw ToolError("the path of --out is longer than " + std::to_string(kMaxOutputPath) +
+                        " characters; give a shorter one");
+    }
+    std::error_code error;
+    fs::create_directories(directory, error);
+    if (!fs::is_directory(directory)) {
+        throw ToolError(directory + ": cannot be created as a folder; give another --out");
+    }
+}
+
+// The library asks the detector where to log and which geometry it has.
+void configureDetector(const std::string& directory, const Shape& shape) {
+    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    detector.workDirectory = directory + "\\";
+    detector.width = detector.modeWidth = shape.width;
+    detector.height = detector.modeHeight = shape.height;
+    detector.config.loggingEnabled = 1;
+}
+
+std::vector<JudgedExposure> judgeField(const DemoScene& scene, const SnrSeries& factory) {
+    std::vector<JudgedExposure> judged;
+    for (const Exposure& exposure : scene.fieldExposures()) {
+        std::cout << "Calibrating in the field: " << exposure.caption << std::endl;
+        RawImage image = scene.correctedFlat(exposure);
+        const SnrJudgement judgement = judgeSnr(image, factory);
+        judged.push_back({exposure, std::move(image), judgement});
+    }
+    return judged;
+}
+
+void printSquares(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+    std::vector<std::string> header = {"square", "factory"};
+    for (const JudgedExposure& judged : exposures) {
+        header.push_back(judged.exposure.name);
+    }
+    TextTable table(header);
+    const std::vector<int> sides = snrSquareSides(exposures.front().image.shape);
+    for (std::size_t square = 0; square < sides.size(); ++square) {
+        std::vector<std::string> row = {std::to_string(sides[square]), formatNumber(factory[square], 1)};
+        for (const auto& [exposure, image, judgement] : exposures) {
+            row.push_back(formatNumber(judgement.measured[square], 1) + (judgement.isBelow(square) ? " < " : " / ") +
+                          formatNumber(judgement.expected[square], 1));
+        }
+        table.addRow(row);
+    }
+    std::cout << "\nSNR of each square, measured / expected (\"<\" where it falls below):\n";
+    table.print(std::cout);
+}
+
+void printVerdicts(const std::vector<JudgedExposure>& exposures) {
+    TextTable table({"image", "verdict", "grade", ""});
+    std::set<int> codes;
+    for (const auto& [exposure, image, judgement] : exposures) {
+        table.addRow({exposure.name, std::to_string(judgement.verdict), std::to_string(judgement.grade),
+                      gradeName(judgement.grade)});
+        codes.insert({judgement.verdict, judgement.grade});
+    }
+    std::cout << "\nVerdicts:\n";
+    table.print(std::cout);
+    std::cout << '\n';
+    for (const int code : codes) {
+        std::cout << "  " << code << "  " << getStatusMessage(code) << '\n';
+    }
+}
+
+void writePictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
+                   const SnrSeries& factory) {
+    const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
+    const RawImage rawFlat = scene.rawFlat();
+    writePng(path("raw-dark"), makePreview(scene.dark(), {}, kPreviewWidth));
+    writePng(path("raw-flat"), makePreview(rawFlat, {}, kPreviewWidth));
+    for (const JudgedExposure& judged : exposures) {
+        writePng(path(judged.exposure.name), makePreview(judged.image, {}, kPreviewWidth));
+    }
+    writePng(path("squares"), drawSquares(exposures.front().image));
+    writePng(path("overview"), drawOverview(rawFlat, exposures));
+    writePng(path("snr-series"), drawSeriesPlot(exposures, factory));
+}
+
+void reportFiles(const std::string& folder, const JudgedExposure& kept) {
+    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n";
+    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs")) {
+        std::cout << "Daily log: " << entry.path().generic_string() << '\n';
+    }
+    std::cout << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape "
+              << toText(kept.image.shape) << " --factory " << folder << "/factory-snr.toml\n";
+}
+
+ExitCode runDemo(const DemoOptions& options) {
+    const Shape shape = demoShape(options.shape);
+    createOutputDirectory(options.outputDirectory);
+    configureDetector(options.outputDirectory, shape);
+    std::cout << "Building a virtual panel of " << toText(shape) << " pixels, seed " << options.seed << std::endl;
+    const DemoScene scene(shape, options.seed);
+    std::cout << "Measuring the factory series" << std::endl;
+    const SnrSeries factory = scene.measureFactorySeries();
+    const std::vector<JudgedExposure> exposures = judgeField(scene, factory);
+    printSquares(exposures, factory);
+    printVerdicts(exposures);
+
+    const std::string& folder = options.outputDirectory;
+    writePictures(folder, scene, exposures, factory);
+    saveFactorySeries(folder + "/factory-snr.toml", factory);
+    saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
+    reportFiles(folder, exposures.back());
+    return ExitCode::Passed;
+}
+
+}  // namespace
+
+void addDemoCommand(CLI::App& app, Command& chosen) {
+    auto options = std::make_shared<DemoOptions>();
+    CLI::App* command = app.add_subcommand("demo", "Let a virtual panel acquire flat fields, and judge their SNR");
+    command->add_option("--out", options->outputDirectory, "Folder for pictures, log and data")->required();
+    command->add_option("--seed", options->seed, "Seed of the panel and its noise")->capture_default_str();
+    command->add_option("--size", options->shape, "WIDTHxHEIGHT of the panel; the virtual detector's when left out");
+    command->callback([options, &chosen] { chosen = [options] { return runDemo(*options); }; });
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,121 @@
+#include "DemoPictures.h"
+
+#include "Preview.h"
+#include "SnrPlot.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qx::tool {
+namespace {
+
+constexpr Colour kPaper{24, 26, 30};
+constexpr Colour kText{235, 235, 235};
+constexpr Colour kPassed{110, 205, 120};
+constexpr Colour kNotPassed{245, 105, 90};
+constexpr Colour kSquare{255, 190, 60};
+constexpr int kPreviewWidth = 1024;
+constexpr int kTextScale = 2;
+
+constexpr int kTileWidth = 384;
+constexpr int kTileGap = 16;
+constexpr int kTileColumns = 3;
+constexpr int kCaptionHeight = 3 * (kTextHeight + 4) * kTextScale;
+
+constexpr Colour kLineColours[] = {{40, 130, 70}, {60, 120, 200}, {150, 90, 190}, {230, 140, 30}, {205, 60, 50}};
+constexpr Colour kFactoryColour{40, 40, 40};
+constexpr Colour kExpectedColour{160, 160, 160};
+
+struct Tile {
+    GreyPicture picture;
+    std::string caption;
+    std::string verdict;
+    Colour verdictColour;
+};
+
+Tile makeTile(const JudgedExposure& judged) {
+    const SnrJudgement& judgement = judged.judgement;
+    const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
+    return {makePreview(judged.image, {}, kTileWidth), judged.exposure.caption,
+            verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kPassed : kNotPassed};
+}
+
+void drawTile(Canvas& canvas, Point corner, const Tile& tile) {
+    canvas.drawPicture(corner, tile.picture);
+    const int captionRow = corner.y + tile.picture.shape.height + 8;
+    canvas.drawText({corner.x, captionRow}, tile.caption, kTextScale, kText);
+    canvas.drawText({corner.x, captionRow + (kTextHeight + 3) * kTextScale}, tile.verdict, kTextScale,
+                    tile.verdictColour);
+}
+
+Canvas drawTiles(const std::vector<Tile>& tiles) {
+    const Shape picture = tiles.front().picture.shape;
+    const int tileRows = (static_cast<int>(tiles.size()) + kTileColumns - 1) / kTileColumns;
+    const Shape step{picture.width + kTileGap, picture.height + kCaptionHeight};
+    Canvas canvas({kTileColumns * step.width + kTileGap, tileRows * step.height + kTileGap}, kPaper);
+    for (int index = 0; index < static_cast<int>(tiles.size()); ++index) {
+        const Point corner{kTileGap + index % kTileColumns * step.width, kTileGap + index / kTileColumns * step.height};
+        drawTile(canvas, corner, tiles[static_cast<std::size_t>(index)]);
+    }
+    return canvas;
+}
+
+std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
+    const SnrSeries scaled = scaleToMeasured(factory, series.front());
+    std::vector<float> shares;
+    for (std::size_t square = 0; square < series.size(); ++square) {
+        shares.push_back(series[square] / scaled[square]);
+    }
+    return shares;
+}
+
+std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries& factory) {
+    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
+    std::vector<float> shares;
+    for (std::size_t square = 0; square < scaled.size(); ++square) {
+        shares.push_back(judgement.expected[square] / scaled[square]);
+    }
+    return shares;
+}
+
+}  // namespace
+
+Canvas drawSquares(const RawImage& image) {
+    const GreyPicture preview = makePreview(image, {}, kPreviewWidth);
+    const int scale = previewScale(image.shape, kPreviewWidth);
+    Canvas canvas(preview.shape, kPaper);
+    canvas.drawPicture({0, 0}, preview);
+    for (const int side : snrSquareSides(image.shape)) {
+        const Point corner{(image.shape.width - side) / 2 / scale, (image.shape.height - side) / 2 / scale};
+        canvas.outlineRectangle(corner, side / scale, side / scale, 2, kSquare);
+        const std::string label = std::to_string(side);
+        const int labelHeight = (kTextHeight + 2) * kTextScale;
+        if (textWidth(label, kTextScale) + 6 < side / scale) {
+            canvas.fillRectangle(corner, textWidth(label, kTextScale) + 8, labelHeight, kSquare);
+            canvas.drawText({corner.x + 4, corner.y + 4}, label, kTextScale, kPaper);
+        }
+    }
+    return canvas;
+}
+
+Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
+    std::vector<Tile> tiles = {{makePreview(rawFlat, {}, kTileWidth), "raw flat field", "before correction", kText}};
+    for (const JudgedExposure& judged : exposures) {
+        tiles.push_back(makeTile(judged));
+    }
+    return drawTiles(tiles);
+}
+
+Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+    std::vector<PlotLine> lines = {
+        {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0F)},
+        {"expected at least", kExpectedColour, expectedShares(exposures.front().judgement, factory)},
+    };
+    for (std::size_t index = 0; index < exposures.size(); ++index) {
+        lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
+                         sharesOf(exposures[index].judgement.measured, factory)});
+    }
+    return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
+}
+
+}  // namespace qx::tool

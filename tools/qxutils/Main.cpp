@@ -1,0 +1,84 @@
+#include "Command.h"
+
+#include <VirtualDetector.h>
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace qx::tool {
+namespace {
+
+int exitStatus(ExitCode code) {
+    return static_cast<int>(code);
+}
+
+int reportError(const std::string& message, ExitCode code) {
+    std::cout.flush();
+    std::cerr << "qxutils: " << message << '\n';
+    return exitStatus(code);
+}
+
+// Help goes to standard output and passes; every mistake is one line that ends in the way to the help.
+int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        return app.exit(error);
+    }
+    return reportError(std::string(error.what()) + " (see qxutils --help)", ExitCode::Usage);
+}
+
+void loadDetector(const std::string& file) {
+    const std::string problem = file.empty() ? std::string() : qxkit::loadVirtualDetector(file);
+    if (!problem.empty()) {
+        throw ToolError(problem + "; correct the detector settings");
+    }
+}
+
+int runCommand(const Command& chosen, const std::string& detectorFile) {
+    try {
+        loadDetector(detectorFile);
+        return exitStatus(chosen());
+    } catch (const ToolError& error) {
+        return reportError(error.what(), error.exitCode());
+    } catch (const std::bad_alloc&) {
+        return reportError("out of memory; use a smaller image", ExitCode::Failed);
+    } catch (const std::exception& error) {
+        return reportError(error.what(), ExitCode::Failed);
+    }
+}
+
+void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) {
+    app.name("qxutils");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--detector", detectorFile, "TOML file with the settings of the virtual detector");
+    app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
+    addDemoCommand(app, chosen);
+    addSnrCommand(app, chosen);
+    addInfoCommand(app, chosen);
+    addPreviewCommand(app, chosen);
+    addExplainCommand(app, chosen);
+    addVersionCommand(app, chosen);
+}
+
+int run(int argc, char** argv) {
+    CLI::App app{"Judges, shows and explains images of the flat-panel detector"};
+    std::string detectorFile;
+    Command chosen;
+    describeProgram(app, detectorFile, chosen);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return reportParseResult(app, error);
+    }
+    return runCommand(chosen, detectorFile);
+}
+
+}  // namespace
+}  // namespace qx::tool
+
+int main(int argc, char** argv) {
+    return qx::tool::run(argc, argv);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "RawImage.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace qx::tool {
+
+// Brightness window: the percentiles of the grey values that become black and white.
+struct PercentileWindow {
+    double low = 0.5;
+    double high = 99.5;
+};
+
+struct GreyPicture {
+    Shape shape;
+    std::vector<std::uint8_t> pixels;
+};
+
+// Averages square blocks of whole pixels so that the picture is at most maxWidth wide, then applies the window.
+// Columns and rows that fill no whole block are left out.
+GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth);
+
+// Raw pixels for each side of a block that becomes one preview pixel.
+int previewScale(const Shape& shape, int maxWidth);
+
+}  // namespace qx::tool
