@@ -99,11 +99,11 @@ void run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Measures QxUtils against plain methods, peers and limits");
-    Options options;
-    addOptions(app, options);
-    CLI11_PARSE(app, argc, argv);
     try {
+        CLI::App app("Measures QxUtils against plain methods, peers and limits");
+        Options options;
+        addOptions(app, options);
+        CLI11_PARSE(app, argc, argv);
         run(options);
     } catch (const std::exception& failure) {
         std::cerr << failure.what() << '\n';

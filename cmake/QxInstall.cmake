@@ -24,6 +24,9 @@ if(NOT WIN32)
   foreach(target IN LISTS QX_INSTALLED_TARGETS)
     target_link_options(${target} PRIVATE -Wl,--enable-new-dtags)
   endforeach()
+  set(QX_EXPORT_MAP "${CMAKE_CURRENT_LIST_DIR}/QxUtils.map")
+  target_link_options(QxUtils PRIVATE "-Wl,--version-script=${QX_EXPORT_MAP}")
+  set_property(TARGET QxUtils APPEND PROPERTY LINK_DEPENDS "${QX_EXPORT_MAP}")
 endif()
 
 install(TARGETS ${QX_INSTALLED_TARGETS} EXPORT QxUtilsTargets

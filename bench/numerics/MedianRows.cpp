@@ -59,7 +59,7 @@ Row medianRow(const Image& image, int width, int height, int inputs) {
             }};
 }
 
-Row regionMedianRow(std::shared_ptr<const Image> image, int width, int height, int inputs) {
+Row regionMedianRow(const std::shared_ptr<const Image>& image, int width, int height, int inputs) {
     const Rotation<Region> rotation(
         std::make_shared<std::vector<Region>>(spreadRegions(*image, width, height, inputs)));
     return {.ours =

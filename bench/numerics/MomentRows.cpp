@@ -15,7 +15,7 @@ using namespace qx::bench;
 constexpr double kStdevTolerance = 1e-4;
 constexpr double kRoundingTolerance = 1e-12;
 
-Row stdevRow(std::shared_ptr<const Image> image) {
+Row stdevRow(const std::shared_ptr<const Image>& image) {
     return {.ours = [image] { return getStdev(image->data(), image->width, image->height); },
             .plain = [image] { return qx::plain::getStdev(image->data(), image->width, image->height); },
             .peerName = "cv::meanStdDev",
@@ -25,7 +25,7 @@ Row stdevRow(std::shared_ptr<const Image> image) {
             .limit = [image] { return streamRead(image->data(), byteCount(*image)); }};
 }
 
-Row meanRow(std::shared_ptr<const Image> image) {
+Row meanRow(const std::shared_ptr<const Image>& image) {
     return {.ours = [image] { return getMean(image->data(), pixelCount(*image)); },
             .plain = [image] { return qx::plain::getMean(image->data(), pixelCount(*image)); },
             .peerName = "cv::mean",

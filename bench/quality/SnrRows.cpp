@@ -42,7 +42,7 @@ std::vector<float> oursOf(const Image& image) {
     return status == 0 ? series : std::vector<float>();
 }
 
-Row snrRow(std::shared_ptr<const Image> image) {
+Row snrRow(const std::shared_ptr<const Image>& image) {
     return {.ours = [image] { return oursOf(*image); },
             .plain = [image] { return qx::plain::snrSeries(image->data(), image->width, image->height); },
             .peerName = "numpy.median and std",

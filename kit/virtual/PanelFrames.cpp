@@ -146,7 +146,7 @@ void renderCorrected(const VirtualPanel& panel, const CorrectedView& view, Store
     const NoiseStream pixelNoise(parameters.seed, view.sources.pixel, options.frame);
     const NoiseStream rowNoise(parameters.seed, view.sources.row, options.frame);
     const double residualSigma = parameters.residualShadingSigma * options.residualShadingScale;
-    const SlowPattern residual(NoiseStream(parameters.seed, NoiseSource::Residual), parameters.darkSlowPitch,
+    const SlowPattern residual(NoiseStream(parameters.seed, NoiseSource::Residual), parameters.slowPitch,
                                residualSigma);
     const double darkVariance = parameters.temporalNoiseSigma * parameters.temporalNoiseSigma;
     std::vector<double> residualRow(static_cast<std::size_t>(view.width));

@@ -15,7 +15,7 @@ ConfigInfo defaultConfig() {
     ConfigInfo config{};
     config.loggingEnabled = 1;
     config.uniformityCvLimit = 0.15F;
-    config.stripMeanDiffLimit = 8000;
+    config.stripMeanDiffLimit = 4000;
     config.rcnRowDiffLimit = 12.0F;
     config.darkLevelFloor = 200;
     config.gainGroupCvLimit = 0.2F;

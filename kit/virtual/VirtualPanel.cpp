@@ -21,7 +21,7 @@ std::size_t pixelIndex(const PanelParameters& panel, int row, int column) {
 
 std::vector<float> darkPattern(const PanelParameters& panel) {
     const NoiseStream pixelNoise(panel.seed, NoiseSource::DarkPixel);
-    const SlowPattern slow(NoiseStream(panel.seed, NoiseSource::DarkSlow), panel.darkSlowPitch, panel.darkSlowSigma);
+    const SlowPattern slow(NoiseStream(panel.seed, NoiseSource::DarkSlow), panel.slowPitch, panel.darkSlowSigma);
     std::vector<double> slowRow(static_cast<std::size_t>(panel.width));
     std::vector<float> dark;
     dark.reserve(pixelIndex(panel, panel.height, 0));

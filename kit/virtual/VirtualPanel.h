@@ -27,7 +27,7 @@ struct PanelParameters {
     double darkLevel = 600.0;         // mean of a dark frame, counts
     double darkPixelSigma = 25.0;     // fixed pattern from pixel to neighbour, counts
     double darkSlowSigma = 68.0;      // slow fixed pattern, counts
-    int darkSlowPitch = 192;          // pixels between the supports of the slow pattern
+    int slowPitch = 512;              // pixels between the supports of slow patterns
     double temporalNoiseSigma = 7.0;  // counts a pixel
     double rowNoiseSigma = 3.0;       // counts, common to a row
     double variancePerCount = 0.75;   // of an exposed pixel, counts

@@ -15,7 +15,7 @@ void printDebug(const char* format, ...) noexcept {
         return;
     std::va_list arguments;
     va_start(arguments, format);
-    printConsole(format, arguments);
+    printConsoleList(format, arguments);
     va_end(arguments);
 }
 

@@ -43,8 +43,8 @@ std::size_t followZeros(const T* data, int n, T* ring, std::size_t& start) noexc
 // Copies the values that are numbers; returns how many.
 template <class T>
 std::size_t copyNumbers(const T* data, int n, T* numbers) noexcept {
-    return static_cast<std::size_t>(
-        std::copy_if(data, data + n, numbers, [](T value) { return !std::isnan(value); }) - numbers);
+    return static_cast<std::size_t>(std::copy_if(data, data + n, numbers, [](T value) { return !std::isnan(value); }) -
+                                    numbers);
 }
 
 // Element n/2 of what the exchange sort makes of data; copy holds n values. n is at least 1.
@@ -58,8 +58,8 @@ T exchangeMiddle(const T* data, int n, T* copy) noexcept {
     }
     if (std::isnan(data[middle]))
         return data[middle];
-    const auto rank = static_cast<std::size_t>(
-        std::count_if(data, data + middle, [](T value) { return !std::isnan(value); }));
+    const auto rank =
+        static_cast<std::size_t>(std::count_if(data, data + middle, [](T value) { return !std::isnan(value); }));
     const std::size_t count = copyNumbers(data, n, copy);
     std::nth_element(copy, copy + rank, copy + count, comesBefore<order, T>);
     if (copy[rank] != T{0})

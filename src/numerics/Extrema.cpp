@@ -15,7 +15,7 @@ int innerExtremeIndex(const T* data, int n, bool wantMin) {
     T maximum = T{0};
     int minimumIndex = 0;
     int maximumIndex = 0;
-    for (int i = kBorder; i < n - kBorder; ++i) {
+    for (int i = kBorder; i + kBorder < n; ++i) {
         if (minimum >= data[i]) {
             minimum = data[i];
             minimumIndex = i;
@@ -92,9 +92,9 @@ int findidxbigger(const float* data, int n, float threshold) {
 int findidxsmaller(const float* data, int n, float threshold) {
     if (data == nullptr)
         return StatusNullArgument;
-    for (int i = n - 1; i >= 0; --i)
-        if (data[i] <= threshold)
-            return i;
+    for (int i = n; i > 0; --i)
+        if (data[i - 1] <= threshold)
+            return i - 1;
     // Kept: none gives n here and -1 in findidxbigger.
     return n;
 }

@@ -130,7 +130,8 @@ HistogramSum histogramSum(const std::uint32_t* counts, int first, int last) noex
         countsSum += low + high;
         values += low * lowDoubles(value) + high * highDoubles(value);
     }
-    HistogramSum result{static_cast<std::int64_t>(sumOfLanes(countsSum)), static_cast<std::int64_t>(sumOfLanes(values))};
+    HistogramSum result{static_cast<std::int64_t>(sumOfLanes(countsSum)),
+                        static_cast<std::int64_t>(sumOfLanes(values))};
     for (; index <= last; ++index) {
         result.count += counts[index];
         result.sum += static_cast<std::int64_t>(counts[index]) * index;

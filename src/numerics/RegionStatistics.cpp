@@ -30,8 +30,8 @@ struct Region {
 int checkRegion(const void* image, const Region& region) {
     if (image == nullptr)
         return StatusNullArgument;
-    const bool countable = region.rows() <= INT_MAX && region.columns() <= INT_MAX && region.pixels() >= 1 &&
-                           region.pixels() <= INT_MAX;
+    const bool countable =
+        region.rows() <= INT_MAX && region.columns() <= INT_MAX && region.pixels() >= 1 && region.pixels() <= INT_MAX;
     if (!countable || (!region.rowsReversed() && region.startsBeforeImage()))
         return StatusWrongParameter;
     return StatusOk;
@@ -66,17 +66,15 @@ int regionMedian(const T* image, const Region& region, const char* failureText, 
 }  // namespace
 
 int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
-    return regionMedian(image, Region{rowStart, rowEnd, colStart, colEnd, width},
-                        "allocate failed in getROIMedian (WORD)", [](const WORD* pixels, int count) -> int {
-                            return qx::lowerMiddle(pixels, static_cast<std::size_t>(count));
-                        });
+    return regionMedian(
+        image, Region{rowStart, rowEnd, colStart, colEnd, width}, "allocate failed in getROIMedian (WORD)",
+        [](const WORD* pixels, int count) -> int { return qx::lowerMiddle(pixels, static_cast<std::size_t>(count)); });
 }
 
 int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
-    return regionMedian(image, Region{rowStart, rowEnd, colStart, colEnd, width},
-                        "allocate failed in getROIMedian (float)", [](float* pixels, int count) {
-                            return qx::truncateToInt(getFloatMedianByQuickMethod(pixels, count));
-                        });
+    return regionMedian(
+        image, Region{rowStart, rowEnd, colStart, colEnd, width}, "allocate failed in getROIMedian (float)",
+        [](float* pixels, int count) { return qx::truncateToInt(getFloatMedianByQuickMethod(pixels, count)); });
 }
 
 int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {

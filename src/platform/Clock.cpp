@@ -21,8 +21,12 @@ LocalTime systemTime() {
     std::timespec_get(&now, TIME_UTC);
     std::tm local{};
     localtime_r(&now.tv_sec, &local);
-    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-            local.tm_hour,        local.tm_min,     local.tm_sec,
+    return {local.tm_year + 1900,
+            local.tm_mon + 1,
+            local.tm_mday,
+            local.tm_hour,
+            local.tm_min,
+            local.tm_sec,
             static_cast<int>(now.tv_nsec / 1'000'000)};
 }
 #endif

@@ -8,11 +8,11 @@ namespace qx {
 void printConsole(const char* format, ...) noexcept {
     std::va_list arguments;
     va_start(arguments, format);
-    printConsole(format, arguments);
+    printConsoleList(format, arguments);
     va_end(arguments);
 }
 
-void printConsole(const char* format, std::va_list arguments) noexcept {
+void printConsoleList(const char* format, std::va_list arguments) noexcept {
     std::vprintf(format, arguments);
 }
 

@@ -13,7 +13,7 @@ namespace qx {
 
 // Writes to standard output.
 QX_PRINTF(1, 2) void printConsole(const char* format, ...) noexcept;
-QX_PRINTF(1, 0) void printConsole(const char* format, std::va_list arguments) noexcept;
+QX_PRINTF(1, 0) void printConsoleList(const char* format, std::va_list arguments) noexcept;
 
 // Writes one line to standard error and aborts.
 [[noreturn]] void fatalError(const char* message) noexcept;

@@ -57,7 +57,7 @@ struct Cleaning {
     int last = kPixelValues - 1;
     int substitute = 0;
 
-    bool keeps(int value) const { return value >= first && value <= last; }
+    int apply(int value) const { return value >= first && value <= last ? value : substitute; }
 };
 
 // A square's pixels: the histogram for everything that does not depend on their order, the image for what might.
@@ -67,15 +67,14 @@ public:
         : image_(image), square_(square), counts_(histogram.counts()) {}
 
     // The upper middle pixel.
-    int median(const Cleaning& cleaning) const;
+    int median() const {
+        return valueOfRank(counts_, 0, kPixelValues - 1, static_cast<std::uint64_t>(square_.pixels() / 2));
+    }
 
     // The deviation as getStdev takes it of the pixels without their pedestal.
     float deviation(const Cleaning& cleaning) const;
 
 private:
-    std::int64_t replaced(const Cleaning& cleaning) const {
-        return square_.pixels() - pixelKernels().histogramSum(counts_, cleaning.first, cleaning.last).count;
-    }
     double squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const;
     double orderedSquares(const Cleaning& cleaning, int centre) const;
 
@@ -89,21 +88,6 @@ double singleSquare(int deviation) {
     return static_cast<double>(value * value);
 }
 
-int SquareContent::median(const Cleaning& cleaning) const {
-    // The substitute stands for all replaced pixels: ranks below its own run, inside it, and above it.
-    const auto rank = static_cast<std::uint64_t>(square_.pixels() / 2);
-    const auto substituted = static_cast<std::uint64_t>(replaced(cleaning));
-    const int belowLast = std::min(cleaning.last, cleaning.substitute - 1);
-    const auto below =
-        static_cast<std::uint64_t>(pixelKernels().histogramSum(counts_, cleaning.first, belowLast).count);
-    if (rank < below)
-        return valueOfRank(counts_, cleaning.first, belowLast, rank);
-    const std::uint64_t kept = cleaning.keeps(cleaning.substitute) ? counts_[cleaning.substitute] : 0;
-    if (rank < below + kept + substituted)
-        return cleaning.substitute;
-    return valueOfRank(counts_, cleaning.first, cleaning.last, rank - substituted);
-}
-
 double SquareContent::squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const {
     const double total = pixelKernels().histogramSquares(counts_, cleaning.first, cleaning.last, centre) +
                          static_cast<double>(substituted) * singleSquare(cleaning.substitute - centre);
@@ -115,7 +99,7 @@ double SquareContent::orderedSquares(const Cleaning& cleaning, int centre) const
     for (int y = square_.top; y < square_.top + square_.side; ++y) {
         const WORD* pixels = image_.row(y) + square_.left;
         for (int x = 0; x < square_.side; ++x)
-            total += singleSquare((cleaning.keeps(pixels[x]) ? pixels[x] : cleaning.substitute) - centre);
+            total += singleSquare(cleaning.apply(pixels[x]) - centre);
     }
     return total;
 }
@@ -142,12 +126,11 @@ Cleaning withoutOutliers(int median, float deviation) {
     return cleaning;
 }
 
+// Replacing outliers by the median leaves the median as it is: no value changes sides.
 float snrOf(const SquareContent& content) {
-    const Cleaning everything;
-    const int median = content.median(everything);
-    const Cleaning cleaning = withoutOutliers(median, content.deviation(everything));
-    const int cleanMedian = content.median(cleaning) - kPedestal;
-    return static_cast<float>(cleanMedian) / content.deviation(cleaning);
+    const int median = content.median();
+    const Cleaning cleaning = withoutOutliers(median, content.deviation(Cleaning{}));
+    return static_cast<float>(median - kPedestal) / content.deviation(cleaning);
 }
 
 }  // namespace

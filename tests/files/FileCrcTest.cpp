@@ -73,9 +73,8 @@ TEST_F(FileCrc, unreadable_file_is_always_printed) {
     unsigned long crc = 77;
     for (int flag : {0, 1}) {
         setDebug(flag);
-        EXPECT_EQ("open file error...\n", qx::test::printedBy([&] {
-                      EXPECT_EQ(1039, readLocalCRC(folder().path().c_str(), "missing", crc));
-                  }));
+        EXPECT_EQ("open file error...\n",
+                  qx::test::printedBy([&] { EXPECT_EQ(1039, readLocalCRC(folder().path().c_str(), "missing", crc)); }));
     }
     writeFile(folder() / "bytes", "x");
     EXPECT_EQ("", qx::test::printedBy([&] { readLocalCRC(folder().path().c_str(), "bytes", crc); }));

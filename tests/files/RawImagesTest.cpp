@@ -200,11 +200,14 @@ TEST_F(FileConsole, messages_appear_under_the_debug_flag_alone) {
         std::string expected;
     } cases[] = {
         {[&] { writeImageToDisk(dir, "out", "abc", 3); }, fullPath("out") + " fwrite return count=3\n"},
-        {[&] { writeImageToDisk(dir, "folder", "abc", 3); },
-         fullPath("folder") + "Error create file to write image!"},
-        {[&] { writeImageToDisk(made.c_str(), "out", "abc", 3); fs::remove_all(folder() / "made"); },
+        {[&] { writeImageToDisk(dir, "folder", "abc", 3); }, fullPath("folder") + "Error create file to write image!"},
+        {[&] {
+             writeImageToDisk(made.c_str(), "out", "abc", 3);
+             fs::remove_all(folder() / "made");
+         },
          "Work Directory String Error,Please insure that Path is right and use '\\\\' instead of '\\' to separate the "
-         "directories.\nFull path: " + made + "out \n fwrite return count=3\n"},
+         "directories.\nFull path: " +
+             made + "out \n fwrite return count=3\n"},
         {[&] { readImageFromDisk(dir, "five", buffer, 5); }, fullPath("five") + " fread return count=5\n"},
         {[&] { readImageFromDisk(dir, "five", buffer, 8); },
          fullPath("five") + " fread return count=5\nRead file error!\n"},

@@ -13,7 +13,8 @@ TEST_F(DetectorQueries, mode_word_holds_power_mode_and_gain) {
     const struct {
         std::int32_t word;
         int powerMode, gain;
-    } cases[] = {{0x0000E070, 7, 7}, {0, 0, 0}, {0x2000, 1, 0}, {0x0010, 0, 1}, {~0xE070, 0, 0}, {-1, 7, 7}, {0x6050, 3, 5}};
+    } cases[] = {{0x0000E070, 7, 7}, {0, 0, 0},  {0x2000, 1, 0}, {0x0010, 0, 1},
+                 {~0xE070, 0, 0},    {-1, 7, 7}, {0x6050, 3, 5}};
     for (const auto& c : cases) {
         detector().registers.modeWord = c.word;
         EXPECT_EQ(c.powerMode, getPowerModeId()) << std::hex << c.word;

@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstring>
 #include <ctime>
+#include <iomanip>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -12,9 +14,9 @@ namespace {
 // The local time in a strftime format; a text function is right when it agrees before or after its call.
 std::string localTime(const char* format) {
     const std::time_t now = std::time(nullptr);
-    char text[40];
-    std::strftime(text, sizeof text, format, std::localtime(&now));
-    return text;
+    std::ostringstream text;
+    text << std::put_time(std::localtime(&now), format);
+    return text.str();
 }
 
 void expectTimeText(void (*write)(char*), const char* format) {
@@ -27,9 +29,13 @@ void expectTimeText(void (*write)(char*), const char* format) {
     EXPECT_EQ('#', text[before.size() + 1]) << "written behind the end";
 }
 
-TEST(SetTimeStamp, writes_fourteen_digits) { expectTimeText(setTimeStamp, "%Y%m%d%H%M%S"); }
+TEST(SetTimeStamp, writes_fourteen_digits) {
+    expectTimeText(setTimeStamp, "%Y%m%d%H%M%S");
+}
 
-TEST(GetLocalTimeStr, writes_date_and_time) { expectTimeText(getLocalTimeStr, "%Y-%m-%d %H:%M:%S"); }
+TEST(GetLocalTimeStr, writes_date_and_time) {
+    expectTimeText(getLocalTimeStr, "%Y-%m-%d %H:%M:%S");
+}
 
 TEST(TimeTexts, null_is_ignored) {
     setTimeStamp(nullptr);
@@ -40,9 +46,9 @@ TEST(TimeCounter, difference_is_taken_in_32_bits) {
     const struct {
         long start, end;
         double expected;
-    } cases[] = {{1000, 3500, 2.5},          {3500, 1000, -2.5}, {0, 0, 0.0},
+    } cases[] = {{1000, 3500, 2.5},         {3500, 1000, -2.5},         {0, 0, 0.0},
                  {INT_MAX, INT_MIN, 0.001},  // the counter wrapped
-                 {-6, 10, 0.016},            {0, INT_MIN, -2147483.648}, {static_cast<long>(4294967290u), 10, 0.016}};
+                 {-6, 10, 0.016},           {0, INT_MIN, -2147483.648}, {static_cast<long>(4294967290u), 10, 0.016}};
     for (auto c : cases) {
         double seconds = -1;
         EXPECT_TRUE(qx::test::sameBits(c.expected, GetTimeCounter(c.start, c.end, seconds)));

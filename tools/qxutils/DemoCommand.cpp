@@ -51,7 +51,11 @@ Shape demoShape(const std::string& text) {
     return shape;
 }
 
-void createOutputDirectory(const std::string& directory) {
+// Returns the folder's name without a separator at its end.
+std::string createOutputDirectory(std::string directory) {
+    while (directory.size() > 1 && (directory.back() == '/' || directory.back() == '\\')) {
+        directory.pop_back();
+    }
     if (directory.size() > kMaxOutputPath) {
         throw ToolError("the path of --out is longer than " + std::to_string(kMaxOutputPath) +
                         " characters; give a shorter one");
@@ -61,6 +65,7 @@ void createOutputDirectory(const std::string& directory) {
     if (!fs::is_directory(directory)) {
         throw ToolError(directory + ": cannot be created as a folder; give another --out");
     }
+    return directory;
 }
 
 // The library asks the detector where to log and which geometry it has.
@@ -98,12 +103,14 @@ void printSquares(const std::vector<JudgedExposure>& exposures, const SnrSeries&
         }
         table.addRow(row);
     }
-    std::cout << "\nSNR of each square, measured / expected (\"<\" where it falls below):\n";
+    std::cout
+        << "\nSNR of each square, measured / expected (\"<\" where it falls below). The expectation is scaled to the\n"
+           "image's smallest square: a low dose alone does not fail.\n";
     table.print(std::cout);
 }
 
 void printVerdicts(const std::vector<JudgedExposure>& exposures) {
-    TextTable table({"image", "verdict", "grade", ""});
+    TextTable table({"image", "verdict", "grade", "meaning"});
     std::set<int> codes;
     for (const auto& [exposure, image, judgement] : exposures) {
         table.addRow({exposure.name, std::to_string(judgement.verdict), std::to_string(judgement.grade),
@@ -122,10 +129,10 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
                    const SnrSeries& factory) {
     const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
     const RawImage rawFlat = scene.rawFlat();
-    writePng(path("raw-dark"), makePreview(scene.dark(), {}, kPreviewWidth));
-    writePng(path("raw-flat"), makePreview(rawFlat, {}, kPreviewWidth));
+    writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
+    writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
     for (const JudgedExposure& judged : exposures) {
-        writePng(path(judged.exposure.name), makePreview(judged.image, {}, kPreviewWidth));
+        writePng(path(judged.exposure.name), makePreview(judged.image, PercentileWindow{}, kPreviewWidth));
     }
     writePng(path("squares"), drawSquares(exposures.front().image));
     writePng(path("overview"), drawOverview(rawFlat, exposures));
@@ -134,7 +141,8 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
 
 void reportFiles(const std::string& folder, const JudgedExposure& kept) {
     std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n";
-    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs")) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error)) {
         std::cout << "Daily log: " << entry.path().generic_string() << '\n';
     }
     std::cout << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape "
@@ -143,8 +151,8 @@ void reportFiles(const std::string& folder, const JudgedExposure& kept) {
 
 ExitCode runDemo(const DemoOptions& options) {
     const Shape shape = demoShape(options.shape);
-    createOutputDirectory(options.outputDirectory);
-    configureDetector(options.outputDirectory, shape);
+    const std::string folder = createOutputDirectory(options.outputDirectory);
+    configureDetector(folder, shape);
     std::cout << "Building a virtual panel of " << toText(shape) << " pixels, seed " << options.seed << std::endl;
     const DemoScene scene(shape, options.seed);
     std::cout << "Measuring the factory series" << std::endl;
@@ -153,7 +161,6 @@ ExitCode runDemo(const DemoOptions& options) {
     printSquares(exposures, factory);
     printVerdicts(exposures);
 
-    const std::string& folder = options.outputDirectory;
     writePictures(folder, scene, exposures, factory);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
@@ -167,7 +174,9 @@ void addDemoCommand(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<DemoOptions>();
     CLI::App* command = app.add_subcommand("demo", "Let a virtual panel acquire flat fields, and judge their SNR");
     command->add_option("--out", options->outputDirectory, "Folder for pictures, log and data")->required();
-    command->add_option("--seed", options->seed, "Seed of the panel and its noise")->capture_default_str();
+    command->add_option("--seed", options->seed, "Seed of the panel and its noise")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command->add_option("--size", options->shape, "WIDTHxHEIGHT of the panel; the virtual detector's when left out");
     command->callback([options, &chosen] { chosen = [options] { return runDemo(*options); }; });
 }

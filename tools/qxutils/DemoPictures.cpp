@@ -3,8 +3,9 @@
 #include "Preview.h"
 #include "SnrPlot.h"
 
-#include <algorithm>
-#include <cmath>
+#include <QxUtils/Numerics.h>
+
+#include <iterator>
 
 namespace qx::tool {
 namespace {
@@ -26,6 +27,9 @@ constexpr Colour kLineColours[] = {{40, 130, 70}, {60, 120, 200}, {150, 90, 190}
 constexpr Colour kFactoryColour{40, 40, 40};
 constexpr Colour kExpectedColour{160, 160, 160};
 
+// Corrected tiles share one contrast, so that a good one looks even.
+constexpr double kTileContrast = 0.02;
+
 struct Tile {
     GreyPicture picture;
     std::string caption;
@@ -33,10 +37,15 @@ struct Tile {
     Colour verdictColour;
 };
 
+GreyWindow windowAroundMedian(const RawImage& image) {
+    const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
+    return {median * (1.0 - kTileContrast), median * (1.0 + kTileContrast)};
+}
+
 Tile makeTile(const JudgedExposure& judged) {
     const SnrJudgement& judgement = judged.judgement;
     const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
-    return {makePreview(judged.image, {}, kTileWidth), judged.exposure.caption,
+    return {makePreview(judged.image, windowAroundMedian(judged.image), kTileWidth), judged.exposure.caption,
             verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kPassed : kNotPassed};
 }
 
@@ -81,7 +90,7 @@ std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries
 }  // namespace
 
 Canvas drawSquares(const RawImage& image) {
-    const GreyPicture preview = makePreview(image, {}, kPreviewWidth);
+    const GreyPicture preview = makePreview(image, PercentileWindow{}, kPreviewWidth);
     const int scale = previewScale(image.shape, kPreviewWidth);
     Canvas canvas(preview.shape, kPaper);
     canvas.drawPicture({0, 0}, preview);
@@ -99,7 +108,8 @@ Canvas drawSquares(const RawImage& image) {
 }
 
 Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
-    std::vector<Tile> tiles = {{makePreview(rawFlat, {}, kTileWidth), "raw flat field", "before correction", kText}};
+    std::vector<Tile> tiles = {
+        {makePreview(rawFlat, PercentileWindow{}, kTileWidth), "raw flat field", "before correction", kText}};
     for (const JudgedExposure& judged : exposures) {
         tiles.push_back(makeTile(judged));
     }

@@ -79,6 +79,15 @@ SnrSeries parseSeries(const std::string& path) {
     }
 }
 
+// The number with the fewest digits that reads back as the same float.
+double shortestDecimal(float value) {
+    char text[32];
+    const auto written = std::to_chars(text, text + sizeof(text), value);
+    double decimal = 0;
+    std::from_chars(text, written.ptr, decimal);
+    return decimal;
+}
+
 }  // namespace
 
 SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount) {
@@ -97,7 +106,7 @@ SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount) {
 void saveFactorySeries(const std::string& path, const SnrSeries& series) {
     toml::array list;
     for (const float value : series) {
-        list.push_back(static_cast<double>(value));
+        list.push_back(shortestDecimal(value));
     }
     std::ofstream file(path);
     file << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';

@@ -43,10 +43,10 @@ void printGeometries(const std::vector<Geometry>& geometries) {
         std::cout << "  no plausible panel shape fits this size\n";
         return;
     }
-    TextTable table({"fits", "", ""});
+    TextTable table({"fits", "header", "panel"});
     for (const Geometry& geometry : geometries) {
-        table.addRow({toText(geometry.shape), headerText(geometry.hasHeader),
-                      geometry.isCommonPanel ? "common panel" : "other"});
+        table.addRow(
+            {toText(geometry.shape), geometry.hasHeader ? "yes" : "no", geometry.isCommonPanel ? "common" : "unknown"});
     }
     table.print(std::cout);
 }

@@ -7,6 +7,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -21,18 +22,26 @@ int reportError(const std::string& message, ExitCode code) {
     return exitStatus(code);
 }
 
+std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    if (app.get_subcommands().empty() && !unknown.empty()) {
+        return "\"" + unknown.front() + "\" is neither a command nor an option";
+    }
+    return error.what();
+}
+
 // Help goes to standard output and passes; every mistake is one line that ends in the way to the help.
 int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
         return app.exit(error);
     }
-    return reportError(std::string(error.what()) + " (see qxutils --help)", ExitCode::Usage);
+    return reportError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
 }
 
 void loadDetector(const std::string& file) {
     const std::string problem = file.empty() ? std::string() : qxkit::loadVirtualDetector(file);
     if (!problem.empty()) {
-        throw ToolError(problem + "; correct the detector settings");
+        throw ToolError(problem + "; give a TOML file with settings of the virtual detector");
     }
 }
 

@@ -45,15 +45,15 @@ double percentile(const std::vector<std::uint32_t>& counts, std::size_t total, d
     return kGreyLevels - 1;
 }
 
-std::vector<std::uint8_t> applyWindow(const std::vector<WORD>& pixels, double black, double white) {
-    const double span = std::max(1.0, white - black);
-    std::vector<std::uint8_t> shades;
-    shades.reserve(pixels.size());
-    for (const WORD grey : pixels) {
-        const double shade = std::clamp((grey - black) / span, 0.0, 1.0) * kWhite;
-        shades.push_back(static_cast<std::uint8_t>(std::lround(shade)));
+GreyPicture applyWindow(const RawImage& image, const GreyWindow& window) {
+    const double span = std::max(1.0, window.white - window.black);
+    GreyPicture picture{image.shape, {}};
+    picture.pixels.reserve(image.pixels.size());
+    for (const WORD grey : image.pixels) {
+        const double shade = std::clamp((grey - window.black) / span, 0.0, 1.0) * kWhite;
+        picture.pixels.push_back(static_cast<std::uint8_t>(std::lround(shade)));
     }
-    return shades;
+    return picture;
 }
 
 }  // namespace
@@ -68,9 +68,12 @@ GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, i
     for (const WORD grey : small.pixels) {
         ++counts[grey];
     }
-    const double black = percentile(counts, small.pixels.size(), window.low);
-    const double white = percentile(counts, small.pixels.size(), window.high);
-    return {small.shape, applyWindow(small.pixels, black, white)};
+    return applyWindow(small, {percentile(counts, small.pixels.size(), window.low),
+                               percentile(counts, small.pixels.size(), window.high)});
+}
+
+GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth) {
+    return applyWindow(shrink(image, previewScale(image.shape, maxWidth)), window);
 }
 
 }  // namespace qx::tool

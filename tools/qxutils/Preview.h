@@ -7,7 +7,13 @@
 
 namespace qx::tool {
 
-// Brightness window: the percentiles of the grey values that become black and white.
+// The counts that become black and white.
+struct GreyWindow {
+    double black = 0.0;
+    double white = 65535.0;
+};
+
+// A brightness window given by percentiles of the picture's own values.
 struct PercentileWindow {
     double low = 0.5;
     double high = 99.5;
@@ -21,6 +27,7 @@ struct GreyPicture {
 // Averages square blocks of whole pixels so that the picture is at most maxWidth wide, then applies the window.
 // Columns and rows that fill no whole block are left out.
 GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth);
+GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth);
 
 // Raw pixels for each side of a block that becomes one preview pixel.
 int previewScale(const Shape& shape, int maxWidth);

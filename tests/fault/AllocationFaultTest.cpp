@@ -1,0 +1,140 @@
+// Every allocation of an operation is made to fail once: the operation answers with its code, changes nothing for the
+// caller and leaks nothing.
+
+#include "Builders.h"
+#include "DetectorFixture.h"
+#include "FailingAllocator.h"
+
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <functional>
+#include <new>
+
+namespace {
+
+using namespace qx::test;
+
+class AllocationFault : public DetectorFixture {
+protected:
+    // Runs `call` once for each of its allocations, which fails then; `check` sees what every such run returned.
+    // Returns how many allocations the call makes.
+    template <class Result>
+    long failEach(const std::function<Result()>& call, const std::function<void(Result)>& check) {
+        for (long failing = 1;; ++failing) {
+            failAllocation(failing);
+            const Result result = call();
+            if (!stopFailing())
+                return failing - 1;
+            check(result);
+        }
+    }
+};
+
+TEST_F(AllocationFault, snr_series_answers_1035_and_leaves_the_output) {
+    detector().config.loggingEnabled = 1;
+    const TestImage image = flatImage(300, 280, 52000, 200, 1);
+    std::vector<float> series(3, -1.0f);
+    // Lines take memory of their own: without them only the working memory can fail.
+    setLogLevel(4);
+    const long count = failEach<int>([&] { return calcGlobalSNR(image.data(), 300, 280, series); },
+                                     [&](int result) {
+                                         EXPECT_EQ(1035, result);
+                                         EXPECT_EQ(std::vector<float>(3, -1.0f), series);
+                                     });
+    EXPECT_EQ(1, count);
+    setLogLevel(2);
+    EXPECT_EQ(0, calcGlobalSNR(image.data(), 300, 280, series));
+    EXPECT_GT(series[2], 0.0f);
+}
+
+TEST_F(AllocationFault, snr_series_names_the_buffer_and_its_bytes) {
+    const TestImage image = flatImage(300, 280, 52000, 200, 1);
+    std::vector<float> series(3, -1.0f);
+    // The first allocation after the opening line's is the working memory.
+    int result = 0;
+    for (long failing = 1; result != 1035 && failing < 100; ++failing) {
+        failAllocation(failing);
+        result = calcGlobalSNR(image.data(), 300, 280, series);
+        stopFailing();
+    }
+    ASSERT_EQ(1035, result);
+    EXPECT_EQ("Utils  | I | allocate RM failed, expected size is 3360001035", logLines().back());
+}
+
+TEST_F(AllocationFault, verdicts_without_memory_for_the_series_follow_the_contract) {
+    setLogLevel(4);
+    const TestImage image = flatImage(300, 280, 52000, 200, 1);
+    const std::vector<float> factory = {100, 100, 100};
+    SurfaceFitResult fit{};
+    failEach<int>(
+        [&] {
+            // The copy of the series belongs to the caller.
+            try {
+                return checkGlobalSNR(image.data(), 300, 280, factory);
+            } catch (const std::bad_alloc&) {
+                return 1035;
+            }
+        },
+        [](int result) { EXPECT_TRUE(result == 0 || result == 1035) << result; });
+    failEach<int>(
+        [&] {
+            try {
+                return evaluateSNRResult(image.data(), 300, 280, factory, fit);
+            } catch (const std::bad_alloc&) {
+                return 0;
+            }
+        },
+        [](int result) { EXPECT_EQ(0, result); });
+}
+
+TEST_F(AllocationFault, region_medians_answer_1035_and_log) {
+    const TestImage image = randomImage(64, 64, 0, 100, 2);
+    const std::vector<float> floats(image.pixels.begin(), image.pixels.end());
+    failAllocation(1);
+    EXPECT_EQ(1035, getROIMedian(image.data(), 0, 63, 0, 63, 64));
+    failAllocation(1);
+    EXPECT_EQ(1035, getROIMedian(floats.data(), 0, 63, 0, 63, 64));
+    stopFailing();
+    const std::vector<std::string> expected = {"Utils  | E | allocate failed in getROIMedian (WORD)",
+                                               "Utils  | E | allocate failed in getROIMedian (float)"};
+    EXPECT_EQ(expected, logLines());
+}
+
+TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
+    const TestImage image = randomImage(1000, 1, 0, 100, 3);
+    const std::vector<float> floats(image.pixels.begin(), image.pixels.end());
+    const std::vector<double> doubles(image.pixels.begin(), image.pixels.end());
+    const std::vector<int> ints(image.pixels.begin(), image.pixels.end());
+    const auto is1035 = [](double result) { EXPECT_EQ(1035.0, result); };
+    EXPECT_EQ(1, failEach<double>([&] { return getMedian(ints.data(), 1000); }, is1035));
+    EXPECT_EQ(1, failEach<double>([&] { return getMedian(floats.data(), 1000); }, is1035));
+    EXPECT_EQ(1, failEach<double>([&] { return getfloatMedian(doubles.data(), 1000); }, is1035));
+    EXPECT_EQ(1, failEach<double>([&] { return getFloatMedian(floats.data(), 1000); }, is1035));
+    EXPECT_EQ(1, failEach<double>([&] { return getFloatHisMedian(floats.data(), 1000, nullptr, 0); }, is1035));
+    EXPECT_EQ(0, failEach<double>([&] { return getMedian(image.data(), 1000); }, is1035));
+
+    std::vector<float> sorted = floats;
+    std::sort(sorted.begin(), sorted.end());
+    std::vector<float> inPlace(floats.size());
+    failEach<double>(
+        [&] {
+            std::copy(floats.begin(), floats.end(), inPlace.begin());
+            return getFloatMedian(inPlace.data(), 1000);
+        },
+        [&](double result) {
+            EXPECT_EQ(sorted[500], result);
+            EXPECT_EQ(sorted, inPlace);
+        });
+}
+
+TEST_F(AllocationFault, a_log_without_memory_loses_its_line_and_nothing_else) {
+    for (long failing = 1; failing < 5; ++failing) {
+        failAllocation(failing);
+        const int result = WriteLogFile(8, 1, "a line that is too long to be kept inside a small string", 7);
+        stopFailing();
+        EXPECT_EQ(0, result);
+    }
+}
+
+}  // namespace

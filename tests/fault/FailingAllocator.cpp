@@ -1,0 +1,65 @@
+#include "FailingAllocator.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+// Allocations until the one that fails; below 1 none does.
+long untilFailure = 0;
+bool hasFailed = false;
+
+void* allocate(std::size_t size) noexcept {
+    if (untilFailure > 0 && --untilFailure == 0) {
+        hasFailed = true;
+        return nullptr;
+    }
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    if (void* memory = allocate(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace qx::test {
+
+void failAllocation(long number) {
+    hasFailed = false;
+    untilFailure = number;
+}
+
+bool stopFailing() {
+    untilFailure = 0;
+    return hasFailed;
+}
+
+}  // namespace qx::test

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace qx::test {
+
+// Makes one allocation of the program fail: the next one is number 1.
+void failAllocation(long number);
+
+// Lets all allocations succeed again. Returns whether one has failed.
+bool stopFailing();
+
+}  // namespace qx::test

@@ -1,0 +1,74 @@
+// What depends on the date: log names, log lines, time texts and the removal of old logs.
+
+#include "DetectorFixture.h"
+
+#include "platform/Clock.h"
+
+namespace {
+
+using namespace qx;
+using namespace qx::test;
+
+LocalTime pretended{};
+
+class AtPretendedTime : public DetectorFixture {
+protected:
+    AtPretendedTime() {
+        pretended = {2024, 3, 7, 9, 5, 3, 42};
+        setClock([] { return pretended; });
+    }
+    ~AtPretendedTime() override { setClock(nullptr); }
+
+    std::string lineWrittenAt(int millisecond) {
+        pretended.millisecond = millisecond;
+        EXPECT_EQ(0, WriteLogFile(8, 1, "<checkPreImg> terminates with a return value ", 0));
+        return stampedLogLines().back();
+    }
+};
+
+TEST_F(AtPretendedTime, log_line_carries_the_padded_time) {
+    const std::string text = " | Utils  | I | <checkPreImg> terminates with a return value 0";
+    EXPECT_EQ("2024/03/07-09:05:03.042" + text, lineWrittenAt(42));
+    EXPECT_EQ("2024/03/07-09:05:03.007" + text, lineWrittenAt(7));
+    EXPECT_EQ("2024/03/07-09:05:03.999" + text, lineWrittenAt(999));
+}
+
+TEST_F(AtPretendedTime, every_day_has_its_log) {
+    lineWrittenAt(0);
+    pretended.day = 12;
+    pretended.month = 11;
+    lineWrittenAt(0);
+    ASSERT_EQ(2u, logFiles().size());
+    EXPECT_EQ("2024-03-07.log", logFiles()[0].filename());
+    EXPECT_EQ("2024-11-12.log", logFiles()[1].filename());
+}
+
+TEST_F(AtPretendedTime, time_texts_are_padded) {
+    char stamp[15];
+    char text[20];
+    setTimeStamp(stamp);
+    getLocalTimeStr(text);
+    EXPECT_STREQ("20240307090503", stamp);
+    EXPECT_STREQ("2024-03-07 09:05:03", text);
+    setTimeStamp(nullptr);
+    getLocalTimeStr(nullptr);
+}
+
+TEST_F(AtPretendedTime, logs_older_than_thirty_approximate_days_are_removed) {
+    pretended = {2024, 3, 1, 0, 0, 0, 0};
+    const std::vector<std::string> kept = {"2024-01-31.log", "2024-02-29.log", "2025-01-01.log",
+                                           "notes.log",      "2024_01-01.log", "2024-01x01.log"};
+    const std::vector<std::string> removed = {"2024-01-30.log", "2023-12-31.log", "2024-01-01-old.txt", "2024-01-"};
+    std::filesystem::create_directories(logFolder() / "2020-01-01");
+    for (const auto* names : {&kept, &removed})
+        for (const std::string& name : *names)
+            writeFile(logFolder() / name, "x");
+    EXPECT_EQ(0, removeLogFile());
+    for (const std::string& name : kept)
+        EXPECT_TRUE(std::filesystem::exists(logFolder() / name)) << name;
+    for (const std::string& name : removed)
+        EXPECT_FALSE(std::filesystem::exists(logFolder() / name)) << name;
+    EXPECT_TRUE(std::filesystem::is_directory(logFolder() / "2020-01-01"));
+}
+
+}  // namespace
