@@ -17,8 +17,8 @@ using namespace qx::bench;
 // Keeps the library's CRC on its tables while a row exists.
 class TablesOnly {
 public:
-    TablesOnly() { qx::forceCrcTables(true); }
-    ~TablesOnly() { qx::forceCrcTables(false); }
+    TablesOnly() { qx::forceCrcPath(qx::CrcPath::Tables); }
+    ~TablesOnly() { qx::forceCrcPath(qx::bestCrcPath()); }
     TablesOnly(const TablesOnly&) = delete;
     TablesOnly& operator=(const TablesOnly&) = delete;
 };
@@ -66,7 +66,7 @@ Row crcRow(const Scale& scale) {
 
 const RegisteredRow kCrc("readLocalCRC 18 MB, carry-less multiplication", [](const Scale& scale) {
     Row row = crcRow(scale);
-    if (!qx::forceCrcTables(false))
+    if (qx::bestCrcPath() == qx::CrcPath::Tables)
         row.ours = {};
     return row;
 });

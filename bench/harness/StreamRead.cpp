@@ -37,9 +37,11 @@ __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t strea
     Block sum0{}, sum1{}, sum2{}, sum3{};
     std::size_t i = 0;
     for (; i + 4 <= blocks; i += 4) {
+        if (i + kPrefetchBlocks < blocks) {
 #pragma GCC unroll 4
-        for (std::size_t line = 0; line < 4; ++line)
-            __builtin_prefetch(block + i + kPrefetchBlocks + line);
+            for (std::size_t line = 0; line < 4; ++line)
+                __builtin_prefetch(block + i + kPrefetchBlocks + line);
+        }
         sum0 += block[i];
         sum1 += block[i + 1];
         sum2 += block[i + 2];

@@ -46,7 +46,7 @@ py::array view(const Image& image) {
 
 }  // namespace
 
-Method numpy(const char* source, std::shared_ptr<const Image> image) {
+Method numpy(const char* source, const std::shared_ptr<const Image>& image) {
     startInterpreter();
     return [image, measure = compileMeasure(source), pixels = view(*image)] {
         const py::object result = measure(pixels);
@@ -58,7 +58,7 @@ Method numpy(const char* source, std::shared_ptr<const Image> image) {
 
 #else
 
-Method numpy(const char*, std::shared_ptr<const Image>) {
+Method numpy(const char*, const std::shared_ptr<const Image>&) {
     return {};
 }
 

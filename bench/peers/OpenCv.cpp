@@ -17,11 +17,11 @@ cv::Mat view(const Image& image) {
 
 }  // namespace
 
-Method openCvMean(std::shared_ptr<const Image> image) {
+Method openCvMean(const std::shared_ptr<const Image>& image) {
     return [image, pixels = view(*image)] { return cv::mean(pixels)[0]; };
 }
 
-Method openCvStdev(std::shared_ptr<const Image> image) {
+Method openCvStdev(const std::shared_ptr<const Image>& image) {
     return [image, pixels = view(*image)] {
         cv::Scalar mean, stdev;
         cv::meanStdDev(pixels, mean, stdev);
@@ -31,11 +31,11 @@ Method openCvStdev(std::shared_ptr<const Image> image) {
 
 #else
 
-Method openCvMean(std::shared_ptr<const Image>) {
+Method openCvMean(const std::shared_ptr<const Image>&) {
     return {};
 }
 
-Method openCvStdev(std::shared_ptr<const Image>) {
+Method openCvStdev(const std::shared_ptr<const Image>&) {
     return {};
 }
 

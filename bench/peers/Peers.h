@@ -11,12 +11,12 @@
 namespace qx::bench {
 
 // cv::mean, cv::meanStdDev.
-Method openCvMean(std::shared_ptr<const Image> image);
-Method openCvStdev(std::shared_ptr<const Image> image);
+Method openCvMean(const std::shared_ptr<const Image>& image);
+Method openCvStdev(const std::shared_ptr<const Image>& image);
 
 // A Python function `measure(image)` on a two-dimensional NumPy array of the pixels; `source` defines it, with NumPy
 // imported as np. It returns a number or a list of numbers.
-Method numpy(const char* source, std::shared_ptr<const Image> image);
+Method numpy(const char* source, const std::shared_ptr<const Image>& image);
 
 // crc32 over a file that is read piece by piece.
 Method zlibCrc(const std::filesystem::path& file);

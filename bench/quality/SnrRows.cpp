@@ -7,8 +7,6 @@
 
 #include <QxUtils/Quality.h>
 
-#include <algorithm>
-
 namespace {
 
 using namespace qx::bench;
@@ -32,12 +30,8 @@ def measure(image):
     return series
 )";
 
-std::size_t squareCount(const Image& image) {
-    return static_cast<std::size_t>((std::min(image.width, image.height) - 12) / 256 + 2);
-}
-
 std::vector<float> oursOf(const Image& image) {
-    std::vector<float> series(squareCount(image));
+    std::vector<float> series(static_cast<std::size_t>(qx::plain::snrCount(image.width, image.height)));
     const int status = calcGlobalSNR(image.data(), image.width, image.height, series);
     return status == 0 ? series : std::vector<float>();
 }

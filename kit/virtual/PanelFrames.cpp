@@ -169,6 +169,11 @@ void renderCorrected(const VirtualPanel& panel, const CorrectedView& view, Store
     }
 }
 
+double stripeRatio(const AedFrame& frame, int row) {
+    const auto stripeRow = static_cast<std::size_t>(row - frame.firstStripeRow);
+    return row >= frame.firstStripeRow && stripeRow < frame.rowRatios.size() ? frame.rowRatios[stripeRow] : 1.0;
+}
+
 }  // namespace
 
 double VirtualPanel::illumination(const FrameOptions& options, int row, int column) const {
@@ -218,10 +223,7 @@ AedFrame VirtualPanel::aed(const AedOptions& options) const {
         frame.rowRatios.push_back(1.0 - options.stripeDepth * i / options.stripeRows);
     }
     const auto striped = [&](int row, double counts) {
-        const int stripeRow = row - frame.firstStripeRow;
-        const bool inside = stripeRow >= 0 && stripeRow < options.stripeRows;
-        const double ratio = inside ? frame.rowRatios[static_cast<std::size_t>(stripeRow)] : 1.0;
-        return toPixel<std::uint16_t>(parameters_.pedestal + counts * ratio);
+        return toPixel<std::uint16_t>(parameters_.pedestal + counts * stripeRatio(frame, row));
     };
     const int referenceWidth = options.referenceWidth > 0 ? options.referenceWidth : parameters_.width;
     CorrectedView view{options.exposure, parameters_.width, options.rowSlope, options.triggerLine, {}};

@@ -7,8 +7,11 @@
 #include <bit>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <new>
 #include <string>
 #include <system_error>
+#include <vector>
 
 using qxkit::virtualDetector;
 using qxkit::VirtualDetector;
@@ -52,6 +55,22 @@ int transferFault(const std::string& name) {
     return byName != faults.transferFileByName.end() ? byName->second : faults.transferFile;
 }
 
+// The whole content passes through memory, so a file may take its own place.
+int copyContent(const std::filesystem::path& source, const std::filesystem::path& target) {
+    std::error_code error;
+    std::ifstream input(source, std::ios::binary);
+    const auto size = std::filesystem::file_size(source, error);
+    if (error || !input || !std::filesystem::is_regular_file(source, error)) {
+        return qxkit::kOpenFailed;
+    }
+    std::vector<char> content(static_cast<std::size_t>(size));
+    input.read(content.data(), static_cast<std::streamsize>(content.size()));
+    std::ofstream output(target, std::ios::binary);
+    output.write(content.data(), static_cast<std::streamsize>(content.size()));
+    output.close();
+    return input && output ? qxkit::kSuccess : qxkit::kWriteFailed;
+}
+
 int copyFromStorage(int kind, const std::string& name) {
     if ((kind != kOffsetFile && kind != kGainFile) || name.empty() || name.find_first_of("/\\") != std::string::npos) {
         return qxkit::kBadArgument;
@@ -59,13 +78,7 @@ int copyFromStorage(int kind, const std::string& name) {
     const VirtualDetector& detector = virtualDetector();
     const auto source = qxkit::nativePath(detector.storageDirectory + name);
     const auto& target = kind == kOffsetFile ? detector.offsetDirectory : detector.gainDirectory;
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(source, error)) {
-        return qxkit::kOpenFailed;
-    }
-    std::filesystem::copy_file(source, qxkit::nativePath(target + name),
-                               std::filesystem::copy_options::overwrite_existing, error);
-    return error ? qxkit::kWriteFailed : qxkit::kSuccess;
+    return copyContent(source, qxkit::nativePath(target + name));
 }
 
 }  // namespace
@@ -150,13 +163,17 @@ int getStatusInformation(StatusInformation* status) {
 }
 
 int transferFile(int kind, const char* fileName, int option) {
-    const std::string name = fileName == nullptr ? "" : fileName;
-    int status = transferFault(name);
-    if (status == qxkit::kSuccess) {
-        status = fileName == nullptr ? qxkit::kNullArgument : copyFromStorage(kind, name);
+    try {
+        const std::string name = fileName == nullptr ? "" : fileName;
+        int status = transferFault(name);
+        if (status == qxkit::kSuccess) {
+            status = fileName == nullptr ? qxkit::kNullArgument : copyFromStorage(kind, name);
+        }
+        virtualDetector().transfers.push_back({kind, name, option, status});
+        return status;
+    } catch (const std::bad_alloc&) {
+        return qxkit::kNoMemory;
     }
-    virtualDetector().transfers.push_back({kind, name, option, status});
-    return status;
 }
 
 int fillImgHead(char* header, int kind, int) {

@@ -152,7 +152,7 @@ private:
 
     void makePoints() {
         const auto wanted =
-            static_cast<std::size_t>(panel_.defectivePixelShare * static_cast<double>(taken_.size()) + 0.5);
+            static_cast<std::size_t>(std::lround(panel_.defectivePixelShare * static_cast<double>(taken_.size())));
         std::vector<int>& points = truth_.defects.points;
         for (std::size_t attempt = 0; attempt < 4 * wanted && points.size() < wanted; ++attempt) {
             const int row = draw(panel_.height);

@@ -9,7 +9,13 @@ namespace qx {
 // bytes is the result.
 std::uint32_t updateCrc32(std::uint32_t crc, const unsigned char* bytes, std::size_t count) noexcept;
 
-// Makes updateCrc32 use its tables even where the processor has carry-less multiplication. Returns whether it has it.
-bool forceCrcTables(bool tablesOnly) noexcept;
+// How a CRC-32 is computed; every path gives the same value.
+enum class CrcPath { Tables, Products, WideProducts };
+
+// Makes updateCrc32 use a path. Returns false, and changes nothing, when the processor lacks it.
+bool forceCrcPath(CrcPath path) noexcept;
+
+// The processor's best path.
+CrcPath bestCrcPath() noexcept;
 
 }  // namespace qx

@@ -37,17 +37,38 @@ Square centredSquare(ImageView<const WORD> image, int k) {
     return {side, (image.height - side) / 2, (image.width - side) / 2};
 }
 
+// A stretch of one row.
+struct Stretch {
+    const WORD* pixels;
+    int count;
+};
+
+void prefetch(const Stretch& stretch) {
+    constexpr int kPixelsPerCacheLine = 32;
+    for (int x = 0; x < stretch.count; x += kPixelsPerCacheLine)
+        __builtin_prefetch(stretch.pixels + x);
+}
+
 // Adds the pixels of `outer` that do not lie in `inner`, which lies inside it or is empty.
 void addRing(ImageView<const WORD> image, const Square& outer, const Square& inner, PixelHistogram& histogram) {
+    // Beside the inner square a row holds two short stretches, each in a page of its own: the processor does not
+    // foresee them.
+    constexpr int kRowsAhead = 8;
+    const int innerRight = inner.left + inner.side;
+    const auto leftOf = [&](int y) { return Stretch{image.row(y) + outer.left, inner.left - outer.left}; };
+    const auto rightOf = [&](int y) {
+        return Stretch{image.row(y) + innerRight, outer.left + outer.side - innerRight};
+    };
     for (int y = outer.top; y < outer.top + outer.side; ++y) {
-        const WORD* row = image.row(y);
         if (y < inner.top || y >= inner.top + inner.side) {
-            histogram.add(row + outer.left, static_cast<std::size_t>(outer.side));
+            histogram.add(image.row(y) + outer.left, static_cast<std::size_t>(outer.side));
             continue;
         }
-        const int right = inner.left + inner.side;
-        histogram.add(row + outer.left, static_cast<std::size_t>(inner.left - outer.left));
-        histogram.add(row + right, static_cast<std::size_t>(outer.left + outer.side - right));
+        const int ahead = std::min(y + kRowsAhead, outer.top + outer.side - 1);
+        prefetch(leftOf(ahead));
+        prefetch(rightOf(ahead));
+        for (const Stretch& stretch : {leftOf(y), rightOf(y)})
+            histogram.add(stretch.pixels, static_cast<std::size_t>(stretch.count));
     }
 }
 

@@ -3,6 +3,7 @@
 #include <QxUtils/Foundation.h>
 
 #include <limits>
+#include <map>
 
 namespace {
 

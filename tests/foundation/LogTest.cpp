@@ -3,9 +3,8 @@
 #include <QxUtils/Foundation.h>
 
 #include <climits>
+#include <cstdio>
 #include <ctime>
-#include <fstream>
-#include <regex>
 
 namespace {
 
@@ -21,9 +20,11 @@ TEST_F(LogFile, lines_carry_stamp_tag_letter_text_and_value) {
     ASSERT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, "<checkPreImg> terminates with a return value ", 0));
     const Lines lines = stampedLogLines();
     ASSERT_EQ(1u, lines.size());
-    const std::regex pattern(R"(\d{4}/\d\d/\d\d-\d\d:\d\d:\d\d\.\d{3} \| Utils  \| I \| )"
-                             R"(<checkPreImg> terminates with a return value 0)");
-    EXPECT_TRUE(std::regex_match(lines[0], pattern)) << lines[0];
+    ASSERT_LE(23u, lines[0].size());
+    std::string shape = lines[0];
+    std::replace_if(
+        shape.begin(), shape.begin() + 23, [](char c) { return c >= '0' && c <= '9'; }, 'd');
+    EXPECT_EQ("dddd/dd/dd-dd:dd:dd.ddd | Utils  | I | <checkPreImg> terminates with a return value 0", shape);
     const std::string day = lines[0].substr(0, 10);
     EXPECT_EQ(day.substr(0, 4) + "-" + day.substr(5, 2) + "-" + day.substr(8, 2) + ".log",
               logFiles()[0].filename().string());

@@ -11,34 +11,38 @@ const unsigned char* bytesOf(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-class Crc32 : public ::testing::TestWithParam<bool> {
+class Crc32 : public ::testing::TestWithParam<qx::CrcPath> {
 protected:
     void SetUp() override {
-        if (!qx::forceCrcTables(GetParam()) && !GetParam())
-            GTEST_SKIP() << "this processor lacks carry-less multiplication";
+        if (!qx::forceCrcPath(GetParam()))
+            GTEST_SKIP() << "this processor lacks carry-less multiplication of that width";
     }
-    void TearDown() override { qx::forceCrcTables(false); }
+    void TearDown() override { qx::forceCrcPath(qx::bestCrcPath()); }
 };
 
-std::string pathName(const ::testing::TestParamInfo<bool>& path) {
-    return path.param ? "Tables" : "CarryLess";
+std::string pathName(const ::testing::TestParamInfo<qx::CrcPath>& path) {
+    static constexpr const char* kNames[] = {"Tables", "Products", "WideProducts"};
+    return kNames[static_cast<int>(path.param)];
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, Crc32, ::testing::Bool(), pathName);
+INSTANTIATE_TEST_SUITE_P(Paths, Crc32,
+                         ::testing::Values(qx::CrcPath::Tables, qx::CrcPath::Products, qx::CrcPath::WideProducts),
+                         pathName);
 
 TEST_P(Crc32, equals_the_bitwise_sum_at_every_length_and_offset) {
-    const std::string bytes = qx::test::randomBytes(400, 11);
+    const std::string bytes = qx::test::randomBytes(1400, 11);
     for (std::size_t offset = 0; offset < 17; ++offset)
-        for (std::size_t count = 0; count + offset <= 330; ++count)
+        for (std::size_t count = 0; count + offset <= 1330; count += count < 80 ? 1 : 13)
             ASSERT_EQ(qx::plain::crcBitByBit(bytes.data() + offset, count),
                       qx::updateCrc32(0, bytesOf(bytes) + offset, count))
                 << count << " bytes at " << offset;
 }
 
 TEST_P(Crc32, may_be_continued_anywhere) {
-    const std::string bytes = qx::test::randomBytes(1000, 12);
-    const std::uint32_t whole = qx::updateCrc32(0, bytesOf(bytes), bytes.size());
-    for (std::size_t cut = 0; cut <= bytes.size(); cut += 37)
+    // Longer than a block of the table's streams.
+    const std::string bytes = qx::test::randomBytes(40000, 12);
+    const std::uint32_t whole = qx::plain::crcBitByBit(bytes.data(), bytes.size());
+    for (std::size_t cut = 0; cut <= bytes.size(); cut += 977)
         EXPECT_EQ(whole,
                   qx::updateCrc32(qx::updateCrc32(0, bytesOf(bytes), cut), bytesOf(bytes) + cut, bytes.size() - cut));
 }

@@ -90,6 +90,24 @@ TEST(CorrectImgDefectMap, keeps_good_pixels_to_the_bit) {
     }
 }
 
+Field turned(Field field) {
+    std::reverse(field.pixels.begin(), field.pixels.end());
+    return field;
+}
+
+TEST(CorrectImgDefectMap, takes_values_of_good_pixels_alone_whatever_the_order) {
+    Field field = ramp(40, 30);
+    for (std::size_t i = 0; i < field.pixels.size(); ++i) {
+        field.pixels[i] = static_cast<float>(i * i % 997);
+    }
+    VectorDefect set{{}, {410, 411, 412, 450, 451, 452, 490, 491, 492, -1}, {20, 21}, {0, 30, 31}};
+    VectorDefect turnedSet{{}, {}, {8, 9}, {8, 9, 39}};
+    for (const int pixel : set.clusters) {
+        turnedSet.clusters.push_back(pixel < 0 ? pixel : 40 * 30 - 1 - pixel);
+    }
+    expectSame(corrected(field, set), turned(corrected(turned(field), turnedSet)));
+}
+
 TEST(CorrectImgDefectMap, border_pixels_take_values_of_their_surroundings) {
     VectorDefect set{{0, 39, 29 * 40, 29 * 40 + 39}, {}, {0, 29}, {0, 39}};
     Field result = corrected(ramp(40, 30), set);

@@ -168,6 +168,12 @@ TEST_F(VirtualDetector, transfer_copies_into_the_directory_of_its_kind) {
     EXPECT_EQ(content, readFile(qxkit::nativePath(getOfstImgDir() + std::string("a.raw"))));
     EXPECT_EQ(0, transferFile(1, "a.raw", 1));
     EXPECT_EQ(content, readFile(qxkit::nativePath(getGainImgDir() + std::string("a.raw"))));
+    detector().storageDirectory = detector().gainDirectory;
+    EXPECT_EQ(0, transferFile(1, "a.raw", 1));
+    EXPECT_EQ(content, readFile(qxkit::nativePath(getGainImgDir() + std::string("a.raw"))));
+    writeFile(qxkit::nativePath(detector().storageDirectory + "empty.raw"), "");
+    EXPECT_EQ(0, transferFile(0, "empty.raw", 1));
+    EXPECT_TRUE(std::filesystem::exists(qxkit::nativePath(getOfstImgDir() + std::string("empty.raw"))));
 }
 
 TEST_F(VirtualDetector, failing_transfers_leave_the_directory_alone) {

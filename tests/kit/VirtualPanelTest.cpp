@@ -246,6 +246,7 @@ TEST(VirtualPanelFlat, steps_between_afes_and_halves) {
     }
     const auto [low, high] = std::minmax_element(gains.begin(), gains.end());
     EXPECT_TRUE(*low >= 0.945 && *high <= 1.055) << *low << " " << *high;
+    EXPECT_NEAR(1.005, panel.truth().response[128 * 1024] / panel.truth().response[127 * 1024], 1e-6);
     const auto signal = [&](const qxkit::Rectangle& half) { return areaMean(frame, half) - areaMean(dark, half); };
     EXPECT_NEAR(1.005, signal({128, 0, 128, 1024}) / signal({0, 0, 128, 1024}), 0.0003);
 }

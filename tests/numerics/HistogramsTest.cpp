@@ -4,6 +4,8 @@
 
 #include <QxUtils/Numerics.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <string>
@@ -148,6 +150,16 @@ TEST(GetHistogramByBins, by_hand) {
         EXPECT_EQ(0, getHistogramByBins(counts, centers, bins, ramp.data(), 100));
     }
     EXPECT_EQ((std::vector<int>{0, 0, 22, 22}), std::vector<int>(counts, counts + 4));
+}
+
+// 5 % of 19999999 are 999999.95, and 1000000 in single precision: one more than the black pixels there are.
+TEST(GetHistogramByBins, tail_is_taken_in_single_precision) {
+    std::vector<WORD> values(19999999, 1000);
+    std::fill_n(values.begin(), 999999, WORD{0});
+    int count = kPoison, center = kPoison;
+    EXPECT_EQ(0, getHistogramByBins(&count, &center, 1, values.data(), 19999999));
+    EXPECT_EQ(0, count);  // cut off from both ends, nothing is left between 1001 and 999
+    EXPECT_EQ(1001, center);
 }
 
 TEST(GetGaussValue, follows_the_polar_method_draw_by_draw) {

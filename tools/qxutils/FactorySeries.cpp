@@ -108,7 +108,7 @@ void saveFactorySeries(const std::string& path, const SnrSeries& series) {
     for (const float value : series) {
         list.push_back(shortestDecimal(value));
     }
-    std::ofstream file(path);
+    std::ofstream file(path, std::ios::binary);
     file << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';
     if (!file.flush()) {
         throw ToolError(path + ": cannot be written; check that the folder exists and has room");

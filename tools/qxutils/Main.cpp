@@ -60,6 +60,8 @@ int runCommand(const Command& chosen, const std::string& detectorFile) {
 
 void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) {
     app.name("qxutils");
+    // A path may begin with '/' on Windows too. The commands inherit this.
+    app.allow_windows_style_options(false);
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--detector", detectorFile, "TOML file with the settings of the virtual detector");
