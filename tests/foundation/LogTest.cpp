@@ -172,9 +172,10 @@ std::string datedName(int monthsBack, int daysBack) {
 }
 
 TEST_F(RemoveLogFile, deletes_what_is_more_than_thirty_days_old) {
-    const std::string kept[] = {datedName(0, 0) + ".log", datedName(1, 0) + ".log", "notes.log",
-                                "2001-1-01.log",          "20010-01-01.log",        "2001_01_01.log"};
-    const std::string deleted[] = {datedName(1, 1) + ".log", "2001-01-01.log", "2001-12-31-old.txt", "2001-01-01"};
+    const std::string kept[] = {datedName(0, 0) + ".log", datedName(1, 0) + ".log", "notes.log", "2001-1-01.log",
+                                "20010-01-01.log",        "2001_01_01.log",         "2001-01"};
+    const std::string deleted[] = {datedName(1, 1) + ".log", "2001-01-01.log", "2001-12-31-old.txt", "2001-01-01",
+                                   "your-my-notes.txt"};  // letters count as 0
     fs::create_directory(logFolder());
     for (const std::string& name : kept) {
         qx::test::writeFile(logFolder() / name, "x");

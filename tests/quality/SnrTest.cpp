@@ -79,6 +79,38 @@ TEST_F(CalcGlobalSnr, values_four_deviations_away_are_replaced) {
     EXPECT_EQ((Series{12, 12}), snr);
 }
 
+// One pixel in 32 lies distance above the level and one in 32 below it: the deviation is a quarter of the distance.
+TestImage imageWithQuarterDeviation(int level, int distance) {
+    TestImage image = qx::test::constantImage(128, 128, static_cast<WORD>(level));
+    for (int row = 0; row < 128; ++row) {
+        for (int col = 0; col < 128; col += 32) {
+            image.at(row, col) = static_cast<WORD>(level + distance);
+            image.at(row, col + 16) = static_cast<WORD>(level - distance);
+        }
+    }
+    return image;
+}
+
+TEST_F(CalcGlobalSnr, values_exactly_four_deviations_away_are_replaced) {
+    Series snr(2, kPoison);
+    EXPECT_EQ(0, calcGlobalSNR(imageWithQuarterDeviation(50208, 796).data(), 128, 128, snr));
+    EXPECT_EQ((Series{kInfinity, kInfinity}), snr);
+}
+
+// A pair of pixels in 4096 makes four deviations 796.001: 50000 + 796.001 is 50796 in single precision.
+TEST_F(CalcGlobalSnr, limits_are_rounded_to_single_precision) {
+    TestImage image = imageWithQuarterDeviation(50208, 796);
+    for (int row : {2, 64, 120, 124}) {
+        image.at(row, 71) += 14;
+        image.at(row, 72) -= 14;
+    }
+    Series snr(2, kPoison);
+    EXPECT_EQ(0, calcGlobalSNR(image.data(), 128, 128, snr));
+    const float expected = 50000.0f / static_cast<float>(std::sqrt(2 * 14 * 14 / 4096.0));
+    EXPECT_EQ((Series{expected, expected}), snr);
+    expectOracleSeries(image, "rounded limits");
+}
+
 TEST_F(CalcGlobalSnr, images_without_noise) {
     const struct {
         WORD value;

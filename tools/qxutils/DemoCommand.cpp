@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 constexpr int kPreviewWidth = 1024;
 
-// Below the smaller side an image has too few squares for a verdict to fall.
+// A smaller panel has so few squares that a shadow at its edge cannot fall below expectation in three of them.
 constexpr int kMinDemoSide = 1536;
 constexpr int kMaxDemoSide = 4288;
 
@@ -51,9 +51,10 @@ Shape demoShape(const std::string& text) {
     return shape;
 }
 
-// Returns the folder's name without a separator at its end.
-std::string createOutputDirectory(std::string directory) {
-    while (directory.size() > 1 && (directory.back() == '/' || directory.back() == '\\')) {
+// Returns the folder's name without a separator at its end. As in the library, '\\' separates on every platform.
+std::string createOutputDirectory(const std::string& text) {
+    std::string directory = qxkit::nativePath(text).generic_string();
+    while (directory.size() > 1 && directory.back() == '/') {
         directory.pop_back();
     }
     if (directory.size() > kMaxOutputPath) {
@@ -62,13 +63,13 @@ std::string createOutputDirectory(std::string directory) {
     }
     std::error_code error;
     fs::create_directories(directory, error);
-    if (!fs::is_directory(directory)) {
+    if (!fs::is_directory(directory, error)) {
         throw ToolError(directory + ": cannot be created as a folder; give another --out");
     }
     return directory;
 }
 
-// The library asks the detector where to log and which geometry it has.
+// The library asks the detector where to log.
 void configureDetector(const std::string& directory, const Shape& shape) {
     qxkit::VirtualDetector& detector = qxkit::virtualDetector();
     detector.workDirectory = directory + "\\";
@@ -140,7 +141,8 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
 }
 
 void reportFiles(const std::string& folder, const JudgedExposure& kept) {
-    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n";
+    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n"
+              << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error)) {
         std::cout << "Daily log: " << entry.path().generic_string() << '\n';

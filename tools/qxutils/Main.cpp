@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,13 @@ int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
     return reportError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
 }
 
+// Without settings no log appears in the folder that the user happens to be in.
 void loadDetector(const std::string& file) {
-    const std::string problem = file.empty() ? std::string() : qxkit::loadVirtualDetector(file);
+    if (file.empty()) {
+        qxkit::virtualDetector().config.loggingEnabled = 0;
+        return;
+    }
+    const std::string problem = qxkit::loadVirtualDetector(file);
     if (!problem.empty()) {
         throw ToolError(problem + "; give a TOML file with settings of the virtual detector");
     }
@@ -48,7 +54,11 @@ void loadDetector(const std::string& file) {
 int runCommand(const Command& chosen, const std::string& detectorFile) {
     try {
         loadDetector(detectorFile);
-        return exitStatus(chosen());
+        const ExitCode code = chosen();
+        if (!std::cout.flush()) {
+            throw ToolError("standard output cannot be written; check where it goes");
+        }
+        return exitStatus(code);
     } catch (const ToolError& error) {
         return reportError(error.what(), error.exitCode());
     } catch (const std::bad_alloc&) {
@@ -64,7 +74,8 @@ void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) 
     app.allow_windows_style_options(false);
     app.require_subcommand(1);
     app.fallthrough();
-    app.add_option("--detector", detectorFile, "TOML file with the settings of the virtual detector");
+    app.add_option("--detector", detectorFile,
+                   "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
     addDemoCommand(app, chosen);
     addSnrCommand(app, chosen);

@@ -3,6 +3,7 @@
 #include "Command.h"
 
 #include <charconv>
+#include <optional>
 #include <string_view>
 
 namespace qx::tool {

@@ -61,6 +61,9 @@ SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
     judgement.expected = expectedSeries(used, judgement.measured.front());
     const auto [width, height] = image.shape;
     judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, used);
+    if (judgement.verdict != StatusSnrLow) {
+        requireOk(judgement.verdict, image.shape);
+    }
     SurfaceFitResult result{};
     evaluateSNRResult(image.pixels.data(), width, height, used, result);
     judgement.grade = result.evaluation;
