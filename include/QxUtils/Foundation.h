@@ -48,9 +48,10 @@ QXUTILS_API void WriteErrorLine(int moduleId, int line, const char* sourceName);
 QXUTILS_API int setLogLevel(int level);
 QXUTILS_API int getLogLevel();
 
-// Deletes the entries of the log folder whose names start like a daily log's (dddd-dd-dd) and whose date lies more
-// than 30 days back, months taken as 30 days and years as 365. Folders stay, deletion failures are ignored.
-// Returns 0, or 1 when the log folder cannot be listed.
+// Deletes the files of the log folder whose names have a '-' as the fifth and the eighth character and whose date, read
+// from the decimal numbers around them, lies more than 30 days back; months count 30 days and years 365. A part that
+// is no number counts as 0. Folders stay, deletion failures are ignored.
+// Returns 0, also without a log folder, or 1 when the folder cannot be listed.
 QXUTILS_API int removeLogFile();
 
 // Local time as 14 digits, year to second; destination holds at least 15 characters. Null is ignored.

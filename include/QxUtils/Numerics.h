@@ -84,7 +84,8 @@ QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int c
 QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 
 // Counts and count-weighted mean values of bins that share the value range left when 5 % of the values are cut off at
-// each end. An empty bin's centre is the middle of its range. Returns 0, also for bins below 1 (nothing is written).
+// each end. An empty bin's centre is the middle of its range. Returns 0, also for bins below 1 (nothing is written), or
+// 1057 for a null array. Automatic memory: 256 KiB.
 QXUTILS_API int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n);
 
 // A normal deviate by the polar method from the runtime's rand(), which the caller seeds; every second call returns

@@ -21,9 +21,8 @@ bool covers(const Rectangle& area, int row, int column) {
 
 bool shades(const Attenuator& attenuator, int row, int column) {
     const Rectangle& area = attenuator.area;
-    if (!covers(area, row, column) || !attenuator.ellipse) {
+    if (!covers(area, row, column) || !attenuator.ellipse)
         return covers(area, row, column);
-    }
     const double x = (2.0 * (column - area.column) + 1.0) / area.width - 1.0;
     const double y = (2.0 * (row - area.row) + 1.0) / area.height - 1.0;
     return x * x + y * y <= 1.0;
@@ -32,22 +31,19 @@ bool shades(const Attenuator& attenuator, int row, int column) {
 double transmission(const std::vector<Attenuator>& attenuators, int row, int column) {
     double product = 1.0;
     for (const Attenuator& attenuator : attenuators) {
-        if (shades(attenuator, row, column)) {
+        if (shades(attenuator, row, column))
             product *= attenuator.transmission;
-        }
     }
     return product;
 }
 
 double addedLevel(const FrameOptions& options, int row, int column) {
     double sum = 0.0;
-    if (row < options.noisyRows) {
+    if (row < options.noisyRows)
         sum += row % 2 == 0 ? options.noisyRowCounts : -options.noisyRowCounts;
-    }
     for (const AddedLevel& level : options.addedLevels) {
-        if (covers(level.area, row, column)) {
+        if (covers(level.area, row, column))
             sum += level.counts;
-        }
     }
     return sum;
 }
@@ -119,9 +115,8 @@ FrameOptions unexposed(FrameOptions options) {
 }
 
 FrameOptions withPhantom(const PanelParameters& panel, FrameOptions options) {
-    if (options.attenuators.empty()) {
+    if (options.attenuators.empty())
         options.attenuators = standardPhantom(panel);
-    }
     return options;
 }
 
@@ -219,9 +214,8 @@ Frame16 VirtualPanel::correctedFlat(const FrameOptions& options) const {
 AedFrame VirtualPanel::aed(const AedOptions& options) const {
     AedFrame frame;
     frame.firstStripeRow = options.triggerLine - options.stripeRows;
-    for (int i = 1; i <= options.stripeRows; ++i) {
+    for (int i = 1; i <= options.stripeRows; ++i)
         frame.rowRatios.push_back(1.0 - options.stripeDepth * i / options.stripeRows);
-    }
     const auto striped = [&](int row, double counts) {
         return toPixel<std::uint16_t>(parameters_.pedestal + counts * stripeRatio(frame, row));
     };

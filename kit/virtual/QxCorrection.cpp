@@ -17,9 +17,8 @@ bool isInside(std::int64_t value, std::int64_t count) {
 }
 
 void splitList(const std::vector<int>& list, std::int64_t count, std::vector<int>& valid, std::vector<int>& rest) {
-    for (const int value : list) {
+    for (const int value : list)
         (isInside(value, count) ? valid : rest).push_back(value);
-    }
 }
 
 // Every separator stays among the valid ones; the rest has one after each cluster it holds something of.
@@ -30,9 +29,8 @@ void splitClusters(const std::vector<int>& list, std::int64_t count, std::vector
             continue;
         }
         valid.push_back(kClusterEnd);
-        if (!rest.empty() && rest.back() != kClusterEnd) {
+        if (!rest.empty() && rest.back() != kClusterEnd)
             rest.push_back(kClusterEnd);
-        }
     }
 }
 
@@ -50,15 +48,13 @@ struct DefectMap {
     }
     void markPixels(const std::vector<int>& pixels) {
         for (const int pixel : pixels) {
-            if (isInside(pixel, static_cast<std::int64_t>(marks.size()))) {
+            if (isInside(pixel, static_cast<std::int64_t>(marks.size())))
                 marks[static_cast<std::size_t>(pixel)] = kBad;
-            }
         }
     }
     void markLine(int row, int column, int rowStep, int columnStep) {
-        for (; isInsideImage(row, column); row += rowStep, column += columnStep) {
+        for (; isInsideImage(row, column); row += rowStep, column += columnStep)
             marks[at(row, column)] = kBad;
-        }
     }
 };
 
@@ -66,12 +62,10 @@ DefectMap makeMap(int width, int height, const VectorDefect& set) {
     DefectMap map{width, height, std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height, kGood)};
     map.markPixels(set.points);
     map.markPixels(set.clusters);
-    for (const int row : set.rows) {
+    for (const int row : set.rows)
         map.markLine(row, 0, 0, 1);
-    }
-    for (const int column : set.columns) {
+    for (const int column : set.columns)
         map.markLine(0, column, 1, 0);
-    }
     return map;
 }
 
@@ -89,12 +83,10 @@ Neighbour nearestGood(const float* image, const DefectMap& map, int row, int col
     for (int distance = 1; distance <= kReach; ++distance) {
         row += step.row;
         column += step.column;
-        if (!map.isInsideImage(row, column)) {
+        if (!map.isInsideImage(row, column))
             break;
-        }
-        if (map.marks[map.at(row, column)] == kGood) {
+        if (map.marks[map.at(row, column)] == kGood)
             return {distance, image[map.at(row, column)]};
-        }
     }
     return {};
 }
@@ -131,15 +123,13 @@ bool interpolate(float* image, const DefectMap& map, int row, int column) {
             twoSided.add(value, stretch * span * span);
         }
         for (const Neighbour& side : {ahead, behind}) {
-            if (side.distance != 0) {
+            if (side.distance != 0)
                 oneSided.add(side.value, stretch * side.distance * side.distance);
-            }
         }
     }
     const WeightedMean& result = twoSided.empty() ? oneSided : twoSided;
-    if (!result.empty()) {
+    if (!result.empty())
         image[map.at(row, column)] = result.value();
-    }
     return !result.empty();
 }
 
@@ -147,9 +137,8 @@ template <class Visit>
 void visitNeighbours(const DefectMap& map, int row, int column, Visit visit) {
     for (int y = row - 1; y <= row + 1; ++y) {
         for (int x = column - 1; x <= column + 1; ++x) {
-            if (map.isInsideImage(y, x)) {
+            if (map.isInsideImage(y, x))
                 visit(y, x, map.at(y, x));
-            }
         }
     }
 }
@@ -157,9 +146,8 @@ void visitNeighbours(const DefectMap& map, int row, int column, Visit visit) {
 WeightedMean knownNeighbours(const float* image, const DefectMap& map, int row, int column) {
     WeightedMean mean;
     visitNeighbours(map, row, column, [&](int, int, std::size_t index) {
-        if (map.marks[index] <= kFilled) {
+        if (map.marks[index] <= kFilled)
             mean.add(image[index], 1.0);
-        }
     });
     return mean;
 }
@@ -182,12 +170,10 @@ Pixels badNeighboursOf(DefectMap& map, const Pixels& rim) {
 // Fills pixels out of reach of good ones from the rim inwards, a ring a round.
 void fillInwards(float* image, DefectMap& map, Pixels rim) {
     while (!rim.empty()) {
-        for (const auto& [row, column] : rim) {
+        for (const auto& [row, column] : rim)
             image[map.at(row, column)] = knownNeighbours(image, map, row, column).value();
-        }
-        for (const auto& [row, column] : rim) {
+        for (const auto& [row, column] : rim)
             map.marks[map.at(row, column)] = kFilled;
-        }
         rim = badNeighboursOf(map, rim);
     }
 }
@@ -207,9 +193,8 @@ void correctMarked(float* image, DefectMap& map) {
     }
     std::erase_if(open,
                   [&](const auto& pixel) { return knownNeighbours(image, map, pixel.first, pixel.second).empty(); });
-    for (const auto& [row, column] : open) {
+    for (const auto& [row, column] : open)
         map.marks[map.at(row, column)] = kQueued;
-    }
     fillInwards(image, map, std::move(open));
 }
 
@@ -217,12 +202,10 @@ void correctMarked(float* image, DefectMap& map) {
 
 int loadDefectFromNoiseAndMultImgs(int width, int height, VectorDefect* set, VectorDefect* outSetA,
                                    VectorDefect* outSetB) {
-    if (set == nullptr || outSetA == nullptr || outSetB == nullptr) {
+    if (set == nullptr || outSetA == nullptr || outSetB == nullptr)
         return qxkit::kNullArgument;
-    }
-    if (width <= 0 || height <= 0) {
+    if (width <= 0 || height <= 0)
         return qxkit::kBadArgument;
-    }
     try {
         const auto pixelCount = static_cast<std::int64_t>(width) * height;
         VectorDefect valid;
@@ -240,12 +223,10 @@ int loadDefectFromNoiseAndMultImgs(int width, int height, VectorDefect* set, Vec
 }
 
 int correctImgDefectMap(float* image, int width, int height, VectorDefect* set, int) {
-    if (image == nullptr || set == nullptr) {
+    if (image == nullptr || set == nullptr)
         return qxkit::kNullArgument;
-    }
-    if (width <= 0 || height <= 0) {
+    if (width <= 0 || height <= 0)
         return qxkit::kBadArgument;
-    }
     try {
         DefectMap map = makeMap(width, height, *set);
         correctMarked(image, map);

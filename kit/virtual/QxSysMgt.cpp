@@ -31,20 +31,17 @@ enum TransferKind : int { kOffsetFile = 0, kGainFile = 1 };
 
 void putBigEndian(void* destination, std::uint32_t value) {
     auto* bytes = static_cast<std::uint8_t*>(destination);
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4; ++i)
         bytes[i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
-    }
 }
 
 // Fills an output unless the function is set to fail.
 template <class Record>
 int answer(int fault, Record* output, const Record& value) {
-    if (fault != 0) {
+    if (fault != 0)
         return fault;
-    }
-    if (output == nullptr) {
+    if (output == nullptr)
         return qxkit::kNullArgument;
-    }
     *output = value;
     return qxkit::kSuccess;
 }
@@ -60,9 +57,8 @@ int copyContent(const std::filesystem::path& source, const std::filesystem::path
     std::error_code error;
     std::ifstream input(source, std::ios::binary);
     const auto size = std::filesystem::file_size(source, error);
-    if (error || !input || !std::filesystem::is_regular_file(source, error)) {
+    if (error || !input || !std::filesystem::is_regular_file(source, error))
         return qxkit::kOpenFailed;
-    }
     std::vector<char> content(static_cast<std::size_t>(size));
     input.read(content.data(), static_cast<std::streamsize>(content.size()));
     std::ofstream output(target, std::ios::binary);
@@ -72,9 +68,8 @@ int copyContent(const std::filesystem::path& source, const std::filesystem::path
 }
 
 int copyFromStorage(int kind, const std::string& name) {
-    if ((kind != kOffsetFile && kind != kGainFile) || name.empty() || name.find_first_of("/\\") != std::string::npos) {
+    if ((kind != kOffsetFile && kind != kGainFile) || name.empty() || name.find_first_of("/\\") != std::string::npos)
         return qxkit::kBadArgument;
-    }
     const VirtualDetector& detector = virtualDetector();
     const auto source = qxkit::nativePath(detector.storageDirectory + name);
     const auto& target = kind == kOffsetFile ? detector.offsetDirectory : detector.gainDirectory;
@@ -132,9 +127,8 @@ int getFpgaReg(FpgaReg* registers) {
 int getDetectorIparam(int id, int* value) {
     const VirtualDetector& detector = virtualDetector();
     const auto parameter = detector.iparams.find(id);
-    if (detector.faults.getDetectorIparam == 0 && parameter == detector.iparams.end()) {
+    if (detector.faults.getDetectorIparam == 0 && parameter == detector.iparams.end())
         return qxkit::kBadArgument;
-    }
     return answer(detector.faults.getDetectorIparam, value,
                   parameter == detector.iparams.end() ? 0 : parameter->second);
 }
@@ -166,9 +160,8 @@ int transferFile(int kind, const char* fileName, int option) {
     try {
         const std::string name = fileName == nullptr ? "" : fileName;
         int status = transferFault(name);
-        if (status == qxkit::kSuccess) {
+        if (status == qxkit::kSuccess)
             status = fileName == nullptr ? qxkit::kNullArgument : copyFromStorage(kind, name);
-        }
         virtualDetector().transfers.push_back({kind, name, option, status});
         return status;
     } catch (const std::bad_alloc&) {
@@ -178,15 +171,12 @@ int transferFile(int kind, const char* fileName, int option) {
 
 int fillImgHead(char* header, int kind, int) {
     const VirtualDetector& detector = virtualDetector();
-    if (detector.faults.fillImgHead != 0) {
+    if (detector.faults.fillImgHead != 0)
         return detector.faults.fillImgHead;
-    }
-    if (header == nullptr) {
+    if (header == nullptr)
         return qxkit::kNullArgument;
-    }
-    if (kind != kFactorySnr && kind != kNdtDark && kind != kNdtGain) {
+    if (kind != kFactorySnr && kind != kNdtDark && kind != kNdtGain)
         return qxkit::kBadArgument;
-    }
     const bool wholePanel = kind == kFactorySnr;
     const int width = wholePanel ? detector.width : detector.modeWidth;
     const int height = wholePanel ? detector.height : detector.modeHeight;

@@ -53,9 +53,8 @@ void setGainId(int gainId) {
 std::string toKitDirectory(const std::filesystem::path& folder) {
     std::string text = folder.empty() ? std::string(".") : folder.string();
     std::replace(text.begin(), text.end(), '/', '\\');
-    if (text.back() != '\\') {
+    if (text.back() != '\\')
         text += '\\';
-    }
     return text;
 }
 
@@ -73,13 +72,11 @@ std::string createFolder(const std::filesystem::path& folder) {
 
 std::string setDirectories(const std::filesystem::path& root) {
     for (const DirectoryRole& role : kDirectoryRoles) {
-        if (std::string problem = createFolder(root / role.folder); !problem.empty()) {
+        if (std::string problem = createFolder(root / role.folder); !problem.empty())
             return problem;
-        }
     }
-    for (const DirectoryRole& role : kDirectoryRoles) {
+    for (const DirectoryRole& role : kDirectoryRoles)
         virtualDetector().*role.field = toKitDirectory(root / role.folder);
-    }
     return {};
 }
 

@@ -62,9 +62,8 @@ std::string rangeText(const char* what, Bound low, Bound high) {
 Setter wholeInto(std::function<void(std::int64_t)> store, std::int64_t low, std::int64_t high) {
     return [store = std::move(store), low, high](const toml::node& node, const std::string& key) -> Outcome {
         const auto value = node.value_exact<std::int64_t>();
-        if (!value || *value < low || *value > high) {
+        if (!value || *value < low || *value > high)
             return problemAt(node, key, rangeText("a whole number", low, high));
-        }
         store(*value);
         return std::nullopt;
     };
@@ -78,9 +77,8 @@ Setter whole(Field& field, std::int64_t low = kIntMin, std::int64_t high = kIntM
 Setter number(float& field, double low = -kFloatMax, double high = kFloatMax) {
     return [&field, low, high](const toml::node& node, const std::string& key) -> Outcome {
         const auto value = node.is_number() ? node.value<double>() : std::nullopt;
-        if (!value || !(*value >= low && *value <= high)) {
+        if (!value || !(*value >= low && *value <= high))
             return problemAt(node, key, rangeText("a number", low, high));
-        }
         field = static_cast<float>(*value);
         return std::nullopt;
     };
@@ -90,9 +88,8 @@ template <class Field>
 Setter flag(Field& field) {
     return [&field](const toml::node& node, const std::string& key) -> Outcome {
         const auto value = node.value_exact<bool>();
-        if (!value) {
+        if (!value)
             return problemAt(node, key, "must be true or false");
-        }
         field = *value ? 1 : 0;
         return std::nullopt;
     };
@@ -101,9 +98,8 @@ Setter flag(Field& field) {
 Setter textInto(std::function<void(const std::string&)> store, std::size_t shortest, std::size_t longest) {
     return [=, store = std::move(store)](const toml::node& node, const std::string& key) -> Outcome {
         const auto value = node.value_exact<std::string>();
-        if (!value || value->size() < shortest || value->size() > longest || value->find('\0') != std::string::npos) {
+        if (!value || value->size() < shortest || value->size() > longest || value->find('\0') != std::string::npos)
             return problemAt(node, key, rangeText("a text whose length is", shortest, longest) + " bytes");
-        }
         store(*value);
         return std::nullopt;
     };
@@ -116,15 +112,13 @@ Setter text(std::string& field) {
 Outcome applyBindings(const toml::table& table, const std::string& prefix, const Bindings& bindings) {
     for (const auto& [key, value] : table) {
         const auto isKnown = [name = key.str()](const Binding& binding) { return binding.key == name; };
-        if (std::none_of(bindings.begin(), bindings.end(), isKnown)) {
+        if (std::none_of(bindings.begin(), bindings.end(), isKnown))
             return Problem{key.source().begin.line, prefix + std::string(key.str()), "is not a known key"};
-        }
     }
     for (const Binding& binding : bindings) {
         const toml::node* node = table.get(binding.key);
-        if (Outcome problem = node == nullptr ? Outcome() : binding.set(*node, prefix + std::string(binding.key))) {
+        if (Outcome problem = node == nullptr ? Outcome() : binding.set(*node, prefix + std::string(binding.key)))
             return problem;
-        }
     }
     return std::nullopt;
 }
@@ -140,13 +134,11 @@ Setter section(Bindings bindings) {
 Setter openTable(std::function<Outcome(const toml::key&, const toml::node&, const std::string&)> entry) {
     return [entry = std::move(entry)](const toml::node& node, const std::string& key) -> Outcome {
         const toml::table* table = node.as_table();
-        if (table == nullptr) {
+        if (table == nullptr)
             return problemAt(node, key, "must be a table");
-        }
         for (const auto& [name, value] : *table) {
-            if (Outcome problem = entry(name, value, key + "." + std::string(name.str()))) {
+            if (Outcome problem = entry(name, value, key + "." + std::string(name.str())))
                 return problem;
-            }
         }
         return std::nullopt;
     };
@@ -266,9 +258,8 @@ Setter folder(std::function<void(const std::filesystem::path&)> store) {
 // The root comes first, so that single folders can lie elsewhere.
 Bindings directories(Loading& loading) {
     Bindings bindings{{"root", folder([&loading](const std::filesystem::path& root) {
-                           for (const DirectoryRole& role : kDirectoryRoles) {
+                           for (const DirectoryRole& role : kDirectoryRoles)
                                loading.place(role, loading.base / root / role.folder);
-                           }
                        })}};
     for (const DirectoryRole& role : kDirectoryRoles) {
         bindings.push_back({role.key, folder([&loading, &role](const std::filesystem::path& value) {
@@ -308,9 +299,8 @@ std::string describe(const std::filesystem::path& file, const Problem& problem) 
 std::optional<std::string> readText(const std::filesystem::path& file) {
     std::error_code error;
     std::ifstream stream(file, std::ios::binary);
-    if (!std::filesystem::is_regular_file(file, error) || !stream) {
+    if (!std::filesystem::is_regular_file(file, error) || !stream)
         return std::nullopt;
-    }
     return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
@@ -318,22 +308,19 @@ std::optional<std::string> readText(const std::filesystem::path& file) {
 
 std::string loadVirtualDetector(const std::filesystem::path& file) {
     const auto source = readText(file);
-    if (!source) {
+    if (!source)
         return oneLine(file, ": cannot be read");
-    }
     const toml::parse_result parsed = toml::parse(*source);
     if (!parsed) {
         const auto line = parsed.error().source().begin.line;
         return describe(file, {line, "not valid TOML", std::string(parsed.error().description())});
     }
     Loading loading{virtualDetector(), file.parent_path(), {}};
-    if (const Outcome problem = applyBindings(parsed.table(), "", wholeFile(loading))) {
+    if (const Outcome problem = applyBindings(parsed.table(), "", wholeFile(loading)))
         return describe(file, *problem);
-    }
     for (const auto& path : loading.folders) {
-        if (const std::string problem = createFolder(path); !problem.empty()) {
+        if (const std::string problem = createFolder(path); !problem.empty())
             return oneLine(file, ": directories: " + problem);
-        }
     }
     virtualDetector() = std::move(loading.candidate);
     return {};

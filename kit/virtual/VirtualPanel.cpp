@@ -76,9 +76,8 @@ public:
     void makeAll() {
         makeHalfColumns();
         makeRows();
-        for (int i = 0; i < panel_.clusters; ++i) {
+        for (int i = 0; i < panel_.clusters; ++i)
             makeCluster();
-        }
         makePoints();
     }
 
@@ -95,9 +94,8 @@ private:
     // Half of a small side at most, so that a panel with a single line keeps it.
     std::vector<int> distinctLines(int count, int lines) {
         std::set<int> chosen;
-        while (static_cast<int>(chosen.size()) < std::min(count, lines / 2)) {
+        while (static_cast<int>(chosen.size()) < std::min(count, lines / 2))
             chosen.insert(draw(lines));
-        }
         return {chosen.begin(), chosen.end()};
     }
 
@@ -108,12 +106,10 @@ private:
             const bool upper = draw(2) == 0;
             const HalfColumn half{column, upper ? 0 : split, upper ? split : panel_.height - split};
             truth_.halfColumns.push_back(half);
-            for (int row = 0; row < panel_.height; ++row) {
+            for (int row = 0; row < panel_.height; ++row)
                 take(row, column);
-            }
-            for (int row = half.firstRow; row < half.firstRow + half.rowCount; ++row) {
+            for (int row = half.firstRow; row < half.firstRow + half.rowCount; ++row)
                 kill(row, column);
-            }
         }
     }
 
@@ -194,9 +190,8 @@ VirtualPanel::VirtualPanel(const PanelParameters& parameters) : parameters_(para
     truth_.dark = darkPattern(parameters_);
     truth_.afeGains = afeGains(parameters_);
     truth_.response = responseMap(parameters_, truth_.afeGains);
-    if (!truth_.dark.empty()) {
+    if (!truth_.dark.empty())
         DefectMaker(parameters_, truth_).makeAll();
-    }
 }
 
 AddedLevel stripStep(const PanelParameters& panel, int firstColumn, double counts) {

@@ -6,15 +6,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 
 namespace {
 
-using qx::CentredMoments;
-
-// The square of a deviation up to this is exact in single precision.
-constexpr int kExactSquareLimit = 4096;
+using qx::NarrowMoments;
 
 constexpr std::size_t kCentreSamples = 256;
 
@@ -64,23 +60,27 @@ int likelyCentre(const WORD* pixels, std::size_t count) {
     return samples > 0 ? static_cast<int>(sum / samples) : 0;
 }
 
-bool squaresAreExact(const CentredMoments& moments, int centre) {
-    return std::abs(moments.minimum - centre) <= kExactSquareLimit &&
-           std::abs(moments.maximum - centre) <= kExactSquareLimit;
+bool isNarrowAbout(const NarrowMoments& moments, int shift) {
+    return moments.lowest - shift >= -qx::kNarrowDeviation && moments.highest - shift <= qx::kNarrowDeviation;
 }
 
-// Squared deviations from a centre, from the moments about another one. Both squares must be exact.
-double movedSquares(const CentredMoments& moments, int from, int to, std::int64_t count) {
-    const std::int64_t shift = to - from;
-    return static_cast<double>(static_cast<std::int64_t>(moments.squares) - 2 * shift * moments.sum +
-                               count * shift * shift);
-}
-
-double pixelSquares(const WORD* pixels, std::size_t count, int centre) {
-    const double squares = qx::pixelKernels().centredMoments(pixels, count, centre).squares;
+// Sum of the squared deviations from the integer part of the mean, each rounded to single precision. Pixels near each
+// other have exact squares, whose centre can be moved afterwards: one pass over the image. Others take two.
+double squaresAboutTruncatedMean(const WORD* pixels, int count) {
+    const auto size = static_cast<std::size_t>(count);
+    const qx::PixelKernels& kernels = qx::pixelKernels();
+    const int likely = likelyCentre(pixels, size);
+    const NarrowMoments narrow = kernels.narrowMoments(pixels, size, likely);
+    const std::int64_t sum =
+        narrow.valid ? narrow.sum + static_cast<std::int64_t>(count) * likely : kernels.sum(pixels, size);
+    const int centre = qx::truncateToInt(static_cast<float>(static_cast<double>(sum) / count));
+    const std::int64_t shift = centre - likely;
+    if (narrow.valid && isNarrowAbout(narrow, static_cast<int>(shift)))
+        return static_cast<double>(narrow.squares - 2 * shift * narrow.sum + count * shift * shift);
+    const double squares = kernels.squares(pixels, size, centre);
     if (squares < qx::kExactSumLimit)
         return squares;
-    return orderedSquares(pixels, static_cast<int>(count), [centre](WORD v) { return static_cast<float>(v - centre); });
+    return orderedSquares(pixels, count, [centre](WORD value) { return static_cast<float>(value - centre); });
 }
 
 }  // namespace
@@ -90,15 +90,8 @@ float getStdev(const WORD* image, int width, int height) {
     float result = 0;
     if (!countElements(image, width, height, count, result))
         return result;
-    const auto pixels = static_cast<std::size_t>(count);
-    const int likely = likelyCentre(image, pixels);
-    const CentredMoments moments = qx::pixelKernels().centredMoments(image, pixels, likely);
-    const double sum = static_cast<double>(moments.sum + static_cast<std::int64_t>(count) * likely);
     // Kept: the spread is measured about the integer part of the mean.
-    const int truncatedMean = qx::truncateToInt(static_cast<float>(sum / count));
-    if (squaresAreExact(moments, likely) && squaresAreExact(moments, truncatedMean))
-        return rootOfMean(movedSquares(moments, likely, truncatedMean, count), count);
-    return rootOfMean(pixelSquares(image, pixels, truncatedMean), count);
+    return rootOfMean(squaresAboutTruncatedMean(image, count), count);
 }
 
 float getStdev(const int* image, int width, int height) {

@@ -5,13 +5,16 @@
 
 namespace qx {
 
-// Sums of the deviations of pixels from a centre. Each squared deviation is rounded to single precision; their sum is
-// exact while it stays below kExactSumLimit, whatever the order of its terms.
-struct CentredMoments {
+// Deviations up to this have squares that are exact in single precision.
+inline constexpr int kNarrowDeviation = 4096;
+
+// Moments of pixels about a centre, exact; valid only when every deviation is at most kNarrowDeviation.
+struct NarrowMoments {
+    bool valid;
     std::int64_t sum;
-    double squares;
-    int minimum;  // pixel values
-    int maximum;
+    std::int64_t squares;
+    int lowest;  // deviations
+    int highest;
 };
 
 // Count and sum of the values that a stretch of a histogram holds.
@@ -28,14 +31,18 @@ inline constexpr double kExactSumLimit = 9007199254740992.0;
 // stretch is the values first .. last, both included.
 struct PixelKernels {
     std::int64_t (*sum)(const std::uint16_t* pixels, std::size_t count) noexcept;
-    CentredMoments (*centredMoments)(const std::uint16_t* pixels, std::size_t count, int centre) noexcept;
+    NarrowMoments (*narrowMoments)(const std::uint16_t* pixels, std::size_t count, int centre) noexcept;
+
+    // Sum of the squared deviations from a centre, each rounded to single precision: exact while it stays below
+    // kExactSumLimit.
+    double (*squares)(const std::uint16_t* pixels, std::size_t count, int centre) noexcept;
 
     // The pixel of a rank in ascending order, counted from 0; rank is below count.
     std::uint16_t (*selectRank)(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept;
 
     HistogramSum (*histogramSum)(const std::uint32_t* counts, int first, int last) noexcept;
 
-    // Sum of the squared deviations from a centre, each rounded to single precision, as in CentredMoments.
+    // As squares, of the pixels that the histogram holds.
     double (*histogramSquares)(const std::uint32_t* counts, int first, int last, int centre) noexcept;
 };
 

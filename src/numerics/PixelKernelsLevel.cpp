@@ -10,6 +10,7 @@ namespace qx {
 namespace {
 
 constexpr int kPixelBits = 16;
+constexpr std::int16_t kSignBit = -32768;
 
 // So many 16-bit pixels, or differences of them, sum up in 32 bits.
 constexpr std::size_t kIntSumBlock = 32768;
@@ -45,47 +46,78 @@ std::int64_t sum(const std::uint16_t* pixels, std::size_t count) noexcept {
     return total;
 }
 
-// Adds the moments of whole vectors of pixels; count is a multiple of kLanes and at most kIntSumBlock.
-void addVectors(const std::uint16_t* pixels, std::size_t count, int centre, CentredMoments& moments) {
-    Ints sums{};
-    Ints lowest = Ints{} + moments.minimum;
-    Ints highest = Ints{} + moments.maximum;
-    Doubles squaresLow{};
-    Doubles squaresHigh{};
-    for (std::size_t i = 0; i < count; i += kLanes) {
-        const Ints values = loadPixels(pixels + i);
-        const Ints deviations = values - centre;
-        lowest = values < lowest ? values : lowest;
-        highest = values > highest ? values : highest;
-        sums += deviations;
-        const Floats single = toFloats(deviations);
-        const Floats squares = single * single;
-        squaresLow += lowDoubles(squares);
-        squaresHigh += highDoubles(squares);
+constexpr int kShortLanes = 2 * kLanes;
+
+// Pairs of squares of narrow deviations, 2^25 at most, that one lane sums up in 32 bits.
+constexpr std::size_t kNarrowVectors = 64;
+constexpr std::size_t kNarrowBlock = kNarrowVectors * kShortLanes;
+
+// Adds the moments of at most kNarrowBlock pixels, a multiple of the vector's length.
+void addNarrowBlock(const std::uint16_t* pixels, std::size_t count, Shorts centre, NarrowMoments& moments) {
+    const Shorts ones = Shorts{} + 1;
+    Shorts lowest = Shorts{} + 32767;
+    Shorts highest = Shorts{} + kSignBit;
+    Uints sums{};
+    Uints squares{};
+    for (std::size_t i = 0; i < count; i += kShortLanes) {
+        const Shorts deviations = differenceSaturated(loadShorts(pixels + i) ^ kSignBit, centre);
+        lowest = deviations < lowest ? deviations : lowest;
+        highest = deviations > highest ? deviations : highest;
+        sums += sumOfProductPairs(deviations, ones);
+        squares += sumOfProductPairs(deviations, deviations);
+    }
+    for (int lane = 0; lane < kShortLanes; ++lane) {
+        moments.lowest = lowest[lane] < moments.lowest ? lowest[lane] : moments.lowest;
+        moments.highest = highest[lane] > moments.highest ? highest[lane] : moments.highest;
     }
     for (int lane = 0; lane < kLanes; ++lane) {
-        moments.sum += sums[lane];
-        moments.minimum = lowest[lane] < moments.minimum ? lowest[lane] : moments.minimum;
-        moments.maximum = highest[lane] > moments.maximum ? highest[lane] : moments.maximum;
+        moments.sum += static_cast<std::int32_t>(sums[lane]);
+        moments.squares += squares[lane];
     }
-    moments.squares += sumOfLanes(squaresLow + squaresHigh);
 }
 
-void addPixel(int value, int centre, CentredMoments& moments) {
-    moments.sum += value - centre;
-    moments.squares += static_cast<double>(squared(value - centre));
-    moments.minimum = value < moments.minimum ? value : moments.minimum;
-    moments.maximum = value > moments.maximum ? value : moments.maximum;
+void addNarrowPixel(int deviation, NarrowMoments& moments) {
+    moments.lowest = deviation < moments.lowest ? deviation : moments.lowest;
+    moments.highest = deviation > moments.highest ? deviation : moments.highest;
+    moments.sum += deviation;
+    moments.squares += static_cast<std::int64_t>(deviation) * deviation;
 }
 
-CentredMoments centredMoments(const std::uint16_t* pixels, std::size_t count, int centre) noexcept {
-    CentredMoments moments{0, 0.0, 65535, 0};
-    const std::size_t whole = count - count % kLanes;
-    for (std::size_t start = 0; start < whole; start += kIntSumBlock)
-        addVectors(pixels + start, smaller(kIntSumBlock, whole - start), centre, moments);
-    for (std::size_t i = whole; i < count; ++i)
-        addPixel(pixels[i], centre, moments);
+bool isNarrow(const NarrowMoments& moments) {
+    return moments.lowest >= -kNarrowDeviation && moments.highest <= kNarrowDeviation;
+}
+
+// Gives up after the first block that is not narrow.
+NarrowMoments narrowMoments(const std::uint16_t* pixels, std::size_t count, int centre) noexcept {
+    NarrowMoments moments{true, 0, 0, kNarrowDeviation, -kNarrowDeviation};
+    // With the sign bit turned over, unsigned pixels keep their order and differences as signed values.
+    const Shorts signedCentre = Shorts{} + static_cast<std::int16_t>(centre - 32768);
+    const std::size_t whole = count - count % kShortLanes;
+    for (std::size_t start = 0; start < whole && moments.valid; start += kNarrowBlock) {
+        addNarrowBlock(pixels + start, smaller(kNarrowBlock, whole - start), signedCentre, moments);
+        moments.valid = isNarrow(moments);
+    }
+    for (std::size_t i = whole; i < count && moments.valid; ++i) {
+        addNarrowPixel(pixels[i] - centre, moments);
+        moments.valid = isNarrow(moments);
+    }
     return moments;
+}
+
+double squares(const std::uint16_t* pixels, std::size_t count, int centre) noexcept {
+    Doubles low{};
+    Doubles high{};
+    std::size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        const Floats deviations = toFloats(loadPixels(pixels + i) - centre);
+        const Floats rounded = deviations * deviations;
+        low += lowDoubles(rounded);
+        high += highDoubles(rounded);
+    }
+    double total = sumOfLanes(low + high);
+    for (; i < count; ++i)
+        total += static_cast<double>(squared(pixels[i] - centre));
+    return total;
 }
 
 std::size_t countBelow(const std::uint16_t* pixels, std::size_t count, std::uint16_t limit) {
@@ -159,6 +191,6 @@ double histogramSquares(const std::uint32_t* counts, int first, int last, int ce
 
 }  // namespace
 
-const PixelKernels QX_TABLE(QX_LEVEL) = {sum, centredMoments, selectRank, histogramSum, histogramSquares};
+const PixelKernels QX_TABLE(QX_LEVEL) = {sum, narrowMoments, squares, selectRank, histogramSum, histogramSquares};
 
 }  // namespace qx

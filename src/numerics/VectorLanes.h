@@ -19,12 +19,23 @@ constexpr int kVectorBytes = 16;
 
 constexpr int kLanes = kVectorBytes / 4;
 
+typedef std::int16_t Shorts __attribute__((vector_size(kVectorBytes)));
+typedef std::uint32_t Uints __attribute__((vector_size(kVectorBytes)));
 typedef std::int32_t Ints __attribute__((vector_size(kVectorBytes)));
 typedef float Floats __attribute__((vector_size(kVectorBytes)));
 typedef double Doubles __attribute__((vector_size(kVectorBytes)));
 
 #if defined(__AVX512F__)
 
+inline Shorts loadShorts(const std::uint16_t* values) {
+    return Shorts(_mm512_loadu_si512(values));
+}
+inline Shorts differenceSaturated(Shorts a, Shorts b) {
+    return Shorts(_mm512_subs_epi16(__m512i(a), __m512i(b)));
+}
+inline Uints sumOfProductPairs(Shorts a, Shorts b) {
+    return Uints(_mm512_madd_epi16(__m512i(a), __m512i(b)));
+}
 inline Ints loadPixels(const std::uint16_t* pixels) {
     return Ints(_mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels))));
 }
@@ -46,6 +57,15 @@ inline Doubles highDoubles(Ints v) {
 
 #elif defined(__AVX2__)
 
+inline Shorts loadShorts(const std::uint16_t* values) {
+    return Shorts(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(values)));
+}
+inline Shorts differenceSaturated(Shorts a, Shorts b) {
+    return Shorts(_mm256_subs_epi16(__m256i(a), __m256i(b)));
+}
+inline Uints sumOfProductPairs(Shorts a, Shorts b) {
+    return Uints(_mm256_madd_epi16(__m256i(a), __m256i(b)));
+}
 inline Ints loadPixels(const std::uint16_t* pixels) {
     return Ints(_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels))));
 }
@@ -67,6 +87,15 @@ inline Doubles highDoubles(Ints v) {
 
 #else
 
+inline Shorts loadShorts(const std::uint16_t* values) {
+    return Shorts(_mm_loadu_si128(reinterpret_cast<const __m128i*>(values)));
+}
+inline Shorts differenceSaturated(Shorts a, Shorts b) {
+    return Shorts(_mm_subs_epi16(__m128i(a), __m128i(b)));
+}
+inline Uints sumOfProductPairs(Shorts a, Shorts b) {
+    return Uints(_mm_madd_epi16(__m128i(a), __m128i(b)));
+}
 inline Ints loadPixels(const std::uint16_t* pixels) {
     const __m128i half = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
     return Ints(_mm_unpacklo_epi16(half, _mm_setzero_si128()));

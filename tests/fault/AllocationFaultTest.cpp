@@ -128,6 +128,12 @@ TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
         });
 }
 
+TEST_F(AllocationFault, a_log_folder_that_cannot_be_listed_is_reported) {
+    std::filesystem::create_directories(logFolder());
+    const long count = failEach<int>([] { return removeLogFile(); }, [](int result) { EXPECT_EQ(1, result); });
+    EXPECT_EQ(1, count);
+}
+
 TEST_F(AllocationFault, a_log_without_memory_loses_its_line_and_nothing_else) {
     for (long failing = 1; failing < 5; ++failing) {
         failAllocation(failing);

@@ -24,9 +24,8 @@ struct KnownCrc {
 
 std::vector<KnownCrc> knownCrcs() {
     std::string pattern;
-    for (int i = 0; i < 257; ++i) {
+    for (int i = 0; i < 257; ++i)
         pattern += static_cast<char>((i * 151 + 7) & 255);
-    }
     return {{0xCBF43926, "123456789"},
             {0x00000000, ""},
             {0xE8B7BE43, "a"},
@@ -55,13 +54,11 @@ TEST_F(FileCrc, known_answers) {
 // Lengths around the rounds and blocks that a fast method may take.
 TEST_F(FileCrc, every_length_agrees_with_the_plain_method) {
     std::vector<std::size_t> lengths;
-    for (std::size_t length = 0; length <= 150; ++length) {
+    for (std::size_t length = 0; length <= 150; ++length)
         lengths.push_back(length);
-    }
     for (std::size_t block : {512u, 1024u, 4096u, 16384u, 32768u, 65536u, 131072u, 262144u, 1048576u}) {
-        for (std::size_t length : {block - 9, block - 1, block, block + 1, block + 17}) {
+        for (std::size_t length : {block - 9, block - 1, block, block + 1, block + 17})
             lengths.push_back(length);
-        }
     }
     for (std::size_t length : lengths) {
         const std::string bytes = qx::test::randomBytes(length, length);

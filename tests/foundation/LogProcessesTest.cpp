@@ -57,9 +57,8 @@ TEST_F(LogProcesses, no_line_is_lost_or_torn) {
         ASSERT_TRUE(writer >= 0 && writer < kWriters) << line;
         ASSERT_EQ(lineOf(writer, next[writer]++), line);
     }
-    for (const int count : next) {
+    for (const int count : next)
         EXPECT_EQ(kLinesEach, count);
-    }
 }
 
 }  // namespace

@@ -31,9 +31,8 @@ TEST_F(LogFile, lines_carry_stamp_tag_letter_text_and_value) {
 }
 
 TEST_F(LogFile, every_module_has_its_tag) {
-    for (int module = 0; module <= 9; ++module) {
+    for (int module = 0; module <= 9; ++module)
         EXPECT_EQ(0, WriteLogFile(module, LogWarning, "x", kLogNoValue));
-    }
     const Lines expected = {"ApiInv | W | x", "QxApi  | W | x", "Calib  | W | x", "Codec  | W | x", "Config | W | x",
                             "Corr   | W | x", "Net    | W | x", "SysMgt | W | x", "Utils  | W | x", "V1Api  | W | x"};
     EXPECT_EQ(expected, logLines());
@@ -41,16 +40,14 @@ TEST_F(LogFile, every_module_has_its_tag) {
 
 TEST_F(LogFile, every_severity_has_its_letter) {
     setLogLevel(0);
-    for (int severity = 0; severity <= 3; ++severity) {
+    for (int severity = 0; severity <= 3; ++severity)
         EXPECT_EQ(0, WriteLogFile(LogModuleUtils, severity, "x", kLogNoValue));
-    }
     EXPECT_EQ((Lines{"Utils  | D | x", "Utils  | I | x", "Utils  | W | x", "Utils  | E | x"}), logLines());
 }
 
 TEST_F(LogFile, only_minus_1000_suppresses_the_value) {
-    for (int value : {0, 7, -1, -999, -1000, -1001, INT_MAX, INT_MIN}) {
+    for (int value : {0, 7, -1, -999, -1000, -1001, INT_MAX, INT_MIN})
         EXPECT_EQ(0, WriteLogFile(LogModuleUtils, LogError, "v", value));
-    }
     EXPECT_EQ((Lines{"Utils  | E | v0", "Utils  | E | v7", "Utils  | E | v-1", "Utils  | E | v-999", "Utils  | E | v",
                      "Utils  | E | v-1001", "Utils  | E | v2147483647", "Utils  | E | v-2147483648"}),
               logLines());
@@ -58,9 +55,8 @@ TEST_F(LogFile, only_minus_1000_suppresses_the_value) {
 
 TEST_F(LogFile, text_is_written_as_it_stands) {
     const std::string longText(20000, 'x');
-    for (const std::string& text : {std::string(), std::string("100%s %d %n"), longText}) {
+    for (const std::string& text : {std::string(), std::string("100%s %d %n"), longText})
         EXPECT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, text.c_str(), kLogNoValue));
-    }
     EXPECT_EQ((Lines{"Utils  | I | ", "Utils  | I | 100%s %d %n", "Utils  | I | " + longText}), logLines());
 }
 
@@ -177,20 +173,16 @@ TEST_F(RemoveLogFile, deletes_what_is_more_than_thirty_days_old) {
     const std::string deleted[] = {datedName(1, 1) + ".log", "2001-01-01.log", "2001-12-31-old.txt", "2001-01-01",
                                    "your-my-notes.txt"};  // letters count as 0
     fs::create_directory(logFolder());
-    for (const std::string& name : kept) {
+    for (const std::string& name : kept)
         qx::test::writeFile(logFolder() / name, "x");
-    }
-    for (const std::string& name : deleted) {
+    for (const std::string& name : deleted)
         qx::test::writeFile(logFolder() / name, "x");
-    }
     fs::create_directory(logFolder() / "2001-02-03");
     EXPECT_EQ(0, removeLogFile());
-    for (const std::string& name : kept) {
+    for (const std::string& name : kept)
         EXPECT_TRUE(fs::exists(logFolder() / name)) << name;
-    }
-    for (const std::string& name : deleted) {
+    for (const std::string& name : deleted)
         EXPECT_FALSE(fs::exists(logFolder() / name)) << name;
-    }
     EXPECT_TRUE(fs::is_directory(logFolder() / "2001-02-03"));
 }
 

@@ -22,26 +22,23 @@ TEST(StatusMessages, known_texts) {
                  {1035, "Error allocating memory."},
                  {1057, "String or array must not be empty"},
                  {1094, "The image was false triggered and useless"}};
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_STREQ(c.text, getStatusMessage(c.code)) << c.code;
-    }
     EXPECT_STREQ(getStatusMessage(1021), getStatusMessage(1051));
     EXPECT_STREQ(getStatusMessage(1060), getStatusMessage(1066));
 }
 
 TEST(StatusMessages, unassigned_codes_have_none) {
-    for (int code : {-1, 28, 38, 59, 999, 1095, INT_MAX, INT_MIN}) {
+    for (int code : {-1, 28, 38, 59, 999, 1095, INT_MAX, INT_MIN})
         EXPECT_EQ(nullptr, getStatusMessage(code)) << code;
-    }
 }
 
 // The checksum was taken from the published message list, one line "code<tab>text" for each code.
 TEST(StatusMessages, all_of_the_texts_are_the_published_ones) {
     std::string all;
     for (int code = -10; code < 1200; ++code) {
-        if (const char* text = getStatusMessage(code)) {
+        if (const char* text = getStatusMessage(code))
             all += std::to_string(code) + '\t' + text + '\n';
-        }
     }
     EXPECT_EQ(7974u, all.size());
     EXPECT_EQ(0x940C08FEu, qx::plain::crcByTable(all.data(), all.size()));

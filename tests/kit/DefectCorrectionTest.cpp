@@ -23,9 +23,8 @@ struct Field {
 // A plane: whatever lies between good pixels on a line can be restored exactly.
 Field ramp(int width, int height) {
     Field field{width, height, {}};
-    for (int i = 0; i < width * height; ++i) {
+    for (int i = 0; i < width * height; ++i)
         field.pixels.push_back(1000.0F + 2.0F * static_cast<float>(i % width) - 3.0F * static_cast<float>(i / width));
-    }
     return field;
 }
 
@@ -37,27 +36,24 @@ std::set<int> pixelsOf(const VectorDefect& set, int width, int height) {
     }
     for (int i = 0; i < width * height; ++i) {
         const bool badRow = std::count(set.rows.begin(), set.rows.end(), i / width) != 0;
-        if (badRow || std::count(set.columns.begin(), set.columns.end(), i % width) != 0) {
+        if (badRow || std::count(set.columns.begin(), set.columns.end(), i % width) != 0)
             pixels.insert(i);
-        }
     }
     return pixels;
 }
 
 // Spoils the listed pixels and corrects them.
 Field corrected(Field field, VectorDefect set) {
-    for (const int pixel : pixelsOf(set, field.width, field.height)) {
+    for (const int pixel : pixelsOf(set, field.width, field.height))
         field.pixels[static_cast<std::size_t>(pixel)] = kNaN;
-    }
     EXPECT_EQ(0, correctImgDefectMap(field.pixels.data(), field.width, field.height, &set, 0));
     return field;
 }
 
 void expectSame(Field expected, Field actual) {
     for (int row = 0; row < expected.height; ++row) {
-        for (int column = 0; column < expected.width; ++column) {
+        for (int column = 0; column < expected.width; ++column)
             ASSERT_NEAR(expected.at(row, column), actual.at(row, column), 1e-3) << row << ", " << column;
-        }
     }
 }
 
@@ -69,9 +65,8 @@ TEST(CorrectImgDefectMap, restores_a_ramp_from_every_kind_of_list) {
         {{}, {}, {}, {1, 2, 30}},
         {{9 * 40 + 9, 14 * 40 + 22}, {}, {10, 11}, {12, 20}},
     };
-    for (const VectorDefect& set : sets) {
+    for (const VectorDefect& set : sets)
         expectSame(ramp(40, 30), corrected(ramp(40, 30), set));
-    }
 }
 
 TEST(CorrectImgDefectMap, keeps_good_pixels_to_the_bit) {
@@ -97,14 +92,12 @@ Field turned(Field field) {
 
 TEST(CorrectImgDefectMap, takes_values_of_good_pixels_alone_whatever_the_order) {
     Field field = ramp(40, 30);
-    for (std::size_t i = 0; i < field.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < field.pixels.size(); ++i)
         field.pixels[i] = static_cast<float>(i * i % 997);
-    }
     VectorDefect set{{}, {410, 411, 412, 450, 451, 452, 490, 491, 492, -1}, {20, 21}, {0, 30, 31}};
     VectorDefect turnedSet{{}, {}, {8, 9}, {8, 9, 39}};
-    for (const int pixel : set.clusters) {
+    for (const int pixel : set.clusters)
         turnedSet.clusters.push_back(pixel < 0 ? pixel : 40 * 30 - 1 - pixel);
-    }
     expectSame(corrected(field, set), turned(corrected(turned(field), turnedSet)));
 }
 
@@ -112,9 +105,8 @@ TEST(CorrectImgDefectMap, border_pixels_take_values_of_their_surroundings) {
     VectorDefect set{{0, 39, 29 * 40, 29 * 40 + 39}, {}, {0, 29}, {0, 39}};
     Field result = corrected(ramp(40, 30), set);
     for (const int row : {0, 29}) {
-        for (const int column : {0, 39}) {
+        for (const int column : {0, 39})
             EXPECT_NEAR(ramp(40, 30).at(row, column), result.at(row, column), 10.0F);
-        }
     }
 }
 
@@ -122,9 +114,8 @@ TEST(CorrectImgDefectMap, fills_areas_far_from_any_good_pixel) {
     Field field{400, 300, std::vector<float>(400 * 300, 80.0F)};
     VectorDefect set;
     for (int row = 1; row < 299; ++row) {
-        for (int column = 1; column < 399; ++column) {
+        for (int column = 1; column < 399; ++column)
             set.clusters.push_back(row * 400 + column);
-        }
     }
     std::fill_n(field.pixels.begin(), 400, 100.0F);
     const Field result = corrected(field, set);
@@ -135,13 +126,11 @@ TEST(CorrectImgDefectMap, fills_areas_far_from_any_good_pixel) {
 
 TEST(CorrectImgDefectMap, takes_the_only_good_pixel_everywhere) {
     VectorDefect set;
-    for (int pixel = 1; pixel < 200 * 90; ++pixel) {
+    for (int pixel = 1; pixel < 200 * 90; ++pixel)
         set.points.push_back(pixel);
-    }
     Field field{200, 90, std::vector<float>(200 * 90, 5.0F)};
-    for (const float value : corrected(field, set).pixels) {
+    for (const float value : corrected(field, set).pixels)
         ASSERT_FLOAT_EQ(5.0F, value);
-    }
     set.points.push_back(0);
     field.pixels[7] = 6.0F;
     std::vector<float> image = field.pixels;

@@ -187,9 +187,8 @@ TEST_F(VirtualDetector, failing_transfers_leave_the_directory_alone) {
         int status;
     } cases[] = {{0, "a.raw", 7},    {0, "missing.raw", 1039}, {2, "x.raw", 1020}, {-1, "x.raw", 1020},
                  {0, "..\\b", 1020}, {1, "offset/b", 1020},    {0, "", 1020},      {0, nullptr, 1057}};
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(c.status, transferFile(c.kind, c.name, 1)) << (c.name == nullptr ? "null" : c.name);
-    }
     EXPECT_TRUE(std::filesystem::is_empty(qxkit::nativePath(getOfstImgDir())));
     detector().faults.transferFile = 9;
     detector().faults.transferFileByName["a.raw"] = 0;
@@ -224,9 +223,8 @@ TEST_F(VirtualDetector, header_holds_five_big_endian_fields_and_zeros) {
         EXPECT_TRUE(header == expected) << "kind " << kind;
     }
     std::string header(kHeaderBytes, '\xA5');
-    for (const int kind : {0, 16, 20, -17}) {
+    for (const int kind : {0, 16, 20, -17})
         EXPECT_EQ(1020, fillImgHead(header.data(), kind, 1));
-    }
     EXPECT_EQ(std::string(kHeaderBytes, '\xA5'), header);
 }
 

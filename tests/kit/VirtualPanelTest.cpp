@@ -68,9 +68,8 @@ template <class Frame>
 double areaMean(const Frame& frame, const qxkit::Rectangle& area) {
     double sum = 0.0;
     for (int row = area.row; row < area.row + area.height; ++row) {
-        for (int column = area.column; column < area.column + area.width; ++column) {
+        for (int column = area.column; column < area.column + area.width; ++column)
             sum += at(frame, row, column);
-        }
     }
     return sum / area.height / area.width;
 }
@@ -80,9 +79,8 @@ template <class Pixel>
 std::uint64_t checksum(const std::vector<Pixel>& pixels) {
     std::uint64_t hash = 0xCBF29CE484222325U;
     for (const Pixel pixel : pixels) {
-        for (std::size_t byte = 0; byte < sizeof(Pixel); ++byte) {
+        for (std::size_t byte = 0; byte < sizeof(Pixel); ++byte)
             hash = (hash ^ (static_cast<std::uint64_t>(pixel) >> (8 * byte) & 0xFF)) * 0x100000001B3U;
-        }
     }
     return hash;
 }
@@ -148,9 +146,8 @@ TEST(VirtualPanelDark, has_the_fixed_pattern_of_the_parameters) {
             neighbours.add(panel.truth().dark[i + 1] - panel.truth().dark[i]);
         }
     }
-    for (const float level : panel.truth().dark) {
+    for (const float level : panel.truth().dark)
         blocks.add(level);
-    }
     EXPECT_NEAR(25.0, neighbours.sigma() / std::sqrt(2.0), 0.3);
     EXPECT_NEAR(68.0, std::sqrt(blocks.variance() - 25.0 * 25.0), 7.0);
     EXPECT_NEAR(600.0, blocks.mean(), 15.0);
@@ -166,9 +163,8 @@ TEST(VirtualPanelDark, has_temporal_and_row_noise_of_the_parameters) {
     Spread pixels;
     for (int row = 0; row < 2048; ++row) {
         Spread inRow;
-        for (int column = 0; column < 512; ++column) {
+        for (int column = 0; column < 512; ++column)
             inRow.add(at(first, row, column) - at(second, row, column));
-        }
         rows.add(inRow.mean());
         pixels.add(inRow.variance());
     }
@@ -181,9 +177,8 @@ TEST(VirtualPanelDark, averages_over_frames) {
     const VirtualPanel panel(even(256, 256));
     const qxkit::FrameFloat average = panel.averageDark(16);
     Spread noise;
-    for (std::size_t i = 0; i < average.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < average.pixels.size(); ++i)
         noise.add(average.pixels[i] - panel.truth().dark[i]);
-    }
     EXPECT_NEAR((49.0 + 9.0) / 16.0, noise.variance(), 0.3);
     EXPECT_NEAR(0.0, noise.mean(), 0.2);
 }
@@ -195,9 +190,8 @@ TEST(VirtualPanelFlat, has_three_quarters_of_a_count_of_variance_a_count) {
         options.level = level;
         const Frame16 frame = panel.flat(options);
         Spread noise;
-        for (std::size_t i = 0; i < frame.pixels.size(); ++i) {
+        for (std::size_t i = 0; i < frame.pixels.size(); ++i)
             noise.add(frame.pixels[i] - panel.truth().dark[i] - level);
-        }
         EXPECT_NEAR(1.0, (noise.variance() - 58.0) / (0.75 * level), 0.02) << level;
         EXPECT_NEAR(0.0, noise.mean(), 5.0 * std::sqrt(0.75 * level) / 512.0 + 0.7) << level;
     }
@@ -304,9 +298,8 @@ TEST(VirtualPanelOptions, act_on_their_area_alone) {
 std::vector<int> linesTimes(const std::vector<int>& starts, int count, int stride) {
     std::vector<int> pixels;
     for (const int start : starts) {
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < count; ++i)
             pixels.push_back(start + i * stride);
-        }
     }
     return pixels;
 }
@@ -322,9 +315,8 @@ TEST(VirtualPanelDefects, are_listed_completely_and_once) {
     EXPECT_EQ(-1, defects.clusters.back());
     EXPECT_TRUE(std::is_sorted(defects.points.begin(), defects.points.end()));
     std::vector<int> rowStarts;
-    for (const int row : defects.rows) {
+    for (const int row : defects.rows)
         rowStarts.push_back(row * kSize);
-    }
     const std::vector<int> rows = linesTimes(rowStarts, kSize, 1);
     const std::vector<int> columns = linesTimes(defects.columns, kSize, kSize);
     std::set<int> lines(rows.begin(), rows.end());
@@ -379,9 +371,8 @@ double snr(const Frame16& frame, int side) {
     }
     Spread kept;
     for (const double value : values) {
-        if (std::abs(value - raw.mean()) < 4.0 * raw.sigma()) {
+        if (std::abs(value - raw.mean()) < 4.0 * raw.sigma())
             kept.add(value);
-        }
     }
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
     return values[values.size() / 2] / kept.sigma();
@@ -391,9 +382,8 @@ TEST(VirtualPanelCorrectedFlat, has_the_pedestal_and_a_realistic_snr_series) {
     const VirtualPanel panel(size(1024, 1024));
     const Frame16 frame = panel.correctedFlat();
     EXPECT_NEAR(52000.0 + kPedestal, areaMean(frame, {0, 0, 1024, 1024}), 60.0);
-    for (const int side : {64, 128, 256, 512, 768}) {
+    for (const int side : {64, 128, 256, 512, 768})
         EXPECT_NEAR(265.0, snr(frame, side), 12.0) << side;
-    }
     FrameOptions noisy;
     noisy.noiseScale = 2.0;
     EXPECT_NEAR(132.0, snr(panel.correctedFlat(noisy), 128), 6.0);

@@ -96,9 +96,8 @@ TEST(GetFloatHisMedian, agrees_with_the_plain_method) {
         for (int n : {1, 2, 3, 4, 5, 16, 17, 100, 1001}) {
             SplitMix64 random(static_cast<std::uint64_t>(n));
             std::vector<float> data;
-            for (int i = 0; i < n; ++i) {
+            for (int i = 0; i < n; ++i)
                 data.push_back(kind.element(random));
-            }
             const std::vector<float> before = data;
             EXPECT_TRUE(
                 sameBits(plain::getFloatHisMedian(data.data(), n), getFloatHisMedian(data.data(), n, nullptr, 0)))
@@ -146,9 +145,8 @@ TEST(GetHistogramByBins, by_hand) {
     EXPECT_EQ(0, getHistogramByBins(counts, centers, 2, ramp.data(), 0));
     EXPECT_EQ((std::vector<int>{0, 0, 22, 22}), std::vector<int>(counts, counts + 4));
     EXPECT_EQ((std::vector<int>{16384, 49152, 61, 83}), std::vector<int>(centers, centers + 4));
-    for (int bins : {0, -1, std::numeric_limits<int>::min()}) {
+    for (int bins : {0, -1, std::numeric_limits<int>::min()})
         EXPECT_EQ(0, getHistogramByBins(counts, centers, bins, ramp.data(), 100));
-    }
     EXPECT_EQ((std::vector<int>{0, 0, 22, 22}), std::vector<int>(counts, counts + 4));
 }
 
@@ -167,13 +165,11 @@ TEST(GetGaussValue, follows_the_polar_method_draw_by_draw) {
     std::srand(5);
     std::vector<double> expected, actual;
     plain::GaussSource source;
-    for (int i = 0; i < kDraws; ++i) {
+    for (int i = 0; i < kDraws; ++i)
         expected.push_back(source.next(0.5 * i, -3));
-    }
     std::srand(5);
-    for (int i = 0; i < kDraws; ++i) {
+    for (int i = 0; i < kDraws; ++i)
         actual.push_back(getGaussValue(0.5 * i, -3));
-    }
     EXPECT_TRUE(qx::test::sameBitsEverywhere(expected, actual));
 }
 

@@ -20,12 +20,10 @@ using qx::test::SplitMix64;
 // Every size up to a few vectors, sizes around powers of two, and sizes where a quadratic sort begins to hurt.
 std::vector<int> sizeLadder() {
     std::vector<int> sizes;
-    for (int n = 1; n <= 40; ++n) {
+    for (int n = 1; n <= 40; ++n)
         sizes.push_back(n);
-    }
-    for (int n : {63, 64, 65, 127, 128, 129, 255, 256, 257, 511, 512, 1023, 1024, 1344}) {
+    for (int n : {63, 64, 65, 127, 128, 129, 255, 256, 257, 511, 512, 1023, 1024, 1344})
         sizes.push_back(n);
-    }
     return sizes;
 }
 
@@ -40,9 +38,8 @@ template <class T>
 std::vector<T> make(const Kind<T>& kind, int n, std::uint64_t seed) {
     SplitMix64 random(seed);
     std::vector<T> data;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         data.push_back(kind.element(random, i, n));
-    }
     return data;
 }
 
@@ -145,9 +142,8 @@ void sweep(const std::vector<Kind<T>>& kinds, const std::vector<int>& sizes, Che
             for (int seed = 0; seed < (n < 100 ? kSeeds : 1); ++seed) {
                 SCOPED_TRACE(std::string(kind.name) + ", n = " + std::to_string(n) + ", seed " + std::to_string(seed));
                 check(make(kind, n, static_cast<std::uint64_t>(n) * 31 + static_cast<std::uint64_t>(seed)));
-                if (testing::Test::HasFailure()) {
+                if (testing::Test::HasFailure())
                     return;
-                }
             }
         }
     }

@@ -32,9 +32,8 @@ TEST(RegionStatistics, agree_with_the_plain_method) {
          {qx::test::randomImage(kWidth, kHeight, 0, 65535, 1), qx::test::twoValuedImage(kWidth, kHeight, 7, 65535, 2),
           qx::test::randomImage(kWidth, kHeight, 200, 215, 3), qx::test::rampImage(kWidth, kHeight, 0)}) {
         std::vector<float> floats;
-        for (WORD pixel : image.pixels) {
+        for (WORD pixel : image.pixels)
             floats.push_back(static_cast<float>(pixel) * 1.37f - 20000.0f);
-        }
         for (const Region& r : kRegions) {
             EXPECT_EQ(plain::getROIMedian(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth),
                       getROIMedian(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth))

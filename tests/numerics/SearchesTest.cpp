@@ -26,9 +26,8 @@ constexpr int kAll = 13;
 std::vector<float> tiedValues(int n, int kinds, std::uint64_t seed) {
     SplitMix64 random(seed);
     std::vector<float> data;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         data.push_back(kValues[random.below(kinds)]);
-    }
     return data;
 }
 

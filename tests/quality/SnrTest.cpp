@@ -56,9 +56,8 @@ TEST_F(CalcGlobalSnr, cleaning_agrees_with_the_plain_method) {
     for (int seed = 0; seed < 12; ++seed) {
         TestImage image = flatImage(150, 140, 8000 + 3000 * seed, 20, static_cast<std::uint64_t>(seed));
         qx::test::SplitMix64 random(static_cast<std::uint64_t>(seed) + 100);
-        for (int i = 0; i < 40 * seed; ++i) {
+        for (int i = 0; i < 40 * seed; ++i)
             image.at(random.below(140), random.below(150)) += static_cast<WORD>(random.below(400) - 200);
-        }
         expectOracleSeries(image, "outliers, seed " + std::to_string(seed));
     }
 }
@@ -72,9 +71,8 @@ TEST_F(CalcGlobalSnr, values_four_deviations_away_are_replaced) {
     EXPECT_EQ(0, calcGlobalSNR(image.data(), 128, 128, snr));
     EXPECT_EQ((Series{kInfinity, kInfinity}), snr);
     // One pixel in two is 200 higher: the median is the upper value, and the deviation about the mean is 100.
-    for (int i = 0; i < 128 * 128; ++i) {
+    for (int i = 0; i < 128 * 128; ++i)
         image.pixels[i] = static_cast<WORD>(i % 2 == 0 ? 1208 : 1408);
-    }
     EXPECT_EQ(0, calcGlobalSNR(image.data(), 128, 128, snr));
     EXPECT_EQ((Series{12, 12}), snr);
 }
@@ -131,9 +129,8 @@ TEST_F(CalcGlobalSnr, refusals_leave_the_series_alone) {
     Series snr(8, kPoison);
     EXPECT_EQ(1017, calcGlobalSNR(nullptr, 300, 300, snr));
     EXPECT_TRUE(logLines().empty());
-    for (const auto& [w, h] : {std::pair{127, 300}, {300, 127}, {0, 0}, {-300, -300}, {65536, 65536}}) {
+    for (const auto& [w, h] : {std::pair{127, 300}, {300, 127}, {0, 0}, {-300, -300}, {65536, 65536}})
         EXPECT_EQ(1020, calcGlobalSNR(image.data(), w, h, snr)) << w << " x " << h;
-    }
     EXPECT_EQ(Series(8, kPoison), snr);
     Series tooShort(2, kPoison);
     EXPECT_EQ(1020, calcGlobalSNR(image.data(), 300, 300, tooShort));
@@ -167,9 +164,8 @@ protected:
     static float justReached(std::size_t k) {
         const float factor = plain::expectedSnrFactor(static_cast<int>(k));
         float value = measured()[k] / factor * 0.9999f;
-        while (std::nextafter(value, kInfinity) * factor <= measured()[k]) {
+        while (std::nextafter(value, kInfinity) * factor <= measured()[k])
             value = std::nextafter(value, kInfinity);
-        }
         return value;
     }
     // A factory series that the image misses at the given number of squares, by one unit in the last place each.
@@ -199,9 +195,8 @@ protected:
     static int grade(const Series& factory) { return grade(image().data(), kSide, factory); }
     static Series times(const Series& series, float factor) {
         Series scaled = series;
-        for (float& value : scaled) {
+        for (float& value : scaled)
             value *= factor;
-        }
         return scaled;
     }
 };
@@ -286,9 +281,8 @@ TEST_F(CheckGlobalSnr, zero_and_endless_series_follow_the_arithmetic) {
 }
 
 TEST_F(EvaluateSnrResult, excellent_when_the_factory_series_is_reached_everywhere) {
-    for (float factor : {1.0f, 0.25f, 1024.0f}) {
+    for (float factor : {1.0f, 0.25f, 1024.0f})
         EXPECT_EQ(1090, grade(times(measured(), factor)));
-    }
 }
 
 TEST_F(EvaluateSnrResult, good_when_one_square_falls_short_by_one_bit) {
@@ -300,9 +294,8 @@ TEST_F(EvaluateSnrResult, good_when_one_square_falls_short_by_one_bit) {
 }
 
 TEST_F(EvaluateSnrResult, three_squares_below_expectation_are_not_good_enough) {
-    for (int missed = 0; missed <= 4; ++missed) {
+    for (int missed = 0; missed <= 4; ++missed)
         EXPECT_EQ(missed < 3 ? 1091 : 1092, grade(missedAt(missed))) << missed << " missed";
-    }
 }
 
 // "label" followed by each value with one digit and a tab.

@@ -31,9 +31,8 @@ double SplitMix64::uniform() {
 
 double SplitMix64::gaussian() {
     double sum = -6;
-    for (int i = 0; i < 12; ++i) {
+    for (int i = 0; i < 12; ++i)
         sum += uniform();
-    }
     return sum;
 }
 
@@ -44,9 +43,8 @@ TestImage makeImage(int width, int height, PixelAt pixelAt) {
     TestImage image{width, height, {}};
     const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     image.pixels.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         image.pixels.push_back(static_cast<WORD>(pixelAt(i)));
-    }
     return image;
 }
 
@@ -114,9 +112,8 @@ std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);) {
-        if (!line.empty() && line.back() == '\r') {
+        if (!line.empty() && line.back() == '\r')
             line.pop_back();
-        }
         lines.push_back(line);
     }
     return lines;

@@ -30,17 +30,15 @@ std::string described(T value) {
     std::ostringstream text;
     text.precision(17);
     text << +value;
-    if constexpr (std::is_floating_point_v<T>) {
+    if constexpr (std::is_floating_point_v<T>)
         text << " (0x" << std::hex << bitsOf(value) << ")";
-    }
     return text.str();
 }
 
 template <class T>
 ::testing::AssertionResult sameBits(T expected, T actual) {
-    if (bitsOf(expected) == bitsOf(actual)) {
+    if (bitsOf(expected) == bitsOf(actual))
         return ::testing::AssertionSuccess();
-    }
     return ::testing::AssertionFailure() << "expected " << described(expected) << ", got " << described(actual);
 }
 
@@ -54,17 +52,15 @@ namespace detail {
 
 template <class T, class Same>
 ::testing::AssertionResult compareSpans(std::span<const T> expected, std::span<const T> actual, Same same) {
-    if (expected.size() != actual.size()) {
+    if (expected.size() != actual.size())
         return ::testing::AssertionFailure() << "sizes " << expected.size() << " and " << actual.size();
-    }
     std::size_t differing = 0;
     std::size_t first = 0;
     std::size_t worst = 0;
     double worstError = -1;
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        if (same(expected[i], actual[i])) {
+        if (same(expected[i], actual[i]))
             continue;
-        }
         first = differing++ == 0 ? i : first;
         const double error = std::fabs(static_cast<double>(expected[i]) - static_cast<double>(actual[i]));
         if (error > worstError) {
@@ -72,9 +68,8 @@ template <class T, class Same>
             worst = i;
         }
     }
-    if (differing == 0) {
+    if (differing == 0)
         return ::testing::AssertionSuccess();
-    }
     return ::testing::AssertionFailure() << differing << " of " << expected.size() << " differ; first at " << first
                                          << ": expected " << described(expected[first]) << ", got "
                                          << described(actual[first]) << "; worst at " << worst << ": expected "

@@ -43,9 +43,8 @@ protected:
 
     // A directory as the kit writes it: '\\' at its end on every platform.
     static std::string kitDirectory(std::string path) {
-        while (!path.empty() && (path.back() == '/' || path.back() == '\\')) {
+        while (!path.empty() && (path.back() == '/' || path.back() == '\\'))
             path.pop_back();
-        }
         return path + '\\';
     }
     static void setWorkDirectory(const std::string& path) { detector().workDirectory = kitDirectory(path); }
@@ -60,9 +59,8 @@ protected:
     std::vector<std::filesystem::path> logFiles() const {
         std::vector<std::filesystem::path> files;
         if (std::filesystem::is_directory(logFolder())) {
-            for (const auto& entry : std::filesystem::directory_iterator(logFolder())) {
+            for (const auto& entry : std::filesystem::directory_iterator(logFolder()))
                 files.push_back(entry.path());
-            }
         }
         std::sort(files.begin(), files.end());
         return files;
@@ -71,9 +69,8 @@ protected:
     std::vector<std::string> stampedLogLines() const {
         std::vector<std::string> lines;
         for (const auto& file : logFiles()) {
-            for (std::string& line : splitLines(readFile(file))) {
+            for (std::string& line : splitLines(readFile(file)))
                 lines.push_back(std::move(line));
-            }
         }
         return lines;
     }
@@ -82,9 +79,8 @@ protected:
     std::vector<std::string> logLines() const {
         static constexpr std::string_view kStampPattern = "dddd/dd/dd-dd:dd:dd.ddd | ";
         std::vector<std::string> lines = stampedLogLines();
-        for (std::string& line : lines) {
+        for (std::string& line : lines)
             line.erase(0, kStampPattern.size());
-        }
         return lines;
     }
 

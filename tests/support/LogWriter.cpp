@@ -18,9 +18,8 @@ int main(int argc, char** argv) {
     const int count = std::atoi(argv[3]);
     for (int i = 0; i < count; ++i) {
         const std::string text = std::string("writer ") + argv[2] + std::string(i % 200, '.') + " line ";
-        if (WriteLogFile(LogModuleUtils, LogInfo, text.c_str(), i) != 0) {
+        if (WriteLogFile(LogModuleUtils, LogInfo, text.c_str(), i) != 0)
             return 1;
-        }
     }
     return 0;
 }

@@ -11,17 +11,15 @@ namespace {
 constexpr std::uint32_t kReflectedPolynomial = 0xEDB88320u;
 
 constexpr std::uint32_t shiftByte(std::uint32_t remainder) {
-    for (int bit = 0; bit < 8; ++bit) {
+    for (int bit = 0; bit < 8; ++bit)
         remainder = (remainder >> 1) ^ ((remainder & 1u) != 0 ? kReflectedPolynomial : 0u);
-    }
     return remainder;
 }
 
 constexpr std::array<std::uint32_t, 256> makeTable() {
     std::array<std::uint32_t, 256> table{};
-    for (std::uint32_t i = 0; i < table.size(); ++i) {
+    for (std::uint32_t i = 0; i < table.size(); ++i)
         table[i] = shiftByte(i);
-    }
     return table;
 }
 
@@ -30,9 +28,8 @@ constexpr std::array<std::uint32_t, 256> makeTable() {
 std::uint32_t crcBitByBit(const void* data, std::size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(data);
     std::uint32_t remainder = 0xFFFFFFFFu;
-    for (std::size_t i = 0; i < size; ++i) {
+    for (std::size_t i = 0; i < size; ++i)
         remainder = shiftByte(remainder ^ bytes[i]);
-    }
     return ~remainder;
 }
 
@@ -40,9 +37,8 @@ std::uint32_t crcByTable(const void* data, std::size_t size) {
     static constexpr std::array<std::uint32_t, 256> kTable = makeTable();
     const auto* bytes = static_cast<const unsigned char*>(data);
     std::uint32_t remainder = 0xFFFFFFFFu;
-    for (std::size_t i = 0; i < size; ++i) {
+    for (std::size_t i = 0; i < size; ++i)
         remainder = (remainder >> 8) ^ kTable[(remainder ^ bytes[i]) & 0xFFu];
-    }
     return ~remainder;
 }
 

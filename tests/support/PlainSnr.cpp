@@ -26,9 +26,8 @@ float snrOfSquare(std::vector<std::int32_t>& square, int side) {
     const float lower = static_cast<float>(median) - 4.0f * deviation;
     for (std::int32_t& value : square) {
         const auto compared = static_cast<float>(value);
-        if (compared >= upper || compared <= lower) {
+        if (compared >= upper || compared <= lower)
             value = median;
-        }
     }
     const std::int32_t cleanedMedian = selectMiddle(square);
     return static_cast<float>(cleanedMedian) / getStdev(square.data(), side, side);
@@ -50,9 +49,8 @@ float expectedSnrFactor(int k) {
 
 std::vector<float> snrSeries(const WORD* image, int width, int height) {
     std::vector<std::int32_t> work(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (std::size_t i = 0; i < work.size(); ++i) {
+    for (std::size_t i = 0; i < work.size(); ++i)
         work[i] = image[i] - kPedestal;
-    }
     std::vector<float> series;
     for (int k = 0; k < snrCount(width, height); ++k) {
         const int side = snrSide(k);
@@ -85,9 +83,8 @@ int snrCheckCode(const std::vector<float>& measured, const std::vector<float>& f
 
 int snrGrade(const std::vector<float>& measured, const std::vector<float>& factory) {
     const SnrShortfall shortfall = compareSnr(measured, factory);
-    if (shortfall.belowScaled == 0) {
+    if (shortfall.belowScaled == 0)
         return 1090;
-    }
     return shortfall.belowExpected < 3 ? 1091 : 1092;
 }
 

@@ -8,24 +8,21 @@
 namespace qx::plain {
 
 std::int32_t truncateToInt(double value) noexcept {
-    if (!(value > -2147483649.0 && value < 2147483648.0)) {
+    if (!(value > -2147483649.0 && value < 2147483648.0))
         return std::numeric_limits<std::int32_t>::min();
-    }
     return static_cast<std::int32_t>(value);
 }
 
 float ascendingMedianInPlace(float* data, int n) {
-    if (data == nullptr || n < 1) {
+    if (data == nullptr || n < 1)
         return 1057.0f;
-    }
     exchangeSortAscending(data, n);
     return data[n / 2];
 }
 
 float ascendingMedian(const float* data, int n) {
-    if (data == nullptr || n < 1) {
+    if (data == nullptr || n < 1)
         return 1057.0f;
-    }
     std::vector<float> copy(data, data + n);
     return ascendingMedianInPlace(copy.data(), n);
 }
@@ -33,9 +30,8 @@ float ascendingMedian(const float* data, int n) {
 namespace {
 
 void swapIfGreater(float& first, float& second) {
-    if (first > second) {
+    if (first > second)
         std::swap(first, second);
-    }
 }
 
 // Partitions l+2 .. r-1 around element l+1 and returns the two indices where they crossed.
@@ -50,9 +46,8 @@ std::pair<int, int> partitionAroundPivot(float* data, int l, int r) {
         do {
             --j;
         } while (data[j] > pivot);
-        if (j < i) {
+        if (j < i)
             break;
-        }
         swapIfGreater(data[i], data[j]);
     }
     data[l + 1] = data[j];
@@ -72,34 +67,28 @@ float getFloatMedianByQuickMethod(float* data, int n) {
         swapIfGreater(data[l + 1], data[r]);
         swapIfGreater(data[l], data[l + 1]);
         const auto [i, j] = partitionAroundPivot(data, l, r);
-        if (j >= k) {
+        if (j >= k)
             r = j - 1;
-        }
-        if (j <= k) {
+        if (j <= k)
             l = i;
-        }
     }
-    if (r == l + 1) {
+    if (r == l + 1)
         swapIfGreater(data[l], data[r]);
-    }
     return data[k];
 }
 
 WORD getHisMedian(const WORD* data, int n, int* hist, int bins) {
-    for (int k = 0; k < bins; ++k) {
+    for (int k = 0; k < bins; ++k)
         hist[k] = 0;
-    }
     for (int i = 0; i < n; ++i) {
-        if (data[i] < bins) {
+        if (data[i] < bins)
             ++hist[data[i]];
-        }
     }
     int sum = 0;
     for (int k = 0; k < bins; ++k) {
         sum += hist[k];
-        if (sum >= n / 2) {
+        if (sum >= n / 2)
             return static_cast<WORD>(k);
-        }
     }
     return static_cast<WORD>(bins);
 }
@@ -112,13 +101,11 @@ std::vector<float> floatHistogram(const float* data, int n, float low, float hig
     for (int i = 0; i < n; ++i) {
         const float x = data[i];
         const bool counts = (low < x && x < high) || std::fabs(x - high) < 1e-6f || std::fabs(x - low) < 1e-6f;
-        if (!counts) {
+        if (!counts)
             continue;
-        }
         const int bin = truncateToInt((x - low) / range * static_cast<float>(bins));
-        if (bin < bins) {
+        if (bin < bins)
             hist[bin] += 1.0f;
-        }
     }
     return hist;
 }
@@ -129,20 +116,16 @@ float getFloatHisMedian(const float* data, int n) {
     float low = 65535.0f;
     float high = 0.0f;
     for (int i = 0; i < n; ++i) {
-        if (data[i] < low) {
+        if (data[i] < low)
             low = data[i];
-        }
-        if (data[i] > high) {
+        if (data[i] > high)
             high = data[i];
-        }
     }
-    if (high > 110.0f) {
+    if (high > 110.0f)
         high = 110.0f;
-    }
     const int bins = truncateToInt((high - low) / 0.0001f);
-    if (bins <= 0) {
+    if (bins <= 0)
         return low;
-    }
     const std::vector<float> hist = floatHistogram(data, n, low, high, bins);
     int count = 0;
     int k = 0;
@@ -158,9 +141,8 @@ namespace {
 template <class T>
 float meanRoundedToFloat(const T* image, int n) {
     double sum = 0;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         sum += image[i];
-    }
     return static_cast<float>(sum / n);
 }
 
@@ -209,9 +191,8 @@ void getStdevAndMean(const int* image, int width, int height, float& mean, float
 
 double getMean(const WORD* data, int n) {
     double sum = 0;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         sum += data[i];
-    }
     return sum / n;
 }
 
@@ -240,9 +221,8 @@ template <class T>
 std::vector<T> regionCopy(const T* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
     std::vector<T> region;
     for (int row = rowStart; row <= rowEnd; ++row) {
-        for (int col = colStart; col <= colEnd; ++col) {
+        for (int col = colStart; col <= colEnd; ++col)
             region.push_back(image[row * width + col]);
-        }
     }
     return region;
 }
@@ -259,18 +239,16 @@ int getMaxandMinIndex(const float* data, int n, bool wantMin) {
 
 int findidxbigger(const float* data, int n, float threshold) {
     for (int i = 0; i < n; ++i) {
-        if (data[i] >= threshold) {
+        if (data[i] >= threshold)
             return i;
-        }
     }
     return -1;
 }
 
 int findidxsmaller(const float* data, int n, float threshold) {
     for (int i = n - 1; i >= 0; --i) {
-        if (data[i] <= threshold) {
+        if (data[i] <= threshold)
             return i;
-        }
     }
     return n;
 }
@@ -301,25 +279,21 @@ struct ValueRange {
 ValueRange centralRange(const std::vector<int>& hist, int n) {
     const int tail = static_cast<int>(static_cast<float>(n) * 0.05f);
     ValueRange range{0, 65535};
-    for (int sum = 0; sum < tail; ++range.low) {
+    for (int sum = 0; sum < tail; ++range.low)
         sum += hist[range.low];
-    }
-    for (int sum = 0; sum < tail; --range.high) {
+    for (int sum = 0; sum < tail; --range.high)
         sum += hist[range.high];
-    }
     return range;
 }
 
 }  // namespace
 
 int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n) {
-    if (bins < 1) {
+    if (bins < 1)
         return 0;
-    }
     std::vector<int> hist(65536, 0);
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < n; ++i)
         ++hist[data[i]];
-    }
     const ValueRange central = centralRange(hist, n);
     const int range = central.high - central.low + 1;
     const int step = range >= bins ? range / bins : 1;

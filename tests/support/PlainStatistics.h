@@ -43,9 +43,8 @@ void exchangeSortAscending(T* data, int n) {
 // Element n/2 of a copy in descending order: getMedian, getWordMedian and getfloatMedian.
 template <class T>
 T descendingMedian(const T* data, int n) {
-    if (data == nullptr || n < 1) {
+    if (data == nullptr || n < 1)
         return static_cast<T>(1057);
-    }
     std::vector<T> copy(data, data + n);
     exchangeSortDescending(copy.data(), n);
     return copy[n / 2];
@@ -77,9 +76,8 @@ template <class T>
 int getMinIndex(const T* data, int n) {
     int index = 0;
     for (int i = 1; i < n; ++i) {
-        if (data[i] < data[index]) {
+        if (data[i] < data[index])
             index = i;
-        }
     }
     return index;
 }
@@ -88,9 +86,8 @@ template <class T>
 int getMaxIndex(const T* data, int n) {
     int index = 0;
     for (int i = 1; i < n; ++i) {
-        if (data[i] >= data[index]) {
+        if (data[i] >= data[index])
             index = i;
-        }
     }
     return index;
 }

@@ -70,9 +70,8 @@ void Canvas::drawDot(Point centre, int radius, Colour colour) {
 void Canvas::drawPicture(Point corner, const GreyPicture& picture) {
     const std::uint8_t* shade = picture.pixels.data();
     for (int row = 0; row < picture.shape.height; ++row) {
-        for (int column = 0; column < picture.shape.width; ++column, ++shade) {
+        for (int column = 0; column < picture.shape.width; ++column, ++shade)
             fillRectangle({corner.x + column, corner.y + row}, 1, 1, {*shade, *shade, *shade});
-        }
     }
 }
 

@@ -54,18 +54,16 @@ Shape demoShape(const std::string& text) {
 // Returns the folder's name without a separator at its end. As in the library, '\\' separates on every platform.
 std::string createOutputDirectory(const std::string& text) {
     std::string directory = qxkit::nativePath(text).generic_string();
-    while (directory.size() > 1 && directory.back() == '/') {
+    while (directory.size() > 1 && directory.back() == '/')
         directory.pop_back();
-    }
     if (directory.size() > kMaxOutputPath) {
         throw ToolError("the path of --out is longer than " + std::to_string(kMaxOutputPath) +
                         " characters; give a shorter one");
     }
     std::error_code error;
     fs::create_directories(directory, error);
-    if (!fs::is_directory(directory, error)) {
+    if (!fs::is_directory(directory, error))
         throw ToolError(directory + ": cannot be created as a folder; give another --out");
-    }
     return directory;
 }
 
@@ -91,9 +89,8 @@ std::vector<JudgedExposure> judgeField(const DemoScene& scene, const SnrSeries& 
 
 void printSquares(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
     std::vector<std::string> header = {"square", "factory"};
-    for (const JudgedExposure& judged : exposures) {
+    for (const JudgedExposure& judged : exposures)
         header.push_back(judged.exposure.name);
-    }
     TextTable table(header);
     const std::vector<int> sides = snrSquareSides(exposures.front().image.shape);
     for (std::size_t square = 0; square < sides.size(); ++square) {
@@ -121,9 +118,8 @@ void printVerdicts(const std::vector<JudgedExposure>& exposures) {
     std::cout << "\nVerdicts:\n";
     table.print(std::cout);
     std::cout << '\n';
-    for (const int code : codes) {
+    for (const int code : codes)
         std::cout << "  " << code << "  " << getStatusMessage(code) << '\n';
-    }
 }
 
 void writePictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
@@ -132,9 +128,8 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
     const RawImage rawFlat = scene.rawFlat();
     writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
     writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
-    for (const JudgedExposure& judged : exposures) {
+    for (const JudgedExposure& judged : exposures)
         writePng(path(judged.exposure.name), makePreview(judged.image, PercentileWindow{}, kPreviewWidth));
-    }
     writePng(path("squares"), drawSquares(exposures.front().image));
     writePng(path("overview"), drawOverview(rawFlat, exposures));
     writePng(path("snr-series"), drawSeriesPlot(exposures, factory));
@@ -144,9 +139,8 @@ void reportFiles(const std::string& folder, const JudgedExposure& kept) {
     std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n"
               << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error)) {
+    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
         std::cout << "Daily log: " << entry.path().generic_string() << '\n';
-    }
     std::cout << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape "
               << toText(kept.image.shape) << " --factory " << folder << "/factory-snr.toml\n";
 }

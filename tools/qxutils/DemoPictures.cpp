@@ -72,18 +72,16 @@ Canvas drawTiles(const std::vector<Tile>& tiles) {
 std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
     const SnrSeries scaled = scaleToMeasured(factory, series.front());
     std::vector<float> shares;
-    for (std::size_t square = 0; square < series.size(); ++square) {
+    for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
-    }
     return shares;
 }
 
 std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries& factory) {
     const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
     std::vector<float> shares;
-    for (std::size_t square = 0; square < scaled.size(); ++square) {
+    for (std::size_t square = 0; square < scaled.size(); ++square)
         shares.push_back(judgement.expected[square] / scaled[square]);
-    }
     return shares;
 }
 
@@ -110,9 +108,8 @@ Canvas drawSquares(const RawImage& image) {
 Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
     std::vector<Tile> tiles = {
         {makePreview(rawFlat, PercentileWindow{}, kTileWidth), "raw flat field", "before correction", kText}};
-    for (const JudgedExposure& judged : exposures) {
+    for (const JudgedExposure& judged : exposures)
         tiles.push_back(makeTile(judged));
-    }
     return drawTiles(tiles);
 }
 

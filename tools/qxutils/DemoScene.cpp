@@ -93,9 +93,8 @@ std::vector<Exposure> DemoScene::fieldExposures() const {
         {"shutter-shadow", "shutter shadow", shutterShadow(shape_)},
     };
     std::uint32_t frame = kFirstFieldFrame;
-    for (Exposure& exposure : exposures) {
+    for (Exposure& exposure : exposures)
         exposure.options.frame = frame++;
-    }
     return exposures;
 }
 

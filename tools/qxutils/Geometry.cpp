@@ -31,9 +31,8 @@ void appendGeometries(std::vector<Geometry>& geometries, std::int64_t pixelBytes
         const std::int64_t height = pixels / width;
         const bool fits = height * width == pixels && height <= kMaxSide && height >= kMinOtherSide;
         const Shape shape{width, fits ? static_cast<int>(height) : 0};
-        if (fits && isPlausibleAspect(shape) && (isCommon(shape) || height % kSideMultiple == 0)) {
+        if (fits && isPlausibleAspect(shape) && (isCommon(shape) || height % kSideMultiple == 0))
             geometries.push_back({shape, hasHeader, isCommon(shape)});
-        }
     }
 }
 
@@ -50,9 +49,8 @@ std::vector<Geometry> plausibleGeometries(std::int64_t fileBytes) {
 
 std::optional<Geometry> unambiguousGeometry(const std::vector<Geometry>& geometries) {
     const auto isCommonPanel = [](const Geometry& geometry) { return geometry.isCommonPanel; };
-    if (std::count_if(geometries.begin(), geometries.end(), isCommonPanel) == 1) {
+    if (std::count_if(geometries.begin(), geometries.end(), isCommonPanel) == 1)
         return geometries.front();
-    }
     return std::nullopt;
 }
 

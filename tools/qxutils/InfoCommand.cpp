@@ -69,9 +69,8 @@ void describeFile(const std::string& file, const std::optional<Shape>& shape) {
 
 ExitCode printInfo(const InfoOptions& options) {
     const auto shape = options.shape.empty() ? std::nullopt : std::optional(parseShape(options.shape));
-    for (const std::string& file : options.files) {
+    for (const std::string& file : options.files)
         describeFile(file, shape);
-    }
     return ExitCode::Passed;
 }
 

@@ -25,17 +25,15 @@ int reportError(const std::string& message, ExitCode code) {
 
 std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining();
-    if (app.get_subcommands().empty() && !unknown.empty()) {
+    if (app.get_subcommands().empty() && !unknown.empty())
         return "\"" + unknown.front() + "\" is neither a command nor an option";
-    }
     return error.what();
 }
 
 // Help goes to standard output and passes; every mistake is one line that ends in the way to the help.
 int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
         return app.exit(error);
-    }
     return reportError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
 }
 
@@ -46,18 +44,16 @@ void loadDetector(const std::string& file) {
         return;
     }
     const std::string problem = qxkit::loadVirtualDetector(file);
-    if (!problem.empty()) {
+    if (!problem.empty())
         throw ToolError(problem + "; give a TOML file with settings of the virtual detector");
-    }
 }
 
 int runCommand(const Command& chosen, const std::string& detectorFile) {
     try {
         loadDetector(detectorFile);
         const ExitCode code = chosen();
-        if (!std::cout.flush()) {
+        if (!std::cout.flush())
             throw ToolError("standard output cannot be written; check where it goes");
-        }
         return exitStatus(code);
     } catch (const ToolError& error) {
         return reportError(error.what(), error.exitCode());

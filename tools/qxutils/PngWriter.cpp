@@ -11,9 +11,8 @@ namespace {
 
 void write(const std::string& path, const Shape& shape, int channels, const void* pixels) {
     const int rowBytes = shape.width * channels;
-    if (stbi_write_png(path.c_str(), shape.width, shape.height, channels, pixels, rowBytes) == 0) {
+    if (stbi_write_png(path.c_str(), shape.width, shape.height, channels, pixels, rowBytes) == 0)
         throw ToolError(path + ": cannot be written; check that the folder exists and may be written to");
-    }
 }
 
 }  // namespace

@@ -13,9 +13,8 @@ WORD blockMean(const RawImage& image, int firstRow, int firstColumn, int scale) 
     std::uint64_t sum = 0;
     for (int row = firstRow; row < firstRow + scale; ++row) {
         const WORD* line = image.pixels.data() + std::size_t(row) * std::size_t(image.shape.width) + firstColumn;
-        for (int column = 0; column < scale; ++column) {
+        for (int column = 0; column < scale; ++column)
             sum += line[column];
-        }
     }
     const std::uint64_t count = std::uint64_t(scale) * std::uint64_t(scale);
     return static_cast<WORD>((sum + count / 2) / count);
@@ -25,9 +24,8 @@ RawImage shrink(const RawImage& image, int scale) {
     RawImage small{{image.shape.width / scale, std::max(1, image.shape.height / scale)}, false, {}};
     const int blockSide = std::min(scale, image.shape.height);
     for (int row = 0; row < small.shape.height; ++row) {
-        for (int column = 0; column < small.shape.width; ++column) {
+        for (int column = 0; column < small.shape.width; ++column)
             small.pixels.push_back(blockMean(image, row * blockSide, column * scale, blockSide));
-        }
     }
     return small;
 }
@@ -38,9 +36,8 @@ double percentile(const std::vector<std::uint32_t>& counts, std::size_t total, d
     std::uint64_t seen = 0;
     for (int grey = 0; grey < kGreyLevels; ++grey) {
         seen += counts[std::size_t(grey)];
-        if (seen > rank) {
+        if (seen > rank)
             return grey;
-        }
     }
     return kGreyLevels - 1;
 }
@@ -65,9 +62,8 @@ int previewScale(const Shape& shape, int maxWidth) {
 GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth) {
     const RawImage small = shrink(image, previewScale(image.shape, maxWidth));
     std::vector<std::uint32_t> counts(kGreyLevels);
-    for (const WORD grey : small.pixels) {
+    for (const WORD grey : small.pixels)
         ++counts[grey];
-    }
     return applyWindow(small, {percentile(counts, small.pixels.size(), window.low),
                                percentile(counts, small.pixels.size(), window.high)});
 }

@@ -21,9 +21,8 @@ struct PreviewOptions {
 };
 
 ExitCode writePreview(const PreviewOptions& options) {
-    if (options.window.low >= options.window.high) {
+    if (options.window.low >= options.window.high)
         throw ToolError("--low must be below --high", ExitCode::Usage);
-    }
     const RawImage image = loadRawImage(options.file, parseShape(options.shape));
     const GreyPicture picture = makePreview(image, options.window, options.maxWidth);
     writePng(options.output, picture);

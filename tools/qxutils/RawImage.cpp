@@ -30,9 +30,8 @@ LibraryPath toLibraryPath(const std::string& path) {
                         " characters; run qxutils closer to the file");
     }
     const std::size_t slash = path.find_last_of("/\\");
-    if (slash == std::string::npos) {
+    if (slash == std::string::npos)
         return {"./", path};
-    }
     return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
@@ -48,16 +47,13 @@ LibraryPath toLibraryPath(const std::string& path) {
 std::int64_t fileBytes(const std::string& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) {
+    if (!fs::exists(status))
         throw ToolError(path + ": no such file; check the name");
-    }
-    if (fs::is_directory(status)) {
+    if (fs::is_directory(status))
         throw ToolError(path + ": is a directory; give a raw image file");
-    }
     const std::uintmax_t bytes = fs::file_size(path, error);
-    if (error) {
+    if (error)
         throw ToolError(path + ": cannot tell its size (" + error.message() + "); give a regular file");
-    }
     return static_cast<std::int64_t>(bytes);
 }
 
@@ -76,9 +72,8 @@ std::vector<char> readFileBytes(const std::string& path, std::int64_t bytes) {
 RawImage loadRawImage(const std::string& path, const Shape& shape) {
     const std::int64_t bytes = fileBytes(path);
     const bool hasHeader = bytes == shape.pixelBytes() + kImageHeaderBytes;
-    if (!hasHeader && bytes != shape.pixelBytes()) {
+    if (!hasHeader && bytes != shape.pixelBytes())
         throwSizeMismatch(path, shape, bytes);
-    }
     const std::vector<char> content = readFileBytes(path, bytes);
     RawImage image{shape, hasHeader, std::vector<WORD>(static_cast<std::size_t>(shape.pixelCount()))};
     std::memcpy(image.pixels.data(), content.data() + (hasHeader ? kImageHeaderBytes : 0),

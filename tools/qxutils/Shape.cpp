@@ -12,9 +12,8 @@ namespace {
 std::optional<int> parseSide(std::string_view text) {
     int side = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
-    if (error != std::errc{} || end != text.data() + text.size() || side < 1 || side > kMaxSide) {
+    if (error != std::errc{} || end != text.data() + text.size() || side < 1 || side > kMaxSide)
         return std::nullopt;
-    }
     return side;
 }
 
@@ -26,9 +25,8 @@ Shape parseShape(const std::string& text) {
     if (cross != std::string_view::npos) {
         const auto width = parseSide(all.substr(0, cross));
         const auto height = parseSide(all.substr(cross + 1));
-        if (width && height) {
+        if (width && height)
             return {*width, *height};
-        }
     }
     throw ToolError("\"" + text + "\" is not a shape; give WIDTHxHEIGHT with sides from 1 to " +
                         std::to_string(kMaxSide) + ", such as 3072x3072",

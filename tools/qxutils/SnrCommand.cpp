@@ -23,9 +23,8 @@ struct SnrOptions {
 
 void printSeries(const std::vector<int>& sides, const SnrSeries& series) {
     TextTable table({"square", "SNR"});
-    for (std::size_t square = 0; square < sides.size(); ++square) {
+    for (std::size_t square = 0; square < sides.size(); ++square)
         table.addRow({std::to_string(sides[square]), formatNumber(series[square], 1)});
-    }
     table.print(std::cout);
 }
 

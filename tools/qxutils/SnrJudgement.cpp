@@ -20,9 +20,8 @@ float expectedShare(std::size_t square) {
 
 SnrSeries expectedSeries(const SnrSeries& factory, float measuredSmallest) {
     SnrSeries expected = scaleToMeasured(factory, measuredSmallest);
-    for (std::size_t square = 0; square < expected.size(); ++square) {
+    for (std::size_t square = 0; square < expected.size(); ++square)
         expected[square] *= expectedShare(square);
-    }
     return expected;
 }
 
@@ -42,9 +41,8 @@ void requireOk(int status, const Shape& shape) {
 std::vector<int> snrSquareSides(const Shape& shape) {
     const int usableSide = std::min(shape.width, shape.height) - kUnusedBorder;
     std::vector<int> sides = {kSideStep / 4, kSideStep / 2};
-    for (int side = kSideStep; side <= usableSide; side += kSideStep) {
+    for (int side = kSideStep; side <= usableSide; side += kSideStep)
         sides.push_back(side);
-    }
     return sides;
 }
 
@@ -61,9 +59,8 @@ SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
     judgement.expected = expectedSeries(used, judgement.measured.front());
     const auto [width, height] = image.shape;
     judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, used);
-    if (judgement.verdict != StatusSnrLow) {
+    if (judgement.verdict != StatusSnrLow)
         requireOk(judgement.verdict, image.shape);
-    }
     SurfaceFitResult result{};
     evaluateSNRResult(image.pixels.data(), width, height, used, result);
     judgement.grade = result.evaluation;
@@ -72,9 +69,8 @@ SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
 
 SnrSeries scaleToMeasured(const SnrSeries& factory, float measuredSmallest) {
     SnrSeries scaled;
-    for (const float value : factory) {
+    for (const float value : factory)
         scaled.push_back(measuredSmallest / factory.front() * value);
-    }
     return scaled;
 }
 

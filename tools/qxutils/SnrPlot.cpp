@@ -54,9 +54,8 @@ void drawSeries(Canvas& canvas, const PlotLine& line) {
     const std::size_t squares = line.shares.size();
     for (std::size_t square = 0; square < squares; ++square) {
         const Point here{columnOf(square, squares), rowOf(line.shares[square])};
-        if (square > 0) {
+        if (square > 0)
             canvas.drawLine({columnOf(square - 1, squares), rowOf(line.shares[square - 1])}, here, 3, line.colour);
-        }
         canvas.drawDot(here, 5, line.colour);
     }
 }
@@ -79,9 +78,8 @@ Canvas drawSnrPlot(const std::vector<int>& sides, const std::vector<PlotLine>& l
     canvas.drawText({kPlotCorner.x, 20}, "SNR as a share of the factory's, made equal on the smallest square",
                     kTextScale, kInk);
     drawGrid(canvas, sides);
-    for (const PlotLine& line : lines) {
+    for (const PlotLine& line : lines)
         drawSeries(canvas, line);
-    }
     canvas.drawText({kPlotCorner.x, kPlotBottom + 10 + kLineHeight}, "side of the square, pixels", kTextScale, kInk);
     drawLegend(canvas, lines);
     return canvas;

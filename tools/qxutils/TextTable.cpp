@@ -11,9 +11,8 @@ std::vector<std::size_t> TextTable::columnWidths() const {
     std::vector<std::size_t> widths;
     for (const auto& row : rows_) {
         widths.resize(std::max(widths.size(), row.size()));
-        for (std::size_t column = 0; column < row.size(); ++column) {
+        for (std::size_t column = 0; column < row.size(); ++column)
             widths[column] = std::max(widths[column], row[column].size());
-        }
     }
     return widths;
 }
