@@ -5,6 +5,22 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
+namespace {
+
+constexpr const char* kPathNames[] = {"Tables", "Products", "WideProducts"};
+
+}  // namespace
+
+namespace qx {
+
+void PrintTo(CrcPath path, std::ostream* out) {
+    *out << kPathNames[static_cast<int>(path)];
+}
+
+}  // namespace qx
+
 namespace {
 
 const unsigned char* bytesOf(const std::string& text) {
@@ -21,8 +37,7 @@ protected:
 };
 
 std::string pathName(const ::testing::TestParamInfo<qx::CrcPath>& path) {
-    static constexpr const char* kNames[] = {"Tables", "Products", "WideProducts"};
-    return kNames[static_cast<int>(path.param)];
+    return kPathNames[static_cast<int>(path.param)];
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, Crc32,

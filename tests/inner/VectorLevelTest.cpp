@@ -15,6 +15,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
+
+namespace qx {
+
+void PrintTo(VectorLevel level, std::ostream* out) {
+    *out << vectorLevelName(level);
+}
+
+}  // namespace qx
 
 namespace {
 
