@@ -23,10 +23,12 @@ QXUTILS_API int writeImageToDisk(const char* dir, const char* name, const char* 
 // were read are in the buffer then.
 QXUTILS_API int readImageFromDisk(const char* dir, const char* name, char* buffer, int size);
 
-// Returns 1 when the file's length equals expectedSize and 0 when not; 1057 or 1039 on failure.
+// Returns 1 when the file's length equals expectedSize and 0 when not; 1057 or 1039 on failure, 1040 when the file has
+// no length.
 QXUTILS_API int imageWithHead(const char* dir, const char* name, int expectedSize);
 
-// The length of a file in bytes. Returns 0, 1057, 1039, or 1020 when the length does not fit.
+// The length of a file in bytes. Returns 0, 1057, 1039, 1040 when the file has no length (a pipe), or 1020 when it does
+// not fit.
 QXUTILS_API int getImageSize(const char* dir, const char* name, long& size);
 
 // Empties a file, or creates it empty. Returns 0, 1057 or 1039. A joined path above 255 characters is a fatal error:

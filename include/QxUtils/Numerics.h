@@ -3,12 +3,13 @@
 // Order statistics and moments of pixel arrays.
 //
 // Counts are elements. A function whose result is a number returns the status code 1057 in its own type for a null
-// pointer: the caller cannot tell it from a result. A count, or a width times height, that does not fit in 32 bits
-// gives 1020 in the same way, a failed allocation 1035. No function keeps state, getGaussValue excepted.
+// pointer: the caller cannot tell it from a result. A width times height that does not fit in 32 bits gives 1020 in the
+// same way, a failed allocation 1035. No function keeps state, getGaussValue excepted.
 //
 // Medians select what the quadratic exchange sort selects, bit for bit, in linear time: comparisons with a NaN are
 // false, so a NaN stays where it is while the other values are sorted around it, and zeros of either sign are equal.
 // For an even count the descending members give the lower of the two middle values, the ascending ones the upper.
+// Members that do not sort in place take a copy of the array, those for WORD at most 256 KiB.
 
 #include "Export.h"
 #include "Types.h"
@@ -21,7 +22,8 @@ QXUTILS_API WORD getWordMedian(const WORD* data, int n);
 QXUTILS_API double getfloatMedian(const double* data, int n);
 
 // Element n/2 in ascending order (the upper middle). n below 1 gives 1057. Whether the array is const decides what
-// happens to it: the const member leaves it alone, the other leaves it sorted in ascending order.
+// happens to it: the const member leaves it alone, the other leaves it sorted in ascending order. That one takes
+// n log n steps and a copy; without memory for it, it falls back to the quadratic sort.
 QXUTILS_API float getFloatMedian(const float* data, int n);
 QXUTILS_API float getFloatMedian(float* data, int n);
 
@@ -33,9 +35,10 @@ QXUTILS_API float getFloatMedianByQuickMethod(float* data, int n);
 // 0 .. bins-1; larger values are ignored there but count in n. Returns bins (as 16 bits) when n/2 is not reached.
 QXUTILS_API WORD getHisMedian(const WORD* data, int n, int* hist, int bins);
 
-// Histogram median with bins of 0.0001 between the minimum and the maximum, the latter never above 110. hist and bins
-// are not used. When the values span no bin (all equal, or all above 110) the result is the minimum. A value equal to
-// the maximum is not counted. Memory: 4 bytes a bin; 1020 when the bins exceed 32 bits.
+// Histogram median with bins of 0.0001 between the minimum (at most 65535) and the maximum (0 to 110). hist and bins
+// are not used. When the values span no bin (all equal, or all above 110) the result is that minimum. A value equal to
+// the maximum is not counted. 1020 when the bins exceed 32 bits. Memory: 4 bytes a bin or, above a million bins, a
+// value.
 QXUTILS_API float getFloatHisMedian(const float* data, int n, int* hist, int bins);
 
 // Population standard deviation of width x height values: the root of the mean squared deviation, summed in double.
@@ -45,10 +48,11 @@ QXUTILS_API float getStdev(const WORD* image, int width, int height);
 QXUTILS_API float getStdev(const int* image, int width, int height);
 QXUTILS_API float getStdev(const float* image, int width, int height);
 
-// Mean and population standard deviation about the untruncated mean. Null leaves both untouched.
+// Mean and population standard deviation about the untruncated mean. Null, or a size that does not fit, leaves both
+// untouched; for an empty image neither is a number.
 QXUTILS_API void getStdevAndMean(const int* image, int width, int height, float& mean, float& stdev);
 
-// Mean, summed in double. The instance for WORD is part of the library.
+// Mean, summed in double: sum / n, so not a number for n = 0. Only the instance for WORD is part of the library.
 template <class T>
 QXUTILS_API double getMean(const T* data, int n);
 extern template QXUTILS_API double getMean<WORD>(const WORD* data, int n);
@@ -75,10 +79,10 @@ QXUTILS_API int findidxbigger(const float* data, int n, float threshold);
 QXUTILS_API int findidxsmaller(const float* data, int n, float threshold);
 
 // Statistics of the rows rowStart..rowEnd and columns colStart..colEnd (both inclusive) of an image whose rows are
-// width pixels apart. The region is not clipped to the image: the caller keeps it inside. A region without pixels, or
-// one that starts before the image, gives 1020; one with both ranges reversed counts as zeros.
-// The medians are the lower middle (WORD) and the upper middle truncated to an integer (float); 1035, with a log
-// line, when memory is short. The mean is truncated; it is 0 when rowStart is above rowEnd.
+// width pixels apart. The region is not clipped to the image: the caller keeps it inside. A region that starts before
+// the image, or has one range reversed, gives 1020, the median of one without pixels 1057; both ranges reversed count
+// as zeros. The medians are the lower middle (WORD) and the upper middle truncated to an integer (float); 1035, with a
+// log line, when memory is short. The mean is truncated; it is 0 when rowStart is above rowEnd.
 QXUTILS_API int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);

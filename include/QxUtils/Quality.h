@@ -22,7 +22,9 @@ QXUTILS_API int calcGlobalSNR(const WORD* image, int width, int height, std::vec
 
 // Compares the image's series with the factory's, scaled so that the smallest squares agree: 0 when fewer than three
 // squares fall below the expectation (0.9, 0.86, 0.84, 0.82 ... of the scaled factory value), else 1088, with the
-// advice to the user on standard output. A null image passes. 1020 as in calcGlobalSNR.
+// advice to the user on standard output. A series that could not be measured, for want of an image or of memory, is
+// zero and passes: a difference that is zero or not a number is no shortfall. 1020 when a side of the
+// image is below 128 pixels, or factorySNR holds fewer than N entries; 1035 when memory for the series is short.
 QXUTILS_API int checkGlobalSNR(const WORD* image, int width, int height, std::vector<float> factorySNR);
 
 // Grades a one-shot calibration into result.evaluation: 1090 when no square falls below the scaled factory value,

@@ -22,6 +22,7 @@ int readLocalCRC(const char* dir, const char* name, unsigned long& crc) {
     const qx::JoinedPath path(dir, name);
     const qx::File file = path.fits() ? qx::openFile(path.c_str(), qx::OpenMode::ReadBinary) : nullptr;
     if (!file) {
+        // Kept: printed whatever the debug flag.
         qx::printConsole("open file error...\n");
         return StatusFileOpenFailed;
     }

@@ -114,6 +114,7 @@ int copyFile(const char* destination, const char* source) {
     const File from = qx::openFile(source, OpenMode::ReadBinary);
     if (!from)
         return StatusOk;
+    // Kept: opening empties the destination, the source too when it is the same file.
     const File to = qx::openFile(destination, OpenMode::WriteBinary);
     if (!to)
         return StatusOk;

@@ -15,7 +15,7 @@ inline int truncateToInt(float value) noexcept {
     return truncateToInt(static_cast<double>(value));
 }
 
-// The low 32 bits of a difference or sum of integers: the arithmetic wraps.
+// The low 32 bits of a difference: the arithmetic wraps.
 inline int wrappedDifference(int a, int b) noexcept {
     return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }

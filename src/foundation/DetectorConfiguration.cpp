@@ -34,7 +34,7 @@ constexpr std::array<DetectorChannels, 13> kChannels = {{{3, 44},
                                                          {13, 128},
                                                          {25, 128}}};
 
-// Three bits of the mode word, or the status of the read that failed: callers take either for the id.
+// Three bits of the mode word. Kept: the status of a read that failed stands for the id.
 int modeWordId(int shift) {
     FpgaReg registers{};
     const int status = getFpgaReg(&registers);
@@ -66,6 +66,7 @@ int getCurrentExpTime() {
 int getAEDTrigSource() {
     int source = 1;
     const int status = getDetectorIparam(kAedTriggerSourceId, &source);
+    // Kept: a failed read leaves the value unmasked.
     return status == 0 ? source & 3 : source;
 }
 

@@ -22,6 +22,7 @@ void printDebug(const char* format, ...) noexcept {
 }  // namespace qx
 
 int setUtilDebug(int flag) {
+    // Kept: printed whatever the flag.
     qx::printConsole("Set util debug flag to %d \n", flag);
     debugFlag = flag;
     return 0;

@@ -23,6 +23,7 @@ constexpr char kSeverityLetters[kSeverityCount + 1] = "DIWE";
 
 constexpr int kLineTextCapacity = 1024;
 constexpr int kErrorLineCapacity = 100;
+constexpr int kLineNumberCapacity = 11;
 
 int logLevel = LogInfo;
 
@@ -54,11 +55,13 @@ void appendToDailyLog(const qx::LogFolder& folder, int moduleId, int infoType, c
 
 int WriteLogFile(int moduleId, int infoType, const char* text, int value) {
     const ConfigInfo* config = getConfigInfo();
+    // Kept: goes before every other check.
     if (config == nullptr || config->loggingEnabled == 0)
         return -1;
     if (text == nullptr)
         return StatusNullArgument;
     const qx::LogFolder folder;
+    // Kept: the folder comes first, then the module, then the level, then the severity.
     if (!folder.exists())
         qx::createDirectory(folder.path());
     if (moduleId < 0 || moduleId >= kModuleCount) {
@@ -71,13 +74,17 @@ int WriteLogFile(int moduleId, int infoType, const char* text, int value) {
         qx::printDebug("Write log file error,InfoType must be 0(D),1(I), 2(W) or 3(E).\n");
         return 1;
     }
-    appendToDailyLog(folder, moduleId, infoType, text, value);
+    if (folder.hasPath())
+        appendToDailyLog(folder, moduleId, infoType, text, value);
+    // Kept: a line that could not be written is not reported.
     return 0;
 }
 
 void WriteErrorLine(int moduleId, int line, const char* sourceName) {
+    char number[kLineNumberCapacity];
+    std::snprintf(number, sizeof number, "%d", line);
     char text[kErrorLineCapacity];
-    std::snprintf(text, sizeof text, "Error occur in %s,line %d", sourceName != nullptr ? sourceName : "", line);
+    std::snprintf(text, sizeof text, "Error occur in %s,line %s", sourceName != nullptr ? sourceName : "", number);
     WriteLogFile(moduleId, LogError, text, kLogNoValue);
 }
 

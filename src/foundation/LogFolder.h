@@ -10,6 +10,9 @@ public:
     LogFolder() noexcept;
 
     const char* path() const noexcept { return path_.c_str(); }
+
+    // Whether there is a work directory, and its path is short enough.
+    bool hasPath() const noexcept { return *path_.c_str() != '\0'; }
     bool exists() const noexcept;
 
 private:

@@ -9,6 +9,6 @@ char versionText[64];
 }  // namespace
 
 char* getQxUtilsDllVersion() {
-    std::snprintf(versionText, sizeof versionText, "%-16s%s", "QxUtils :", "4.9.0.0");
+    std::snprintf(versionText, sizeof versionText, "%-16s%s", "QxUtils :", QXUTILS_VERSION);
     return versionText;
 }

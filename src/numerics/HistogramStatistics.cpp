@@ -16,6 +16,7 @@ namespace {
 constexpr float kFloatBinWidth = 0.0001f;
 constexpr float kFloatCeiling = 110.0f;
 constexpr float kBorderTolerance = 1e-6f;
+constexpr int kManyBins = 1 << 20;
 constexpr float kTailShare = 0.05f;
 
 using PixelCounts = std::array<std::uint32_t, qx::kPixelValues>;
@@ -56,23 +57,56 @@ FloatRange rangeOf(const float* data, int n) {
     return range;
 }
 
-void countFloats(const float* data, int n, const FloatRange& range, float* bins, int binCount) {
-    for (int i = 0; i < n; ++i) {
-        if (!range.holds(data[i]))
-            continue;
-        const float position = (data[i] - range.minimum) / range.width();
-        const int bin = qx::truncateToInt(position * static_cast<float>(binCount));
-        if (bin >= 0 && bin < binCount)
-            bins[bin] += 1.0f;
-    }
+// The bin of a value, or -1 for one that is not counted.
+int binOf(float x, const FloatRange& range, int binCount) {
+    if (!range.holds(x))
+        return -1;
+    const float position = (x - range.minimum) / range.width();
+    const int bin = qx::truncateToInt(position * static_cast<float>(binCount));
+    return bin >= 0 && bin < binCount ? bin : -1;
 }
 
-int middleFloatBin(const float* bins, int binCount, int half) {
-    int bin = 0;
-    // The running count is an integer that takes part in single-precision sums.
-    for (int running = 0; running < half && bin < binCount; ++bin)
-        running = qx::truncateToInt(static_cast<float>(running) + bins[bin]);
-    return bin;
+// Kept: the running count is an integer that takes part in single-precision sums.
+int addToCount(int running, float held) {
+    return qx::truncateToInt(static_cast<float>(running) + held);
+}
+
+// How many bins are passed until the running count reaches `half`; -1 when memory is short.
+int middleOfBins(const float* data, int n, const FloatRange& range, int binCount, int half) {
+    qx::Scratch<float> bins(static_cast<std::size_t>(binCount));
+    if (!bins)
+        return -1;
+    bins.clear();
+    for (int i = 0; i < n; ++i)
+        if (const int bin = binOf(data[i], range, binCount); bin >= 0)
+            bins[static_cast<std::size_t>(bin)] += 1.0f;
+    int passed = 0;
+    for (int running = 0; running < half && passed < binCount; ++passed)
+        running = addToCount(running, bins[static_cast<std::size_t>(passed)]);
+    return passed;
+}
+
+// The same for so many bins that most hold nothing: only those that do are visited.
+int middleOfSparseBins(const float* data, int n, const FloatRange& range, int binCount, int half) {
+    // A bin counts in single precision, where adding one stops having an effect.
+    constexpr std::ptrdiff_t kLargestCount = 1 << 24;
+    qx::Scratch<int> bins(static_cast<std::size_t>(n));
+    if (!bins)
+        return -1;
+    int* const end = std::transform(data, data + n, bins.data(), [&](float x) { return binOf(x, range, binCount); });
+    std::sort(bins.data(), end);
+    int running = 0;
+    int passed = 0;
+    for (const int* bin = std::lower_bound(bins.data(), end, 0); bin != end && running < half;) {
+        // Passing empty bins rounds the count once; more of them change nothing.
+        if (passed < *bin && (running = addToCount(running, 0.0f)) >= half)
+            return passed + 1;
+        const int* const next = std::upper_bound(bin, static_cast<const int*>(end), *bin);
+        running = addToCount(running, static_cast<float>(std::min(next - bin, kLargestCount)));
+        passed = *bin + 1;
+        bin = next;
+    }
+    return running < half ? binCount : passed;
 }
 
 // How many values from one end of the histogram are passed until their pixels reach `tail`.
@@ -112,7 +146,7 @@ WORD getHisMedian(const WORD* data, int n, int* hist, int bins) {
         if (running >= n / 2)
             return static_cast<WORD>(value);
     }
-    return static_cast<WORD>(std::max(bins, 0));
+    return static_cast<WORD>(bins);
 }
 
 float getFloatHisMedian(const float* data, int n, int*, int) {
@@ -125,12 +159,11 @@ float getFloatHisMedian(const float* data, int n, int*, int) {
     if (binCount >= static_cast<float>(INT_MAX))
         return static_cast<float>(StatusWrongParameter);
     const auto count = static_cast<int>(binCount);
-    qx::Scratch<float> bins(static_cast<std::size_t>(count));
-    if (!bins)
+    const int passed = count <= kManyBins ? middleOfBins(data, n, range, count, n / 2)
+                                          : middleOfSparseBins(data, n, range, count, n / 2);
+    if (passed < 0)
         return static_cast<float>(StatusAllocationFailed);
-    bins.clear();
-    countFloats(data, n, range, bins.data(), count);
-    return range.minimum + static_cast<float>(middleFloatBin(bins.data(), count, n / 2)) * kFloatBinWidth;
+    return range.minimum + static_cast<float>(passed) * kFloatBinWidth;
 }
 
 int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n) {

@@ -5,7 +5,9 @@
 #include "numerics/ExchangeSelection.h"
 #include "numerics/PixelMedian.h"
 
+#include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace {
 
@@ -30,7 +32,7 @@ struct Split {
 };
 
 Split splitAtPivot(float* data, int l, int r) noexcept {
-    const int mid = (l + r) / 2;
+    const int mid = l + (r - l) / 2;
     if (data[mid] > data[l + 1])
         std::swap(data[mid], data[l + 1]);
     if (data[l] > data[r])

@@ -75,9 +75,9 @@ double squaresAboutTruncatedMean(const WORD* pixels, int count) {
         narrow.valid ? narrow.sum + static_cast<std::int64_t>(count) * likely : kernels.sum(pixels, size);
     const int centre = qx::truncateToInt(static_cast<float>(static_cast<double>(sum) / count));
     const std::int64_t shift = centre - likely;
-    if (narrow.valid && isNarrowAbout(narrow, static_cast<int>(shift)))
-        return static_cast<double>(narrow.squares - 2 * shift * narrow.sum + count * shift * shift);
-    const double squares = kernels.squares(pixels, size, centre);
+    const double squares = narrow.valid && isNarrowAbout(narrow, static_cast<int>(shift))
+                               ? static_cast<double>(narrow.squares - 2 * shift * narrow.sum + count * shift * shift)
+                               : kernels.squares(pixels, size, centre);
     if (squares < qx::kExactSumLimit)
         return squares;
     return orderedSquares(pixels, count, [centre](WORD value) { return static_cast<float>(value - centre); });

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstdlib>
 
 namespace {
 
@@ -22,6 +23,7 @@ struct Region {
     std::int64_t rows() const { return rowEnd - rowStart + 1; }
     std::int64_t columns() const { return columnEnd - columnStart + 1; }
     std::int64_t pixels() const { return rows() * columns(); }
+    bool isEmpty() const { return rows() == 0 || columns() == 0; }
     bool rowsReversed() const { return rowStart > rowEnd; }
     std::int64_t firstIndex(std::int64_t row) const { return row * width + columnStart; }
     bool startsBeforeImage() const { return std::min(firstIndex(rowStart), firstIndex(rowEnd)) < 0; }
@@ -30,14 +32,16 @@ struct Region {
 int checkRegion(const void* image, const Region& region) {
     if (image == nullptr)
         return StatusNullArgument;
-    const bool countable =
-        region.rows() <= INT_MAX && region.columns() <= INT_MAX && region.pixels() >= 1 && region.pixels() <= INT_MAX;
-    if (!countable || (!region.rowsReversed() && region.startsBeforeImage()))
+    const bool countable = std::abs(region.rows()) <= INT_MAX && std::abs(region.columns()) <= INT_MAX &&
+                           region.pixels() >= 1 && region.pixels() <= INT_MAX;
+    if (!countable)
+        return StatusWrongParameter;
+    if (!region.rowsReversed() && region.startsBeforeImage())
         return StatusWrongParameter;
     return StatusOk;
 }
 
-// Copies the region's pixels row by row. A region with reversed rows counts as zeros.
+// Copies the region's pixels row by row. Kept: a region with reversed rows counts as zeros.
 template <class T>
 void gather(const T* image, const Region& region, qx::Scratch<T>& pixels) {
     if (region.rowsReversed()) {
@@ -51,6 +55,8 @@ void gather(const T* image, const Region& region, qx::Scratch<T>& pixels) {
 
 template <class T, class Median>
 int regionMedian(const T* image, const Region& region, const char* failureText, Median medianOf) {
+    if (region.isEmpty())
+        return StatusNullArgument;
     const int status = checkRegion(image, region);
     if (status != StatusOk)
         return status;

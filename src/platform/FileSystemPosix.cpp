@@ -20,6 +20,13 @@ std::uint64_t ticks(const struct statx_timestamp& time) noexcept {
     return (static_cast<std::uint64_t>(time.tv_sec) + kSecondsFrom1601To1970) * kTicksPerSecond + time.tv_nsec / 100;
 }
 
+// A link counts as what it points to, and as itself when that is missing.
+bool statusOf(int directory, const char* name, struct statx& status) noexcept {
+    constexpr unsigned kFields = STATX_BASIC_STATS | STATX_BTIME;
+    return statx(directory, name, 0, kFields, &status) == 0 ||
+           statx(directory, name, AT_SYMLINK_NOFOLLOW, kFields, &status) == 0;
+}
+
 bool isDirectory(std::FILE* file) noexcept {
     struct stat status {};
     return fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode);
@@ -29,7 +36,7 @@ bool isDirectory(std::FILE* file) noexcept {
 
 bool pathExists(const char* path) noexcept {
     struct stat status {};
-    return path != nullptr && stat(NativePath(path).c_str(), &status) == 0;
+    return stat(NativePath(path).c_str(), &status) == 0;
 }
 
 bool isRegularFile(const char* path) noexcept {
@@ -88,7 +95,7 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
         if (found == nullptr)
             return false;
         struct statx status {};
-        if (statx(dirfd(state_->stream), found->d_name, 0, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
+        if (!statusOf(dirfd(state_->stream), found->d_name, status))
             continue;
         const bool hasBirthTime = (status.stx_mask & STATX_BTIME) != 0;
         entry = {found->d_name, S_ISDIR(status.stx_mode), static_cast<std::int64_t>(status.stx_size),

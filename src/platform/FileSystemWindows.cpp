@@ -19,7 +19,7 @@ std::uint64_t ticks(const FILETIME& time) noexcept {
 }  // namespace
 
 bool pathExists(const char* path) noexcept {
-    return path != nullptr && PathFileExistsA(NativePath(path).c_str()) != 0;
+    return PathFileExistsA(NativePath(path).c_str()) != 0;
 }
 
 bool isRegularFile(const char* path) noexcept {

@@ -31,14 +31,15 @@ std::string withPlatformLineEnds(std::string_view text) {
     return result;
 }
 
+// Without the lock, on a file system that has none, the line is written all the same: losing it would be worse.
 bool writeLocked(HANDLE file, const std::string& bytes) noexcept {
     OVERLAPPED region{};
     region.OffsetHigh = kLockOffsetHigh;
-    if (LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &region) == 0)
-        return false;
+    const bool locked = LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &region) != 0;
     DWORD written = 0;
     const bool ok = WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0;
-    UnlockFileEx(file, 0, 1, 0, &region);
+    if (locked)
+        UnlockFileEx(file, 0, 1, 0, &region);
     return ok && written == bytes.size();
 }
 
@@ -48,8 +49,10 @@ bool appendShared(const char* path, std::string_view text) noexcept {
     try {
         const std::string bytes = withPlatformLineEnds(text);
         const NativePath native(path);
-        HANDLE file = CreateFileA(native.c_str(), FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        // Locking asks for the right to read.
+        constexpr DWORD kAccess = FILE_READ_DATA | FILE_APPEND_DATA | SYNCHRONIZE;
+        HANDLE file = CreateFileA(native.c_str(), kAccess, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
         if (file == INVALID_HANDLE_VALUE)
             return false;
         const bool ok = writeLocked(file, bytes);

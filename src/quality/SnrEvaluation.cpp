@@ -5,10 +5,8 @@
 #include "platform/Console.h"
 #include "quality/SnrSeries.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <new>
-#include <span>
 #include <string>
 
 namespace {
@@ -25,7 +23,7 @@ bool isComparable(const WORD* image, int width, int height, std::size_t factoryC
            (image == nullptr || qx::snrMeasurable(width, height));
 }
 
-// The image's series; zeros without an image or where memory was short.
+// The image's series. Kept: it stays zero without an image or where memory is short, and zeros pass.
 Series measure(const WORD* image, int width, int height) {
     Series measured(static_cast<std::size_t>(qx::snrCount(width, height)), 0.0f);
     if (image != nullptr)
@@ -57,6 +55,7 @@ int checkSeries(const WORD* image, int width, int height, const Series& factory)
         qx::logEnd("SNRcheck", " terminates", StatusOk);
         return StatusOk;
     }
+    // Kept: the advice is printed whatever the debug flag, and the closing line has no value.
     qx::printConsole("%s", "--Warning:The image SNR of 1key calibration is low! __Please check: \n"
                            "1.if something on the detector; \n"
                            "2.The shutter shadow; \n"
@@ -65,14 +64,23 @@ int checkSeries(const WORD* image, int width, int height, const Series& factory)
     return StatusSnrLow;
 }
 
-void logSeries(const char* title, const Series& series) {
-    std::string line = title;
+std::string seriesText(const char* title, const Series& series) {
+    std::string text = title;
     for (const float value : series) {
-        char text[64];
-        std::snprintf(text, sizeof text, "%.1f\t", static_cast<double>(value));
-        line += text;
+        char number[64];
+        std::snprintf(number, sizeof number, "%.1f\t", static_cast<double>(value));
+        text += number;
     }
-    WriteLogFile(LogModuleUtils, LogInfo, line.c_str(), kLogNoValue);
+    return text;
+}
+
+// A line that memory is too short for never disturbs the verdict.
+void logSeries(const char* title, const Series& series) noexcept {
+    try {
+        WriteLogFile(LogModuleUtils, LogInfo, seriesText(title, series).c_str(), kLogNoValue);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 int gradeSeries(const WORD* image, int width, int height, const Series& factory) {

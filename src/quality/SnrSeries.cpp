@@ -157,7 +157,7 @@ float snrOf(const SquareContent& content) {
 }  // namespace
 
 int snrCount(int width, int height) noexcept {
-    return (std::min(width, height) - kImageMargin) / kSideStep + 2;
+    return static_cast<int>((static_cast<std::int64_t>(std::min(width, height)) - kImageMargin) / kSideStep + 2);
 }
 
 bool snrMeasurable(int width, int height) noexcept {

@@ -8,6 +8,7 @@
 #include "foundation/VectorLevel.h"
 #include "numerics/PixelHistogram.h"
 #include "numerics/PixelKernels.h"
+#include "quality/SnrSeries.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
@@ -62,8 +63,12 @@ std::vector<TestImage> pixelRows(int count, std::uint64_t seed) {
     rows.push_back(flatImage(count, 1, 9000, 50, seed));
     rows.back().pixels.back() = 65535;
     // Both sides of the width up to which squares are exact, and differences that do not fit in 16 bits.
-    for (const int width : {4095, 4096, 4097, 8190, 8200, 60000})
+    for (const int width : {4095, 4096, 4097, 8190, 8192, 8200, 60000})
         rows.push_back(twoValuedImage(count, 1, 2000, static_cast<WORD>(2000 + width), seed));
+    for (const WORD level : {WORD{0}, WORD{65535}}) {
+        rows.push_back(constantImage(count, 1, level));
+        rows.back().pixels[0] = static_cast<WORD>(65535 - level);
+    }
     return rows;
 }
 
@@ -135,6 +140,10 @@ TEST_P(AtVectorLevel, snr_series_equals_the_plain_method) {
         flatImage(270, 269, 210, 40, 4),    twoValuedImage(300, 300, 0, 65535, 5), constantImage(128, 129, 300),
         constantImage(130, 128, 208),       constantImage(131, 128, 17),
     };
+    // A mean below the pedestal that is no whole number.
+    images.push_back(constantImage(128, 128, 207));
+    for (std::size_t i = 0; i < images.back().pixels.size(); i += 4)
+        images.back().pixels[i] = 206;
     for (int spread = 10; spread < 60; spread += 3)
         images.push_back(fieldWithOutliers(128, 128, spread, static_cast<std::uint64_t>(spread)));
     for (const TestImage& image : images) {
@@ -143,6 +152,20 @@ TEST_P(AtVectorLevel, snr_series_equals_the_plain_method) {
         ASSERT_EQ(0, calcGlobalSNR(image.data(), image.width, image.height, measured));
         EXPECT_TRUE(sameBitsOrNanEverywhere(expected, measured)) << image.width << "x" << image.height;
     }
+}
+
+TEST(SnrFactor, is_a_quotient_in_single_precision) {
+    EXPECT_TRUE(sameBits(0.9f, snrFactor(0)));
+    for (int k = 1; k <= 12; ++k)
+        EXPECT_TRUE(sameBits(static_cast<float>(88 - 2 * k) / 100.0f, snrFactor(k))) << k;
+}
+
+// So many squares of the largest narrow deviation that a sum's 32 bits must be emptied in time.
+TEST_P(AtVectorLevel, alternating_extremes_of_narrow_images_do_not_overflow) {
+    TestImage image = constantImage(128, 128, 8192);
+    for (std::size_t i = 0; i < image.pixels.size(); i += 2)
+        image.pixels[i] = 0;
+    EXPECT_TRUE(sameBits(4096.0f, getStdev(image.data(), 128, 128)));
 }
 
 // Sums of squares beyond 2^53 depend on the order of their terms: the fast sums must give way to the pixel order.

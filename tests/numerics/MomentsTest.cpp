@@ -49,7 +49,7 @@ std::vector<std::vector<int>> intImages(int count) {
         images[1].push_back(random.below(1 << 30) - (1 << 29));  // squares that single precision rounds
         images[2].push_back(-1 - random.below(3));               // the mean is truncated towards zero
         images[3].push_back(random.below(2));
-        images[4].push_back(std::numeric_limits<int>::min());
+        images[4].push_back(i % 3 == 0 ? std::numeric_limits<int>::max() : std::numeric_limits<int>::min());
     }
     return images;
 }

@@ -66,15 +66,24 @@ TEST(RegionStatistics, null_and_impossible_regions) {
     EXPECT_EQ(1057, getROIMedian(static_cast<const WORD*>(nullptr), 0, 1, 0, 1, 10));
     EXPECT_EQ(1057, getROIMedian(static_cast<const float*>(nullptr), 0, 1, 0, 1, 10));
     EXPECT_EQ(1057, getROIMean(nullptr, 0, 1, 0, 1, 10));
-    for (const Region& r : {Region{0, 3, 5, 4}, Region{-1, 3, 0, 3}, Region{0, 3, -11, 3}, Region{0, 3, 4, INT_MIN}}) {
+    for (const Region& r : {Region{0, 3, 6, 4}, Region{-1, 3, 0, 3}, Region{0, 3, -11, 3}, Region{0, 3, 4, INT_MIN},
+                            Region{INT_MAX, INT_MIN, INT_MAX, INT_MIN}}) {
+        const bool rowsReversed = r.rowStart > r.rowEnd;
         EXPECT_EQ(1020, getROIMedian(words.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
         EXPECT_EQ(1020, getROIMedian(floats.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
-        EXPECT_EQ(1020, getROIMean(words.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
+        EXPECT_EQ(rowsReversed ? 0 : 1020, getROIMean(words.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
     }
-    // Reversed rows are no pixels for the medians and 0 for the mean.
-    EXPECT_EQ(1020, getROIMedian(words.data(), 3, 2, 0, 3, 10));
-    EXPECT_EQ(1020, getROIMedian(floats.data(), 3, 2, 0, 3, 10));
+    // Rows that start inside the image and leave it backwards.
+    EXPECT_EQ(1020, getROIMedian(words.data(), 0, 1, 0, 3, -10));
+    // A median of nothing has a code of its own.
+    EXPECT_EQ(1057, getROIMedian(words.data(), 0, 3, 5, 4, 10));
+    EXPECT_EQ(1057, getROIMedian(floats.data(), 0, 3, 5, 4, 10));
+    EXPECT_EQ(1020, getROIMean(words.data(), 0, 3, 5, 4, 10));
+    // No rows are no pixels for the medians and 0 for the mean; reversed ones are an impossible region for the medians.
+    EXPECT_EQ(1057, getROIMedian(words.data(), 3, 2, 0, 3, 10));
+    EXPECT_EQ(1057, getROIMedian(floats.data(), 3, 2, 0, 3, 10));
     EXPECT_EQ(0, getROIMean(words.data(), 3, 2, 0, 3, 10));
+    EXPECT_EQ(1020, getROIMedian(words.data(), 3, 1, 0, 3, 10));
     // Both ranges reversed multiply to a positive count, of zeros.
     EXPECT_EQ(0, getROIMedian(words.data(), 5, 1, 5, 1, 10));
     EXPECT_EQ(0, getROIMedian(floats.data(), 5, 1, 5, 1, 10));

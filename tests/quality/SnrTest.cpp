@@ -262,12 +262,15 @@ TEST_F(CheckGlobalSnr, null_image_passes) {
                      "Utils  | I | <SNRcheck> terminates0", "Calib  | I | <checkGlobalSNR> terminates 0"}),
               logLines());
     EXPECT_EQ(0, checkGlobalSNR(nullptr, kSide, kSide, Series(5, 0.0f)));
+    EXPECT_EQ(0, checkGlobalSNR(nullptr, 0, 0, {1, 1}));
 }
 
 TEST_F(CheckGlobalSnr, refusals) {
     EXPECT_EQ(1020, checkGlobalSNR(image().data(), kSide, 127, missedAt(0)));
     EXPECT_EQ(1020, checkGlobalSNR(image().data(), kSide, kSide, Series(4, 1.0f)));
     EXPECT_EQ(1020, checkGlobalSNR(image().data(), kSide, kSide, {}));
+    EXPECT_EQ(1020, checkGlobalSNR(nullptr, kSide, kSide, {1, 1}));
+    EXPECT_EQ(1020, checkGlobalSNR(nullptr, -500, std::numeric_limits<int>::min(), {1, 1, 1}));
 }
 
 TEST_F(CheckGlobalSnr, zero_and_endless_series_follow_the_arithmetic) {
