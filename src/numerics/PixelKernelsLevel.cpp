@@ -1,4 +1,4 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Uses no inline function of another header.
+// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
 
 #include "numerics/PixelKernels.h"
 #include "numerics/VectorLanes.h"
