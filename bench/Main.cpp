@@ -1,32 +1,48 @@
 // Measures the library against the plain methods, the peers and the limits, and prints a table of ratios.
 
+#include "Rows.h"
 #include "foundation/VectorLevel.h"
 #include "harness/Measure.h"
 #include "harness/Report.h"
-#include "harness/Row.h"
 
 #include <CLI/CLI.hpp>
 #include <QxSysMgt.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <optional>
 
 namespace {
 
 using namespace qx::bench;
 
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
 struct Options {
     std::string only;
-    std::string jsonFile;
+    std::optional<std::string> jsonFile;
     std::string level = "best";
     bool dryRun = false;
     int repetitions = 9;
 };
 
+bool isNamedBy(const std::string& text, const RowEntry& entry) {
+    return entry.work.find(text) != std::string::npos;
+}
+
+// An error text when no row's name contains the text.
+std::string checkSelection(const std::string& text) {
+    const auto rows = allRows();
+    const bool any = std::ranges::any_of(rows, [&](const RowEntry& entry) { return isNamedBy(text, entry); });
+    return any ? "" : "no row's name contains \"" + text + '"';
+}
+
 void addOptions(CLI::App& app, Options& options) {
-    app.add_option("--only", options.only, "Measure the rows whose name contains this text");
+    app.add_option("--only", options.only, "Measure the rows whose name contains this text")->check(checkSelection);
     auto* json = app.add_option("--json", options.jsonFile, "Write the medians to this file, one object a row");
     app.add_option("--level", options.level, "Vector level of the library")
         ->check(CLI::IsMember({"baseline", "v3", "v4", "best"}))
@@ -58,55 +74,80 @@ RowReport reportOf(const RowEntry& entry, const Options& options) {
         const Row row = entry.prepare(Scale{options.dryRun});
         const Effort effort{options.dryRun ? 1 : options.repetitions, options.dryRun};
         const RowTimes times = measureRow(row, effort);
-        return {entry.work, row.peerName, row.limitName, qx::vectorLevelName(qx::vectorLevel()), times};
+        const std::string level = row.level.empty() ? qx::vectorLevelName(qx::vectorLevel()) : row.level;
+        return {entry.work, row.peerName, row.limitName, level, times};
     } catch (const std::exception& failure) {
         throw std::runtime_error(entry.work + ": " + failure.what());
     }
 }
 
-void writeJson(const std::string& fileName, const nlohmann::ordered_json& rows) {
-    std::ofstream file(fileName);
-    file << rows.dump(2) << '\n';
-    file.close();
-    if (!file)
-        throw std::runtime_error("cannot write " + fileName);
-}
+// The medians, kept for a file that is opened before anything is measured.
+class JsonFile {
+public:
+    explicit JsonFile(const std::string& name) : name_(name), file_(name) { requireSuccess(); }
 
-void run(const Options& options) {
+    void add(const RowReport& report) { rows_.push_back(toJson(report)); }
+
+    void write() {
+        file_ << rows_.dump(2) << '\n';
+        file_.close();
+        requireSuccess();
+    }
+
+private:
+    void requireSuccess() const {
+        if (!file_)
+            throw std::runtime_error("cannot write " + name_);
+    }
+
+    std::string name_;
+    std::ofstream file_;
+    nlohmann::ordered_json rows_ = nlohmann::ordered_json::array();
+};
+
+void prepare(const Options& options) {
     chooseLevel(options.level);
     keepPeersSingleThreaded();
     getConfigInfo()->loggingEnabled = 0;
     initialiseMeasuring();
+}
+
+void run(const Options& options) {
+    prepare(options);
+    std::optional<JsonFile> json;
+    if (options.jsonFile)
+        json.emplace(*options.jsonFile);
     if (!options.dryRun)
         printTableHead();
-    auto rows = nlohmann::ordered_json::array();
-    for (const RowEntry& entry : registeredRows()) {
-        if (entry.work.find(options.only) == std::string::npos)
+    for (const RowEntry& entry : allRows()) {
+        if (!isNamedBy(options.only, entry))
             continue;
         const RowReport report = reportOf(entry, options);
         if (options.dryRun)
             std::cout << "agrees: " << report.work << std::endl;
         else
             printTableRow(report);
-        rows.push_back(toJson(report));
+        if (json)
+            json->add(report);
     }
-    if (rows.empty())
-        throw std::runtime_error("no row's name contains \"" + options.only + "\"");
-    if (!options.jsonFile.empty())
-        writeJson(options.jsonFile, rows);
+    if (json)
+        json->write();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    CLI::App app("Measures QxUtils against plain methods, peers and limits");
     try {
-        CLI::App app("Measures QxUtils against plain methods, peers and limits");
         Options options;
         addOptions(app, options);
-        CLI11_PARSE(app, argc, argv);
+        app.parse(argc, argv);
         run(options);
+    } catch (const CLI::ParseError& end) {
+        // The request for help ends the parsing as well.
+        return app.exit(end) == 0 ? 0 : kWrongUsage;
     } catch (const std::exception& failure) {
         std::cerr << failure.what() << '\n';
-        return 1;
+        return kFailed;
     }
 }

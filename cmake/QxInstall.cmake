@@ -1,11 +1,17 @@
-# The installed tree, the CMake package, the pkg-config file and the archives.
+# The installed tree, the CMake package, the pkg-config files and the archives.
 #
 #   bin/                   the tool; on Windows also the DLLs and the compiler's runtime DLLs
 #   lib/                   the libraries (import libraries on Windows), lib/cmake/QxUtils, lib/pkgconfig
 #   include/QxUtils*       the library's headers
 #   include/qxkit/         the contracts of the kit libraries
+#   share/qxutils/         an example of the virtual detector's settings
 #
 # The tree can be moved as a whole: everything refers to its own place.
+
+option(QXUTILS_INSTALL "Install the library, the kit's substitutes and the tool" ${PROJECT_IS_TOP_LEVEL})
+if(NOT QXUTILS_INSTALL)
+  return()
+endif()
 
 include(CMakePackageConfigHelpers)
 
@@ -24,9 +30,6 @@ if(NOT WIN32)
   foreach(target IN LISTS QX_INSTALLED_TARGETS)
     target_link_options(${target} PRIVATE -Wl,--enable-new-dtags)
   endforeach()
-  set(QX_EXPORT_MAP "${CMAKE_CURRENT_LIST_DIR}/QxUtils.map")
-  target_link_options(QxUtils PRIVATE "-Wl,--version-script=${QX_EXPORT_MAP}")
-  set_property(TARGET QxUtils APPEND PROPERTY LINK_DEPENDS "${QX_EXPORT_MAP}")
 endif()
 
 install(TARGETS ${QX_INSTALLED_TARGETS} EXPORT QxUtilsTargets
@@ -37,6 +40,7 @@ install(FILES include/QxUtils.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/QxUtils DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY kit/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qxkit FILES_MATCHING PATTERN "*.h")
 install(FILES kit/virtual/VirtualDetector.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qxkit)
+install(FILES kit/virtual/example.toml DESTINATION ${CMAKE_INSTALL_DATADIR}/qxutils)
 
 install(EXPORT QxUtilsTargets NAMESPACE QxUtils:: DESTINATION ${QX_PACKAGE_DIR})
 configure_package_config_file(cmake/QxUtilsConfig.cmake.in "${PROJECT_BINARY_DIR}/QxUtilsConfig.cmake"
@@ -49,8 +53,10 @@ install(FILES "${PROJECT_BINARY_DIR}/QxUtilsConfig.cmake" "${PROJECT_BINARY_DIR}
 set(QX_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH QX_PKGCONFIG_TO_PREFIX "/${QX_PKGCONFIG_DIR}" "/")
 string(REGEX REPLACE "/$" "" QX_PKGCONFIG_TO_PREFIX "${QX_PKGCONFIG_TO_PREFIX}")
-configure_file(cmake/qxutils.pc.in qxutils.pc @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/qxutils.pc" DESTINATION ${QX_PKGCONFIG_DIR})
+foreach(package qxutils qxsysmgt)
+  configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION ${QX_PKGCONFIG_DIR})
+endforeach()
 
 # Exceptions and vectors cross the DLLs' boundaries, so every module shares one runtime.
 if(MINGW)
@@ -67,7 +73,7 @@ endif()
 
 if(PROJECT_IS_TOP_LEVEL)
   set(CPACK_PACKAGE_VENDOR "QxUtils")
-  set(CPACK_PACKAGE_CONTACT "QxUtils maintainers")
+  set(CPACK_PACKAGE_CONTACT "QxUtils maintainers <maintainers@users.noreply.example>")
   set(CPACK_PACKAGE_FILE_NAME "QxUtils-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
   set(CPACK_STRIP_FILES ON)
   if(WIN32)

@@ -30,6 +30,8 @@ if(WIN32)
   target_compile_definitions(qx_settings INTERFACE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
   # A DLL's bytes depend on its sources alone.
   target_link_options(qx_settings INTERFACE -Wl,--no-insert-timestamp)
+  # The compiler may spill 32-byte and wider vectors to a stack that is aligned to 16.
+  target_compile_options(qx_settings INTERFACE -Wa,-muse-unaligned-vector-move)
 else()
   target_link_options(qx_settings INTERFACE -Wl,--no-undefined)
 endif()
@@ -39,12 +41,17 @@ add_library(qx_library_settings INTERFACE)
 target_link_libraries(qx_library_settings INTERFACE qx_settings)
 target_compile_options(qx_library_settings INTERFACE -Wdouble-promotion -Wfloat-conversion -Wold-style-cast)
 
-# A shared library with the name the kit expects: QxUtils.dll, libQxUtils.so.
+# A shared library with the name the kit expects: QxUtils.dll, libQxUtils.so. Exports.map bounds what the latter exports;
+# a DLL exports what is marked and nothing else.
 function(qx_shared_library name)
   add_library(${name} SHARED ${ARGN})
   add_library(QxUtils::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
   if(WIN32)
     set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
+  else()
+    set(map "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/Exports.map")
+    target_link_options(${name} PRIVATE "-Wl,--version-script=${map}")
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${map}")
   endif()
 endfunction()

@@ -1,12 +1,19 @@
 // Grades a flat field against the one that the factory took:
 //     judge_flat_field [FACTORY_FILE FILE WIDTH HEIGHT]
 // The files hold raw 16-bit pixels. Without arguments two flat fields are made up, the second a little noisier.
+//
+// The kit decides where the library's daily log goes. The virtual detector that stands in for it has the current
+// directory as its work folder, so running this program leaves a folder logs there.
 
 #include <QxUtils.h>
 
+#include <charconv>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -30,10 +37,24 @@ Image makeFlatField(double meanCounts, double noiseCounts, unsigned seed) {
     return image;
 }
 
+// 0 when the text is not a number of pixels.
+int sideOf(const char* text) {
+    int side = 0;
+    const char* end = text + std::strlen(text);
+    const auto [last, error] = std::from_chars(text, end, side);
+    return last == end && error == std::errc() && side > 0 ? side : 0;
+}
+
 Image loadRawImage(const char* file, int width, int height) {
+    const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
+    constexpr std::int64_t kMaxPixels = INT_MAX / static_cast<int>(sizeof(WORD));
+    if (pixels > kMaxPixels) {
+        std::fprintf(stderr, "%d x %d pixels are more than the library reads\n", width, height);
+        std::exit(kNoVerdict);
+    }
     Image image{width, height, {}};
-    image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    const int bytes = static_cast<int>(image.pixels.size() * sizeof(WORD));
+    image.pixels.resize(static_cast<std::size_t>(pixels));
+    const int bytes = static_cast<int>(pixels) * static_cast<int>(sizeof(WORD));
     const int status = readImageFromDisk("", file, reinterpret_cast<char*>(image.pixels.data()), bytes);
     if (status != StatusOk) {
         std::fprintf(stderr, "%s: %s\n", file, getStatusMessage(status));
@@ -57,9 +78,9 @@ std::vector<float> measureSnr(const Image& image) {
 
 int main(int argc, char** argv) {
     const bool fromFiles = argc == 5;
-    const int width = fromFiles ? std::atoi(argv[3]) : 0;
-    const int height = fromFiles ? std::atoi(argv[4]) : 0;
-    if (argc != 1 && (width <= 0 || height <= 0)) {
+    const int width = fromFiles ? sideOf(argv[3]) : 0;
+    const int height = fromFiles ? sideOf(argv[4]) : 0;
+    if (argc != 1 && (width == 0 || height == 0)) {
         std::fprintf(stderr, "usage: judge_flat_field [FACTORY_FILE FILE WIDTH HEIGHT]\n");
         return kNoVerdict;
     }

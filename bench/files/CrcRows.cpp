@@ -1,27 +1,49 @@
+#include "Rows.h"
 #include "files/Crc32.h"
+#include "foundation/VectorLevel.h"
 #include "harness/FileReading.h"
 #include "harness/Images.h"
-#include "harness/Row.h"
 #include "peers/Peers.h"
 
 #include "PlainCrc.h"
 
 #include <QxUtils/Files.h>
 
+#include <optional>
 #include <stdexcept>
 
 namespace {
 
 using namespace qx::bench;
 
-// Keeps the library's CRC on its tables while a row exists.
-class TablesOnly {
+// Keeps the library's CRC on one path while a row exists.
+class HeldCrcPath {
 public:
-    TablesOnly() { qx::forceCrcPath(qx::CrcPath::Tables); }
-    ~TablesOnly() { qx::forceCrcPath(qx::bestCrcPath()); }
-    TablesOnly(const TablesOnly&) = delete;
-    TablesOnly& operator=(const TablesOnly&) = delete;
+    explicit HeldCrcPath(qx::CrcPath path) { qx::forceCrcPath(path); }
+    ~HeldCrcPath() { qx::forceCrcPath(qx::bestCrcPath()); }
+    HeldCrcPath(const HeldCrcPath&) = delete;
+    HeldCrcPath& operator=(const HeldCrcPath&) = delete;
 };
+
+const char* nameOf(qx::CrcPath path) {
+    switch (path) {
+    case qx::CrcPath::WideProducts:
+        return "wide products";
+    case qx::CrcPath::Products:
+        return "products";
+    default:
+        return "tables";
+    }
+}
+
+// The wide products are AVX-512 code, so a lower vector level leaves them out. Empty when the processor multiplies
+// without carry at no width.
+std::optional<qx::CrcPath> productsPath() {
+    const qx::CrcPath best = qx::bestCrcPath();
+    if (best == qx::CrcPath::Tables)
+        return std::nullopt;
+    return qx::vectorLevel() == qx::VectorLevel::V4 ? best : qx::CrcPath::Products;
+}
 
 // A file of random bytes in a directory of its own. It was just written, so every method finds it in the page cache.
 class RandomFile {
@@ -51,29 +73,31 @@ std::uint32_t plainCrc(const std::string& path) {
     return qx::plain::crcByTable(bytes.data(), bytes.size());
 }
 
-Row crcRow(const Scale& scale) {
+Row crcRow(const Scale& scale, std::optional<qx::CrcPath> path) {
     const auto file = std::make_shared<const RandomFile>(scale.pick(3072 * 3072 * 2, 70001));
-    return {.ours = [file] { return file->readCrc(); },
-            .plain = [file] { return plainCrc(file->path()); },
+    Row row{.plain = [file] { return plainCrc(file->path()); },
             .peerName = "zlib crc32",
             .peer = zlibCrc(file->path()),
             .limitName = "reading the file",
             .limit =
                 [file, buffer = std::vector<std::uint8_t>(kReadBytes)]() mutable {
                     return readInPieces(file->path(), buffer, [](std::span<const std::uint8_t>) {});
-                }};
+                },
+            .level = "-"};
+    if (path) {
+        row.ours = [file] { return file->readCrc(); };
+        row.level = nameOf(*path);
+        row.keepAlive = std::make_shared<HeldCrcPath>(*path);
+    }
+    return row;
 }
 
-const RegisteredRow kCrc("readLocalCRC 18 MB, carry-less multiplication", [](const Scale& scale) {
-    Row row = crcRow(scale);
-    if (qx::bestCrcPath() == qx::CrcPath::Tables)
-        row.ours = {};
-    return row;
-});
-const RegisteredRow kCrcTables("readLocalCRC 18 MB, tables alone", [](const Scale& scale) {
-    Row row = crcRow(scale);
-    row.keepAlive = std::make_shared<TablesOnly>();
-    return row;
-});
-
 }  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::crcRows() {
+    return {
+        {"readLocalCRC 18 MB, carry-less multiplication",
+         [](const Scale& scale) { return crcRow(scale, productsPath()); }},
+        {"readLocalCRC 18 MB, tables alone", [](const Scale& scale) { return crcRow(scale, CrcPath::Tables); }},
+    };
+}

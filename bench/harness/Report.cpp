@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kWorkWidth = 56;
 constexpr int kRatioWidth = 13;
+constexpr int kLevelWidth = 15;
 constexpr int kNameWidth = 22;
 
 std::string ratioText(std::optional<double> numerator, std::optional<double> denominator) {
@@ -27,8 +28,8 @@ std::string ratioText(std::optional<double> numerator, std::optional<double> den
 void printLine(const std::string& work, const std::string& plain, const std::string& peer, const std::string& limit,
                const std::string& level, const std::string& peerName, const std::string& limitName) {
     std::cout << std::left << std::setw(kWorkWidth) << work << std::right << std::setw(kRatioWidth) << plain
-              << std::setw(kRatioWidth) << peer << std::setw(kRatioWidth) << limit << "  " << std::left << std::setw(10)
-              << level << std::setw(kNameWidth) << peerName << limitName << std::endl;
+              << std::setw(kRatioWidth) << peer << std::setw(kRatioWidth) << limit << "  " << std::left
+              << std::setw(kLevelWidth) << level << std::setw(kNameWidth) << peerName << limitName << std::endl;
 }
 
 nlohmann::ordered_json orNull(const std::optional<double>& value) {

@@ -3,8 +3,8 @@
 // Rows of the benchmark table: one piece of work, done by the library, by the plain method, by a peer that a user
 // would pick instead, and bounded by a limit that no method can beat.
 //
-// A row is a RegisteredRow object in a file of bench/<folder>/: its name and a function that prepares the data and
-// returns the methods. The function runs only when the row is selected.
+// A row is a RowEntry that a function of Rows.h lists: its name and a function that prepares the data and returns the
+// methods. The function runs only when the row is selected.
 
 #include <concepts>
 #include <functional>
@@ -59,6 +59,7 @@ struct Row {
     double peerTolerance = 0;   // as plainTolerance: peers may define the quantity a little differently
     std::string limitName = {};
     Method limit = {};
+    std::string level = {};                // what the library was held to; the vector level's name when empty
     std::shared_ptr<void> keepAlive = {};  // what has to hold while the row is measured, undone at its end
 };
 
@@ -72,13 +73,5 @@ struct RowEntry {
     std::string work;
     std::function<Row(const Scale&)> prepare;
 };
-
-class RegisteredRow {
-public:
-    RegisteredRow(std::string work, std::function<Row(const Scale&)> prepare);
-};
-
-// In the order of the source files in bench/CMakeLists.txt.
-const std::vector<RowEntry>& registeredRows();
 
 }  // namespace qx::bench

@@ -1,5 +1,5 @@
+#include "Rows.h"
 #include "harness/Images.h"
-#include "harness/Row.h"
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
@@ -35,8 +35,11 @@ Row histogramMedianRow(const std::shared_ptr<const Image>& image) {
             .limit = [image] { return streamRead(image->data(), byteCount(*image)); }};
 }
 
-const RegisteredRow kHistogramMedian("getHisMedian WORD 3072 x 3072, 65,536 bins", [](const Scale& scale) {
-    return histogramMedianRow(flatField(scale.pick(3072, 300)));
-});
-
 }  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::histogramRows() {
+    return {
+        {"getHisMedian WORD 3072 x 3072, 65,536 bins",
+         [](const Scale& scale) { return histogramMedianRow(flatField(scale.pick(3072, 300))); }},
+    };
+}

@@ -1,5 +1,5 @@
+#include "Rows.h"
 #include "harness/Images.h"
-#include "harness/Row.h"
 #include "harness/StreamRead.h"
 
 #include "PlainStatistics.h"
@@ -82,17 +82,21 @@ Row regionMedianRow(const std::shared_ptr<const Image>& image, int width, int he
 constexpr int kSmallInputs = 64;
 constexpr int kLargeInputs = 4;
 
-const RegisteredRow kMedianSmall("getMedian WORD 1,344 values", [](const Scale& scale) {
-    return medianRow(*flatField(scale.pick(3072, 300)), 64, 21, kSmallInputs);
-});
-const RegisteredRow kMedianLarge("getMedian WORD 65,536 values", [](const Scale& scale) {
-    return medianRow(*flatField(scale.pick(3072, 300)), 256, scale.pick(256, 8), kLargeInputs);
-});
-const RegisteredRow kRegionMedianSmall("getROIMedian WORD 64 x 21", [](const Scale& scale) {
-    return regionMedianRow(flatField(scale.pick(3072, 300)), 64, 21, kSmallInputs);
-});
-const RegisteredRow kRegionMedianLarge("getROIMedian WORD 256 x 256", [](const Scale& scale) {
-    return regionMedianRow(flatField(scale.pick(3072, 300)), 256, scale.pick(256, 8), kLargeInputs);
-});
-
 }  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::medianRows() {
+    return {
+        {"getMedian WORD 1,344 values",
+         [](const Scale& scale) { return medianRow(*flatField(scale.pick(3072, 300)), 64, 21, kSmallInputs); }},
+        {"getMedian WORD 65,536 values",
+         [](const Scale& scale) {
+             return medianRow(*flatField(scale.pick(3072, 300)), 256, scale.pick(256, 8), kLargeInputs);
+         }},
+        {"getROIMedian WORD 64 x 21",
+         [](const Scale& scale) { return regionMedianRow(flatField(scale.pick(3072, 300)), 64, 21, kSmallInputs); }},
+        {"getROIMedian WORD 256 x 256",
+         [](const Scale& scale) {
+             return regionMedianRow(flatField(scale.pick(3072, 300)), 256, scale.pick(256, 8), kLargeInputs);
+         }},
+    };
+}

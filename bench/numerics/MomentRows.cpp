@@ -1,5 +1,5 @@
+#include "Rows.h"
 #include "harness/Images.h"
-#include "harness/Row.h"
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
@@ -35,11 +35,14 @@ Row meanRow(const std::shared_ptr<const Image>& image) {
             .limit = [image] { return streamRead(image->data(), byteCount(*image)); }};
 }
 
-const RegisteredRow kStdevFlat("getStdev WORD 3072 x 3072, flat field",
-                               [](const Scale& scale) { return stdevRow(flatField(scale.pick(3072, 300))); });
-const RegisteredRow kStdevUniform("getStdev WORD 3072 x 3072, uniformly random",
-                                  [](const Scale& scale) { return stdevRow(uniformPixels(scale.pick(3072, 300))); });
-const RegisteredRow kMean("getMean WORD 3072 x 3072",
-                          [](const Scale& scale) { return meanRow(flatField(scale.pick(3072, 300))); });
-
 }  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::momentRows() {
+    return {
+        {"getStdev WORD 3072 x 3072, flat field",
+         [](const Scale& scale) { return stdevRow(flatField(scale.pick(3072, 300))); }},
+        {"getStdev WORD 3072 x 3072, uniformly random",
+         [](const Scale& scale) { return stdevRow(uniformPixels(scale.pick(3072, 300))); }},
+        {"getMean WORD 3072 x 3072", [](const Scale& scale) { return meanRow(flatField(scale.pick(3072, 300))); }},
+    };
+}

@@ -1,5 +1,5 @@
+#include "Rows.h"
 #include "harness/Images.h"
-#include "harness/Row.h"
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
@@ -46,9 +46,13 @@ Row snrRow(const std::shared_ptr<const Image>& image) {
             .limit = [image] { return streamRead(image->data(), byteCount(*image)); }};
 }
 
-const RegisteredRow kSnrFlat("calcGlobalSNR 3072 x 3072, flat field",
-                             [](const Scale& scale) { return snrRow(flatField(scale.pick(3072, 300))); });
-const RegisteredRow kSnrUniform("calcGlobalSNR 3072 x 3072, uniformly random",
-                                [](const Scale& scale) { return snrRow(uniformPixels(scale.pick(3072, 300))); });
-
 }  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::snrRows() {
+    return {
+        {"calcGlobalSNR 3072 x 3072, flat field",
+         [](const Scale& scale) { return snrRow(flatField(scale.pick(3072, 300))); }},
+        {"calcGlobalSNR 3072 x 3072, uniformly random",
+         [](const Scale& scale) { return snrRow(uniformPixels(scale.pick(3072, 300))); }},
+    };
+}

@@ -2,11 +2,14 @@
 
 #include "VirtualPanel.h"
 
+#include "BlockGain.h"
 #include "PanelNoise.h"
 #include "SlowPattern.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <iterator>
 #include <limits>
 
 namespace qxkit {
@@ -15,16 +18,16 @@ namespace {
 constexpr double kLeastResponse = 0.05;  // keeps the noise of a corrected frame finite where no light falls
 
 bool covers(const Rectangle& area, int row, int column) {
-    return row >= area.row && row - area.row < area.height && column >= area.column &&
-           column - area.column < area.width;
+    return row >= area.row && row < std::int64_t{area.row} + area.height && column >= area.column &&
+           column < std::int64_t{area.column} + area.width;
 }
 
 bool shades(const Attenuator& attenuator, int row, int column) {
     const Rectangle& area = attenuator.area;
     if (!covers(area, row, column) || !attenuator.ellipse)
         return covers(area, row, column);
-    const double x = (2.0 * (column - area.column) + 1.0) / area.width - 1.0;
-    const double y = (2.0 * (row - area.row) + 1.0) / area.height - 1.0;
+    const double x = (2.0 * (static_cast<double>(column) - area.column) + 1.0) / area.width - 1.0;
+    const double y = (2.0 * (static_cast<double>(row) - area.row) + 1.0) / area.height - 1.0;
     return x * x + y * y <= 1.0;
 }
 
@@ -61,20 +64,18 @@ double openField(const PanelParameters& panel, const FrameOptions& options, int 
     return tilt / (squares * std::sqrt(squares));
 }
 
-double roundedClip(double value, double highest) {
-    return std::floor(std::clamp(value + 0.5, 0.0, highest));
-}
-
+// Rounded and clipped; 0 for what is no number.
 template <class Pixel>
 Pixel toPixel(double value) {
-    return static_cast<Pixel>(roundedClip(value, std::numeric_limits<Pixel>::max()));
+    constexpr double kHighest = std::numeric_limits<Pixel>::max();
+    const double rounded = value + 0.5;
+    return rounded >= 0.0 ? static_cast<Pixel>(std::min(rounded, kHighest)) : Pixel{0};
 }
 
-// The part of the response that correction divides out, without the spread of single pixels.
-double blockResponse(const PanelParameters& panel, const PanelTruth& truth, int row, int column) {
-    const auto afe = static_cast<std::size_t>(panel.afeWidth > 0 ? column / panel.afeWidth : 0);
-    const double half = row < panel.height / 2 ? 1.0 : 1.0 + panel.splitStep;
-    return half * truth.afeGains[std::min(afe, truth.afeGains.size() - 1)];
+// A negative variance counts as none.
+double noiseSigma(const PanelParameters& panel, double signal, double response) {
+    const double darkVariance = panel.temporalNoiseSigma * panel.temporalNoiseSigma;
+    return std::sqrt(std::max(0.0, darkVariance + panel.variancePerCount * signal * response));
 }
 
 // Sums of frameCount raw frames; store(index, counts) takes the pixels in memory order.
@@ -84,7 +85,6 @@ void renderRaw(const VirtualPanel& panel, const FrameOptions& options, int frame
     const NoiseStream pixelNoise(parameters.seed, NoiseSource::Pixel, options.frame);
     const NoiseStream rowNoise(parameters.seed, NoiseSource::Row, options.frame);
     const double noiseScale = options.noiseScale * std::sqrt(static_cast<double>(frameCount));
-    const double darkVariance = parameters.temporalNoiseSigma * parameters.temporalNoiseSigma;
     std::size_t index = 0;
     for (int row = 0; row < parameters.height; ++row) {
         const double rowDeviation = parameters.rowNoiseSigma * rowNoise.gaussian(static_cast<std::uint64_t>(row));
@@ -92,8 +92,7 @@ void renderRaw(const VirtualPanel& panel, const FrameOptions& options, int frame
             const double light = options.level > 0.0 ? options.level * panel.illumination(options, row, column) : 0.0;
             const double signal = std::max(light, 0.0) * panel.truth().response[index];
             const double mean = panel.truth().dark[index] + addedLevel(options, row, column) + signal;
-            const double sigma = std::sqrt(darkVariance + parameters.variancePerCount * signal);
-            const double noise = sigma * pixelNoise.gaussian(index) + rowDeviation;
+            const double noise = noiseSigma(parameters, signal, 1.0) * pixelNoise.gaussian(index) + rowDeviation;
             store(index, frameCount * mean + noiseScale * noise);
         }
     }
@@ -104,7 +103,7 @@ Frame rawFrame(const VirtualPanel& panel, const FrameOptions& options, int frame
     Frame frame{panel.parameters().width, panel.parameters().height, {}};
     frame.pixels.resize(panel.truth().dark.size());
     using Pixel = typename decltype(frame.pixels)::value_type;
-    renderRaw(panel, options, frameCount,
+    renderRaw(panel, options, std::max(frameCount, 1),
               [&](std::size_t index, double counts) { frame.pixels[index] = toPixel<Pixel>(counts); });
     return frame;
 }
@@ -143,7 +142,6 @@ void renderCorrected(const VirtualPanel& panel, const CorrectedView& view, Store
     const double residualSigma = parameters.residualShadingSigma * options.residualShadingScale;
     const SlowPattern residual(NoiseStream(parameters.seed, NoiseSource::Residual), parameters.slowPitch,
                                residualSigma);
-    const double darkVariance = parameters.temporalNoiseSigma * parameters.temporalNoiseSigma;
     std::vector<double> residualRow(static_cast<std::size_t>(view.width));
     std::size_t index = 0;
     for (int row = 0; row < parameters.height; ++row) {
@@ -151,12 +149,12 @@ void renderCorrected(const VirtualPanel& panel, const CorrectedView& view, Store
         const double rowDeviation = parameters.rowNoiseSigma * rowNoise.gaussian(static_cast<std::uint64_t>(row));
         for (int column = 0; column < view.width; ++column, ++index) {
             const int place = std::min(column, parameters.width - 1);
-            const double light =
-                options.level * transmission(options.attenuators, row, column) + view.slope * (row - view.slopeRow);
+            const double light = options.level * transmission(options.attenuators, row, column) +
+                                 view.slope * (static_cast<double>(row) - view.slopeRow);
             const double response = std::max(openField(parameters, options, row, place), kLeastResponse) *
-                                    blockResponse(parameters, panel.truth(), row, place);
+                                    blockGain(parameters, panel.truth().afeGains, row, place);
             const double signal = std::max(light, 0.0);
-            const double sigma = std::sqrt(darkVariance + parameters.variancePerCount * signal * response);
+            const double sigma = noiseSigma(parameters, signal, response);
             const double noise = options.noiseScale * (sigma * pixelNoise.gaussian(index) + rowDeviation) / response;
             const double shaded = signal * (1.0 + residualRow[static_cast<std::size_t>(column)]);
             store(row, shaded + noise + addedLevel(options, row, column));
@@ -165,8 +163,9 @@ void renderCorrected(const VirtualPanel& panel, const CorrectedView& view, Store
 }
 
 double stripeRatio(const AedFrame& frame, int row) {
-    const auto stripeRow = static_cast<std::size_t>(row - frame.firstStripeRow);
-    return row >= frame.firstStripeRow && stripeRow < frame.rowRatios.size() ? frame.rowRatios[stripeRow] : 1.0;
+    const std::int64_t stripeRow = std::int64_t{row} - frame.firstStripeRow;
+    const bool isInside = stripeRow >= 0 && stripeRow < std::ssize(frame.rowRatios);
+    return isInside ? frame.rowRatios[static_cast<std::size_t>(stripeRow)] : 1.0;
 }
 
 }  // namespace
@@ -213,9 +212,10 @@ Frame16 VirtualPanel::correctedFlat(const FrameOptions& options) const {
 
 AedFrame VirtualPanel::aed(const AedOptions& options) const {
     AedFrame frame;
-    frame.firstStripeRow = options.triggerLine - options.stripeRows;
-    for (int i = 1; i <= options.stripeRows; ++i)
-        frame.rowRatios.push_back(1.0 - options.stripeDepth * i / options.stripeRows);
+    const int stripeRows = std::max(options.stripeRows, 0);
+    frame.firstStripeRow = options.triggerLine - stripeRows;
+    for (int i = 1; i <= stripeRows; ++i)
+        frame.rowRatios.push_back(1.0 - options.stripeDepth * i / stripeRows);
     const auto striped = [&](int row, double counts) {
         return toPixel<std::uint16_t>(parameters_.pedestal + counts * stripeRatio(frame, row));
     };

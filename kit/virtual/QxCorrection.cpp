@@ -76,7 +76,7 @@ struct Direction {
 
 struct Neighbour {
     int distance = 0;  // 0: there is none
-    float value = 0.0F;
+    float value = 0.0f;
 };
 
 Neighbour nearestGood(const float* image, const DefectMap& map, int row, int column, Direction step) {
@@ -184,11 +184,10 @@ void correctMarked(float* image, DefectMap& map) {
     for (int row = 0; row < map.height; ++row) {
         for (int column = 0; column < map.width; ++column) {
             std::uint8_t& mark = map.marks[map.at(row, column)];
-            if (mark == kBad && interpolate(image, map, row, column)) {
+            if (mark == kBad && interpolate(image, map, row, column))
                 mark = kFilled;
-            } else if (mark == kBad) {
+            else if (mark == kBad)
                 open.emplace_back(row, column);
-            }
         }
     }
     std::erase_if(open,

@@ -1,5 +1,6 @@
 #include "QxSysMgt.h"
 
+#include "ImageHeader.h"
 #include "KitStatus.h"
 #include "VirtualDetector.h"
 
@@ -17,14 +18,6 @@ using qxkit::virtualDetector;
 using qxkit::VirtualDetector;
 
 namespace {
-
-constexpr int kHeaderBytes = 65536;
-constexpr int kWidthOffset = 12;
-constexpr int kHeightOffset = 16;
-constexpr int kInformationOffset = 16384;
-constexpr int kTypeOffset = kInformationOffset + 40;
-constexpr int kIntegrationTimeOffset = kInformationOffset + 80;
-constexpr int kTemperatureOffset = kInformationOffset + 128;
 
 enum HeaderKind : int { kFactorySnr = 17, kNdtDark = 18, kNdtGain = 19 };
 enum TransferKind : int { kOffsetFile = 0, kGainFile = 1 };
@@ -180,12 +173,13 @@ int fillImgHead(char* header, int kind, int) {
     const bool wholePanel = kind == kFactorySnr;
     const int width = wholePanel ? detector.width : detector.modeWidth;
     const int height = wholePanel ? detector.height : detector.modeHeight;
-    std::memset(header, 0, kHeaderBytes);
-    putBigEndian(header + kWidthOffset, static_cast<std::uint32_t>(width));
-    putBigEndian(header + kHeightOffset, static_cast<std::uint32_t>(height));
-    putBigEndian(header + kTypeOffset, static_cast<std::uint32_t>(detector.type));
+    std::memset(header, 0, qxkit::kHeaderBytes);
+    putBigEndian(header + qxkit::kWidthOffset, static_cast<std::uint32_t>(width));
+    putBigEndian(header + qxkit::kHeightOffset, static_cast<std::uint32_t>(height));
+    char* const information = header + qxkit::kDetectorInfoOffset;
+    putBigEndian(information + qxkit::kDetectorTypeInInfo, static_cast<std::uint32_t>(detector.type));
     const auto integrationTimeMs = static_cast<float>(detector.integrationTimeMs);
-    putBigEndian(header + kIntegrationTimeOffset, std::bit_cast<std::uint32_t>(integrationTimeMs));
-    putBigEndian(header + kTemperatureOffset, std::bit_cast<std::uint32_t>(detector.temperatureC));
+    putBigEndian(information + qxkit::kIntegrationTimeInInfo, std::bit_cast<std::uint32_t>(integrationTimeMs));
+    putBigEndian(information + qxkit::kTemperatureInInfo, std::bit_cast<std::uint32_t>(detector.temperatureC));
     return qxkit::kSuccess;
 }

@@ -14,11 +14,11 @@ constexpr int kAedTriggerSourceId = 196;
 ConfigInfo defaultConfig() {
     ConfigInfo config{};
     config.loggingEnabled = 1;
-    config.uniformityCvLimit = 0.15F;
+    config.uniformityCvLimit = 0.15f;
     config.stripMeanDiffLimit = 4000;
-    config.rcnRowDiffLimit = 12.0F;
+    config.rcnRowDiffLimit = 12.0f;
     config.darkLevelFloor = 200;
-    config.gainGroupCvLimit = 0.2F;
+    config.gainGroupCvLimit = 0.2f;
     config.exposedBlockFloor = 2000;
     config.falseTriggerMedianFloor = 500;
     config.maxGrayValue = 65535;
@@ -28,7 +28,7 @@ ConfigInfo defaultConfig() {
 }  // namespace
 
 VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTriggerSourceId, 1}} {
-    registers.exposureTimeMs = 500.0F;
+    registers.exposureTimeMs = 500.0f;
     setModeBits(registers, 1, kPowerModeShift);
     setModeBits(registers, 2, kGainShift);
 }

@@ -61,8 +61,8 @@ struct VirtualDetector {
     int afeWidth = 128;         // columns
     int aedTriggerLine = 1536;  // row
     int integrationTimeMs = 500;
-    float temperatureC = 35.0F;
-    float timeIntervalS = 1.0F;
+    float temperatureC = 35.0f;
+    float timeIntervalS = 1.0f;
 
     std::string workDirectory = ".\\";
     std::string offsetDirectory = ".\\offset\\";
@@ -86,15 +86,17 @@ QXKIT_API void setPowerMode(int powerModeId);
 QXKIT_API void setGainId(int gainId);
 
 // Makes root the work directory and its subfolders offset, gain, defect, temperature and storage the others, and
-// creates those that are missing. Returns an error text, empty on success; nothing is changed on an error.
+// creates those that are missing. Returns an error text, empty on success; the detector is as before on an error, but
+// folders made before the one that could not be made stay.
 QXKIT_API std::string setDirectories(const std::filesystem::path& root);
 
 // The path of a kit text such as getWorkDir() for the operating system: '\\' is a separator on every platform.
 QXKIT_API std::filesystem::path nativePath(const std::string& kitPath);
 
 // Sets what the TOML file names and keeps the rest; folders it names are created when missing, relative ones below the
-// file's own folder. Returns an empty text, or one line "file:line: key: what is wrong"; nothing is changed on an
-// error.
+// file's own folder. Returns an empty text, or one line "file:line: key: what is wrong" ("file: cannot be read" when
+// there is no text to read). The detector is as before on an error. Folders are made when all else has proved right;
+// those made before one that could not be made stay.
 QXKIT_API std::string loadVirtualDetector(const std::filesystem::path& file);
 
 }  // namespace qxkit

@@ -238,32 +238,42 @@ Bindings faultStatuses(DetectorFaults& faults) {
     };
 }
 
+// A folder to create, and where the file asks for it.
+struct PlannedFolder {
+    std::filesystem::path path;
+    std::uint32_t line = 0;
+    std::string key;
+};
+
 // One run over a file: the candidate, and the folders to create before it is taken over.
 struct Loading {
     VirtualDetector candidate;
     std::filesystem::path base;
-    std::vector<std::filesystem::path> folders;
+    std::vector<PlannedFolder> folders;
 
-    void place(const DirectoryRole& role, const std::filesystem::path& folder) {
-        candidate.*role.field = toKitDirectory(folder);
+    void place(const DirectoryRole& role, const PlannedFolder& folder) {
+        candidate.*role.field = toKitDirectory(folder.path);
         folders.push_back(folder);
     }
 };
 
-Setter folder(std::function<void(const std::filesystem::path&)> store) {
-    return textInto([store = std::move(store)](const std::string& value) { store(nativePath(value)); }, 1,
-                    kLongestFolder);
+// Stores the folder as the file names it.
+Setter folder(std::function<void(const PlannedFolder&)> store) {
+    return [store = std::move(store)](const toml::node& node, const std::string& key) -> Outcome {
+        const auto plan = [&](const std::string& value) { store({nativePath(value), node.source().begin.line, key}); };
+        return textInto(plan, 1, kLongestFolder)(node, key);
+    };
 }
 
 // The root comes first, so that single folders can lie elsewhere.
 Bindings directories(Loading& loading) {
-    Bindings bindings{{"root", folder([&loading](const std::filesystem::path& root) {
+    Bindings bindings{{"root", folder([&loading](const PlannedFolder& root) {
                            for (const DirectoryRole& role : kDirectoryRoles)
-                               loading.place(role, loading.base / root / role.folder);
+                               loading.place(role, {loading.base / root.path / role.folder, root.line, root.key});
                        })}};
     for (const DirectoryRole& role : kDirectoryRoles) {
-        bindings.push_back({role.key, folder([&loading, &role](const std::filesystem::path& value) {
-                                loading.place(role, loading.base / value);
+        bindings.push_back({role.key, folder([&loading, &role](const PlannedFolder& single) {
+                                loading.place(role, {loading.base / single.path, single.line, single.key});
                             })});
     }
     return bindings;
@@ -318,9 +328,9 @@ std::string loadVirtualDetector(const std::filesystem::path& file) {
     Loading loading{virtualDetector(), file.parent_path(), {}};
     if (const Outcome problem = applyBindings(parsed.table(), "", wholeFile(loading)))
         return describe(file, *problem);
-    for (const auto& path : loading.folders) {
-        if (const std::string problem = createFolder(path); !problem.empty())
-            return oneLine(file, ": directories: " + problem);
+    for (const PlannedFolder& planned : loading.folders) {
+        if (const std::string problem = createFolder(planned.path); !problem.empty())
+            return describe(file, {planned.line, planned.key, problem});
     }
     virtualDetector() = std::move(loading.candidate);
     return {};

@@ -2,6 +2,7 @@
 
 #include "VirtualPanel.h"
 
+#include "BlockGain.h"
 #include "PanelNoise.h"
 #include "SlowPattern.h"
 
@@ -56,10 +57,8 @@ std::vector<float> responseMap(const PanelParameters& panel, const std::vector<d
     std::vector<float> response;
     response.reserve(pixelIndex(panel, panel.height, 0));
     for (int row = 0; row < panel.height; ++row) {
-        const double half = row < panel.height / 2 ? 1.0 : 1.0 + panel.splitStep;
         for (int column = 0; column < panel.width; ++column) {
-            const auto afe = static_cast<std::size_t>(panel.afeWidth > 0 ? column / panel.afeWidth : 0);
-            const double gain = half * gains[std::min(afe, gains.size() - 1)];
+            const double gain = blockGain(panel, gains, row, column);
             response.push_back(
                 static_cast<float>(gain * (1.0 + panel.pixelGainSigma * noise.gaussian(response.size()))));
         }
@@ -84,7 +83,7 @@ public:
 private:
     int draw(int limit) { return static_cast<int>(place_.below(draws_++, static_cast<std::uint64_t>(limit))); }
 
-    void kill(int row, int column) { truth_.response[pixelIndex(panel_, row, column)] = 0.0F; }
+    void kill(int row, int column) { truth_.response[pixelIndex(panel_, row, column)] = 0.0f; }
     bool isFree(int row, int column) const {
         const bool inside = row >= 0 && row < panel_.height && column >= 0 && column < panel_.width;
         return inside && taken_[pixelIndex(panel_, row, column)] == 0;
@@ -147,8 +146,9 @@ private:
     }
 
     void makePoints() {
-        const auto wanted =
-            static_cast<std::size_t>(std::lround(panel_.defectivePixelShare * static_cast<double>(taken_.size())));
+        // The order of the arguments makes 0 of a share that is no number.
+        const double share = std::min(std::max(0.0, panel_.defectivePixelShare), 1.0);
+        const auto wanted = static_cast<std::size_t>(std::lround(share * static_cast<double>(taken_.size())));
         std::vector<int>& points = truth_.defects.points;
         for (std::size_t attempt = 0; attempt < 4 * wanted && points.size() < wanted; ++attempt) {
             const int row = draw(panel_.height);
@@ -165,13 +165,12 @@ private:
     // Half are dead, a quarter hot, a quarter weak.
     void spoil(std::size_t pixel) {
         const int kind = draw(4);
-        if (kind < 2) {
-            truth_.response[pixel] = 0.0F;
-        } else if (kind == 2) {
+        if (kind < 2)
+            truth_.response[pixel] = 0.0f;
+        else if (kind == 2)
             truth_.dark[pixel] += static_cast<float>(300.0 + 300.0 * strength_.uniform(pixel));
-        } else {
+        else
             truth_.response[pixel] *= static_cast<float>(0.5 + 0.3 * strength_.uniform(pixel));
-        }
     }
 
     const PanelParameters& panel_;
@@ -195,7 +194,8 @@ VirtualPanel::VirtualPanel(const PanelParameters& parameters) : parameters_(para
 }
 
 AddedLevel stripStep(const PanelParameters& panel, int firstColumn, double counts) {
-    return {{0, firstColumn, panel.height, panel.width - firstColumn}, counts};
+    const int column = std::max(firstColumn, 0);
+    return {{0, column, panel.height, panel.width - column}, counts};
 }
 
 Attenuator collimatedCorner(int rows, int columns, double transmission) {

@@ -9,7 +9,12 @@
 // with noise variance temporalNoise^2 + variancePerCount x signal. A corrected pixel is the pedestal plus the signal
 // that the response and the illumination took away, given back; its noise grows where that was much.
 //
-// Images are row-major. Positions are rows and columns from 0, the tube geometry is in centimetres.
+// Images are row-major. Positions are rows and columns from 0, the tube geometry is in centimetres. Areas may reach
+// beyond the frame.
+//
+// Nothing is refused. Sizes and counts below 0 count as 0, frame counts and the pitch of slow patterns below 1 as 1, a
+// share of pixels is limited to 0..1, and a pixel whose value is no number is 0. The sign of a sigma has no meaning; a
+// variance below 0 counts as 0. A panel has fewer than 2^31 pixels.
 
 #include <QxUtils/Records.h>
 
@@ -33,8 +38,8 @@ struct PanelParameters {
     double variancePerCount = 0.75;   // of an exposed pixel, counts
     double pixelGainSigma = 0.01;     // relative response from pixel to neighbour
     int afeWidth = 128;               // columns an AFE serves
-    double afeStepMin = 0.02;         // relative gain step between neighbouring AFEs, of either sign
-    double afeStepMax = 0.05;         //
+    double afeStepMin = 0.02;         // smallest relative gain step between neighbouring AFEs, of either sign
+    double afeStepMax = 0.05;         // largest
     double splitStep = 0.005;         // relative gain step of the rows from height / 2 on
     double shading = 0.07;            // relative fall from the first to the last column
     double sourceDistanceCm = 180.0;  // tube to panel

@@ -114,6 +114,7 @@ int calcGlobalSNR(const WORD* image, int width, int height, std::vector<float>& 
     return qx::measureSnrSeries({image, width, height}, snr);
 }
 
+// The kit's callers pass the series by value. NOLINTBEGIN(performance-unnecessary-value-param)
 int checkGlobalSNR(const WORD* image, int width, int height, std::vector<float> factorySNR) {
     qx::logBegin("checkGlobalSNR", LogModuleCalib);
     int result = StatusWrongParameter;
@@ -142,3 +143,4 @@ int evaluateSNRResult(const WORD* image, int width, int height, std::vector<floa
     qx::logEnd("evaluateSNRResult", " terminates with return value ", StatusOk);
     return StatusOk;
 }
+// NOLINTEND(performance-unnecessary-value-param)

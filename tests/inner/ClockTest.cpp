@@ -43,6 +43,13 @@ TEST_F(AtPretendedTime, every_day_has_its_log) {
     EXPECT_EQ("2024-11-12.log", logFiles()[1].filename());
 }
 
+TEST_F(AtPretendedTime, work_directory_that_is_too_long_has_no_log) {
+    pretended.year = 1999;
+    detector().workDirectory = std::string(300, 'x') + '\\';
+    EXPECT_EQ(0, WriteLogFile(8, 1, "nowhere", 0));
+    EXPECT_FALSE(std::filesystem::exists("1999-03-07.log"));
+}
+
 TEST_F(AtPretendedTime, time_texts_are_padded) {
     char stamp[15];
     char text[20];

@@ -24,7 +24,7 @@ struct Field {
 Field ramp(int width, int height) {
     Field field{width, height, {}};
     for (int i = 0; i < width * height; ++i)
-        field.pixels.push_back(1000.0F + 2.0F * static_cast<float>(i % width) - 3.0F * static_cast<float>(i / width));
+        field.pixels.push_back(1000.0f + 2.0f * static_cast<float>(i % width) - 3.0f * static_cast<float>(i / width));
     return field;
 }
 
@@ -72,16 +72,15 @@ TEST(CorrectImgDefectMap, restores_a_ramp_from_every_kind_of_list) {
 TEST(CorrectImgDefectMap, keeps_good_pixels_to_the_bit) {
     const VectorDefect set{{0, 39, 7 * 40 + 3}, {50, 51, -1}, {29}, {0, 39}};
     Field field = ramp(40, 30);
-    field.at(15, 15) = -1e30F;
+    field.at(15, 15) = -1e30f;
     const Field result = corrected(field, set);
     const std::set<int> bad = pixelsOf(set, 40, 30);
     for (int i = 0; i < 40 * 30; ++i) {
         const auto at = static_cast<std::size_t>(i);
-        if (bad.contains(i)) {
+        if (bad.contains(i))
             ASSERT_FALSE(std::isnan(result.pixels[at])) << i;
-        } else {
+        else
             ASSERT_EQ(field.pixels[at], result.pixels[at]) << i;
-        }
     }
 }
 
@@ -106,33 +105,33 @@ TEST(CorrectImgDefectMap, border_pixels_take_values_of_their_surroundings) {
     Field result = corrected(ramp(40, 30), set);
     for (const int row : {0, 29}) {
         for (const int column : {0, 39})
-            EXPECT_NEAR(ramp(40, 30).at(row, column), result.at(row, column), 10.0F);
+            EXPECT_NEAR(ramp(40, 30).at(row, column), result.at(row, column), 10.0f);
     }
 }
 
 TEST(CorrectImgDefectMap, fills_areas_far_from_any_good_pixel) {
-    Field field{400, 300, std::vector<float>(400 * 300, 80.0F)};
+    Field field{400, 300, std::vector<float>(400 * 300, 80.0f)};
     VectorDefect set;
     for (int row = 1; row < 299; ++row) {
         for (int column = 1; column < 399; ++column)
             set.clusters.push_back(row * 400 + column);
     }
-    std::fill_n(field.pixels.begin(), 400, 100.0F);
+    std::fill_n(field.pixels.begin(), 400, 100.0f);
     const Field result = corrected(field, set);
     const auto [low, high] = std::minmax_element(result.pixels.begin(), result.pixels.end());
-    EXPECT_NEAR(80.0F, *low, 1e-3);
-    EXPECT_EQ(100.0F, *high);
+    EXPECT_NEAR(80.0f, *low, 1e-3);
+    EXPECT_EQ(100.0f, *high);
 }
 
 TEST(CorrectImgDefectMap, takes_the_only_good_pixel_everywhere) {
     VectorDefect set;
     for (int pixel = 1; pixel < 200 * 90; ++pixel)
         set.points.push_back(pixel);
-    Field field{200, 90, std::vector<float>(200 * 90, 5.0F)};
+    Field field{200, 90, std::vector<float>(200 * 90, 5.0f)};
     for (const float value : corrected(field, set).pixels)
-        ASSERT_FLOAT_EQ(5.0F, value);
+        ASSERT_FLOAT_EQ(5.0f, value);
     set.points.push_back(0);
-    field.pixels[7] = 6.0F;
+    field.pixels[7] = 6.0f;
     std::vector<float> image = field.pixels;
     EXPECT_EQ(0, correctImgDefectMap(image.data(), 200, 90, &set, 0));
     EXPECT_EQ(field.pixels, image);
@@ -146,14 +145,14 @@ TEST(CorrectImgDefectMap, ignores_entries_outside_the_image) {
 
 TEST(CorrectImgDefectMap, refuses_null_and_empty_images) {
     VectorDefect set;
-    float pixel = 3.0F;
+    float pixel = 3.0f;
     EXPECT_EQ(1057, correctImgDefectMap(nullptr, 1, 1, &set, 0));
     EXPECT_EQ(1057, correctImgDefectMap(&pixel, 1, 1, nullptr, 0));
     EXPECT_EQ(1020, correctImgDefectMap(&pixel, 0, 1, &set, 0));
     EXPECT_EQ(1020, correctImgDefectMap(&pixel, 1, -1, &set, 0));
     set.points = {0};
     EXPECT_EQ(0, correctImgDefectMap(&pixel, 1, 1, &set, 0));
-    EXPECT_EQ(3.0F, pixel);
+    EXPECT_EQ(3.0f, pixel);
 }
 
 TEST(LoadDefectFromNoiseAndMultImgs, splits_by_size_and_keeps_separators) {

@@ -82,7 +82,7 @@ TEST_F(VirtualDetector, queries_answer_from_the_state) {
     detector().ndtFrameCount = 4;
     detector().aedTriggerLine = 77;
     detector().integrationTimeMs = 800;
-    detector().timeIntervalS = 2.5F;
+    detector().timeIntervalS = 2.5f;
     detector().machineId = "unit 9";
     detector().mode = 16;
     detector().modeWidth = 640;
@@ -92,7 +92,7 @@ TEST_F(VirtualDetector, queries_answer_from_the_state) {
     EXPECT_EQ(4, getNDTFrameNum());
     EXPECT_EQ(77, getAEDRadScanLine());
     EXPECT_EQ(800, *getRadExpTime());
-    EXPECT_EQ(2.5F, getTimeInterval());
+    EXPECT_EQ(2.5f, getTimeInterval());
     EXPECT_STREQ("unit 9", getMachineID());
     ModeInfo mode{};
     EXPECT_EQ(0, getModeInfo(&mode));
@@ -209,7 +209,7 @@ TEST_F(VirtualDetector, header_holds_five_big_endian_fields_and_zeros) {
     detector().modeHeight = 1280;
     detector().type = 13;
     detector().integrationTimeMs = 500;
-    detector().temperatureC = 35.0F;
+    detector().temperatureC = 35.0f;
     for (const int kind : {17, 18, 19}) {
         std::string expected(kHeaderBytes, '\0');
         expected.replace(12, 8, std::string(kind == 17 ? "\0\0\x0C\0\0\0\x0A\0" : "\0\0\x06\0\0\0\x05\0", 8));

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -74,7 +75,7 @@ void disturb(qxkit::VirtualDetector& detector) {
     detector.type = detector.width = detector.height = detector.mode = detector.modeWidth = detector.modeHeight = 8;
     detector.syncMode = detector.ndtFrameCount = detector.afeWidth = detector.aedTriggerLine = 9;
     detector.integrationTimeMs = 10;
-    detector.temperatureC = detector.timeIntervalS = 11.0F;
+    detector.temperatureC = detector.timeIntervalS = 11.0f;
     detector.description = detector.machineId = "other";
     auto& faults = detector.faults;
     faults.getFpgaReg = faults.getDetectorIparam = faults.getDetectorInformation = faults.getModeInfo = 12;
@@ -104,8 +105,8 @@ TEST_F(DetectorFile, named_values_are_taken_and_others_kept) {
                        "fixedLinearGainEnabled = true\n[iparams]\n196 = 3\n2 = -2147483648\n"
                        "[faults]\ngetFpgaReg = 7\ntransferFileByName = { \"x y.raw\" = -1 }\n"));
     EXPECT_EQ(4294967295U, detector().config.maxGrayValue);
-    EXPECT_EQ(2.0F, detector().config.uniformityCvLimit);
-    EXPECT_EQ(-15.0F, detector().config.rcnRowDiffLimit);
+    EXPECT_EQ(2.0f, detector().config.uniformityCvLimit);
+    EXPECT_EQ(-15.0f, detector().config.rcnRowDiffLimit);
     EXPECT_EQ(1U, detector().config.fixedLinearGainEnabled);
     EXPECT_EQ((std::map<int, int>{{196, 3}, {2, -2147483647 - 1}}), detector().iparams);
     EXPECT_EQ(7, detector().faults.getFpgaReg);
@@ -119,7 +120,7 @@ TEST_F(DetectorFile, ids_refine_the_mode_word_and_fields_refine_words) {
                        "words = { 0 = 1, 32 = 5, 40 = 9, 1023 = 0x80000000 }\n"));
     const FpgaReg& registers = detector().registers;
     EXPECT_EQ(static_cast<std::int32_t>(0xFFFFDF9FU), registers.modeWord);
-    EXPECT_EQ(299.5F, registers.exposureTimeMs);
+    EXPECT_EQ(299.5f, registers.exposureTimeMs);
     EXPECT_EQ(1, registers.reserved0[0]);
     EXPECT_EQ(0x80, registers.reserved164[3931]);
 }
@@ -197,11 +198,19 @@ TEST_F(DetectorFile, missing_files_and_folders_are_refused) {
     EXPECT_EQ(folder().string() + ": cannot be read", qxkit::loadVirtualDetector(folder()));
 }
 
-TEST_F(DetectorFile, folder_that_cannot_be_created_changes_nothing) {
+TEST_F(DetectorFile, folder_that_cannot_be_created_is_named_and_changes_nothing) {
     writeFile(folder() / "file", "in the way");
-    const std::string problem = load("[detector]\nmachineId = \"new\"\n[directories]\nwork = \"file/work\"\n");
-    EXPECT_NE(std::string::npos, problem.find("directories: cannot create the folder")) << problem;
-    EXPECT_TRUE(sameState(qxkit::VirtualDetector(), detector()));
+    const std::pair<const char*, const char*> cases[] = {
+        {"root = \"made\"\nwork = \"file/work\"\n", ":5: directories.work: cannot create the folder "},
+        {"gain = \"made\"\nroot = \"file\"\n", ":5: directories.root: cannot create the folder "},
+    };
+    for (const auto& [folders, expected] : cases) {
+        const std::string problem = load("[detector]\nmachineId = \"new\"\n[directories]\n" + std::string(folders));
+        EXPECT_TRUE(problem.starts_with((folder() / "detector.toml").string() + expected)) << problem;
+        EXPECT_EQ(std::string::npos, problem.find('\n'));
+        EXPECT_TRUE(sameState(qxkit::VirtualDetector(), detector()));
+        EXPECT_EQ(qxkit::VirtualDetector().gainDirectory, detector().gainDirectory);
+    }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <set>
 #include <vector>
 
@@ -451,6 +452,46 @@ TEST(VirtualPanelNdt, sums_frames_beyond_sixteen_bits) {
     const std::vector<qxkit::Attenuator> phantom = qxkit::standardPhantom(panel.parameters());
     const double step = areaMean(object, phantom[3].area) - areaMean(dark, phantom[3].area);
     EXPECT_NEAR(phantom[3].transmission, step / 5200000.0, 0.001);
+}
+
+TEST(VirtualPanelNdt, takes_one_frame_at_least) {
+    const VirtualPanel panel(size(20, 10));
+    for (const int frameCount : {0, -1, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(panel.ndtDark(1).pixels, panel.ndtDark(frameCount).pixels) << frameCount;
+        EXPECT_EQ(panel.ndtBright(1).pixels, panel.ndtBright(frameCount).pixels) << frameCount;
+        EXPECT_EQ(panel.ndtObject(1).pixels, panel.ndtObject(frameCount).pixels) << frameCount;
+        EXPECT_EQ(panel.averageDark(1).pixels, panel.averageDark(frameCount).pixels) << frameCount;
+    }
+}
+
+TEST(VirtualPanelParameters, out_of_range_count_as_the_nearest_in_range) {
+    constexpr int kLowest = std::numeric_limits<int>::min();
+    constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+    PanelParameters parameters = size(20, 10);
+    parameters.defectivePixelShare = -1e9;
+    parameters.deadHalfColumns = parameters.deadRows = parameters.clusters = kLowest;
+    parameters.variancePerCount = -5.0;
+    parameters.temporalNoiseSigma = parameters.rowNoiseSigma = 0.0;
+    const VirtualPanel clamped(parameters);
+    PanelParameters none = flawless(20, 10);
+    none.variancePerCount = none.temporalNoiseSigma = none.rowNoiseSigma = 0.0;
+    const VirtualPanel panel(none);
+    EXPECT_EQ(panel.flat().pixels, clamped.flat().pixels);
+    EXPECT_EQ(panel.correctedFlat().pixels, clamped.correctedFlat().pixels);
+    parameters.defectivePixelShare = kNoNumber;
+    EXPECT_TRUE(VirtualPanel(parameters).truth().defects.points.empty());
+    EXPECT_EQ(0U, VirtualPanel(size(kLowest, 5)).flat().pixels.size());
+
+    FrameOptions options;
+    options.attenuators = {{{kLowest, kLowest, 1, 1}, 0.0, true}, {{0, 0, -4, -4}, 0.0, true}};
+    options.addedLevels = {qxkit::stripStep(none, std::numeric_limits<int>::max(), 9.0), {{9, 19, -1, -1}, 9.0}};
+    options.noisyRows = kLowest;
+    EXPECT_EQ(panel.flat().pixels, panel.flat(options).pixels);
+    options.noiseScale = kNoNumber;
+    EXPECT_EQ(std::vector<std::uint16_t>(200, 0), panel.flat(options).pixels);
+    qxkit::AedOptions aed;
+    aed.triggerLine = aed.stripeRows = kLowest;
+    EXPECT_EQ(panel.aed(aed).clean.pixels, panel.aed(aed).image.pixels);
 }
 
 TEST(VirtualPanelSize, may_be_small_odd_or_empty) {

@@ -2,7 +2,9 @@
 #include "DemoPictures.h"
 #include "DemoScene.h"
 #include "FactorySeries.h"
+#include "FileAccess.h"
 #include "PngWriter.h"
+#include "SnrRule.h"
 #include "TextTable.h"
 
 #include <QxUtils.h>
@@ -14,6 +16,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
@@ -23,8 +26,6 @@ namespace qx::tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int kPreviewWidth = 1024;
 
 // A smaller panel has so few squares that a shadow at its edge cannot fall below expectation in three of them.
 constexpr int kMinDemoSide = 1536;
@@ -36,12 +37,12 @@ constexpr std::size_t kMaxOutputPath = 200;
 struct DemoOptions {
     std::string outputDirectory;
     std::uint64_t seed = 1;
-    std::string shape;
+    std::optional<std::string> shape;
 };
 
-Shape demoShape(const std::string& text) {
+Shape demoShape(const std::optional<std::string>& text) {
     const Shape shape =
-        text.empty() ? Shape{qxkit::virtualDetector().width, qxkit::virtualDetector().height} : parseShape(text);
+        text ? parseShape(*text) : Shape{qxkit::virtualDetector().width, qxkit::virtualDetector().height};
     const auto [shorter, longer] = std::minmax(shape.width, shape.height);
     if (shorter < kMinDemoSide || longer > kMaxDemoSide) {
         throw ToolError(toText(shape) + ": the demo's panel needs sides from " + std::to_string(kMinDemoSide) + " to " +
@@ -53,6 +54,7 @@ Shape demoShape(const std::string& text) {
 
 // Returns the folder's name without a separator at its end. As in the library, '\\' separates on every platform.
 std::string createOutputDirectory(const std::string& text) {
+    requireName(text, "a folder with --out");
     std::string directory = qxkit::nativePath(text).generic_string();
     while (directory.size() > 1 && directory.back() == '/')
         directory.pop_back();

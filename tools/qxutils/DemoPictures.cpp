@@ -2,6 +2,7 @@
 
 #include "Preview.h"
 #include "SnrPlot.h"
+#include "SnrRule.h"
 
 #include <QxUtils/Numerics.h>
 
@@ -15,7 +16,6 @@ constexpr Colour kText{235, 235, 235};
 constexpr Colour kPassed{110, 205, 120};
 constexpr Colour kNotPassed{245, 105, 90};
 constexpr Colour kSquare{255, 190, 60};
-constexpr int kPreviewWidth = 1024;
 constexpr int kTextScale = 2;
 
 constexpr int kTileWidth = 384;
@@ -115,7 +115,7 @@ Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& 
 
 Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
     std::vector<PlotLine> lines = {
-        {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0F)},
+        {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
         {"expected at least", kExpectedColour, expectedShares(exposures.front().judgement, factory)},
     };
     for (std::size_t index = 0; index < exposures.size(); ++index) {

@@ -8,6 +8,9 @@
 
 namespace qx::tool {
 
+// The widest picture of one whole image, in pixels.
+inline constexpr int kPreviewWidth = 1024;
+
 // The corrected flat field with the squares of the SNR series outlined.
 Canvas drawSquares(const RawImage& image);
 

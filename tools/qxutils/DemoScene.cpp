@@ -1,5 +1,7 @@
 #include "DemoScene.h"
 
+#include "SnrRule.h"
+
 #include <algorithm>
 
 namespace qx::tool {

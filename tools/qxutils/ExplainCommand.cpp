@@ -4,20 +4,36 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <system_error>
 #include <vector>
 
 namespace qx::tool {
 namespace {
 
-ExitCode explain(const std::vector<int>& codes) {
-    for (const int code : codes) {
+constexpr const char* kRanges = "codes run from 0 to 58 and from 1000 to 1094";
+
+bool isInRange(int code) {
+    return (code >= 0 && code <= 58) || (code >= 1000 && code <= 1094);
+}
+
+int parseCode(const std::string& text) {
+    int code = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
+    if (error != std::errc{} || end != text.data() + text.size() || !isInRange(code))
+        throw ToolError("\"" + text + "\" is not a status code; " + kRanges, ExitCode::Usage);
+    return code;
+}
+
+ExitCode explain(const std::vector<std::string>& codes) {
+    for (const std::string& text : codes) {
+        const int code = parseCode(text);
         const char* message = getStatusMessage(code);
-        if (message == nullptr) {
-            throw ToolError(std::to_string(code) +
-                            " is not a status code; they run from 0 to 58 and from 1000 to 1094");
-        }
+        if (message == nullptr)
+            throw ToolError(std::to_string(code) + " was never assigned; nothing returns it");
         std::cout << code << "  " << message << '\n';
     }
     return ExitCode::Passed;
@@ -26,7 +42,7 @@ ExitCode explain(const std::vector<int>& codes) {
 }  // namespace
 
 void addExplainCommand(CLI::App& app, Command& chosen) {
-    auto codes = std::make_shared<std::vector<int>>();
+    auto codes = std::make_shared<std::vector<std::string>>();
     CLI::App* command = app.add_subcommand("explain", "Print the message of status codes");
     command->add_option("CODE", *codes, "Status codes, such as 1088")->required();
     command->callback([codes, &chosen] { chosen = [codes] { return explain(*codes); }; });

@@ -1,6 +1,7 @@
 #include "FactorySeries.h"
 
 #include "Command.h"
+#include "FileAccess.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>
@@ -10,6 +11,8 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -17,10 +20,11 @@ namespace qx::tool {
 namespace {
 
 constexpr std::int64_t kMaxFileBytes = 1 << 20;
+constexpr const char* kWanted = "a text, TOML or JSON file with SNR values";
 
 std::string readText(const std::string& path) {
-    if (fileBytes(path) > kMaxFileBytes)
-        throw ToolError(path + ": too long for a list of SNR values; give a text, TOML or JSON file");
+    if (fileBytes(path, kWanted) > kMaxFileBytes)
+        throw ToolError(path + ": too long for a list of SNR values; give " + kWanted);
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
@@ -29,22 +33,34 @@ std::string readText(const std::string& path) {
     return text.str();
 }
 
+// 0, which no series may hold, for a number that is none or has no place in a float.
+float toSnr(std::optional<double> value) {
+    return value && *value > 0 && *value <= std::numeric_limits<float>::max() ? static_cast<float>(*value) : 0.0f;
+}
+
 SnrSeries parseToml(const std::string& text) {
     const toml::table table = toml::parse(text);
     const toml::array* list = table["snr"].as_array();
     if (list == nullptr)
         throw std::runtime_error("no list named snr");
     SnrSeries series;
-    for (const toml::node& node : *list) {
-        const auto value = node.value<double>();
-        series.push_back(value ? static_cast<float>(*value) : 0.0F);
-    }
+    for (const toml::node& node : *list)
+        series.push_back(toSnr(node.value<double>()));
     return series;
 }
 
 SnrSeries parseJson(const std::string& text) {
-    const nlohmann::json content = nlohmann::json::parse(text);
-    return (content.is_array() ? content : content.at("snr")).get<SnrSeries>();
+    nlohmann::json list = nlohmann::json::parse(text, nullptr, false);
+    if (list.is_discarded())
+        throw std::runtime_error("not valid JSON");
+    if (list.is_object())
+        list = list.value("snr", nlohmann::json());
+    if (!list.is_array())
+        throw std::runtime_error("no list named snr");
+    SnrSeries series;
+    for (const nlohmann::json& item : list)
+        series.push_back(toSnr(item.is_number() ? std::optional(item.get<double>()) : std::nullopt));
+    return series;
 }
 
 SnrSeries parsePlain(const std::string& text) {
@@ -101,10 +117,9 @@ void saveFactorySeries(const std::string& path, const SnrSeries& series) {
     toml::array list;
     for (const float value : series)
         list.push_back(shortestDecimal(value));
-    std::ofstream file(path, std::ios::binary);
-    file << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';
-    if (!file.flush())
-        throw ToolError(path + ": cannot be written; check that the folder exists and has room");
+    std::ostringstream text;
+    text << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';
+    writeFile(path, text.str());
 }
 
 }  // namespace qx::tool

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "FileAccess.h"
 #include "Geometry.h"
 #include "RawImage.h"
 #include "TextTable.h"
@@ -19,7 +20,7 @@ namespace {
 
 struct InfoOptions {
     std::vector<std::string> files;
-    std::string shape;
+    std::optional<std::string> shape;
 };
 
 std::string headerText(bool hasHeader) {
@@ -52,7 +53,7 @@ void printGeometries(const std::vector<Geometry>& geometries) {
 }
 
 void describeFile(const std::string& file, const std::optional<Shape>& shape) {
-    const std::int64_t bytes = fileBytes(file);
+    const std::int64_t bytes = fileBytes(file, kRawImageWanted);
     std::cout << file << "\n  " << bytes << " bytes\n";
     if (shape) {
         printStatistics(loadRawImage(file, *shape));
@@ -60,15 +61,14 @@ void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     }
     const std::vector<Geometry> geometries = plausibleGeometries(bytes);
     printGeometries(geometries);
-    if (const auto geometry = unambiguousGeometry(geometries)) {
+    if (const auto geometry = unambiguousGeometry(geometries))
         printStatistics(loadRawImage(file, geometry->shape));
-    } else {
+    else
         std::cout << "  give --shape for statistics\n";
-    }
 }
 
 ExitCode printInfo(const InfoOptions& options) {
-    const auto shape = options.shape.empty() ? std::nullopt : std::optional(parseShape(options.shape));
+    const auto shape = options.shape ? std::optional(parseShape(*options.shape)) : std::nullopt;
     for (const std::string& file : options.files)
         describeFile(file, shape);
     return ExitCode::Passed;

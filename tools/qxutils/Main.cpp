@@ -1,12 +1,17 @@
 #include "Command.h"
+#include "FileAccess.h"
 
+#include <QxUtils/Foundation.h>
 #include <VirtualDetector.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <exception>
+#include <fstream>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,9 +22,10 @@ int exitStatus(ExitCode code) {
     return static_cast<int>(code);
 }
 
-int reportError(const std::string& message, ExitCode code) {
-    std::cout.flush();
-    std::cerr << "qxutils: " << message << '\n';
+// Runs where memory may be short, so it takes none and throws nothing.
+int reportError(const char* message, ExitCode code) noexcept {
+    std::fflush(nullptr);
+    std::fprintf(stderr, "qxutils: %s\n", message);
     return exitStatus(code);
 }
 
@@ -34,37 +40,30 @@ std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
 int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
         return app.exit(error);
-    return reportError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
+    throw ToolError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
 }
 
 // Without settings no log appears in the folder that the user happens to be in.
-void loadDetector(const std::string& file) {
-    if (file.empty()) {
+void loadDetector(const std::optional<std::string>& file) {
+    constexpr const char* kWanted = "a TOML file with settings of the virtual detector";
+    if (!file) {
         qxkit::virtualDetector().config.loggingEnabled = 0;
         return;
     }
-    const std::string problem = qxkit::loadVirtualDetector(file);
+    fileBytes(*file, kWanted);
+    if (!std::ifstream(*file))
+        throw ToolError(*file + ": cannot be opened; give " + kWanted);
+    const std::string problem = qxkit::loadVirtualDetector(*file);
     if (!problem.empty())
-        throw ToolError(problem + "; give a TOML file with settings of the virtual detector");
+        throw ToolError(problem);
 }
 
-int runCommand(const Command& chosen, const std::string& detectorFile) {
-    try {
-        loadDetector(detectorFile);
-        const ExitCode code = chosen();
-        if (!std::cout.flush())
-            throw ToolError("standard output cannot be written; check where it goes");
-        return exitStatus(code);
-    } catch (const ToolError& error) {
-        return reportError(error.what(), error.exitCode());
-    } catch (const std::bad_alloc&) {
-        return reportError("out of memory; use a smaller image", ExitCode::Failed);
-    } catch (const std::exception& error) {
-        return reportError(error.what(), ExitCode::Failed);
-    }
+void flushOutput() {
+    if (!std::cout.flush())
+        throw ToolError("standard output cannot be written; check where it goes");
 }
 
-void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) {
+void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Command& chosen) {
     app.name("qxutils");
     // A path may begin with '/' on Windows too. The commands inherit this.
     app.allow_windows_style_options(false);
@@ -72,6 +71,8 @@ void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) 
     app.fallthrough();
     app.add_option("--detector", detectorFile,
                    "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
+    app.set_version_flag(
+        "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
     addDemoCommand(app, chosen);
     addSnrCommand(app, chosen);
@@ -81,17 +82,34 @@ void describeProgram(CLI::App& app, std::string& detectorFile, Command& chosen) 
     addVersionCommand(app, chosen);
 }
 
-int run(int argc, char** argv) {
+int parseAndRun(int argc, char** argv) {
     CLI::App app{"Judges, shows and explains images of the flat-panel detector"};
-    std::string detectorFile;
+    std::optional<std::string> detectorFile;
     Command chosen;
     describeProgram(app, detectorFile, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return reportParseResult(app, error);
+        const int status = reportParseResult(app, error);
+        flushOutput();
+        return status;
     }
-    return runCommand(chosen, detectorFile);
+    loadDetector(detectorFile);
+    const ExitCode code = chosen();
+    flushOutput();
+    return exitStatus(code);
+}
+
+int run(int argc, char** argv) {
+    try {
+        return parseAndRun(argc, argv);
+    } catch (const ToolError& error) {
+        return reportError(error.what(), error.exitCode());
+    } catch (const std::bad_alloc&) {
+        return reportError("out of memory; use a smaller image", ExitCode::Failed);
+    } catch (const std::exception& error) {
+        return reportError(error.what(), ExitCode::Failed);
+    }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "FileAccess.h"
 #include "PngWriter.h"
 #include "Preview.h"
 #include "RawImage.h"
@@ -24,6 +25,8 @@ ExitCode writePreview(const PreviewOptions& options) {
     if (options.window.low >= options.window.high)
         throw ToolError("--low must be below --high", ExitCode::Usage);
     const RawImage image = loadRawImage(options.file, parseShape(options.shape));
+    requireName(options.output, "the PNG file to write");
+    requireOtherFile(options.output, options.file);
     const GreyPicture picture = makePreview(image, options.window, options.maxWidth);
     writePng(options.output, picture);
     std::cout << options.output << ": " << toText(picture.shape) << '\n';

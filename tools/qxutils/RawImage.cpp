@@ -1,20 +1,17 @@
 #include "RawImage.h"
 
 #include "Command.h"
+#include "FileAccess.h"
 
 #include <QxUtils.h>
 
 #include <bit>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
 
 static_assert(std::endian::native == std::endian::little, "pixels are copied as they stand in the file");
 
 namespace qx::tool {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The library joins a directory and a file name without adding a separator, and its paths are short.
 constexpr std::size_t kMaxLibraryPath = 255;
@@ -42,21 +39,7 @@ LibraryPath toLibraryPath(const std::string& path) {
                     " with a header; give another --shape (qxutils info lists those that fit)");
 }
 
-}  // namespace
-
-std::int64_t fileBytes(const std::string& path) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status))
-        throw ToolError(path + ": no such file; check the name");
-    if (fs::is_directory(status))
-        throw ToolError(path + ": is a directory; give a raw image file");
-    const std::uintmax_t bytes = fs::file_size(path, error);
-    if (error)
-        throw ToolError(path + ": cannot tell its size (" + error.message() + "); give a regular file");
-    return static_cast<std::int64_t>(bytes);
-}
-
+// The first bytes of a file.
 std::vector<char> readFileBytes(const std::string& path, std::int64_t bytes) {
     const LibraryPath file = toLibraryPath(path);
     std::vector<char> content(static_cast<std::size_t>(bytes));
@@ -69,8 +52,10 @@ std::vector<char> readFileBytes(const std::string& path, std::int64_t bytes) {
     return content;
 }
 
+}  // namespace
+
 RawImage loadRawImage(const std::string& path, const Shape& shape) {
-    const std::int64_t bytes = fileBytes(path);
+    const std::int64_t bytes = fileBytes(path, kRawImageWanted);
     const bool hasHeader = bytes == shape.pixelBytes() + kImageHeaderBytes;
     if (!hasHeader && bytes != shape.pixelBytes())
         throwSizeMismatch(path, shape, bytes);
@@ -82,14 +67,8 @@ RawImage loadRawImage(const std::string& path, const Shape& shape) {
 }
 
 void saveRawImage(const std::string& path, const RawImage& image) {
-    const LibraryPath file = toLibraryPath(path);
-    const int status =
-        writeImageToDisk(file.directory.c_str(), file.name.c_str(), reinterpret_cast<const char*>(image.pixels.data()),
-                         static_cast<int>(image.shape.pixelBytes()));
-    if (status != StatusOk) {
-        throw ToolError(path + ": cannot be written (status " + std::to_string(status) +
-                        "); check that the folder exists and has room");
-    }
+    const auto* bytes = reinterpret_cast<const char*>(image.pixels.data());
+    writeFile(path, {bytes, static_cast<std::size_t>(image.shape.pixelBytes())});
 }
 
 }  // namespace qx::tool

@@ -2,6 +2,7 @@
 #include "FactorySeries.h"
 #include "RawImage.h"
 #include "SnrJudgement.h"
+#include "SnrRule.h"
 #include "TextTable.h"
 
 #include <QxUtils.h>
@@ -10,6 +11,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace qx::tool {
@@ -18,7 +20,7 @@ namespace {
 struct SnrOptions {
     std::string file;
     std::string shape;
-    std::string factoryFile;
+    std::optional<std::string> factoryFile;
 };
 
 void printSeries(const std::vector<int>& sides, const SnrSeries& series) {
@@ -44,11 +46,11 @@ ExitCode printSnr(const SnrOptions& options) {
     const Shape shape = parseShape(options.shape);
     const RawImage image = loadRawImage(options.file, shape);
     const std::vector<int> sides = snrSquareSides(shape);
-    if (options.factoryFile.empty()) {
+    if (!options.factoryFile) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const SnrSeries factory = loadFactorySeries(options.factoryFile, sides.size());
+    const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size());
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);
     return judgement.passed() ? ExitCode::Passed : ExitCode::NotPassed;

@@ -1,34 +1,24 @@
 #include "SnrJudgement.h"
 
 #include "Command.h"
+#include "SnrRule.h"
 
 #include <QxUtils.h>
-
-#include <algorithm>
 
 namespace qx::tool {
 namespace {
 
-constexpr int kUnusedBorder = 12;
-constexpr int kSideStep = 256;
-constexpr int kMinSide = 128;
-
-// The share of the scaled factory value that a square must reach.
-float expectedShare(std::size_t square) {
-    return square == 0 ? 0.9F : static_cast<float>(86 - 2 * (static_cast<int>(square) - 1)) / 100.0F;
-}
-
 SnrSeries expectedSeries(const SnrSeries& factory, float measuredSmallest) {
     SnrSeries expected = scaleToMeasured(factory, measuredSmallest);
     for (std::size_t square = 0; square < expected.size(); ++square)
-        expected[square] *= expectedShare(square);
+        expected[square] *= snrFactor(square);
     return expected;
 }
 
 void requireOk(int status, const Shape& shape) {
     if (status == StatusWrongParameter) {
         throw ToolError(toText(shape) + ": too small for an SNR series; both sides must be at least " +
-                        std::to_string(kMinSide) + " pixels");
+                        std::to_string(kSmallestSide) + " pixels");
     }
     if (status != StatusOk) {
         throw ToolError("the SNR could not be measured (status " + std::to_string(status) + ": " +
@@ -37,14 +27,6 @@ void requireOk(int status, const Shape& shape) {
 }
 
 }  // namespace
-
-std::vector<int> snrSquareSides(const Shape& shape) {
-    const int usableSide = std::min(shape.width, shape.height) - kUnusedBorder;
-    std::vector<int> sides = {kSideStep / 4, kSideStep / 2};
-    for (int side = kSideStep; side <= usableSide; side += kSideStep)
-        sides.push_back(side);
-    return sides;
-}
 
 SnrSeries measureSnr(const RawImage& image) {
     SnrSeries series(snrSquareSides(image.shape).size());

@@ -10,9 +10,6 @@ namespace qx::tool {
 // An SNR series, smallest square first.
 using SnrSeries = std::vector<float>;
 
-// Sides of the nested centred squares on which the SNR of an image is measured.
-std::vector<int> snrSquareSides(const Shape& shape);
-
 // What the library says about an image. expected is the series below which a square counts against it.
 struct SnrJudgement {
     SnrSeries measured;

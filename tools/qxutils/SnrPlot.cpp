@@ -22,7 +22,7 @@ constexpr int kPlotBottom = kPlotCorner.y + kPlotHeight;
 constexpr int kLegendTop = kPlotBottom + 2 * kLineHeight + 16;
 constexpr int kLegendColumns = 2;
 
-constexpr float kHighestShare = 1.2F;
+constexpr float kHighestShare = 1.2f;
 constexpr int kGridPercent = 20;
 
 int columnOf(std::size_t square, std::size_t squares) {
@@ -30,13 +30,13 @@ int columnOf(std::size_t square, std::size_t squares) {
 }
 
 int rowOf(float share) {
-    const float shown = std::isfinite(share) ? std::clamp(share, 0.0F, kHighestShare) : kHighestShare;
+    const float shown = std::isfinite(share) ? std::clamp(share, 0.0f, kHighestShare) : kHighestShare;
     return kPlotBottom - static_cast<int>(std::lround(shown / kHighestShare * static_cast<float>(kPlotHeight)));
 }
 
 void drawGrid(Canvas& canvas, const std::vector<int>& sides) {
     for (int percent = 0; percent <= std::lround(kHighestShare * 100); percent += kGridPercent) {
-        const int row = rowOf(static_cast<float>(percent) / 100.0F);
+        const int row = rowOf(static_cast<float>(percent) / 100.0f);
         const std::string label = std::to_string(percent) + "%";
         canvas.fillRectangle({kPlotCorner.x, row}, kPlotWidth, 1, kGrid);
         canvas.drawText({kPlotCorner.x - 10 - textWidth(label, kTextScale), row - kTextHeight}, label, kTextScale,

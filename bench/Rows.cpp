@@ -1,0 +1,15 @@
+#include "Rows.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qx::bench {
+
+std::vector<RowEntry> allRows() {
+    std::vector<RowEntry> rows;
+    for (const auto& group : {snrRows(), momentRows(), medianRows(), histogramRows(), crcRows()})
+        std::ranges::copy(group, std::back_inserter(rows));
+    return rows;
+}
+
+}  // namespace qx::bench

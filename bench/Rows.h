@@ -1,0 +1,18 @@
+#pragma once
+
+// The rows of the table. Each function is defined in the file bench/<folder>/<Name>Rows.cpp.
+
+#include "harness/Row.h"
+
+namespace qx::bench {
+
+std::vector<RowEntry> snrRows();
+std::vector<RowEntry> momentRows();
+std::vector<RowEntry> medianRows();
+std::vector<RowEntry> histogramRows();
+std::vector<RowEntry> crcRows();
+
+// All of them in the order of the table.
+std::vector<RowEntry> allRows();
+
+}  // namespace qx::bench
