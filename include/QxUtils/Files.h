@@ -41,7 +41,7 @@ QXUTILS_API int copyFile(const char* destination, const char* source);
 
 // CRC-32 of a file (reflected polynomial 0x04C11DB7 of IEEE 802.3, initial value all ones, result complemented).
 // Returns 0, 1057, 1039 (also printed, whatever the debug flag), or 1040 when reading fails half-way.
-// Cost: one pass, no memory that grows with the file.
+// Cost: one pass; 256 KiB of automatic memory, whatever the file's length.
 QXUTILS_API int readLocalCRC(const char* dir, const char* name, unsigned long& crc);
 
 // XORs byte i of a buffer with i mod 256, in place: applied twice it restores the bytes. Null, or a length below 1,

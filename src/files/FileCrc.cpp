@@ -12,7 +12,7 @@
 namespace {
 
 // Stays in the second-level cache between reading and summing.
-constexpr std::size_t kChunkBytes = 128 * 1024;
+constexpr std::size_t kChunkBytes = 256 * 1024;
 
 }  // namespace
 
