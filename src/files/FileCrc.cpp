@@ -19,8 +19,7 @@ constexpr std::size_t kChunkBytes = 256 * 1024;
 int readLocalCRC(const char* dir, const char* name, unsigned long& crc) {
     if (dir == nullptr || name == nullptr)
         return StatusNullArgument;
-    const qx::JoinedPath path(dir, name);
-    const qx::File file = path.fits() ? qx::openFile(path.c_str(), qx::OpenMode::ReadBinary) : nullptr;
+    const qx::File file = qx::openFile(qx::JoinedPath(dir, name).c_str(), qx::OpenMode::ReadBinary);
     if (!file) {
         // Kept: printed whatever the debug flag.
         qx::printConsole("open file error...\n");

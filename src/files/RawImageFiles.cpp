@@ -20,7 +20,7 @@ using qx::OpenMode;
 File openJoined(const char* dir, const char* name, OpenMode mode, const char* failureText) {
     const JoinedPath path(dir, name);
     qx::printDebug("Full path: %s \n", path.c_str());
-    File file = path.fits() ? qx::openFile(path.c_str(), mode) : nullptr;
+    File file = qx::openFile(path.c_str(), mode);
     if (!file)
         qx::printDebug("%s", failureText);
     return file;

@@ -6,7 +6,7 @@
 namespace qx {
 
 // A directory text directly followed by a file name, in the 256-character buffer that paths have here. A longer
-// result is empty and fits() is false; a null part counts as empty.
+// result is empty, which no file has, and fits() is false; a null part counts as empty.
 class JoinedPath {
 public:
     JoinedPath(const char* directory, const char* name) noexcept;

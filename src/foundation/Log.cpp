@@ -51,6 +51,12 @@ void appendToDailyLog(const qx::LogFolder& folder, int moduleId, int infoType, c
     }
 }
 
+void logCourse(const char* operation, const char* words, int value, LogModuleId module) noexcept {
+    char text[kLineTextCapacity];
+    std::snprintf(text, sizeof text, "<%s>%s", operation, words);
+    WriteLogFile(module, LogInfo, text, value);
+}
+
 }  // namespace
 
 int WriteLogFile(int moduleId, int infoType, const char* text, int value) {
@@ -109,13 +115,11 @@ void logInfo(int value, const char* format, ...) noexcept {
 }
 
 void logBegin(const char* operation, LogModuleId module) noexcept {
-    logEnd(operation, " begins", kLogNoValue, module);
+    logCourse(operation, " begins", kLogNoValue, module);
 }
 
 void logEnd(const char* operation, const char* ending, int value, LogModuleId module) noexcept {
-    char text[kLineTextCapacity];
-    std::snprintf(text, sizeof text, "<%s>%s", operation, ending);
-    WriteLogFile(module, LogInfo, text, value);
+    logCourse(operation, ending, value, module);
 }
 
 void logAllocationFailure(const char* buffer, long long bytes) noexcept {

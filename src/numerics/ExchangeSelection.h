@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <type_traits>
 
 namespace qx {
 
@@ -74,12 +73,12 @@ T exchangeMiddle(const T* data, int n, T* copy) noexcept {
 // Leaves data as the exchange sort leaves it.
 template <SortOrder order, class T>
 void exchangeSortFast(T* data, int n) noexcept {
-    Scratch<T> numbers(n > kShortSequence ? static_cast<std::size_t>(n) : 0);
+    if (n <= kShortSequence)
+        return exchangeSort<order>(data, n);
+    Scratch<T> numbers(static_cast<std::size_t>(n));
     Scratch<T> zeros(static_cast<std::size_t>(std::count(data, data + n, T{0})));
-    if (n <= kShortSequence || !numbers || !zeros) {
-        exchangeSort<order>(data, n);
-        return;
-    }
+    if (!numbers || !zeros)
+        return exchangeSort<order>(data, n);
     std::size_t start = 0;
     const std::size_t zeroCount = followZeros<order>(data, n, zeros.data(), start);
     T* const end = numbers.data() + copyNumbers(data, n, numbers.data());

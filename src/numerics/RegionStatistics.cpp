@@ -4,6 +4,7 @@
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
+#include "numerics/PixelKernels.h"
 #include "numerics/PixelMedian.h"
 
 #include <algorithm>
@@ -93,10 +94,7 @@ int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int co
     if (status != StatusOk)
         return status;
     std::int64_t sum = 0;
-    for (std::int64_t row = region.rowStart; row <= region.rowEnd; ++row) {
-        const WORD* pixels = image + region.firstIndex(row);
-        for (std::int64_t column = 0; column < region.columns(); ++column)
-            sum += pixels[column];
-    }
+    for (std::int64_t row = region.rowStart; row <= region.rowEnd; ++row)
+        sum += qx::pixelKernels().sum(image + region.firstIndex(row), static_cast<std::size_t>(region.columns()));
     return static_cast<int>(sum / region.pixels());
 }
