@@ -7,6 +7,7 @@
 // touch process-wide state (log level, debug flag, version text, the cached deviate of getGaussValue) must not run at
 // the same time; all others may.
 
+#include "QxUtils/Correction.h"
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/Numerics.h"

@@ -98,3 +98,54 @@ QXUTILS_API double getGaussValue(double sigma, double mean);
 
 // Always 1: the covariance of two images is not computed.
 QXUTILS_API float GetCovOfTwoImages(const WORD* image, int width, int height);
+
+// Fits a polynomial of order 0 .. 6 by least squares: coefficients receives order + 1 values, the constant first.
+// points holds pointCount pointers to pairs x, y. Single precision through the normal equations, with partial pivoting;
+// compare fitted curves rather than coefficients. A singular system is not reported: a zero pivot leaves its
+// coefficient undivided, the highest one as the caller had it. Throws StatusPolynomialOrder (1086) for an order above
+// 6, before anything else; null pointers, a negative order or count, and a lack of memory leave the coefficients as
+// they were.
+QXUTILS_API void polyFit(float* coefficients, const float* const* points, int pointCount, int order);
+
+// The median of every column of a width x height image (element height/2 in descending order, the lower middle), bit
+// for bit what the quadratic exchange sort selects. A height below 1 gives 1057 for each column. Returns 0; 1057 for
+// a null pointer, 1020 for a width below 1 or a pixel count beyond 32 bits, 1035 when memory is short (with a console
+// message while debugging): medians stay as they were then. Memory: 264 bytes a row.
+QXUTILS_API int calcMedianPerColumn(float* medians, const float* image, int width, int height);
+
+// Surface fits. All of them describe the peak of an image by the model
+//   F(x, y) = A [1 - B (x - x0)^2 - C (y - y0)^2 - D x y]
+// and write A, B, C, D, x0, y0 to model. quality receives the squared correlation of image and fitted surface, 1 for a
+// perfect fit. They always return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of memory leave the
+// outputs as they were. Nothing guards a division by zero: a surface without curvature along an axis gives values that
+// are infinite or not a number.
+
+// Fits a + b r + c r^2 by a + b c + c c^2 (tensor product of quadratics). x is the row, y the column: x0 and y0 are
+// absolute, x0 the peak's row. coefficients receives 3 x 3 values, row-major, element [i][j] for (row - mean row)^i
+// (column - mean column)^j. residuals receives three values: sum of squares, sum of magnitudes and largest magnitude of
+// the residuals; the sums hold three passes over the image, so about three times the residual sums. n is not read.
+// Prints coefficients, residuals and model on standard output, whatever the debug flag.
+QXUTILS_API int doSurfaceFit(float* model, int n, float& quality, const float* image, int width, int height,
+                             float* coefficients, float* residuals);
+
+// Fits 1, X, Y, XY, X^2, Y^2 with X = column - width / 2 and Y = row - height / 2 (integer halves): x0 is the peak's
+// column and y0 its row, as offsets from that middle pixel. A is the larger root of A^2 - c1 A + (c5 x0^2 + c6 y0^2), B
+// = c2 / (2 A x0) and C = c3 / (2 A y0): not the peak value, and not a number where the peak lies on the middle column
+// or row. coefficients receives 3 x 3 values, element [i][j] for X^i Y^j. chiSquare receives the sum of the squared
+// residuals. n is not read. A decomposition that does not converge leaves every output as it was; the log tells.
+// Images up to 2^24 pixels.
+QXUTILS_API int doSurfaceFitUsingGeneralFormula(float* model, int n, float& quality, const float* image, int width,
+                                                int height, float* coefficients, float* chiSquare);
+
+// As the general formula, with X^2 Y, X Y^2, X^3, Y^3 in addition, which the model ignores. coefficients receives the
+// first n of the ten coefficients in that order (n outside 0 .. 10 counts as the nearer end).
+QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality, const float* image, int width,
+                                            int height, float* coefficients, float* chiSquare);
+
+// Fits z(x, y) by a sum of a[i][j] (x - mean x)^i (y - mean y)^j, i < p, j < q, by least squares over the grid of n x m
+// samples z[i][j] at x[i], y[j]. a has p rows of three, of which q are written; q is limited to 3, and both to the
+// number of samples and to 20. dt receives the sum of squares, sum of magnitudes and largest magnitude of the
+// residuals. Coefficients beyond what the samples determine are 0. Null pointers, sizes below 1 or beyond 32 bits and a
+// lack of memory leave the outputs as they were.
+QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
+                                        int n, int m, int p, int q);

@@ -1,7 +1,9 @@
 #pragma once
 
-// Verdicts on calibration images. Every check returns 0 when the image passes, writes its course to the daily log and
-// never changes the caller's image. Images are row-major, width x height 16-bit pixels with a pedestal of 208 counts.
+// Verdicts on calibration images. Every check returns 0 when the image passes and one status code otherwise, and never
+// changes the caller's image. Images are row-major, width x height pixels. Limits come from the kit's configuration
+// record, fetched again at each use. Unless said otherwise a null pointer gives 1057, and a size below 1, or a pixel
+// count beyond 32 bits, 1020.
 //
 // SNR series: the signal-to-noise ratio on nested centred squares of 64, 128, 256, 512, 768 ... pixels, smallest
 // first; N = (min(width, height) - 12) / 256 + 2 of them. In each square values 4 standard deviations or more away
@@ -32,3 +34,66 @@ QXUTILS_API int checkGlobalSNR(const WORD* image, int width, int height, std::ve
 // an image or a series that checkGlobalSNR refuses 1092. The other fields stay as they are. Always returns 0.
 QXUTILS_API int evaluateSNRResult(const WORD* image, int width, int height, std::vector<float> factorySNR,
                                   SurfaceFitResult& result);
+
+// Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated
+// to integers) reaches uniformityCvLimit times the mean. 0 when that mean is below 1. 1020 when a square does not lie
+// within the image (a side below 77).
+QXUTILS_API int getUniform(const WORD* image, int width, int height);
+
+// Steps between neighbouring strips of 32 columns: 1063 when two means differ by stripMeanDiffLimit or more. The last
+// 32 to 63 columns are not examined, nor anything when the width is 32 or less. Means are single-precision sums in
+// pixel order.
+QXUTILS_API int analysisStrip(const WORD* image, int width, int height);
+
+// Row-correlated noise of the stored average dark image of the current exposure time and gain,
+// dark-<ms>ms-std-gain<id>.raw in the offset directory, width x height floats: 1064 when 500 or more rows differ from
+// the one above by rcnRowDiffLimit or more. The status of a read that failed is passed on, 1035 when memory is short. A
+// failed read of the gain stands for its id in the name.
+QXUTILS_API int analysisRcn(int width, int height);
+
+// Level of the darkest strip of 32 columns of a dark image (the last 32 to 63 columns are not examined; the leftmost
+// strip when none is below 10000): 1066 when its truncated mean - 3 standard deviations does not exceed darkLevelFloor.
+// 1020 for a width below 32, 1035 when memory is short.
+QXUTILS_API int darkImgGrayAnalysis(const WORD* image, int width, int height);
+
+// Medians of blocks of 64 x 64 pixels, two blocks cut off at every side: 1062 when four or more differ from their mean
+// by more than `limit`, relative to it. 1020 for fewer than 5 x 5 whole blocks, 1035 when memory is short. Logs its
+// course and the largest deviation among all but 16 blocks at either end.
+QXUTILS_API int checkGlobalUniform(const WORD* image, int width, int height, float limit);
+
+// The first exposed image of a gain calibration and its dark image, both width x height. In this order: 1068 when the
+// median of a whole 32 x 32 block of the difference (0 where the dark image is brighter) lies below exposedBlockFloor;
+// 1062 when the smoothed block medians hold a connected dark region of more than 4 blocks; 1069 when the corners, after
+// the AFE balance, differ by more than 0.3 of their mean. The tube's centre is only logged. 1020 when the image has
+// fewer than 16 x 16 whole blocks or the detector's AFE width does not fit it, 1035 when memory is short.
+QXUTILS_API int checkFirstImg(const WORD* image, const WORD* dark, int width, int height);
+
+// A preview image and its dark image: 1068 as checkFirstImg, but the block row and column that end at the image's
+// border are not examined; then 1062 when getUniform refuses the difference, 1020 when it is too small for that.
+QXUTILS_API int checkPreImg(const WORD* image, const WORD* dark, int width, int height);
+
+// Always 0; the image is not looked at.
+QXUTILS_API int checkCollimator(WORD* image, int width, int height);
+QXUTILS_API int checkSync(WORD* image, int width, int height);
+QXUTILS_API int checkTube(WORD* image, int width, int height);
+
+// A group of gain image files, headers included as pixels: 1065 when the standard deviation of the last file's values
+// exceeds gainGroupCvLimit times the mean level of all files. Prints the ratio. Every file is read in the length of the
+// first. A count below 1 or an empty first file gives 1057, one that cannot be read the read status (1065 when
+// gainGroupCvLimit is negative), 1035 when memory is short.
+QXUTILS_API int checkGainImgGroup(const char* const* paths, int count);
+
+// 0 when `time` is among the numbers of the list "500;1000;...", else 1. Only the first 2559 characters, 256 entries
+// and 9 characters an entry are looked at.
+QXUTILS_API int CheckDarkTimeRepeat(const char* list, int time);
+
+// Whether an image that the detector triggered by itself holds an exposure: 0 when a 257-column region of its middle
+// has a median above 400, the middle area one of at least falseTriggerMedianFloor, or the outer area one above half of
+// that; else 1094. 1020 when the areas have no pixels (a width below 768 or a very flat image), 1035 when memory is
+// short.
+QXUTILS_API int checkFalseTriggAEDImage(const float* image, int width, int height);
+
+// Whether a dark image shows structured patches: 1 when in a tile of 64 x 64 pixels (32 x 32 unless the detector has 44
+// read-out channels) at least 0.9 of a cell of 16 x 16 lies at or below the level that splits the tile's histogram
+// best. Images with fewer than 256 rows pass.
+QXUTILS_API int checkOffsetImageQuality(const float* image, int width, int height);

@@ -1,6 +1,7 @@
 #include "QxUtils/Files.h"
 
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/JoinedPath.h"
 #include "platform/FileSystem.h"
@@ -16,20 +17,10 @@ using qx::File;
 using qx::JoinedPath;
 using qx::OpenMode;
 
-// Opens the file that a directory and a name make, telling the console about it.
-File openJoined(const char* dir, const char* name, OpenMode mode, const char* failureText) {
-    const JoinedPath path(dir, name);
-    qx::printDebug("Full path: %s \n", path.c_str());
-    File file = qx::openFile(path.c_str(), mode);
-    if (!file)
-        qx::printDebug("%s", failureText);
-    return file;
-}
-
 int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
     if (dir == nullptr || name == nullptr)
         return StatusNullArgument;
-    const File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
+    const File file = qx::openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
     if (!file)
         return StatusFileOpenFailed;
     length = qx::fileLength(file.get());
@@ -48,7 +39,7 @@ int writeImageToDisk(const char* dir, const char* name, const char* buffer, int 
                        "separate the directories.\n");
         qx::createDirectory(dir);
     }
-    File file = openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");
+    File file = qx::openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");
     if (!file)
         return StatusFileOpenFailed;
     const std::size_t written = std::fwrite(buffer, 1, static_cast<std::size_t>(size), file.get());
@@ -66,17 +57,9 @@ int readImageFromDisk(const char* dir, const char* name, char* buffer, int size)
         return StatusNullArgument;
     if (size < 0)
         return StatusWrongParameter;
-    File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
-    if (!file)
-        return StatusFileOpenFailed;
-    const std::size_t count = std::fread(buffer, 1, static_cast<std::size_t>(size), file.get());
-    file.reset();
-    qx::printDebug(" fread return count=%d\n", static_cast<int>(count));
-    if (count != static_cast<std::size_t>(size)) {
-        qx::printDebug("Read file error!\n");
-        return StatusFileReadFailed;
-    }
-    return StatusOk;
+    qx::RawImageReader reader(dir, name);
+    reader.read(buffer, static_cast<std::size_t>(size));
+    return reader.finish();
 }
 
 int imageWithHead(const char* dir, const char* name, int expectedSize) {
@@ -105,7 +88,8 @@ int cleanFile(const char* dir, const char* name) {
     const JoinedPath path(dir, name);
     if (!path.fits())
         qx::fatalError("cleanFile: the path exceeds 255 characters");
-    return openJoined(dir, name, OpenMode::WriteText, "Error create file to write!") ? StatusOk : StatusFileOpenFailed;
+    return qx::openJoined(dir, name, OpenMode::WriteText, "Error create file to write!") ? StatusOk
+                                                                                         : StatusFileOpenFailed;
 }
 
 int copyFile(const char* destination, const char* source) {

@@ -122,8 +122,8 @@ void logEnd(const char* operation, const char* ending, int value, LogModuleId mo
     logCourse(operation, ending, value, module);
 }
 
-void logAllocationFailure(const char* buffer, long long bytes) noexcept {
-    logInfo(StatusAllocationFailed, "allocate %s failed, expected size is %lld", buffer, bytes);
+void logAllocationFailure(const char* buffer, long long bytes, int value) noexcept {
+    logInfo(value, "allocate %s failed, expected size is %lld", buffer, bytes);
 }
 
 }  // namespace qx

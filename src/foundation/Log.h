@@ -15,6 +15,6 @@ void logBegin(const char* operation, LogModuleId module = LogModuleUtils) noexce
 void logEnd(const char* operation, const char* ending, int value, LogModuleId module = LogModuleUtils) noexcept;
 
 // Logs that a buffer could not be allocated, as described for the operation that needs it.
-void logAllocationFailure(const char* buffer, long long bytes) noexcept;
+void logAllocationFailure(const char* buffer, long long bytes, int value) noexcept;
 
 }  // namespace qx

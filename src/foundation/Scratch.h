@@ -20,6 +20,7 @@ public:
 
     explicit operator bool() const noexcept { return data_ != nullptr; }
     T* data() noexcept { return data_.get(); }
+    const T* data() const noexcept { return data_.get(); }
     std::span<T> span() noexcept { return {data_.get(), count_}; }
     T& operator[](std::size_t index) noexcept { return data_[index]; }
 

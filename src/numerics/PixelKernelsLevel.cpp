@@ -15,8 +15,7 @@ constexpr std::int16_t kSignBit = -32768;
 // So many 16-bit pixels, or differences of them, sum up in 32 bits.
 constexpr std::size_t kIntSumBlock = 32768;
 
-// So many ones sum up in 16 bits.
-constexpr std::size_t kCountBlock = 65535;
+constexpr int kShortLanes = 2 * kLanes;
 
 std::size_t smaller(std::size_t a, std::size_t b) {
     return a < b ? a : b;
@@ -25,13 +24,6 @@ std::size_t smaller(std::size_t a, std::size_t b) {
 float squared(int deviation) {
     const auto value = static_cast<float>(deviation);
     return value * value;
-}
-
-double sumOfLanes(Doubles v) {
-    double sum = 0;
-    for (int lane = 0; lane < kLanes / 2; ++lane)
-        sum += v[lane];
-    return sum;
 }
 
 std::int64_t sum(const std::uint16_t* pixels, std::size_t count) noexcept {
@@ -45,8 +37,6 @@ std::int64_t sum(const std::uint16_t* pixels, std::size_t count) noexcept {
     }
     return total;
 }
-
-constexpr int kShortLanes = 2 * kLanes;
 
 // Pairs of squares of narrow deviations, 2^25 at most, that one lane sums up in 32 bits.
 constexpr std::size_t kNarrowVectors = 64;
@@ -120,27 +110,90 @@ double squares(const std::uint16_t* pixels, std::size_t count, int centre) noexc
     return total;
 }
 
-std::size_t countBelow(const std::uint16_t* pixels, std::size_t count, std::uint16_t limit) {
+// Pixels with the sign bit turned over, which keeps their order as signed values.
+Shorts signedPixels(const std::uint16_t* pixels) {
+    return loadShorts(pixels) ^ kSignBit;
+}
+
+std::size_t countBelow(const std::uint16_t* pixels, std::size_t count, int limit) {
+    // So many vectors are counted in a signed lane.
+    constexpr std::size_t kBlock = 16384 * static_cast<std::size_t>(kShortLanes);
+    const Shorts limits = Shorts{} + static_cast<std::int16_t>(limit + kSignBit);
+    const Shorts ones = Shorts{} + 1;
+    const std::size_t whole = count - count % (2 * kShortLanes);
     std::size_t total = 0;
-    for (std::size_t start = 0; start < count; start += kCountBlock) {
-        const std::size_t end = smaller(start + kCountBlock, count);
-        std::uint16_t block = 0;
-        for (std::size_t i = start; i < end; ++i)
-            block = static_cast<std::uint16_t>(block + (pixels[i] < limit));
-        total += block;
+    for (std::size_t start = 0; start < whole; start += kBlock) {
+        const std::size_t end = smaller(start + kBlock, whole);
+        Shorts even{};
+        Shorts odd{};
+        for (std::size_t i = start; i < end; i += 2 * kShortLanes) {
+            even = countLess(even, signedPixels(pixels + i), limits);
+            odd = countLess(odd, signedPixels(pixels + i + kShortLanes), limits);
+        }
+        total += static_cast<std::size_t>(sumOfLanes(Ints(sumOfProductPairs(even + odd, ones))));
     }
+    for (std::size_t i = whole; i < count; ++i)
+        total += pixels[i] < limit;
     return total;
 }
 
-// The largest value that at most `rank` pixels lie below, found bit by bit.
-std::uint16_t selectRank(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept {
-    std::uint16_t value = 0;
-    for (int bit = kPixelBits - 1; bit >= 0; --bit) {
-        const auto trial = static_cast<std::uint16_t>(value | (1u << bit));
-        if (countBelow(pixels, count, trial) <= rank)
-            value = trial;
+struct PixelRange {
+    int lowest;
+    int highest;
+};
+
+PixelRange rangeOf(const std::uint16_t* pixels, std::size_t count) {
+    Shorts lowest = Shorts{} + 32767;
+    Shorts highest = Shorts{} + kSignBit;
+    std::size_t i = 0;
+    for (; i + kShortLanes <= count; i += kShortLanes) {
+        const Shorts values = signedPixels(pixels + i);
+        lowest = values < lowest ? values : lowest;
+        highest = values > highest ? values : highest;
     }
-    return value;
+    PixelRange range{65535, 0};
+    for (int lane = 0; lane < kShortLanes; ++lane) {
+        range.lowest = lowest[lane] - kSignBit < range.lowest ? lowest[lane] - kSignBit : range.lowest;
+        range.highest = highest[lane] - kSignBit > range.highest ? highest[lane] - kSignBit : range.highest;
+    }
+    for (; i < count; ++i) {
+        range.lowest = pixels[i] < range.lowest ? pixels[i] : range.lowest;
+        range.highest = pixels[i] > range.highest ? pixels[i] : range.highest;
+    }
+    return range;
+}
+
+// Bounds of a value, and how many pixels lie below and up to them.
+struct Bounds {
+    int low;
+    int high;
+    std::size_t below;
+    std::size_t upTo;
+
+    // Where the rank would lie if the pixels were spread evenly; half-way in every fourth step, for those that are not.
+    int split(std::size_t rank, int step) const {
+        const int width = high - low;
+        const auto share = static_cast<float>(rank - below) / static_cast<float>(upTo - below);
+        const int offset = step % 4 == 3 ? width / 2 : static_cast<int>(static_cast<float>(width) * share);
+        return low + (offset < 1 ? 1 : offset > width ? width : offset);
+    }
+};
+
+std::uint16_t selectRank(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept {
+    const PixelRange range = rangeOf(pixels, count);
+    Bounds bounds{range.lowest, range.highest, 0, count};
+    for (int step = 0; bounds.low < bounds.high; ++step) {
+        const int limit = bounds.split(rank, step);
+        const std::size_t below = countBelow(pixels, count, limit);
+        if (below <= rank) {
+            bounds.low = limit;
+            bounds.below = below;
+        } else {
+            bounds.high = limit - 1;
+            bounds.upTo = below;
+        }
+    }
+    return static_cast<std::uint16_t>(bounds.low);
 }
 
 Ints laneNumbers() {

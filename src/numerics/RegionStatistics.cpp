@@ -6,6 +6,7 @@
 #include "foundation/Scratch.h"
 #include "numerics/PixelKernels.h"
 #include "numerics/PixelMedian.h"
+#include "numerics/RegionMedian.h"
 
 #include <algorithm>
 #include <climits>
@@ -55,7 +56,7 @@ void gather(const T* image, const Region& region, qx::Scratch<T>& pixels) {
 }
 
 template <class T, class Median>
-int regionMedian(const T* image, const Region& region, const char* failureText, Median medianOf) {
+int medianOfCopy(const T* image, const Region& region, const char* failureText, Median medianOf, int& median) {
     if (region.isEmpty())
         return StatusNullArgument;
     const int status = checkRegion(image, region);
@@ -67,21 +68,37 @@ int regionMedian(const T* image, const Region& region, const char* failureText, 
         return StatusAllocationFailed;
     }
     gather(image, region, pixels);
-    return medianOf(pixels.data(), static_cast<int>(region.pixels()));
+    median = medianOf(pixels.data(), static_cast<int>(region.pixels()));
+    return StatusOk;
+}
+
+// Kept: a status stands in for the median.
+int medianOrStatus(int status, int median) {
+    return status == StatusOk ? median : status;
 }
 
 }  // namespace
 
+int qx::regionMedian(const float* image, int rowStart, int rowEnd, int columnStart, int columnEnd, int width,
+                     int& median) noexcept {
+    return medianOfCopy(
+        image, Region{rowStart, rowEnd, columnStart, columnEnd, width}, "allocate failed in getROIMedian (float)",
+        [](float* pixels, int count) { return qx::truncateToInt(getFloatMedianByQuickMethod(pixels, count)); }, median);
+}
+
 int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
-    return regionMedian(
+    int median = 0;
+    const int status = medianOfCopy(
         image, Region{rowStart, rowEnd, colStart, colEnd, width}, "allocate failed in getROIMedian (WORD)",
-        [](const WORD* pixels, int count) -> int { return qx::lowerMiddle(pixels, static_cast<std::size_t>(count)); });
+        [](const WORD* pixels, int count) -> int { return qx::lowerMiddle(pixels, static_cast<std::size_t>(count)); },
+        median);
+    return medianOrStatus(status, median);
 }
 
 int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
-    return regionMedian(
-        image, Region{rowStart, rowEnd, colStart, colEnd, width}, "allocate failed in getROIMedian (float)",
-        [](float* pixels, int count) { return qx::truncateToInt(getFloatMedianByQuickMethod(pixels, count)); });
+    int median = 0;
+    const int status = qx::regionMedian(image, rowStart, rowEnd, colStart, colEnd, width, median);
+    return medianOrStatus(status, median);
 }
 
 int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {

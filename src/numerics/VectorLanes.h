@@ -4,6 +4,7 @@
 // operators; only the conversions between element widths are spelled out. Everything is local to the including
 // source: an inline function shared between levels would carry one level's instructions into the others.
 
+#include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
 
@@ -24,6 +25,21 @@ typedef std::uint32_t Uints __attribute__((vector_size(kVectorBytes)));
 typedef std::int32_t Ints __attribute__((vector_size(kVectorBytes)));
 typedef float Floats __attribute__((vector_size(kVectorBytes)));
 typedef double Doubles __attribute__((vector_size(kVectorBytes)));
+
+// Operations that have one name a width.
+#if defined(__AVX512F__)
+#define QX_WIDE(operation) _mm512_##operation
+typedef __m512i Bits;
+#elif defined(__AVX2__)
+#define QX_WIDE(operation) _mm256_##operation
+typedef __m256i Bits;
+#else
+#define QX_WIDE(operation) _mm_##operation
+typedef __m128i Bits;
+#endif
+
+// Pieces of 16 bytes in a vector; interleaving stays within them.
+constexpr int kPieces = kVectorBytes / 16;
 
 #if defined(__AVX512F__)
 
@@ -117,6 +133,124 @@ inline Doubles highDoubles(Ints v) {
 }
 
 #endif
+
+// Vectors of pieces that lie `stride` bytes apart.
+inline Bits loadPieces(const void* first, std::ptrdiff_t stride) {
+    const auto piece = [&](int i) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(static_cast<const char*>(first) + i * stride));
+    };
+#if defined(__AVX512F__)
+    const __m256i low = _mm256_inserti128_si256(_mm256_castsi128_si256(piece(0)), piece(1), 1);
+    const __m256i high = _mm256_inserti128_si256(_mm256_castsi128_si256(piece(2)), piece(3), 1);
+    return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+#elif defined(__AVX2__)
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(piece(0)), piece(1), 1);
+#else
+    return piece(0);
+#endif
+}
+
+// Exchanges piece j of v[i] and piece i of v[j].
+inline void transposePieces(Bits* v) {
+#if defined(__AVX512F__)
+    const Bits a = _mm512_shuffle_i64x2(v[0], v[1], 0x44);
+    const Bits b = _mm512_shuffle_i64x2(v[0], v[1], 0xEE);
+    const Bits c = _mm512_shuffle_i64x2(v[2], v[3], 0x44);
+    const Bits d = _mm512_shuffle_i64x2(v[2], v[3], 0xEE);
+    v[0] = _mm512_shuffle_i64x2(a, c, 0x88);
+    v[1] = _mm512_shuffle_i64x2(a, c, 0xDD);
+    v[2] = _mm512_shuffle_i64x2(b, d, 0x88);
+    v[3] = _mm512_shuffle_i64x2(b, d, 0xDD);
+#elif defined(__AVX2__)
+    const Bits first = v[0];
+    v[0] = _mm256_permute2x128_si256(first, v[1], 0x20);
+    v[1] = _mm256_permute2x128_si256(first, v[1], 0x31);
+#else
+    static_cast<void>(v);
+#endif
+}
+
+// count + 1 in the lanes where a < b.
+inline Ints countLess(Ints count, Ints a, Ints b) {
+#if defined(__AVX512F__)
+    const __mmask16 less = _mm512_cmplt_epi32_mask(__m512i(a), __m512i(b));
+    return Ints(_mm512_mask_add_epi32(__m512i(count), less, __m512i(count), _mm512_set1_epi32(1)));
+#else
+    return count - (a < b);
+#endif
+}
+
+// count + 1 in the lanes where a < b, of signed 16-bit lanes.
+inline Shorts countLess(Shorts count, Shorts a, Shorts b) {
+#if defined(__AVX512F__)
+    const __mmask32 less = _mm512_cmplt_epi16_mask(__m512i(a), __m512i(b));
+    return Shorts(_mm512_mask_add_epi16(__m512i(count), less, __m512i(count), _mm512_set1_epi16(1)));
+#else
+    return count - (a < b);
+#endif
+}
+
+// Whether a comparison holds in any lane.
+inline bool anyLane(Ints mask) {
+#if defined(__AVX512F__)
+    return _mm512_test_epi32_mask(__m512i(mask), __m512i(mask)) != 0;
+#elif defined(__AVX2__)
+    return _mm256_movemask_ps(__m256(mask)) != 0;
+#else
+    return _mm_movemask_ps(__m128(mask)) != 0;
+#endif
+}
+
+// One value from all lanes, by an operation on two vectors of any width.
+typedef std::int32_t FourInts __attribute__((vector_size(16)));
+template <class Operation>
+inline std::int32_t folded(Ints v, Operation operation) {
+#if defined(__AVX512F__)
+    const __m256i low = _mm512_castsi512_si256(__m512i(v));
+    const __m256i high = _mm512_extracti32x8_epi32(__m512i(v), 1);
+    typedef std::int32_t EightInts __attribute__((vector_size(32)));
+    const EightInts half = operation(EightInts(low), EightInts(high));
+#elif defined(__AVX2__)
+    const Ints half = v;
+#endif
+#if defined(__AVX2__)
+    const __m256i wide = __m256i(half);
+    const FourInts four =
+        operation(FourInts(_mm256_castsi256_si128(wide)), FourInts(_mm256_extracti128_si256(wide, 1)));
+#else
+    const FourInts four = v;
+#endif
+    const FourInts two = operation(four, FourInts(_mm_shuffle_epi32(__m128i(four), 0x4E)));
+    const FourInts one = operation(two, FourInts(_mm_shuffle_epi32(__m128i(two), 0xB1)));
+    return _mm_cvtsi128_si32(__m128i(one));
+}
+
+inline std::int32_t sumOfLanes(Ints v) {
+    return folded(v, [](auto a, auto b) { return a + b; });
+}
+inline double sumOfLanes(Doubles v) {
+    double sum = 0;
+    for (int lane = 0; lane < kLanes / 2; ++lane)
+        sum += v[lane];
+    return sum;
+}
+inline std::int32_t smallestLane(Ints v) {
+    return folded(v, [](auto a, auto b) { return a < b ? a : b; });
+}
+inline std::int32_t largestLane(Ints v) {
+    return folded(v, [](auto a, auto b) { return a > b ? a : b; });
+}
+inline std::int32_t bitsOfLanes(Ints v) {
+    return folded(v, [](auto a, auto b) { return a | b; });
+}
+
+inline void storeInts(void* target, Ints v) {
+    __builtin_memcpy(target, &v, sizeof v);
+}
+
+inline Floats loadFloats(const float* values) {
+    return Floats(loadInts(values));
+}
 
 inline Floats toFloats(Ints v) {
     return __builtin_convertvector(v, Floats);

@@ -177,7 +177,7 @@ int measureSnrSeries(ImageView<const WORD> image, std::span<float> series) noexc
     logBegin("SNRcalc", LogModuleCalib);
     PixelHistogram histogram;
     if (!histogram) {
-        logAllocationFailure("RM", static_cast<long long>(image.width) * image.height * 4);
+        logAllocationFailure("RM", static_cast<long long>(image.width) * image.height * 4, StatusAllocationFailed);
         return StatusAllocationFailed;
     }
     Square inner{0, image.height / 2, image.width / 2};

@@ -1,0 +1,61 @@
+#pragma once
+
+// Corrections of acquired images. Images are row-major, width x height pixels.
+//
+// The detector reads its columns through analog front-end chips (AFEs), afeWidth neighbouring columns each: a block.
+// Of width / afeWidth whole blocks the middle one (the left one of two) is the reference block. Boundary k lies between
+// the blocks k and k + 1; there are nAfe = width / afeWidth - 1 of them, and as many gains: gain k belongs to block k
+// left of the reference block and to block k + 1 right of it.
+//
+// Unless said otherwise a null pointer gives 1057, and sizes that are impossible (below 1, beyond 32 bits, afeWidth
+// below 1 or above the width, nAfe other than width / afeWidth - 1) 1020; nothing is written then. No function keeps
+// state.
+
+#include "Export.h"
+#include "Types.h"
+
+// Balances the AFE blocks of a float image in place: measures the steps between neighbouring blocks from the image
+// itself, row by row and without bad columns at the block edges, takes the median over the rows, and brings every block
+// to the level of the reference block. Pixels at or below 0 become 0.1 first; pixels of 65535 and more are not
+// rescaled, nor columns right of the last whole block. The AFE width is the detector's (32 when it does not tell). Logs
+// its course. Returns 0; 1017 for a null image; 1020 for an AFE width below 9 or above the width; 1035 when memory is
+// short (pixels at or below 0 may be 0.1 already). Cost: reads the image twice and writes it once. Memory: 4 bytes an
+// AFE and row.
+QXUTILS_API int correctRDwithoutRgain(float* image, int width, int height);
+
+// Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count from
+// 1; blocks and columns without a gain of their own keep their level. Returns 0.
+QXUTILS_API int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
+
+// Replaces every pixel at or below 0 by 0.1, in place. Returns 0.
+QXUTILS_API int correctAbnormalPixelFromRD(float* image, int width, int height);
+
+// Ratios of the two columns at each boundary, nAfe values a row, height rows: the left column over the right one left
+// of the reference block, the right one over the left one right of it. Returns 0.
+QXUTILS_API int calcNeighbourAFERatio(float* ratio, int nAfe, const float* image, int width, int height, int afeWidth);
+
+// Replaces single bad columns at the edges of every block, in place, by the next or next but one column of the block.
+// An edge column is bad by the pattern of steps above 0.0025 of the block's median between the means of its columns,
+// all taken before anything is replaced. The left edge's last pattern replaces only beyond 0.25 of the median of nine
+// columns (and logs a replacement in any case), the right edge's always. Nothing happens for an afeWidth below 9 or
+// above the width. Logs its course and every replacement.
+QXUTILS_API void overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth);
+
+// Gains of the blocks from the boundaries' median ratios: the reciprocal of the product of the ratios between a block
+// and the reference block. Returns 0.
+QXUTILS_API int calcRgain(float* rgain, const float* medianRatio, int nAfe, int width, int afeWidth);
+
+// out[i] = a[i] - b[i] in single precision; nothing for null pointers or a count below 1.
+QXUTILS_API void subtractImage(float* out, const WORD* a, const WORD* b, int pixelCount);
+
+// Copies the image without `border` pixels at every side: (width - 2 border) x (height - 2 border) values, none when
+// the border leaves nothing. Returns 0; 1020 for a negative border.
+QXUTILS_API int cutBinningImage(float* out, const float* image, int width, int height, int border);
+
+// Medians (the upper middle) of the whole 32 x 32 blocks, row by row: (width / 32) x (height / 32) values, none when a
+// side is below 32. Returns 0.
+QXUTILS_API int doBinningSample(float* out, const float* image, int width, int height);
+
+// Always 0; the arguments are not looked at.
+QXUTILS_API int jingtaiEnhance(void* image, const char* path, int width, int height, int option);
+QXUTILS_API int precisionEnhance(WORD* image, const char* path, int width, int height);

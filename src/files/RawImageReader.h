@@ -1,0 +1,30 @@
+#pragma once
+
+#include "foundation/JoinedPath.h"
+#include "platform/FileSystem.h"
+
+#include <cstddef>
+
+namespace qx {
+
+// Opens the file that a directory and a name make, telling the console about it while debugging.
+File openJoined(const char* dir, const char* name, OpenMode mode, const char* failureText);
+
+// Reads a raw image piece by piece, with the statuses and console messages of readImageFromDisk.
+class RawImageReader {
+public:
+    RawImageReader(const char* dir, const char* name);
+
+    // False when the piece is not there as a whole; nothing more is read then.
+    bool read(char* piece, std::size_t bytes);
+
+    // 0 when every piece was there; 1057 for a null text, 1039 or 1040 otherwise.
+    int finish();
+
+private:
+    int status_;
+    File file_;
+    std::size_t count_ = 0;
+};
+
+}  // namespace qx

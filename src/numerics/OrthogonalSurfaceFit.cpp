@@ -1,0 +1,188 @@
+#include "QxUtils/Numerics.h"
+
+#include "foundation/CheckedNumbers.h"
+#include "foundation/Scratch.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+namespace {
+
+constexpr int kMaxPowers = 20;
+constexpr int kTableColumns = 3;
+
+// Polynomials that are orthogonal over the sample points, by the three-term recurrence
+//   P(k+1) = (t - alpha) P(k) - beta P(k-1),  t = abscissa - mean.
+// Worked in double: the power coefficients of high orders cancel.
+class OrthogonalPolynomials {
+public:
+    // values holds count x pointCount numbers.
+    OrthogonalPolynomials(const float* points, int pointCount, int count, double* values) noexcept
+        : pointCount_(pointCount), count_(count), values_(values), mean_(meanOf(points, pointCount)) {
+        std::fill_n(values, pointCount, 1.0);
+        powers_[0][0] = 1.0;
+        for (int k = 0; k < count; ++k) {
+            squares_[index(k)] = squaresOf(k);
+            if (k + 1 < count)
+                extend(points, k);
+        }
+    }
+
+    float mean() const noexcept { return mean_; }
+    int count() const noexcept { return count_; }
+    double value(int k, int point) const noexcept { return of(k)[point]; }
+
+    // A sum of products with P(k), as the coefficient of P(k). A polynomial that vanishes at every point has none.
+    double coefficient(int k, double sum) const noexcept {
+        const double squares = squares_[index(k)];
+        return squares == 0.0 ? sum : sum / squares;
+    }
+
+    // The factor of t^power in P(k).
+    double power(int k, int power) const noexcept { return powers_[index(k)][index(power)]; }
+
+private:
+    static std::size_t index(int k) noexcept { return static_cast<std::size_t>(k); }
+
+    static float meanOf(const float* points, int count) noexcept {
+        float sum = 0.0f;
+        for (int i = 0; i < count; ++i)
+            sum += points[i];
+        return sum / static_cast<float>(count);
+    }
+
+    double* of(int k) const noexcept { return values_ + static_cast<std::ptrdiff_t>(k) * pointCount_; }
+
+    double squaresOf(int k) const noexcept {
+        double sum = 0.0;
+        for (int i = 0; i < pointCount_; ++i)
+            sum += of(k)[i] * of(k)[i];
+        return sum;
+    }
+
+    void extend(const float* points, int k) noexcept {
+        const double mean = static_cast<double>(mean_);
+        double weighted = 0.0;
+        for (int i = 0; i < pointCount_; ++i)
+            weighted += (static_cast<double>(points[i]) - mean) * of(k)[i] * of(k)[i];
+        const double alpha = coefficient(k, weighted);
+        const double beta = k > 0 && squares_[index(k - 1)] != 0.0 ? squares_[index(k)] / squares_[index(k - 1)] : 0.0;
+        for (int i = 0; i < pointCount_; ++i) {
+            const double before = k > 0 ? of(k - 1)[i] : 0.0;
+            of(k + 1)[i] = (static_cast<double>(points[i]) - mean - alpha) * of(k)[i] - beta * before;
+        }
+        for (int power = 0; power <= k + 1; ++power) {
+            const double shifted = power > 0 ? powers_[index(k)][index(power - 1)] : 0.0;
+            const double before = k > 0 ? powers_[index(k - 1)][index(power)] : 0.0;
+            powers_[index(k + 1)][index(power)] = shifted - alpha * powers_[index(k)][index(power)] - beta * before;
+        }
+    }
+
+    int pointCount_;
+    int count_;
+    double* values_;
+    float mean_;
+    std::array<double, kMaxPowers> squares_{};
+    std::array<std::array<double, kMaxPowers>, kMaxPowers> powers_{};
+};
+
+using Products = std::array<double, kTableColumns>;
+
+// Sums of a row's values, less `base`, with each of the polynomials in y. Sums of four lanes each, so that they do not
+// wait for each other.
+Products rowProducts(const float* row, float base, const OrthogonalPolynomials& inY, int count) noexcept {
+    constexpr int kParts = 4;
+    Products products{};
+    for (int j = 0; j < inY.count(); ++j) {
+        std::array<double, kParts> parts{};
+        int c = 0;
+        for (; c + kParts <= count; c += kParts)
+            for (int part = 0; part < kParts; ++part)
+                parts[static_cast<std::size_t>(part)] +=
+                    (static_cast<double>(row[c + part]) - static_cast<double>(base)) * inY.value(j, c + part);
+        for (; c < count; ++c)
+            parts[0] += (static_cast<double>(row[c]) - static_cast<double>(base)) * inY.value(j, c);
+        products[static_cast<std::size_t>(j)] = (parts[0] + parts[1]) + (parts[2] + parts[3]);
+    }
+    return products;
+}
+
+// The coefficient of (x - mean)^i (y - mean)^j from those of the products of polynomials.
+double powerCoefficient(const std::array<Products, kMaxPowers>& c, const OrthogonalPolynomials& inX,
+                        const OrthogonalPolynomials& inY, int i, int j) noexcept {
+    double sum = 0.0;
+    for (int k = i; k < inX.count(); ++k)
+        for (int l = j; l < inY.count(); ++l)
+            sum += c[static_cast<std::size_t>(k)][static_cast<std::size_t>(l)] * inX.power(k, i) * inY.power(l, j);
+    return sum;
+}
+
+// The fitted value by Horner's rule in y for each power of x.
+float surfaceValue(const float (*a)[kTableColumns], int powersOfX, int powersOfY, float x, float y) noexcept {
+    float value = 0.0f;
+    float powerOfX = 1.0f;
+    for (int i = 0; i < powersOfX; ++i) {
+        float inY = 0.0f;
+        for (int j = powersOfY; j-- > 0;)
+            inY = inY * y + a[i][j];
+        value += inY * powerOfX;
+        powerOfX *= x;
+    }
+    return value;
+}
+
+}  // namespace
+
+void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
+                            int m, int p, int q) {
+    if (x == nullptr || y == nullptr || z == nullptr || a == nullptr || dt == nullptr)
+        return;
+    int count = 0;
+    if (!qx::pixelCount(n, m, count) || p < 1 || q < 1)
+        return;
+    const int powersOfX = std::min({p, n, kMaxPowers});
+    const int powersOfY = std::min({q, m, kTableColumns});
+    qx::Scratch<double> tableX(static_cast<std::size_t>(powersOfX) * static_cast<std::size_t>(n));
+    qx::Scratch<double> tableY(static_cast<std::size_t>(powersOfY) * static_cast<std::size_t>(m));
+    if (!tableX || !tableY)
+        return;
+    const OrthogonalPolynomials inX(x, n, powersOfX, tableX.data());
+    const OrthogonalPolynomials inY(y, m, powersOfY, tableY.data());
+
+    // Values are taken relative to the first one, so that a constant surface has no slope at all.
+    const float base = z[0][0];
+    std::array<Products, kMaxPowers> c{};
+    for (int r = 0; r < n; ++r) {
+        const Products products = rowProducts(z[r], base, inY, m);
+        for (int i = 0; i < powersOfX; ++i)
+            for (int j = 0; j < powersOfY; ++j)
+                c[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)] +=
+                    inX.value(i, r) * products[static_cast<std::size_t>(j)];
+    }
+    for (int i = 0; i < powersOfX; ++i)
+        for (int j = 0; j < powersOfY; ++j) {
+            double& value = c[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)];
+            value = inX.coefficient(i, inY.coefficient(j, value));
+        }
+    c[0][0] += static_cast<double>(base);
+
+    for (int i = 0; i < p; ++i)
+        for (int j = 0; j < std::min(q, kTableColumns); ++j)
+            a[i][j] = i < powersOfX && j < powersOfY ? static_cast<float>(powerCoefficient(c, inX, inY, i, j)) : 0.0f;
+
+    std::array<float, 3> residuals{};
+    for (int r = 0; r < n; ++r) {
+        for (int s = 0; s < m; ++s) {
+            const float residual =
+                surfaceValue(a, powersOfX, powersOfY, x[r] - inX.mean(), y[s] - inY.mean()) - z[r][s];
+            residuals[0] += residual * residual;
+            residuals[1] += std::fabs(residual);
+            residuals[2] = std::max(residuals[2], std::fabs(residual));
+        }
+    }
+    std::copy(residuals.begin(), residuals.end(), dt);
+}

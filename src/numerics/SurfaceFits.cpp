@@ -1,0 +1,213 @@
+#include "QxUtils/Numerics.h"
+
+#include "QxUtils/StatusCode.h"
+#include "foundation/CheckedNumbers.h"
+#include "foundation/Log.h"
+#include "foundation/Scratch.h"
+#include "numerics/LinearLeastSquares.h"
+#include "numerics/SurfaceModel.h"
+#include "platform/Console.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <numeric>
+
+namespace {
+
+using qx::kCubicTerms;
+using qx::kQuadraticTerms;
+
+constexpr int kTableSide = 3;
+using Table = float[kTableSide][kTableSide];
+
+// Fits the first `terms` functions of a basis to every pixel and writes the outputs that the fits have in common.
+// False, with nothing written, when there is no fit.
+bool fitBasis(const float* image, int width, int height, int terms, qx::FitBasis basis, float* coefficients,
+              float& quality, float& chiSquare) {
+    int count = 0;
+    if (!qx::pixelCount(width, height, count))
+        return false;
+    const auto pixels = static_cast<std::size_t>(count);
+    const auto columns = static_cast<std::size_t>(terms);
+    qx::Scratch<float> abscissas(pixels);
+    qx::Scratch<float> sigmas(pixels);
+    qx::Scratch<float> u(pixels * columns);
+    qx::Scratch<float> small(columns * columns + columns);
+    if (!abscissas || !sigmas || !u || !small)
+        return false;
+    for (std::size_t k = 0; k < pixels; ++k)
+        abscissas[k] = static_cast<float>(k + 1);
+    std::fill_n(sigmas.data(), pixels, 1.0f);
+    const qx::FitSamples samples{abscissas.data(), image, sigmas.data(), count};
+    const qx::FitWorkspace workspace{
+        {u.data(), count, terms}, {small.data(), terms, terms}, small.data() + columns * columns};
+    return qx::svdfit(samples, width, height, coefficients, terms, workspace, chiSquare, basis, quality) == StatusOk;
+}
+
+bool anyNull(std::initializer_list<const void*> pointers) {
+    return std::ranges::find(pointers, nullptr) != pointers.end();
+}
+
+struct Means {
+    float row;
+    float column;
+};
+
+float meanOfIndices(int count) {
+    float sum = 0.0f;
+    for (int i = 0; i < count; ++i)
+        sum += static_cast<float>(i);
+    return sum / static_cast<float>(count);
+}
+
+// The fitted surface at a pixel.
+float valueAt(const Table& a, float x, float y) {
+    float value = 0.0f;
+    float powerOfX = 1.0f;
+    for (const auto& row : a) {
+        value += row[0] * powerOfX + row[1] * powerOfX * y + row[2] * powerOfX * y * y;
+        powerOfX *= x;
+    }
+    return value;
+}
+
+// Residuals of a fit, summed in the order of the pixels.
+struct Residuals {
+    float* dt;
+
+    void add(float residual) {
+        const float magnitude = std::fabs(residual);
+        dt[0] += residual * residual;
+        dt[1] += magnitude;
+        dt[2] = std::max(dt[2], magnitude);
+    }
+};
+
+template <class Visit>
+void visitPixels(const float* image, int width, int height, const Table& a, const Means& means, Visit visit) {
+    for (int r = 0; r < height; ++r)
+        for (int c = 0; c < width; ++c)
+            visit(valueAt(a, static_cast<float>(r) - means.row, static_cast<float>(c) - means.column), *image++);
+}
+
+float surfaceQuality(const float* image, int width, int height, const Table& a, const Means& means, float* dt) {
+    const auto count = static_cast<float>(width * height);
+    float fitSum = 0.0f;
+    float dataSum = 0.0f;
+    visitPixels(image, width, height, a, means, [&](float fit, float data) {
+        fitSum += fit;
+        dataSum += data;
+    });
+    const float fitMean = fitSum / count;
+    const float dataMean = dataSum / count;
+    float mixed = 0.0f;
+    float fitSquares = 0.0f;
+    float dataSquares = 0.0f;
+    Residuals residuals{dt};
+    visitPixels(image, width, height, a, means, [&](float fit, float data) {
+        mixed += (fit - fitMean) * (data - dataMean);
+        fitSquares += (fit - fitMean) * (fit - fitMean);
+        dataSquares += (data - dataMean) * (data - dataMean);
+        residuals.add(fit - data);
+    });
+    // Kept: a third pass over the residuals, into the same sums.
+    visitPixels(image, width, height, a, means, [&](float fit, float data) { residuals.add(fit - data); });
+    const float r = mixed / std::sqrt(dataSquares * fitSquares);
+    return r * r;
+}
+
+// The peak model of a surface in (row - mean row) and (column - mean column).
+void peakOf(const Table& a, const Means& means, float* model) {
+    const float dx = -a[1][0] / (2.0f * a[2][0]);
+    const float dy = -a[0][1] / (2.0f * a[0][2]);
+    const float peak = a[0][0] - a[2][0] * (dx * dx) - a[0][2] * (dy * dy);
+    model[0] = peak;
+    model[1] = -a[2][0] / peak;
+    model[2] = -a[0][2] / peak;
+    model[3] = -a[1][1] / peak;
+    model[4] = means.row + dx;
+    model[5] = means.column + dy;
+}
+
+void logTable(const Table& a) {
+    WriteLogFile(LogModuleUtils, LogInfo, "a= ", kLogNoValue);
+    for (const auto& row : a)
+        qx::logInfo(kLogNoValue, "%f\t%f\t%f", static_cast<double>(row[0]), static_cast<double>(row[1]),
+                    static_cast<double>(row[2]));
+}
+
+void printFit(const Table& a, const float* dt) {
+    qx::printConsole("a=\n");
+    for (const auto& row : a) {
+        for (const float value : row)
+            qx::printConsole("%f\t", static_cast<double>(value));
+        qx::printConsole("\n");
+    }
+    qx::printConsole("dt=\n");
+    for (int i = 0; i < kTableSide; ++i)
+        qx::printConsole("%f\t", static_cast<double>(dt[i]));
+    qx::printConsole("\n");
+}
+
+void printModel(const float* model) {
+    qx::printConsole("fit formual:\n");
+    qx::printConsole("F(x,y)=%f[1-%f(x-%f)^2-%f(y-%f)^2-%fxy]\n", static_cast<double>(model[0]),
+                     static_cast<double>(model[1]), static_cast<double>(model[4]), static_cast<double>(model[2]),
+                     static_cast<double>(model[5]), static_cast<double>(model[3]));
+}
+
+}  // namespace
+
+int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,
+                 float* residuals) {
+    int count = 0;
+    if (anyNull({model, image, coefficients, residuals}) || !qx::pixelCount(width, height, count))
+        return StatusOk;
+    qx::Scratch<float> x(static_cast<std::size_t>(height));
+    qx::Scratch<float> y(static_cast<std::size_t>(width));
+    qx::Scratch<const float*> rows(static_cast<std::size_t>(height));
+    if (!x || !y || !rows)
+        return StatusOk;
+    std::iota(x.data(), x.data() + height, 0.0f);
+    std::iota(y.data(), y.data() + width, 0.0f);
+    for (int r = 0; r < height; ++r)
+        rows[static_cast<std::size_t>(r)] = image + static_cast<std::ptrdiff_t>(r) * width;
+    Table a{};
+    std::array<float, kTableSide> dt{};
+    FitSurfaceLeastSquares(x.data(), y.data(), rows.data(), a, dt.data(), height, width, kTableSide, kTableSide);
+
+    const Means means{meanOfIndices(height), meanOfIndices(width)};
+    peakOf(a, means, model);
+    logTable(a);
+    printFit(a, dt.data());
+    std::copy_n(&a[0][0], kTableSide * kTableSide, coefficients);
+    quality = surfaceQuality(image, width, height, a, means, dt.data());
+    std::copy(dt.begin(), dt.end(), residuals);
+    printModel(model);
+    return StatusOk;
+}
+
+int doSurfaceFitUsingGeneralFormula(float* model, int, float& quality, const float* image, int width, int height,
+                                    float* coefficients, float* chiSquare) {
+    std::array<float, kQuadraticTerms> c{};
+    if (anyNull({model, image, coefficients, chiSquare}) ||
+        !fitBasis(image, width, height, kQuadraticTerms, qx::quadraticBasis, c.data(), quality, *chiSquare))
+        return StatusOk;
+    qx::quadricToPeakModel(c.data(), model);
+    const Table table = {{c[0], c[2], c[5]}, {c[1], c[3], 0.0f}, {c[4], 0.0f, 0.0f}};
+    std::copy_n(&table[0][0], kTableSide * kTableSide, coefficients);
+    return StatusOk;
+}
+
+int doSurfaceFitUsingCubFormula(float* model, int n, float& quality, const float* image, int width, int height,
+                                float* coefficients, float* chiSquare) {
+    std::array<float, kCubicTerms> c{};
+    if (anyNull({model, image, coefficients, chiSquare}) ||
+        !fitBasis(image, width, height, kCubicTerms, qx::cubicBasis, c.data(), quality, *chiSquare))
+        return StatusOk;
+    qx::quadricToPeakModel(c.data(), model);
+    std::copy_n(c.data(), std::clamp(n, 0, kCubicTerms), coefficients);
+    return StatusOk;
+}
