@@ -7,8 +7,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <initializer_list>
 
 namespace {
 
@@ -91,8 +89,9 @@ private:
 };
 
 using Products = std::array<double, kTableColumns>;
+using Table = float (*)[kTableColumns];
 
-// Sums of a row's values, less `base`, with each of the polynomials in y. Sums of four lanes each, so that they do not
+// Sums of a row's values, less `base`, with each of the polynomials in y: four parts a sum, so that additions do not
 // wait for each other.
 Products rowProducts(const float* row, float base, const OrthogonalPolynomials& inY, int count) noexcept {
     constexpr int kParts = 4;
@@ -111,18 +110,46 @@ Products rowProducts(const float* row, float base, const OrthogonalPolynomials& 
     return products;
 }
 
-// The coefficient of (x - mean)^i (y - mean)^j from those of the products of polynomials.
-double powerCoefficient(const std::array<Products, kMaxPowers>& c, const OrthogonalPolynomials& inX,
-                        const OrthogonalPolynomials& inY, int i, int j) noexcept {
-    double sum = 0.0;
-    for (int k = i; k < inX.count(); ++k)
-        for (int l = j; l < inY.count(); ++l)
-            sum += c[static_cast<std::size_t>(k)][static_cast<std::size_t>(l)] * inX.power(k, i) * inY.power(l, j);
-    return sum;
-}
+// The fit to a grid of samples in products of polynomials in x and in y.
+class GridFit {
+public:
+    GridFit(const OrthogonalPolynomials& inX, const OrthogonalPolynomials& inY) noexcept : inX_(inX), inY_(inY) {}
+
+    // z has n rows of m values.
+    void project(const float* const* z, int n, int m) noexcept {
+        // Values are taken relative to the first one, so that a constant surface has no slope at all.
+        const float base = z[0][0];
+        for (int r = 0; r < n; ++r) {
+            const Products products = rowProducts(z[r], base, inY_, m);
+            for (int i = 0; i < inX_.count(); ++i)
+                for (int j = 0; j < inY_.count(); ++j)
+                    at(i, j) += inX_.value(i, r) * products[static_cast<std::size_t>(j)];
+        }
+        for (int i = 0; i < inX_.count(); ++i)
+            for (int j = 0; j < inY_.count(); ++j)
+                at(i, j) = inX_.coefficient(i, inY_.coefficient(j, at(i, j)));
+        at(0, 0) += static_cast<double>(base);
+    }
+
+    // The coefficient of (x - mean)^i (y - mean)^j; 0 beyond the fit's powers.
+    float powerCoefficient(int i, int j) noexcept {
+        double sum = 0.0;
+        for (int k = i; k < inX_.count(); ++k)
+            for (int l = j; l < inY_.count(); ++l)
+                sum += at(k, l) * inX_.power(k, i) * inY_.power(l, j);
+        return static_cast<float>(sum);
+    }
+
+private:
+    double& at(int i, int j) noexcept { return c_[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)]; }
+
+    const OrthogonalPolynomials& inX_;
+    const OrthogonalPolynomials& inY_;
+    std::array<Products, kMaxPowers> c_{};
+};
 
 // The fitted value by Horner's rule in y for each power of x.
-float surfaceValue(const float (*a)[kTableColumns], int powersOfX, int powersOfY, float x, float y) noexcept {
+float surfaceValue(Table a, int powersOfX, int powersOfY, float x, float y) noexcept {
     float value = 0.0f;
     float powerOfX = 1.0f;
     for (int i = 0; i < powersOfX; ++i) {
@@ -139,9 +166,9 @@ float surfaceValue(const float (*a)[kTableColumns], int powersOfX, int powersOfY
 
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q) {
+    int count = 0;
     if (x == nullptr || y == nullptr || z == nullptr || a == nullptr || dt == nullptr)
         return;
-    int count = 0;
     if (!qx::pixelCount(n, m, count) || p < 1 || q < 1)
         return;
     const int powersOfX = std::min({p, n, kMaxPowers});
@@ -152,33 +179,17 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
         return;
     const OrthogonalPolynomials inX(x, n, powersOfX, tableX.data());
     const OrthogonalPolynomials inY(y, m, powersOfY, tableY.data());
-
-    // Values are taken relative to the first one, so that a constant surface has no slope at all.
-    const float base = z[0][0];
-    std::array<Products, kMaxPowers> c{};
-    for (int r = 0; r < n; ++r) {
-        const Products products = rowProducts(z[r], base, inY, m);
-        for (int i = 0; i < powersOfX; ++i)
-            for (int j = 0; j < powersOfY; ++j)
-                c[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)] +=
-                    inX.value(i, r) * products[static_cast<std::size_t>(j)];
-    }
-    for (int i = 0; i < powersOfX; ++i)
-        for (int j = 0; j < powersOfY; ++j) {
-            double& value = c[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)];
-            value = inX.coefficient(i, inY.coefficient(j, value));
-        }
-    c[0][0] += static_cast<double>(base);
-
+    GridFit fit(inX, inY);
+    fit.project(z, n, m);
     for (int i = 0; i < p; ++i)
         for (int j = 0; j < std::min(q, kTableColumns); ++j)
-            a[i][j] = i < powersOfX && j < powersOfY ? static_cast<float>(powerCoefficient(c, inX, inY, i, j)) : 0.0f;
+            a[i][j] = i < powersOfX && j < powersOfY ? fit.powerCoefficient(i, j) : 0.0f;
 
     std::array<float, 3> residuals{};
     for (int r = 0; r < n; ++r) {
-        for (int s = 0; s < m; ++s) {
-            const float residual =
-                surfaceValue(a, powersOfX, powersOfY, x[r] - inX.mean(), y[s] - inY.mean()) - z[r][s];
+        for (int c = 0; c < m; ++c) {
+            const float fitted = surfaceValue(a, powersOfX, powersOfY, x[r] - inX.mean(), y[c] - inY.mean());
+            const float residual = fitted - z[r][c];
             residuals[0] += residual * residual;
             residuals[1] += std::fabs(residual);
             residuals[2] = std::max(residuals[2], std::fabs(residual));

@@ -1,59 +1,27 @@
 // Every vector level gives the results of the plain methods, bit for bit.
 
+#include "AtVectorLevel.h"
 #include "Builders.h"
 #include "Compare.h"
 #include "PlainSnr.h"
 #include "PlainStatistics.h"
 
-#include "foundation/VectorLevel.h"
 #include "numerics/PixelHistogram.h"
 #include "numerics/PixelKernels.h"
 #include "quality/SnrSeries.h"
 
-#include <QxSysMgt.h>
 #include <QxUtils.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ostream>
-
-namespace qx {
-
-void PrintTo(VectorLevel level, std::ostream* out) {
-    *out << vectorLevelName(level);
-}
-
-}  // namespace qx
 
 namespace {
 
 using namespace qx;
 using namespace qx::test;
 
-class AtVectorLevel : public ::testing::TestWithParam<VectorLevel> {
-protected:
-    void SetUp() override {
-        getConfigInfo()->loggingEnabled = 0;
-        if (!forceVectorLevel(GetParam()))
-            GTEST_SKIP() << "this processor lacks " << vectorLevelName(GetParam());
-    }
-    void TearDown() override {
-        forceVectorLevel(best_);
-        getConfigInfo()->loggingEnabled = 1;
-    }
-
-private:
-    VectorLevel best_ = vectorLevel();
-};
-
-std::string levelName(const ::testing::TestParamInfo<VectorLevel>& info) {
-    static constexpr const char* kNames[] = {"Baseline", "V3", "V4"};
-    return kNames[static_cast<int>(info.param)];
-}
-
-INSTANTIATE_TEST_SUITE_P(Levels, AtVectorLevel,
-                         ::testing::Values(VectorLevel::Baseline, VectorLevel::V3, VectorLevel::V4), levelName);
+INSTANTIATE_TEST_SUITE_P(Levels, AtVectorLevel, kVectorLevels, levelName);
 
 // Narrow and wide values, ties, both ends, and one that no sample of the centre foresees.
 std::vector<TestImage> pixelRows(int count, std::uint64_t seed) {
