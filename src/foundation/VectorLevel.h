@@ -12,6 +12,19 @@ VectorLevel vectorLevel() noexcept;
 // Makes kernels use a level. Returns false, and changes nothing, when the processor lacks it.
 bool forceVectorLevel(VectorLevel level) noexcept;
 
+// The one of three sets of kernels that the level in use asks for.
+template <class Kernels>
+const Kernels& kernelsInUse(const Kernels& baseline, const Kernels& v3, const Kernels& v4) noexcept {
+    switch (vectorLevel()) {
+    case VectorLevel::V4:
+        return v4;
+    case VectorLevel::V3:
+        return v3;
+    default:
+        return baseline;
+    }
+}
+
 const char* vectorLevelName(VectorLevel level) noexcept;
 
 }  // namespace qx

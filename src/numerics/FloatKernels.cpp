@@ -5,14 +5,7 @@
 namespace qx {
 
 const FloatKernels& floatKernels() noexcept {
-    switch (vectorLevel()) {
-    case VectorLevel::V4:
-        return kFloatKernelsV4;
-    case VectorLevel::V3:
-        return kFloatKernelsV3;
-    default:
-        return kFloatKernelsBaseline;
-    }
+    return kernelsInUse(kFloatKernelsBaseline, kFloatKernelsV3, kFloatKernelsV4);
 }
 
 }  // namespace qx

@@ -5,14 +5,7 @@
 namespace qx {
 
 const PixelKernels& pixelKernels() noexcept {
-    switch (vectorLevel()) {
-    case VectorLevel::V4:
-        return kPixelKernelsV4;
-    case VectorLevel::V3:
-        return kPixelKernelsV3;
-    default:
-        return kPixelKernelsBaseline;
-    }
+    return kernelsInUse(kPixelKernelsBaseline, kPixelKernelsV3, kPixelKernelsV4);
 }
 
 }  // namespace qx

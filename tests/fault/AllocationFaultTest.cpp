@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <functional>
 #include <new>
+#include <set>
 
 namespace {
 
@@ -139,6 +140,98 @@ TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
             EXPECT_EQ(sorted[500], result);
             EXPECT_EQ(sorted, inPlace);
         });
+}
+
+// Three blocks of 32 columns.
+TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_bytes) {
+    detector().afeWidth = 32;
+    const TestImage words = randomImage(96, 40, 0, 3, 4);
+    const std::vector<float> image(words.pixels.begin(), words.pixels.end());
+    std::vector<float> untouched = image;
+    std::replace(untouched.begin(), untouched.end(), 0.0f, 0.1f);
+    std::vector<float> actual(image.size());
+    const std::function<int()> balance = [&] {
+        std::copy(image.begin(), image.end(), actual.begin());
+        return correctRDwithoutRgain(actual.data(), 96, 40);
+    };
+    setLogLevel(4);
+    const long count = failEach<int>(balance, [&](int result) {
+        EXPECT_EQ(1035, result);
+        EXPECT_TRUE(actual == image || actual == untouched);
+    });
+    EXPECT_GE(count, 1);
+    setLogLevel(1);
+    // Lines fail, too, and matter to nothing. The column medians tell on the console while debugging.
+    const std::string text = "Utils  | I | allocate ";
+    const std::string size = " failed, expected size is ";
+    const std::set<std::string> expected = {text + "afeRatio" + size + "320", text + "tmpFloatImg" + size + "15360",
+                                            text + "medianRow" + size + "8", text + "rgain" + size + "8",
+                                            "Utils  | I | <overwriteBadLineAroundAFEEdge> terminates"};
+    std::vector<std::string> reasons;
+    failEach<int>(balance, [&](int result) {
+        if (result == 0)
+            return;
+        const std::vector<std::string> lines = logLines();
+        ASSERT_GE(lines.size(), 3u);
+        reasons.push_back(lines[lines.size() - 2]);
+        EXPECT_TRUE(expected.contains(reasons.back())) << reasons.back();
+        EXPECT_EQ("Utils  | I | <correctRDwithoutRgain> terminates1035", lines.back());
+    });
+    ASSERT_EQ(count, static_cast<long>(reasons.size()));
+    EXPECT_EQ(text + "afeRatio" + size + "320", reasons.front());
+}
+
+TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {
+    const TestImage words = randomImage(5, 1000, 0, 65535, 5);
+    const std::vector<float> image(words.pixels.begin(), words.pixels.end());
+    std::vector<float> medians(5, -1.0f);
+    for (int debug : {0, 1}) {
+        setDebug(debug);
+        std::vector<int> results;
+        results.reserve(100);
+        const std::string printed = printedBy([&] {
+            failEach<int>([&] { return calcMedianPerColumn(medians.data(), image.data(), 5, 1000); },
+                          [&](int result) {
+                              results.push_back(result);
+                              EXPECT_EQ(std::vector<float>(5, -1.0f), medians);
+                          });
+        });
+        EXPECT_GE(results.size(), 1u);
+        EXPECT_EQ(std::vector<int>(results.size(), 1035), results);
+        std::string expected;
+        for (std::size_t i = 0; i < results.size() && debug != 0; ++i)
+            expected += "Allocate buffer fail during calcMedianPerColumn!";
+        EXPECT_EQ(expected, printed);
+        std::fill(medians.begin(), medians.end(), -1.0f);
+    }
+}
+
+TEST_F(AllocationFault, checks_of_uniformity_and_noise_answer_1035_or_the_right_verdict) {
+    ASSERT_EQ("", qxkit::setDirectories(folder().path()));
+    writeFile(std::filesystem::path(folder() / "offset") / "dark-500ms-std-gain2.raw", std::string(4008, '\0'));
+    detector().config.rcnRowDiffLimit = 0.0f;
+    setLogLevel(4);
+    const TestImage flat = constantImage(384, 384, 300);
+    TestImage uneven = flat;
+    for (std::size_t i = uneven.pixels.size() / 2; i < uneven.pixels.size(); ++i)
+        uneven.pixels[i] = 600;
+    const auto darkGray = [&](int floor) {
+        detector().config.darkLevelFloor = floor;
+        return darkImgGrayAnalysis(flat.data(), 384, 384);
+    };
+    const struct {
+        std::function<int()> check;
+        int right;
+    } cases[] = {{[] { return analysisRcn(2, 501); }, 1064},
+                 {[] { return analysisRcn(2, 400); }, 0},
+                 {[&] { return darkGray(300); }, 1066},
+                 {[&] { return darkGray(299); }, 0},
+                 {[&] { return checkGlobalUniform(uneven.data(), 384, 384, 0.2f); }, 1062},
+                 {[&] { return checkGlobalUniform(flat.data(), 384, 384, 0.2f); }, 0}};
+    for (const auto& [check, right] : cases) {
+        EXPECT_EQ(right, check());
+        failEach<int>(check, [&, expected = right](int result) { EXPECT_TRUE(result == 1035 || result == expected); });
+    }
 }
 
 TEST_F(AllocationFault, a_log_folder_that_cannot_be_listed_is_reported) {

@@ -1,0 +1,407 @@
+#include "DetectorFixture.h"
+#include "PlainFirstImage.h"
+#include "PlainUniformity.h"
+
+#include <QxUtils/Correction.h>
+#include <QxUtils/Quality.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <string_view>
+
+namespace {
+
+namespace plain = qx::plain;
+using qx::test::constantImage;
+using qx::test::printedBy;
+using qx::test::SplitMix64;
+using qx::test::TestImage;
+using Lines = std::vector<std::string>;
+
+constexpr WORD kDarkLevel = 200;
+
+// An exposed image whose blocks of 32 x 32 pixels lie so much above the dark level as levelAt(block row, block column).
+template <class LevelAt>
+TestImage exposed(int width, int height, LevelAt levelAt) {
+    TestImage image = constantImage(width, height, 0);
+    for (int row = 0; row < height; ++row) {
+        for (int col = 0; col < width; ++col)
+            image.at(row, col) = static_cast<WORD>(kDarkLevel + levelAt(row / 32, col / 32));
+    }
+    return image;
+}
+
+TestImage flat(int width, int height, int level) {
+    return exposed(width, height, [=](int, int) { return level; });
+}
+
+Lines asLogged(Lines texts) {
+    for (std::string& text : texts)
+        text = text.empty() ? text : "Utils  | I | " + text;
+    return texts;
+}
+
+class FirstImage : public qx::test::DetectorFixture {
+protected:
+    FirstImage() { setLimits(100, 1 << 20); }
+
+    // A block floor, and an AFE width: one AFE for the whole of an image leaves it as it is.
+    static void setLimits(int blockFloor, int afeWidth) {
+        detector().config.exposedBlockFloor = blockFloor;
+        detector().afeWidth = afeWidth;
+    }
+
+    // The verdict of a check; the images have to stay as they are.
+    template <class Check>
+    int verdict(Check check, const TestImage& image, const TestImage& dark) {
+        const TestImage imageBefore = image;
+        const TestImage darkBefore = dark;
+        int code = -1;
+        printed = printedBy([&] { code = check(image.data(), dark.data(), image.width, image.height); });
+        EXPECT_EQ(imageBefore.pixels, image.pixels);
+        EXPECT_EQ(darkBefore.pixels, dark.pixels);
+        return code;
+    }
+    int first(const TestImage& image, const TestImage& dark) {
+        detector().afeWidth = std::min(detector().afeWidth, image.width);
+        return verdict(checkFirstImg, image, dark);
+    }
+    int first(const TestImage& image) { return first(image, constantImage(image.width, image.height, kDarkLevel)); }
+    int preview(const TestImage& image) {
+        return verdict(checkPreImg, image, constantImage(image.width, image.height, kDarkLevel));
+    }
+
+    std::string printed;  // by the last check
+
+    // What was logged since the last call.
+    Lines logged() {
+        Lines lines = logLines();
+        std::swap(lines, seen_);
+        return {seen_.begin() + static_cast<std::ptrdiff_t>(lines.size()), seen_.end()};
+    }
+    bool logHolds(const std::string& text) {
+        const Lines lines = logged();
+        return std::count(lines.begin(), lines.end(), "Utils  | I | " + text) == 1;
+    }
+
+private:
+    Lines seen_;
+};
+
+using CheckFirstImg = FirstImage;
+using CheckPreImg = FirstImage;
+
+TEST_F(CheckFirstImg, block_at_the_floor_passes_and_one_below_does_not) {
+    setLimits(5000, 512);
+    const auto blockAt = [](int level) {
+        return exposed(512, 512, [=](int row, int col) { return row == 2 && col == 5 ? level : 5000; });
+    };
+    EXPECT_EQ(0, first(blockAt(5000)));
+    logged();
+    EXPECT_EQ(1068, first(blockAt(4999)));
+    EXPECT_EQ(asLogged({"<checkFirstImg> begins", "value=4999.000000, index=37", "result is 1068",
+                        "<checkFirstImg> terminates with a return value 1068"}),
+              logged());
+    // The upper middle of 1024 pixels decides.
+    TestImage image = blockAt(5000);
+    for (int i = 0; i < 512; ++i)
+        image.at(64 + i / 32, 160 + i % 32) = 0;
+    EXPECT_EQ(0, first(image));
+    image.at(95, 191) = 0;
+    EXPECT_EQ(1068, first(image));
+}
+
+TEST_F(CheckFirstImg, image_like_or_below_its_dark_image_was_not_exposed) {
+    const TestImage dark = qx::test::randomImage(512, 512, 500, 60000, 1);
+    EXPECT_EQ(1068, first(dark, dark));
+    EXPECT_TRUE(logHolds("value=0.000000, index=0"));
+    EXPECT_EQ(1068, first(constantImage(512, 512, 300), dark));
+    setLimits(0, 512);
+    EXPECT_EQ(1062, first(dark, dark));
+}
+
+// 16 x 16 blocks with a corner of 4 x 5 dark ones, top left or bottom right: in their smoothed image five lie below the
+// limit. A brighter block beside the corner lifts one of them, and the maximum little.
+TestImage cornerShadow(int besideLevel, bool turned) {
+    return exposed(512, 512, [=](int row, int col) {
+        const int down = turned ? 15 - row : row;
+        const int right = turned ? 15 - col : col;
+        if (down < 4 && right < 5)
+            return 0;
+        return down == 4 && right == 4 ? besideLevel : 10000;
+    });
+}
+
+TEST_F(CheckFirstImg, shadow_of_four_blocks_passes_and_one_of_five_does_not) {
+    setLimits(0, 512);
+    const std::string five = "find 5 binning pixels whose value is less than 33 percent of maximum";
+    for (const bool turned : {false, true}) {
+        EXPECT_EQ(0, first(cornerShadow(30000, turned)));
+        EXPECT_EQ("", printed);
+        EXPECT_TRUE(logHolds("find 4 binning pixels whose value is less than 33 percent of maximum"));
+        EXPECT_EQ(1062, first(cornerShadow(10000, turned)));
+        EXPECT_EQ(five + "\n", printed);
+        EXPECT_EQ(asLogged({"<checkFirstImg> begins", "finish binning", five, "", five, "", "check collimator error.",
+                            "result is 1062", "<checkFirstImg> terminates with a return value 1062"}),
+                  logged());
+    }
+}
+
+// 24 x 24 blocks in four quarters; without the border each quarter is one corner of 8 x 8.
+TestImage quarters(int leftTop, int leftBottom, int rightTop, int rightBottom) {
+    return exposed(768, 768, [=](int row, int col) {
+        return row < 12 ? (col < 12 ? leftTop : rightTop) : (col < 12 ? leftBottom : rightBottom);
+    });
+}
+
+TEST_F(CheckFirstImg, corners_may_differ_by_three_tenths_of_their_mean) {
+    const struct {
+        int levels[4];
+        int verdict;
+        const char* degrees;
+    } cases[] = {{{100, 100, 100, 100}, 0, "horAysmDegree=0.000000, verAysmDegree=0.000000"},
+                 {{115, 115, 85, 85}, 0, "horAysmDegree=0.300000, verAysmDegree=0.000000"},
+                 {{11500, 8500, 11500, 8500}, 0, "horAysmDegree=0.000000, verAysmDegree=0.300000"},
+                 {{11501, 11501, 8499, 8499}, 1069, "horAysmDegree=0.300200, verAysmDegree=0.000000"},
+                 {{8499, 11501, 10000, 10000}, 1069, "horAysmDegree=0.162279, verAysmDegree=0.300200"}};
+    setLimits(10, 768);
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.verdict, first(quarters(c.levels[0], c.levels[1], c.levels[2], c.levels[3]))) << c.degrees;
+        EXPECT_TRUE(logHolds(c.degrees));
+    }
+    // What AFEs differ in is balanced before.
+    EXPECT_EQ(1069, first(quarters(10000, 10000, 6000, 6000)));
+    setLimits(10, 128);
+    EXPECT_EQ(0, first(quarters(10000, 10000, 6000, 6000)));
+    setLimits(10, 768);
+    EXPECT_EQ(1069, first(quarters(101, 102, 103, 60)));
+    const Lines lines = logged();
+    const Lines expected =
+        asLogged({"count=64, lt=101", "count=64, lb=102", "count=64, rt=103", "count=64, rb=60",
+                  "horAysmDegree=0.518519, verAysmDegree=0.527607", "checkSymmetry failed, asymDegree=0.5276071069",
+                  "<checkFirstImgForFactoryCalibration> terminates with a return value 1069", "result is 1069",
+                  "<checkFirstImg> terminates with a return value 1069"});
+    ASSERT_GT(lines.size(), expected.size());
+    EXPECT_EQ(expected, Lines(lines.end() - static_cast<std::ptrdiff_t>(expected.size()), lines.end()));
+}
+
+TEST_F(CheckFirstImg, first_failing_test_decides) {
+    // Corners that differ, a shadow, and a block below the floor.
+    const auto level = [](int row, int col) { return row < 7 && col < 7 ? 500 : (row < 12 ? 10000 : 4000); };
+    const TestImage image = exposed(768, 768, level);
+    setLimits(501, 768);
+    EXPECT_EQ(1068, first(image));
+    setLimits(500, 768);
+    EXPECT_EQ(1062, first(image));
+    EXPECT_EQ(1069, first(exposed(768, 768, [](int row, int) { return row < 12 ? 10000 : 4000; })));
+}
+
+// Numbers become '#'.
+std::string shapeOf(const std::string& line) {
+    std::string shape;
+    for (const char c : line) {
+        if (std::string_view("0123456789.-").find(c) == std::string_view::npos)
+            shape += c;
+        else if (shape.empty() || shape.back() != '#')
+            shape += '#';
+    }
+    return shape;
+}
+
+// A paraboloid with its peak at (peakColumn, peakRow), behind AFEs of different gain.
+TestImage paraboloid(int width, int height, double peakColumn, double peakRow) {
+    static constexpr double kGains[] = {1.0, 1.03, 0.98, 1.01, 0.96, 1.0};
+    TestImage image = constantImage(width, height, 0);
+    for (int row = 0; row < height; ++row) {
+        for (int col = 0; col < width; ++col) {
+            const double squares = (col - peakColumn) * (col - peakColumn) + (row - peakRow) * (row - peakRow);
+            const double level = 30000 * (1 - 1.2e-6 * squares);
+            image.at(row, col) = static_cast<WORD>(kDarkLevel + level * kGains[col / 128]);
+        }
+    }
+    return image;
+}
+
+TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the_tube) {
+    setLimits(100, 128);
+    EXPECT_EQ(0, first(paraboloid(768, 640, 330, 270)));
+    EXPECT_EQ("", printed);
+    const Lines lines = logLines();
+    Lines shapes;
+    for (const std::string& line : lines)
+        shapes.push_back(shapeOf(line));
+    const Lines edges = {"<overwriteBadLineAroundAFEEdge> begins", "<overwriteBadLineAroundAFEEdge> terminates"};
+    const Lines parts[] = {
+        {"<checkFirstImg> begins", "finish binning"},
+        edges,
+        {"tube center calculate by poly fit, x#=#,y#=#", "<checkFirstImgForFactoryCalibration> begins"},
+        {"<correctRDwithoutRgain> begins"},
+        edges,
+        {"<correctRDwithoutRgain> terminates#"},
+        {"count=#, lt=#", "count=#, lb=#", "count=#, rt=#", "count=#, rb=#", "horAysmDegree=#, verAysmDegree=#"},
+        {"<svdfit> begins", "fitResult=#", "<svdfit> terminates with a return value #"},
+        {"tube center center calculated by fit image: x#=#,y#=#"},
+        {"tube center center calculated by fit coes: x#=#,y#=#", "a=#,b=#,c=#,d=#,x#=#,y#=#"},
+        {"<checkFirstImgForFactoryCalibration> terminates with a return value #", "result is #"},
+        {"<checkFirstImg> terminates with a return value #"}};
+    Lines expected;
+    for (const Lines& part : parts)
+        expected.insert(expected.end(), part.begin(), part.end());
+    EXPECT_EQ(asLogged(expected), shapes);
+    int centres = 0;
+    for (const std::string& line : lines) {
+        int x0 = 0;
+        int y0 = 0;
+        const std::size_t position = line.find("x0=");
+        if (position == std::string::npos)
+            continue;
+        ASSERT_EQ(2, std::sscanf(line.c_str() + position, "x0=%d,y0=%d", &x0, &y0)) << line;
+        EXPECT_NEAR(330, x0, 32) << line;
+        EXPECT_NEAR(270, y0, 32) << line;
+        ++centres;
+    }
+    EXPECT_EQ(4, centres);
+    EXPECT_EQ(lines.back(), "Utils  | I | <checkFirstImg> terminates with a return value 0");
+}
+
+TEST_F(CheckFirstImg, refusals) {
+    const TestImage image = flat(512, 512, 1000);
+    const TestImage dark = constantImage(512, 512, kDarkLevel);
+    EXPECT_EQ(1057, checkFirstImg(nullptr, image.data(), 512, 512));
+    EXPECT_EQ(1057, checkFirstImg(image.data(), nullptr, 512, 512));
+    const struct {
+        int width, height;
+    } sizes[] = {{512, 511}, {511, 512}, {32, 512}, {0, 512}, {512, 0}, {-512, -512}, {1 << 16, 1 << 16}};
+    for (const auto& [w, h] : sizes) {
+        setLimits(100, 9);
+        EXPECT_EQ(1020, checkFirstImg(image.data(), dark.data(), w, h)) << w << " x " << h;
+    }
+    const struct {
+        int afeWidth, verdict;
+    } widths[] = {{0, 1020}, {-32, 1020}, {8, 1020}, {9, 0}, {33, 0}, {512, 0}, {513, 1020}};
+    for (const auto& [afeWidth, code] : widths) {
+        setLimits(100, afeWidth);
+        EXPECT_EQ(code, checkFirstImg(image.data(), dark.data(), 512, 512)) << afeWidth;
+    }
+    setLimits(100, 0);
+    detector().faults.getAFEWidthByDetectorDescription = 5;
+    EXPECT_EQ(0, checkFirstImg(image.data(), dark.data(), 512, 512));
+}
+
+// Light that falls off to one side, AFE steps and noise; sometimes a shadowed corner or a block about the floor.
+TestImage randomExposure(int width, int height, int afeWidth, int floor, SplitMix64& random) {
+    const double tilt = 3 * random.uniform() - 1.5;
+    const int shadow = random.below(3) == 0 ? 100 + random.below(200) : 0;
+    const int dimBlock = random.below(3) == 0 ? random.below(256) : -1;
+    TestImage image = constantImage(width, height, 0);
+    for (int row = 0; row < height; ++row) {
+        for (int col = 0; col < width; ++col) {
+            double level = 20000 * (1 + tilt * (1.0 * row / height - 0.5)) * (1 + 0.05 * (col / afeWidth % 3));
+            level *= row + col < shadow ? 0.1 : 1.0;
+            level = row / 32 == dimBlock / 16 && col / 32 == dimBlock % 16 ? floor : level;
+            image.at(row, col) = static_cast<WORD>(kDarkLevel + level + random.below(9) - 4);
+        }
+    }
+    return image;
+}
+
+TEST_F(CheckFirstImg, agrees_with_the_plain_method) {
+    const struct { int width, height, afeWidth; } sizes[] = {{512, 544, 128}, {577, 801, 100}, {640, 700, 64}};
+    SplitMix64 random(13);
+    std::map<int, int> verdicts;
+    for (int round = 0; round < 15; ++round) {
+        const auto& [w, h, afeWidth] = sizes[round % 3];
+        const TestImage image = randomExposure(w, h, afeWidth, 1000, random);
+        const TestImage dark = qx::test::randomImage(w, h, kDarkLevel - 9, kDarkLevel + 9, random.next());
+        const int floor = 999 + random.below(4);
+        setLimits(floor, afeWidth);
+        const int expected = plain::firstImageVerdict(image.data(), dark.data(), w, h, floor, afeWidth);
+        EXPECT_EQ(expected, first(image, dark)) << "round " << round;
+        ++verdicts[expected];
+    }
+    EXPECT_EQ(4u, verdicts.size());
+}
+
+TEST_F(CheckPreImg, last_block_row_and_column_are_not_examined) {
+    const struct {
+        int width, height, dimRow, dimColumn, first, preview;
+    } cases[] = {{512, 512, 0, 0, 1068, 1068}, {512, 512, 14, 14, 1068, 1068}, {512, 512, 15, 3, 1068, 0},
+                 {512, 512, 3, 15, 1068, 0},   {512, 512, 15, 15, 1068, 0},    {513, 513, 15, 15, 1068, 1068},
+                 {512, 513, 15, 15, 1068, 0},  {513, 512, 15, 15, 1068, 0},    {543, 543, 15, 15, 1068, 1068},
+                 {543, 543, 16, 16, 0, 0},     {544, 544, 16, 16, 1068, 0}};
+    for (const auto& c : cases) {
+        const TestImage image = exposed(
+            c.width, c.height, [&](int row, int col) { return row == c.dimRow && col == c.dimColumn ? 99 : 1000; });
+        EXPECT_EQ(c.first, first(image)) << c.width << " x " << c.height << ", block " << c.dimRow << ", "
+                                         << c.dimColumn;
+        EXPECT_EQ(c.preview, preview(image)) << c.width << " x " << c.height << ", " << c.dimRow << ", " << c.dimColumn;
+    }
+}
+
+TEST_F(CheckPreImg, floor_comes_before_uniformity_and_the_course_is_logged) {
+    const TestImage uneven = exposed(160, 160, [](int row, int) { return row < 2 ? 100 : 5000; });
+    const auto expectCourse = [&](int code, const TestImage& image) {
+        EXPECT_EQ(code, preview(image));
+        EXPECT_EQ(asLogged({"<checkPreImg> begins", "result is " + std::to_string(code),
+                            "<checkPreImg> terminates with a return value " + std::to_string(code)}),
+                  logged());
+    };
+    expectCourse(1062, uneven);
+    setLimits(101, 0);
+    expectCourse(1068, uneven);
+    expectCourse(0, flat(160, 160, 5000));
+}
+
+TEST_F(CheckPreImg, agrees_with_the_plain_method_at_both_sides_of_the_limit) {
+    const struct { int width, height; } sizes[] = {{77, 77}, {96, 128}, {129, 95}, {160, 300}, {301, 160}};
+    for (const auto& [w, h] : sizes) {
+        const TestImage image = qx::test::randomImage(w, h, 1000, 9000, static_cast<std::uint64_t>(w));
+        const TestImage dark = constantImage(w, h, kDarkLevel);
+        const std::vector<WORD> difference = plain::darkSubtracted(image.data(), dark.data(), w, h);
+        const float spread = plain::squareSpread(difference.data(), w, h).spread;
+        for (const float limit : {spread, std::nextafter(spread, 1.0f)}) {
+            detector().config.uniformityCvLimit = limit;
+            for (int floor = 4500; floor < 5000; floor += 40) {
+                setLimits(floor, 0);
+                EXPECT_EQ(plain::previewVerdict(image.data(), dark.data(), w, h, floor, limit), preview(image))
+                    << w << " x " << h << ", floor " << floor << ", limit " << limit;
+            }
+        }
+    }
+}
+
+TEST_F(CheckPreImg, refusals) {
+    const TestImage image = flat(128, 128, 1000);
+    EXPECT_EQ(1057, checkPreImg(nullptr, image.data(), 128, 128));
+    EXPECT_EQ(1057, checkPreImg(image.data(), nullptr, 128, 128));
+    setLimits(1, 0);
+    const struct {
+        int width, height, verdict;
+    } sizes[] = {{75, 100, 1068},  {100, 75, 1068}, {33, 33, 1068}, {32, 128, 1020},         {128, 32, 1020},
+                 {32, 32, 1020},   {1, 1, 1020},    {0, 100, 1020}, {100, -1, 1020},         {-128, -128, 1020},
+                 {128, 128, 1068}, {77, 77, 1068},  {1, 512, 1020}, {1 << 16, 1 << 16, 1020}};
+    for (const auto& [w, h, code] : sizes)
+        EXPECT_EQ(code, checkPreImg(image.data(), image.data(), w, h)) << w << " x " << h;
+    setLimits(0, 0);
+    EXPECT_EQ(1020, checkPreImg(image.data(), image.data(), 75, 100));
+    EXPECT_EQ(0, checkPreImg(image.data(), image.data(), 77, 77));
+}
+
+TEST(ChecksWithoutAVerdict, pass_whatever_they_are_given) {
+    TestImage image = flat(64, 64, 1000);
+    const TestImage before = image;
+    for (WORD* pixels : {static_cast<WORD*>(nullptr), image.pixels.data()}) {
+        for (const int size : {64, 0, -1}) {
+            EXPECT_EQ(0, checkCollimator(pixels, size, size));
+            EXPECT_EQ(0, checkSync(pixels, size, size));
+            EXPECT_EQ(0, checkTube(pixels, size, size));
+            EXPECT_EQ(0, jingtaiEnhance(pixels, pixels == nullptr ? nullptr : "dir", size, size, 1));
+            EXPECT_EQ(0, precisionEnhance(pixels, nullptr, size, size));
+        }
+    }
+    EXPECT_EQ(before.pixels, image.pixels);
+}
+
+}  // namespace
