@@ -35,6 +35,7 @@ using Command = std::function<ExitCode()>;
 
 // Each declares a subcommand of app which, when chosen, stores itself in chosen.
 void addDemoCommand(CLI::App& app, Command& chosen);
+void addCheckCommand(CLI::App& app, Command& chosen);
 void addSnrCommand(CLI::App& app, Command& chosen);
 void addInfoCommand(CLI::App& app, Command& chosen);
 void addPreviewCommand(CLI::App& app, Command& chosen);

@@ -1,11 +1,15 @@
+#include "CalibrationFlow.h"
+#include "CheckTable.h"
 #include "Command.h"
 #include "DemoPictures.h"
 #include "DemoScene.h"
 #include "FactorySeries.h"
 #include "FileAccess.h"
+#include "FlowPictures.h"
 #include "PngWriter.h"
 #include "SnrRule.h"
 #include "TextTable.h"
+#include "Tiles.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>
@@ -62,10 +66,7 @@ std::string createOutputDirectory(const std::string& text) {
         throw ToolError("the path of --out is longer than " + std::to_string(kMaxOutputPath) +
                         " characters; give a shorter one");
     }
-    std::error_code error;
-    fs::create_directories(directory, error);
-    if (!fs::is_directory(directory, error))
-        throw ToolError(directory + ": cannot be created as a folder; give another --out");
+    createFolder(directory);
     return directory;
 }
 
@@ -124,6 +125,31 @@ void printVerdicts(const std::vector<JudgedExposure>& exposures) {
         std::cout << "  " << code << "  " << getStatusMessage(code) << '\n';
 }
 
+// Returns the number of verdicts that are not as they should be.
+int printFlow(const CalibrationFlow& flow) {
+    const auto unexpected = [](const FlowStep& step) { return step.row.result.status != step.expected; };
+    int wrong = 0;
+    std::vector<CheckRow> rows;
+    for (const auto* steps : {&flow.good, &flow.bad}) {
+        wrong += static_cast<int>(std::count_if(steps->begin(), steps->end(), unexpected));
+        for (const FlowStep& step : *steps)
+            rows.push_back(step.row);
+    }
+    std::cout << "\nThe calibration flow on a panel as it should be, then on what it must refuse:\n";
+    printChecks(std::cout, rows);
+    return wrong;
+}
+
+void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
+    constexpr int kSmall = 288;
+    constexpr int kLarge = 576;
+    std::vector<Tile> tiles = drawBalance(flow, kSmall);
+    tiles.push_back(drawShadow(flow, kSmall));
+    writePng((folder / "flow.png").string(), drawTiles(tiles, 3));
+    writePng((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
+    writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
+}
+
 void writePictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
                    const SnrSeries& factory) {
     const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
@@ -137,14 +163,16 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
     writePng(path("snr-series"), drawSeriesPlot(exposures, factory));
 }
 
-void reportFiles(const std::string& folder, const JudgedExposure& kept) {
-    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, squares.png and snr-series.png)\n"
+void reportFiles(const std::string& folder, const JudgedExposure& kept, const CalibrationFlow& flow) {
+    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, flow.png and snr-series.png)\n"
               << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
         std::cout << "Daily log: " << entry.path().generic_string() << '\n';
     std::cout << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape "
-              << toText(kept.image.shape) << " --factory " << folder << "/factory-snr.toml\n";
+              << toText(kept.image.shape) << " --factory " << folder << "/factory-snr.toml\n"
+              << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
+              << toText(flow.dark.shape) << '\n';
 }
 
 ExitCode runDemo(const DemoOptions& options) {
@@ -158,11 +186,19 @@ ExitCode runDemo(const DemoOptions& options) {
     const std::vector<JudgedExposure> exposures = judgeField(scene, factory);
     printSquares(exposures, factory);
     printVerdicts(exposures);
+    std::cout << "\nWalking through the calibration flow" << std::endl;
+    const CalibrationFlow flow = runCalibrationFlow(options.seed, folder + "/flow");
+    const int wrongVerdicts = printFlow(flow);
 
+    writeFlowPictures(folder, flow);
     writePictures(folder, scene, exposures, factory);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
-    reportFiles(folder, exposures.back());
+    reportFiles(folder, exposures.back(), flow);
+    if (wrongVerdicts > 0) {
+        throw ToolError("wrong verdicts in the calibration flow: " + std::to_string(wrongVerdicts) + "; see its table",
+                        ExitCode::NotPassed);
+    }
     return ExitCode::Passed;
 }
 
@@ -170,7 +206,7 @@ ExitCode runDemo(const DemoOptions& options) {
 
 void addDemoCommand(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<DemoOptions>();
-    CLI::App* command = app.add_subcommand("demo", "Let a virtual panel acquire flat fields, and judge their SNR");
+    CLI::App* command = app.add_subcommand("demo", "Let a virtual panel acquire images, and judge them");
     command->add_option("--out", options->outputDirectory, "Folder for pictures, log and data")->required();
     command->add_option("--seed", options->seed, "Seed of the panel and its noise")
         ->check(CLI::NonNegativeNumber)

@@ -3,6 +3,7 @@
 #include "Preview.h"
 #include "SnrPlot.h"
 #include "SnrRule.h"
+#include "Tiles.h"
 
 #include <QxUtils/Numerics.h>
 
@@ -11,17 +12,8 @@
 namespace qx::tool {
 namespace {
 
-constexpr Colour kPaper{24, 26, 30};
-constexpr Colour kText{235, 235, 235};
-constexpr Colour kPassed{110, 205, 120};
-constexpr Colour kNotPassed{245, 105, 90};
-constexpr Colour kSquare{255, 190, 60};
-constexpr int kTextScale = 2;
-
 constexpr int kTileWidth = 384;
-constexpr int kTileGap = 16;
 constexpr int kTileColumns = 3;
-constexpr int kCaptionHeight = 3 * (kTextHeight + 4) * kTextScale;
 
 constexpr Colour kLineColours[] = {{40, 130, 70}, {60, 120, 200}, {150, 90, 190}, {230, 140, 30}, {205, 60, 50}};
 constexpr Colour kFactoryColour{40, 40, 40};
@@ -29,13 +21,6 @@ constexpr Colour kExpectedColour{160, 160, 160};
 
 // Corrected tiles share one contrast, so that a good one looks even.
 constexpr double kTileContrast = 0.02;
-
-struct Tile {
-    GreyPicture picture;
-    std::string caption;
-    std::string verdict;
-    Colour verdictColour;
-};
 
 GreyWindow windowAroundMedian(const RawImage& image) {
     const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
@@ -46,27 +31,7 @@ Tile makeTile(const JudgedExposure& judged) {
     const SnrJudgement& judgement = judged.judgement;
     const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
     return {makePreview(judged.image, windowAroundMedian(judged.image), kTileWidth), judged.exposure.caption,
-            verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kPassed : kNotPassed};
-}
-
-void drawTile(Canvas& canvas, Point corner, const Tile& tile) {
-    canvas.drawPicture(corner, tile.picture);
-    const int captionRow = corner.y + tile.picture.shape.height + 8;
-    canvas.drawText({corner.x, captionRow}, tile.caption, kTextScale, kText);
-    canvas.drawText({corner.x, captionRow + (kTextHeight + 3) * kTextScale}, tile.verdict, kTextScale,
-                    tile.verdictColour);
-}
-
-Canvas drawTiles(const std::vector<Tile>& tiles) {
-    const Shape picture = tiles.front().picture.shape;
-    const int tileRows = (static_cast<int>(tiles.size()) + kTileColumns - 1) / kTileColumns;
-    const Shape step{picture.width + kTileGap, picture.height + kCaptionHeight};
-    Canvas canvas({kTileColumns * step.width + kTileGap, tileRows * step.height + kTileGap}, kPaper);
-    for (int index = 0; index < static_cast<int>(tiles.size()); ++index) {
-        const Point corner{kTileGap + index % kTileColumns * step.width, kTileGap + index / kTileColumns * step.height};
-        drawTile(canvas, corner, tiles[static_cast<std::size_t>(index)]);
-    }
-    return canvas;
+            verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
 std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
@@ -90,16 +55,16 @@ std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries
 Canvas drawSquares(const RawImage& image) {
     const GreyPicture preview = makePreview(image, PercentileWindow{}, kPreviewWidth);
     const int scale = previewScale(image.shape, kPreviewWidth);
-    Canvas canvas(preview.shape, kPaper);
+    Canvas canvas(preview.shape, kTilePaper);
     canvas.drawPicture({0, 0}, preview);
     for (const int side : snrSquareSides(image.shape)) {
         const Point corner{(image.shape.width - side) / 2 / scale, (image.shape.height - side) / 2 / scale};
-        canvas.outlineRectangle(corner, side / scale, side / scale, 2, kSquare);
+        canvas.outlineRectangle(corner, side / scale, side / scale, 2, kTileMark);
         const std::string label = std::to_string(side);
-        const int labelHeight = (kTextHeight + 2) * kTextScale;
-        if (textWidth(label, kTextScale) + 6 < side / scale) {
-            canvas.fillRectangle(corner, textWidth(label, kTextScale) + 8, labelHeight, kSquare);
-            canvas.drawText({corner.x + 4, corner.y + 4}, label, kTextScale, kPaper);
+        const int labelHeight = (kTextHeight + 2) * kTileTextScale;
+        if (textWidth(label, kTileTextScale) + 6 < side / scale) {
+            canvas.fillRectangle(corner, textWidth(label, kTileTextScale) + 8, labelHeight, kTileMark);
+            canvas.drawText({corner.x + 4, corner.y + 4}, label, kTileTextScale, kTilePaper);
         }
     }
     return canvas;
@@ -107,10 +72,10 @@ Canvas drawSquares(const RawImage& image) {
 
 Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
     std::vector<Tile> tiles = {
-        {makePreview(rawFlat, PercentileWindow{}, kTileWidth), "raw flat field", "before correction", kText}};
+        {makePreview(rawFlat, PercentileWindow{}, kTileWidth), "raw flat field", "before correction", kTileText}};
     for (const JudgedExposure& judged : exposures)
         tiles.push_back(makeTile(judged));
-    return drawTiles(tiles);
+    return drawTiles(tiles, kTileColumns);
 }
 
 Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {

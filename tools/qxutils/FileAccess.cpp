@@ -50,6 +50,13 @@ void requireOtherFile(const std::string& output, const std::string& input) {
         throw ToolError(output + ": would overwrite the file it is made from; give another name", ExitCode::Usage);
 }
 
+void createFolder(const std::string& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (!fs::is_directory(path, error))
+        throw ToolError(path + ": cannot be created as a folder; give another --out");
+}
+
 void writeFile(const std::string& path, std::string_view content) {
     std::ofstream file(path, std::ios::binary);
     if (!file)

@@ -17,6 +17,9 @@ std::int64_t fileBytes(const std::string& path, const std::string& wanted);
 // Refuses an output that would overwrite the file it is made from, under whatever name.
 void requireOtherFile(const std::string& output, const std::string& input);
 
+// Makes a folder and those above it; nothing to do when it is there.
+void createFolder(const std::string& path);
+
 // Writes a file; done only when all of the content has reached it.
 void writeFile(const std::string& path, std::string_view content);
 

@@ -1,5 +1,5 @@
 #include "Command.h"
-#include "FileAccess.h"
+#include "DetectorFile.h"
 
 #include <QxUtils/Foundation.h>
 #include <VirtualDetector.h>
@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <new>
 #include <optional>
@@ -29,9 +28,15 @@ int reportError(const char* message, ExitCode code) noexcept {
     return exitStatus(code);
 }
 
+// The command that the line got to, down to a command's own.
+const CLI::App& lastCommand(const CLI::App& app) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    return chosen.empty() ? app : lastCommand(*chosen.front());
+}
+
 std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
-    const std::vector<std::string> unknown = app.remaining();
-    if (app.get_subcommands().empty() && !unknown.empty())
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (lastCommand(app).get_require_subcommand_min() > 0 && !unknown.empty())
         return "\"" + unknown.front() + "\" is neither a command nor an option";
     return error.what();
 }
@@ -45,17 +50,10 @@ int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
 
 // Without settings no log appears in the folder that the user happens to be in.
 void loadDetector(const std::optional<std::string>& file) {
-    constexpr const char* kWanted = "a TOML file with settings of the virtual detector";
-    if (!file) {
+    if (file)
+        loadDetectorFile(*file);
+    else
         qxkit::virtualDetector().config.loggingEnabled = 0;
-        return;
-    }
-    fileBytes(*file, kWanted);
-    if (!std::ifstream(*file))
-        throw ToolError(*file + ": cannot be opened; give " + kWanted);
-    const std::string problem = qxkit::loadVirtualDetector(*file);
-    if (!problem.empty())
-        throw ToolError(problem);
 }
 
 void flushOutput() {
@@ -75,6 +73,7 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
     addDemoCommand(app, chosen);
+    addCheckCommand(app, chosen);
     addSnrCommand(app, chosen);
     addInfoCommand(app, chosen);
     addPreviewCommand(app, chosen);

@@ -39,17 +39,25 @@ LibraryPath toLibraryPath(const std::string& path) {
                     " with a header; give another --shape (qxutils info lists those that fit)");
 }
 
-// The first bytes of a file.
-std::vector<char> readFileBytes(const std::string& path, std::int64_t bytes) {
+// The first values of a file.
+template <class Value>
+std::vector<Value> readValues(const std::string& path, std::size_t count) {
     const LibraryPath file = toLibraryPath(path);
-    std::vector<char> content(static_cast<std::size_t>(bytes));
+    std::vector<Value> content(count);
     const int status =
-        readImageFromDisk(file.directory.c_str(), file.name.c_str(), content.data(), static_cast<int>(bytes));
+        readImageFromDisk(file.directory.c_str(), file.name.c_str(), reinterpret_cast<char*>(content.data()),
+                          static_cast<int>(count * sizeof(Value)));
     if (status != StatusOk) {
         throw ToolError(path + ": cannot be read (status " + std::to_string(status) + ": " + getStatusMessage(status) +
                         "); check that you may read it");
     }
     return content;
+}
+
+template <class Image>
+void savePixels(const std::string& path, const Image& image) {
+    const auto* bytes = reinterpret_cast<const char*>(image.pixels.data());
+    writeFile(path, {bytes, image.pixels.size() * sizeof(image.pixels[0])});
 }
 
 }  // namespace
@@ -59,16 +67,33 @@ RawImage loadRawImage(const std::string& path, const Shape& shape) {
     const bool hasHeader = bytes == shape.pixelBytes() + kImageHeaderBytes;
     if (!hasHeader && bytes != shape.pixelBytes())
         throwSizeMismatch(path, shape, bytes);
-    const std::vector<char> content = readFileBytes(path, bytes);
+    const std::vector<char> content = readValues<char>(path, static_cast<std::size_t>(bytes));
     RawImage image{shape, hasHeader, std::vector<WORD>(static_cast<std::size_t>(shape.pixelCount()))};
     std::memcpy(image.pixels.data(), content.data() + (hasHeader ? kImageHeaderBytes : 0),
                 static_cast<std::size_t>(shape.pixelBytes()));
     return image;
 }
 
+FloatImage loadFloatImage(const std::string& path, const Shape& shape) {
+    const std::int64_t bytes = fileBytes(path, kRawImageWanted);
+    const std::int64_t wanted = shape.pixelCount() * std::int64_t{sizeof(float)};
+    if (bytes != wanted) {
+        throw ToolError(path + ": " + std::to_string(bytes) + " bytes, but " + toText(shape) +
+                        " pixels in single precision need " + std::to_string(wanted) + "; give another --shape");
+    }
+    return {shape, readValues<float>(path, static_cast<std::size_t>(shape.pixelCount()))};
+}
+
+std::vector<WORD> loadWords(const std::string& path, std::size_t count) {
+    return readValues<WORD>(path, count);
+}
+
 void saveRawImage(const std::string& path, const RawImage& image) {
-    const auto* bytes = reinterpret_cast<const char*>(image.pixels.data());
-    writeFile(path, {bytes, static_cast<std::size_t>(image.shape.pixelBytes())});
+    savePixels(path, image);
+}
+
+void saveFloatImage(const std::string& path, const FloatImage& image) {
+    savePixels(path, image);
 }
 
 }  // namespace qx::tool

@@ -20,11 +20,12 @@ std::vector<std::size_t> TextTable::columnWidths() const {
 void TextTable::print(std::ostream& out) const {
     const std::vector<std::size_t> widths = columnWidths();
     for (const auto& row : rows_) {
+        std::string line;
         for (std::size_t column = 0; column < row.size(); ++column) {
-            out << "  " << (column == 0 ? std::left : std::right) << std::setw(static_cast<int>(widths[column]))
-                << row[column];
+            const std::string blanks(widths[column] - row[column].size(), ' ');
+            line += leftColumns_.contains(column) ? "  " + row[column] + blanks : "  " + blanks + row[column];
         }
-        out << '\n';
+        out << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
     }
 }
 
