@@ -4,6 +4,7 @@
 #include "foundation/VectorLevel.h"
 #include "harness/Measure.h"
 #include "harness/Report.h"
+#include "harness/SilentOutput.h"
 
 #include <CLI/CLI.hpp>
 #include <QxSysMgt.h>
@@ -108,6 +109,7 @@ private:
 void prepare(const Options& options) {
     chooseLevel(options.level);
     keepPeersSingleThreaded();
+    bufferOutput();
     getConfigInfo()->loggingEnabled = 0;
     initialiseMeasuring();
 }

@@ -7,7 +7,8 @@ namespace qx::bench {
 
 std::vector<RowEntry> allRows() {
     std::vector<RowEntry> rows;
-    for (const auto& group : {snrRows(), momentRows(), medianRows(), histogramRows(), crcRows()})
+    for (const auto& group : {snrRows(), uniformityRows(), firstImageRows(), afeRows(), binningRows(), momentRows(),
+                              medianRows(), columnMedianRows(), histogramRows(), fitRows(), crcRows()})
         std::ranges::copy(group, std::back_inserter(rows));
     return rows;
 }

@@ -7,9 +7,15 @@
 namespace qx::bench {
 
 std::vector<RowEntry> snrRows();
+std::vector<RowEntry> uniformityRows();
+std::vector<RowEntry> firstImageRows();
+std::vector<RowEntry> afeRows();
+std::vector<RowEntry> binningRows();
 std::vector<RowEntry> momentRows();
 std::vector<RowEntry> medianRows();
+std::vector<RowEntry> columnMedianRows();
 std::vector<RowEntry> histogramRows();
+std::vector<RowEntry> fitRows();
 std::vector<RowEntry> crcRows();
 
 // All of them in the order of the table.

@@ -9,6 +9,7 @@ namespace {
 constexpr double kPedestal = 208;
 constexpr double kLevel = 52000;
 constexpr double kVariancePerCount = 0.75;
+const double kSigma = std::sqrt(kVariancePerCount * kLevel);
 
 }  // namespace
 
@@ -20,9 +21,21 @@ std::size_t byteCount(const Image& image) {
     return image.pixels.size() * sizeof(WORD);
 }
 
+std::size_t byteCount(const FloatImage& image) {
+    return image.pixels.size() * sizeof(float);
+}
+
 std::shared_ptr<const Image> flatField(int side) {
-    const double sigma = std::sqrt(kVariancePerCount * kLevel);
-    return std::make_shared<const Image>(test::flatImage(side, side, kPedestal + kLevel, sigma, 1));
+    return std::make_shared<const Image>(test::flatImage(side, side, kPedestal + kLevel, kSigma, 1));
+}
+
+FloatImage floatFlatField(int width, int height) {
+    FloatImage image{width, height, {}};
+    image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    test::SplitMix64 random(5);
+    for (float& pixel : image.pixels)
+        pixel = static_cast<float>(kPedestal + kLevel + kSigma * random.gaussian());
+    return image;
 }
 
 std::shared_ptr<const Image> uniformPixels(int side) {

@@ -15,8 +15,24 @@ using Image = test::TestImage;
 int pixelCount(const Image& image);
 std::size_t byteCount(const Image& image);
 
+// An image between two corrections.
+struct FloatImage {
+    int width;
+    int height;
+    std::vector<float> pixels;
+
+    const float* data() const { return pixels.data(); }
+    float* data() { return pixels.data(); }
+    float* row(int y) { return data() + static_cast<std::ptrdiff_t>(y) * width; }
+};
+
+std::size_t byteCount(const FloatImage& image);
+
 // A corrected flat field of side x side pixels: 52,000 counts above the pedestal, a variance of 0.75 counts a count.
 std::shared_ptr<const Image> flatField(int side);
+
+// The same without the rounding to whole counts.
+FloatImage floatFlatField(int width, int height);
 
 // Every pixel uniformly random in 0..65535: the worst case for histograms and branches.
 std::shared_ptr<const Image> uniformPixels(int side);

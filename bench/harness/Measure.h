@@ -26,7 +26,7 @@ struct Effort {
 void initialiseMeasuring();
 
 // Runs each method once, then measures all of them in random order. Methods slower than a quarter of a second run one
-// iteration in at most three repetitions.
+// iteration in at most three repetitions; the time of those slower than five seconds is that of the first run.
 // Throws std::runtime_error when a method's result disagrees with ours: times of wrong results mean nothing.
 RowTimes measureRow(const Row& row, const Effort& effort);
 

@@ -64,4 +64,25 @@ __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t strea
     return total + sumOfPart(bytes + done, byteCount - done);
 }
 
+// The lowest bit of every byte changes, so that floats stay numbers of their size.
+__attribute__((target_clones("default", "avx2", "avx512f"))) void streamUpdate(void* data,
+                                                                               std::size_t byteCount) noexcept {
+    constexpr unsigned char kLowBit = 1;
+    constexpr std::uint64_t kLowBits = 0x0101010101010101u;
+    auto* bytes = static_cast<unsigned char*>(data);
+    const std::size_t head = bytesBeforeBlocks(data, byteCount);
+    auto* block = reinterpret_cast<Block*>(bytes + head);
+    const std::size_t blocks = (byteCount - head) / sizeof(Block);
+    const Block mask = Block{} + kLowBits;
+    for (std::size_t i = 0; i < blocks; ++i) {
+        if (i + kPrefetchBlocks < blocks)
+            __builtin_prefetch(block + i + kPrefetchBlocks, 1);
+        block[i] ^= mask;
+    }
+    for (std::size_t i = 0; i < head; ++i)
+        bytes[i] ^= kLowBit;
+    for (std::size_t i = head + blocks * sizeof(Block); i < byteCount; ++i)
+        bytes[i] ^= kLowBit;
+}
+
 }  // namespace qx::bench

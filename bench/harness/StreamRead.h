@@ -1,6 +1,7 @@
 #pragma once
 
-// The limit of work that must look at every byte: reading them once with the widest vectors the processor has.
+// The limit of work that must look at every byte, or change every byte: passing them once through the widest vectors
+// the processor has.
 
 #include <cstddef>
 #include <cstdint>
@@ -9,5 +10,8 @@ namespace qx::bench {
 
 // Sum of the bytes taken as 64-bit words, so that no read can be left out.
 std::uint64_t streamRead(const void* data, std::size_t byteCount) noexcept;
+
+// Reads every byte and writes another one in its place.
+void streamUpdate(void* data, std::size_t byteCount) noexcept;
 
 }  // namespace qx::bench

@@ -38,17 +38,17 @@ py::object compileMeasure(const char* source) {
     return names["measure"];
 }
 
-py::array view(const Image& image) {
+template <class Pixel, class AnyImage>
+py::array view(const AnyImage& image) {
     // With an owner the array refers to the pixels; the method itself keeps them alive.
     const py::capsule owner(image.data(), [](void*) {});
-    return py::array_t<WORD>({image.height, image.width}, image.data(), owner);
+    return py::array_t<Pixel>({image.height, image.width}, image.data(), owner);
 }
 
-}  // namespace
-
-Method numpy(const char* source, const std::shared_ptr<const Image>& image) {
+template <class Pixel, class AnyImage>
+Method measureImage(const char* source, const std::shared_ptr<const AnyImage>& image) {
     startInterpreter();
-    return [image, measure = compileMeasure(source), pixels = view(*image)] {
+    return [image, measure = compileMeasure(source), pixels = view<Pixel>(*image)] {
         const py::object result = measure(pixels);
         if (py::isinstance<py::list>(result))
             return result.cast<std::vector<double>>();
@@ -56,9 +56,23 @@ Method numpy(const char* source, const std::shared_ptr<const Image>& image) {
     };
 }
 
+}  // namespace
+
+Method numpy(const char* source, const std::shared_ptr<const Image>& image) {
+    return measureImage<WORD>(source, image);
+}
+
+Method numpy(const char* source, const std::shared_ptr<const FloatImage>& image) {
+    return measureImage<float>(source, image);
+}
+
 #else
 
 Method numpy(const char*, const std::shared_ptr<const Image>&) {
+    return {};
+}
+
+Method numpy(const char*, const std::shared_ptr<const FloatImage>&) {
     return {};
 }
 

@@ -1,0 +1,83 @@
+#include "Rows.h"
+#include "harness/HeldDetector.h"
+#include "harness/Images.h"
+#include "harness/StreamRead.h"
+
+#include "PlainAfe.h"
+
+#include <QxUtils/Correction.h>
+
+namespace {
+
+using namespace qx::bench;
+
+// A flat field whose AFEs differ by up to 3 %; every fifth one has a dim first column, every seventh a dim last one.
+FloatImage unbalancedField(int side, int afeWidth) {
+    constexpr double kLargestStep = 0.03;
+    constexpr float kDim = 0.9f;
+    FloatImage image = floatFlatField(side, side);
+    std::vector<float> gains(static_cast<std::size_t>(side), 1.0f);
+    qx::test::SplitMix64 random(7);
+    for (int block = 0; (block + 1) * afeWidth <= side; ++block) {
+        const auto first = gains.begin() + block * afeWidth;
+        const auto gain = static_cast<float>(1 + kLargestStep * (2 * random.uniform() - 1));
+        std::fill_n(first, afeWidth, gain);
+        if (block % 5 == 1)
+            first[0] *= kDim;
+        if (block % 7 == 2)
+            first[afeWidth - 1] *= kDim;
+    }
+    for (int y = 0; y < side; ++y)
+        for (int x = 0; x < side; ++x)
+            image.row(y)[x] *= gains[static_cast<std::size_t>(x)];
+    return image;
+}
+
+// An image that a method changes, for comparison after its first run.
+struct ChangedImage {
+    std::shared_ptr<const FloatImage> image;
+};
+
+std::vector<double> toNumbers(const ChangedImage& changed) {
+    return {changed.image->pixels.begin(), changed.image->pixels.end()};
+}
+
+// Every method balances an image of its own, again and again: the first run finds the steps and takes them out, the
+// later ones do the same work with gains of about 1.
+template <class Balance>
+Method onOwnImage(const FloatImage& unbalanced, Balance balance) {
+    return [own = std::make_shared<FloatImage>(unbalanced), balance] {
+        balance(*own);
+        return ChangedImage{own};
+    };
+}
+
+Row afeRow(int side, int afeWidth) {
+    const auto detector = std::make_shared<HeldDetector>();
+    qxkit::virtualDetector().afeWidth = afeWidth;
+    const FloatImage unbalanced = unbalancedField(side, afeWidth);
+    return {.ours = onOwnImage(
+                unbalanced, [](FloatImage& image) { correctRDwithoutRgain(image.data(), image.width, image.height); }),
+            .plain = onOwnImage(unbalanced,
+                                [afeWidth](FloatImage& image) {
+                                    qx::plain::correctRDwithoutRgain(image.data(), image.width, image.height, afeWidth);
+                                }),
+            .limitName = "one read, one update",
+            .limit = onOwnImage(unbalanced,
+                                [](FloatImage& image) {
+                                    streamRead(image.data(), byteCount(image));
+                                    streamUpdate(image.data(), byteCount(image));
+                                }),
+            .keepAlive = detector};
+}
+
+}  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::afeRows() {
+    return {
+        {"correctRDwithoutRgain 3072 x 3072, AFEs of 32 columns",
+         [](const Scale& scale) { return afeRow(scale.pick(3072, 300), 32); }},
+        {"correctRDwithoutRgain 3072 x 3072, AFEs of 128 columns",
+         [](const Scale& scale) { return afeRow(scale.pick(3072, 600), 128); }},
+    };
+}
