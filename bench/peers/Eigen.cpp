@@ -1,3 +1,4 @@
+#include "harness/Quadric.h"
 #include "peers/Peers.h"
 
 #ifdef QX_BENCH_EIGEN
@@ -33,9 +34,7 @@ Method eigenQuadric(const std::shared_ptr<const FloatImage>& image) {
         const Eigen::Map<const Eigen::VectorXf> values(image->data(), design.rows());
         const Eigen::BDCSVD<Eigen::MatrixXf> decomposition(design, Eigen::ComputeThinU | Eigen::ComputeThinV);
         const Eigen::VectorXf c = decomposition.solve(values);
-        std::vector<float> result(c.begin(), c.end());
-        result.push_back((design * c - values).squaredNorm());
-        return result;
+        return heightsOfQuadric(std::span<const float, kTerms>(c.data(), kTerms), *image);
     };
 }
 

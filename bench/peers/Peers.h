@@ -20,7 +20,7 @@ Method numpy(const char* source, const std::shared_ptr<const Image>& image);
 Method numpy(const char* source, const std::shared_ptr<const FloatImage>& image);
 
 // Eigen::BDCSVD in single precision of the design matrix 1, X, Y, XY, X^2, Y^2, X = column - width / 2 and Y = row -
-// height / 2. Returns the six coefficients and the sum of the squared residuals.
+// height / 2. Returns heightsOfQuadric.
 Method eigenQuadric(const std::shared_ptr<const FloatImage>& image);
 
 // crc32 over a file that is read piece by piece.

@@ -39,6 +39,12 @@ struct FloatKernels {
     // sums[x] += row[x].
     void (*add)(const float* row, int count, float* sums) noexcept;
 
+    // sums[i] += factor x[i].
+    void (*addMultiple)(const float* x, int count, float factor, float* sums) noexcept;
+
+    // x[i] and z[i] become x[i] c + z[i] s and z[i] c - x[i] s.
+    void (*rotate)(float* x, float* z, int count, float c, float s) noexcept;
+
     // Multiplies the values below `limit`, each by its factor.
     void (*scaleBelow)(float* row, int count, const float* factors, float limit) noexcept;
 };

@@ -444,6 +444,19 @@ void add(const float* row, int count, float* sums) noexcept {
         sums[x] += row[x];
 }
 
+void addMultiple(const float* __restrict x, int count, float factor, float* __restrict sums) noexcept {
+    for (int i = 0; i < count; ++i)
+        sums[i] += factor * x[i];
+}
+
+void rotate(float* __restrict x, float* __restrict z, int count, float c, float s) noexcept {
+    for (int i = 0; i < count; ++i) {
+        const float first = x[i];
+        x[i] = first * c + z[i] * s;
+        z[i] = z[i] * c - first * s;
+    }
+}
+
 void scaleBelow(float* row, int count, const float* factors, float limit) noexcept {
     for (int x = 0; x < count; ++x)
         row[x] = row[x] < limit ? row[x] * factors[x] : row[x];
@@ -451,6 +464,7 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
 
 }  // namespace
 
-const FloatKernels QX_TABLE(QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums, raise, add, scaleBelow};
+const FloatKernels QX_TABLE(QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums, raise,
+                                         add,       addMultiple, rotate,  scaleBelow};
 
 }  // namespace qx

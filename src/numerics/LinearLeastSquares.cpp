@@ -4,12 +4,14 @@
 #include "foundation/Diagnostics.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
+#include "numerics/FloatKernels.h"
 #include "numerics/SingularValues.h"
 #include "platform/Console.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 
 namespace qx {
 namespace {
@@ -28,32 +30,41 @@ void editSingularValues(float* w, int count) noexcept {
 
 class Fit {
 public:
-    // values holds a number for each of the `count` basis functions, weighted one for each sample.
-    Fit(const FitSamples& samples, FitBasis basis, int first, int second, float* values, int count, float* weighted)
-        : samples_(samples), basis_(basis), first_(first), second_(second), values_(values), count_(count),
-          weighted_(weighted) {}
+    // scratch holds a number for each sample.
+    Fit(const FitSamples& samples, FitBasis basis, int first, int second, float* scratch)
+        : samples_(samples), basis_(basis), first_(first), second_(second), scratch_(scratch) {}
 
     int solve(float* a, const FitWorkspace& workspace) noexcept {
         fillDesign(workspace.u);
+        const float* const weighted = weightedData();
         int status = svdcmp(workspace.u, workspace.w, workspace.v);
         if (status != StatusOk)
             return status;
-        editSingularValues(workspace.w, count_);
-        return svdBackSubstitute(workspace.u, workspace.w, workspace.v, weighted_, a);
+        editSingularValues(workspace.w, workspace.u.columns);
+        return svdBackSubstitute(workspace.u, workspace.w, workspace.v, weighted, a);
     }
 
-    // Chi-square and the squared correlation, every sum in the order of the samples.
-    float measure(const float* a, float& fitResult) noexcept {
+    // Chi-square and the squared correlation, every sum in the order of the samples. The memory of U serves for the
+    // basis once more.
+    float measure(const float* a, ColumnMatrix values, float& fitResult) noexcept {
+        const float* const fitted = fittedData(a, values);
+        constexpr int kSamples = 256;
+        std::array<float, kSamples> residuals;
         float chiSquare = 0.0f;
         float dataSum = 0.0f;
         float fitSum = 0.0f;
-        float* const fitted = weighted_;
-        for (int i = 0; i < samples_.count; ++i) {
-            fitted[i] = valueAt(i, a);
-            const float residual = (samples_.y[i] - fitted[i]) / samples_.sigma[i];
-            chiSquare += residual * residual;
-            dataSum += samples_.y[i];
-            fitSum += fitted[i];
+        for (int start = 0; start < samples_.count; start += kSamples) {
+            const int count = std::min(kSamples, samples_.count - start);
+            const float* const data = samples_.y + start;
+            const float* const fit = fitted + start;
+            for (int i = 0; i < count; ++i)
+                residuals[static_cast<std::size_t>(i)] = (data[i] - fit[i]) / samples_.sigma[start + i];
+            for (int i = 0; i < count; ++i) {
+                const float residual = residuals[static_cast<std::size_t>(i)];
+                chiSquare += residual * residual;
+                dataSum += data[i];
+                fitSum += fit[i];
+            }
         }
         const auto size = static_cast<float>(samples_.count);
         fitResult = correlation(fitted, dataSum / size, fitSum / size);
@@ -61,24 +72,32 @@ public:
     }
 
 private:
-    void evaluate(int i) noexcept { basis_(samples_.x[i], values_, count_, first_, second_); }
-
+    // Leaves the weights in the scratch.
     void fillDesign(ColumnMatrix u) noexcept {
-        for (int i = 0; i < samples_.count; ++i) {
-            evaluate(i);
-            const float weight = 1.0f / samples_.sigma[i];
-            for (int j = 0; j < count_; ++j)
-                u.at(i, j) = values_[j] * weight;
-            weighted_[i] = samples_.y[i] * weight;
-        }
+        basis_(samples_.x, u, first_, second_);
+        for (int i = 0; i < samples_.count; ++i)
+            scratch_[i] = 1.0f / samples_.sigma[i];
+        for (int j = 0; j < u.columns; ++j)
+            multiplyByScratch(u.column(j));
     }
 
-    float valueAt(int i, const float* a) noexcept {
-        evaluate(i);
-        float sum = 0.0f;
-        for (int j = 0; j < count_; ++j)
-            sum += a[j] * values_[j];
-        return sum;
+    void multiplyByScratch(float* __restrict values) const noexcept {
+        for (int i = 0; i < samples_.count; ++i)
+            values[i] *= scratch_[i];
+    }
+
+    const float* weightedData() noexcept {
+        for (int i = 0; i < samples_.count; ++i)
+            scratch_[i] *= samples_.y[i];
+        return scratch_;
+    }
+
+    const float* fittedData(const float* a, ColumnMatrix values) noexcept {
+        basis_(samples_.x, values, first_, second_);
+        std::fill_n(scratch_, samples_.count, 0.0f);
+        for (int j = 0; j < values.columns; ++j)
+            floatKernels().addMultiple(values.column(j), samples_.count, a[j], scratch_);
+        return scratch_;
     }
 
     float correlation(const float* fitted, float dataMean, float fitMean) const noexcept {
@@ -100,23 +119,20 @@ private:
     FitBasis basis_;
     int first_;
     int second_;
-    float* values_;
-    int count_;
-    float* weighted_;
+    float* scratch_;
 };
 
 }  // namespace
 
-int svdfit(const FitSamples& samples, int first, int second, float* a, int count, const FitWorkspace& workspace,
-           float& chiSquare, FitBasis basis, float& fitResult) noexcept {
+int svdfit(const FitSamples& samples, int first, int second, float* a, const FitWorkspace& workspace, float& chiSquare,
+           FitBasis basis, float& fitResult) noexcept {
     logBegin("svdfit");
-    Scratch<float> weighted(static_cast<std::size_t>(samples.count));
-    Scratch<float> values(static_cast<std::size_t>(count));
-    if (!weighted || !values) {
+    Scratch<float> scratch(static_cast<std::size_t>(samples.count));
+    if (!scratch) {
         printConsole("allocation failure in vector()");
         return StatusAllocationFailed;
     }
-    Fit fit(samples, basis, first, second, values.data(), count, weighted.data());
+    Fit fit(samples, basis, first, second, scratch.data());
     const int status = fit.solve(a, workspace);
     if (status == StatusFitNotConverged) {
         printDebug("svdfit failed, no convergence in 30 svdcmp iterations\n");
@@ -125,7 +141,7 @@ int svdfit(const FitSamples& samples, int first, int second, float* a, int count
     }
     if (status != StatusOk)
         return status;
-    chiSquare = fit.measure(a, fitResult);
+    chiSquare = fit.measure(a, workspace.u, fitResult);
     logInfo(kLogNoValue, "fitResult=%.3f", static_cast<double>(fitResult));
     logEnd("svdfit", " terminates with a return value ", StatusOk);
     return StatusOk;

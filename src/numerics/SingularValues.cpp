@@ -3,6 +3,7 @@
 #include "QxUtils/StatusCode.h"
 #include "foundation/Scratch.h"
 #include "numerics/DotProducts.h"
+#include "numerics/FloatKernels.h"
 #include "platform/Console.h"
 
 #include <algorithm>
@@ -45,12 +46,19 @@ struct Rotation {
     float s;
 };
 
-void rotate(float* __restrict x, float* __restrict z, int count, float c, float s) noexcept {
-    for (int k = 0; k < count; ++k) {
-        const float y = x[k];
-        x[k] = y * c + z[k] * s;
-        z[k] = z[k] * c - y * s;
-    }
+// Rows that are worked on together, so that they stay in the fastest memory and the additions of an ordered sum overlap
+// with the next rows' updates.
+constexpr int kRowsAtOnce = 256;
+
+void multiply(float* values, int count, float factor) noexcept {
+    for (int k = 0; k < count; ++k)
+        values[k] *= factor;
+}
+
+template <class Work>
+void forRowGroups(int firstRow, int endRow, Work work) {
+    for (int row = firstRow; row < endRow; row += kRowsAtOnce)
+        work(row, std::min(kRowsAtOnce, endRow - row));
 }
 
 // Rotations of a tall matrix, gathered and then applied to a few rows at a time.
@@ -65,14 +73,12 @@ public:
     }
 
     void apply() noexcept {
-        constexpr int kRows = 256;
-        for (int row = 0; row < matrix_.rows; row += kRows) {
-            const int rows = std::min(kRows, matrix_.rows - row);
+        forRowGroups(0, matrix_.rows, [this](int row, int rows) {
             for (std::size_t i = 0; i < count_; ++i) {
                 const Rotation& r = pending_[i];
-                rotate(matrix_.column(r.first) + row, matrix_.column(r.second) + row, rows, r.c, r.s);
+                floatKernels().rotate(matrix_.column(r.first) + row, matrix_.column(r.second) + row, rows, r.c, r.s);
             }
-        }
+        });
         count_ = 0;
     }
 
@@ -85,19 +91,17 @@ private:
 // The steps of the decomposition. Sums keep the order of rows or columns.
 class Decomposition {
 public:
-    // offDiagonal and sums hold a value a column.
-    Decomposition(ColumnMatrix u, float* w, ColumnMatrix v, float* offDiagonal, float* sums) noexcept
-        : u_(u), v_(v), w_(w), rv1_(offDiagonal), sums_(sums), rotations_(u) {}
+    // offDiagonal, factors and sums hold a value a column.
+    Decomposition(ColumnMatrix u, float* w, ColumnMatrix v, float* offDiagonal, float* factors, float* sums) noexcept
+        : u_(u), v_(v), w_(w), rv1_(offDiagonal), factors_(factors), sums_(sums), rotations_(u) {}
 
     void bidiagonalise() noexcept {
-        float g = 0.0f;
-        float scale = 0.0f;
+        addMagnitudes(u_.column(0), u_.rows);
+        float besideDiagonal = 0.0f;
         for (int i = 0; i < u_.columns; ++i) {
-            rv1_[i] = scale * g;
-            w_[i] = i < u_.rows ? reduceColumn(i) : 0.0f;
-            g = scale = 0.0f;
-            if (i < u_.rows && i + 1 < u_.columns)
-                reduceRow(i, g, scale);
+            rv1_[i] = besideDiagonal;
+            w_[i] = 0.0f;
+            besideDiagonal = i < u_.rows ? reduce(i) : 0.0f;
             const float norm = std::fabs(w_[i]) + std::fabs(rv1_[i]);
             norm_ = norm_ > norm ? norm_ : norm;
         }
@@ -118,16 +122,13 @@ public:
     }
 
     void accumulateLeft() noexcept {
-        for (int i = std::min(u_.rows, u_.columns) - 1; i >= 0; --i) {
+        const int last = std::min(u_.rows, u_.columns) - 1;
+        dotProducts(u_.column(last), u_, last + 1, u_.columns, last + 1, sums_);
+        for (int i = last; i >= 0; --i) {
             for (int j = i + 1; j < u_.columns; ++j)
                 u_.at(i, j) = 0.0f;
-            float* const column = u_.column(i);
             const float g = w_[i];
-            if (g != 0.0f)
-                accumulateLeftColumn(i, 1.0f / g);
-            else
-                std::fill(column + i, column + u_.rows, 0.0f);
-            column[i] += 1.0f;
+            accumulateLeftColumn(i, g != 0.0f, 1.0f / g);
         }
     }
 
@@ -143,38 +144,77 @@ public:
 private:
     bool isNegligible(float value) const noexcept { return std::fabs(value) + norm_ == norm_; }
 
-    // Householder reflection of column i from row i on; returns the diagonal element.
-    float reduceColumn(int i) noexcept {
+    // Householder reflections of column i from row i on, then of row i right of the diagonal. Finds the diagonal
+    // element and returns the one beside it, which belongs to the next column.
+    float reduce(int i) noexcept {
+        const float columnScale = magnitudes_;
+        if (columnScale != 0.0f)
+            w_[i] = columnScale * reflectColumn(i, columnScale);
+        const auto updateRows = [=, this](int row, int rows) {
+            if (columnScale != 0.0f)
+                finishColumn(i, columnScale, row, rows);
+        };
+        updateRows(i, 1);
+        float g = 0.0f;
+        const float rowScale = reflectRow(i, g);
+        magnitudes_ = 0.0f;
+        forRowGroups(i + 1, u_.rows, [&](int row, int rows) {
+            updateRows(row, rows);
+            if (rowScale != 0.0f)
+                reflectRows(i, row, rows);
+            if (i + 1 < u_.columns)
+                addMagnitudes(u_.column(i + 1) + row, rows);
+        });
+        for (int k = i + 1; k < u_.columns; ++k)
+            u_.at(i, k) *= rowScale;
+        return rowScale * g;
+    }
+
+    void addMagnitudes(const float* values, int count) noexcept {
+        for (int k = 0; k < count; ++k)
+            magnitudes_ += std::fabs(values[k]);
+    }
+
+    // Returns what the diagonal element is of the scale, and leaves each later column's multiple in factors_.
+    float reflectColumn(int i, float scale) noexcept {
         float* const column = u_.column(i);
-        float scale = 0.0f;
-        for (int k = i; k < u_.rows; ++k)
-            scale += std::fabs(column[k]);
-        if (scale == 0.0f)
-            return 0.0f;
         float s = 0.0f;
-        for (int k = i; k < u_.rows; ++k) {
-            column[k] /= scale;
-            s += column[k] * column[k];
-        }
+        forRowGroups(i, u_.rows, [&](int row, int rows) {
+            for (int k = row; k < row + rows; ++k)
+                column[k] /= scale;
+            for (int k = row; k < row + rows; ++k)
+                s += column[k] * column[k];
+        });
         const float f = column[i];
         const float g = -withSignOf(squareRoot(s), f);
         const float h = f * g - s;
         column[i] = f - g;
         dotProducts(column, u_, i + 1, u_.columns, i, sums_);
         for (int j = i + 1; j < u_.columns; ++j)
-            addMultiple(sums_[j] / h, column, u_.column(j), i);
-        for (int k = i; k < u_.rows; ++k)
-            column[k] *= scale;
-        return scale * g;
+            factors_[j] = sums_[j] / h;
+        return g;
     }
 
-    // Householder reflection of row i right of the diagonal.
-    void reduceRow(int i, float& g, float& scale) noexcept {
+    void finishColumn(int i, float scale, int row, int rows) noexcept {
+        addColumnMultiples(i, row, rows);
+        multiply(u_.column(i) + row, rows, scale);
+    }
+
+    // The later columns += their multiples of column i.
+    void addColumnMultiples(int i, int row, int rows) noexcept {
+        for (int j = i + 1; j < u_.columns; ++j)
+            floatKernels().addMultiple(u_.column(i) + row, rows, factors_[j], u_.column(j) + row);
+    }
+
+    // Returns the scale of the row, 0 when there is nothing to reflect, and finds what the element beside the diagonal
+    // is of it. Leaves the multiples for the rows below in rv1.
+    float reflectRow(int i, float& g) noexcept {
         const int n = u_.columns;
+        float scale = 0.0f;
         for (int k = i + 1; k < n; ++k)
             scale += std::fabs(u_.at(i, k));
         if (scale == 0.0f)
-            return;
+            return scale;
         float s = 0.0f;
         for (int k = i + 1; k < n; ++k) {
             u_.at(i, k) /= scale;
@@ -186,27 +226,16 @@ private:
         u_.at(i, i + 1) = f - g;
         for (int k = i + 1; k < n; ++k)
             rv1_[k] = u_.at(i, k) / h;
-        reflectRows(i);
-        for (int k = i + 1; k < n; ++k)
-            u_.at(i, k) *= scale;
+        return scale;
     }
 
-    // Every row below i on its own: its product with row i, then the multiple of rv1. A stretch of rows at a time.
-    void reflectRows(int i) noexcept {
-        constexpr int kRows = 256;
-        std::array<float, kRows> sums;
-        for (int row = i + 1; row < u_.rows; row += kRows) {
-            const int rows = std::min(kRows, u_.rows - row);
-            std::fill_n(sums.begin(), rows, 0.0f);
-            for (int k = i + 1; k < u_.columns; ++k)
-                for (int r = 0; r < rows; ++r)
-                    sums[static_cast<std::size_t>(r)] += u_.column(k)[row + r] * u_.at(i, k);
-            for (int k = i + 1; k < u_.columns; ++k) {
-                float* const column = u_.column(k) + row;
-                for (int r = 0; r < rows; ++r)
-                    column[r] += sums[static_cast<std::size_t>(r)] * rv1_[k];
-            }
-        }
+    // Every row below i on its own: its product with row i, then the multiple of rv1.
+    void reflectRows(int i, int row, int rows) noexcept {
+        std::array<float, kRowsAtOnce> sums{};
+        for (int k = i + 1; k < u_.columns; ++k)
+            floatKernels().addMultiple(u_.column(k) + row, rows, u_.at(i, k), sums.data());
+        for (int k = i + 1; k < u_.columns; ++k)
+            floatKernels().addMultiple(sums.data(), rows, rv1_[k], u_.column(k) + row);
     }
 
     void accumulateRightColumn(int i, float g) noexcept {
@@ -222,19 +251,25 @@ private:
         }
     }
 
-    void accumulateLeftColumn(int i, float g) noexcept {
+    // Column i of U from its reflection, times `inverse`, and what it adds to the later columns; the sums for the
+    // column before it come along.
+    void accumulateLeftColumn(int i, bool isReflected, float inverse) noexcept {
         float* const column = u_.column(i);
-        dotProducts(column, u_, i + 1, u_.columns, i + 1, sums_);
         for (int j = i + 1; j < u_.columns; ++j)
-            addMultiple((sums_[j] / column[i]) * g, column, u_.column(j), i);
-        for (int k = i; k < u_.rows; ++k)
-            column[k] *= g;
-    }
-
-    // column += factor * x from row `from` on.
-    void addMultiple(float factor, const float* __restrict x, float* __restrict column, int from) const noexcept {
-        for (int k = from; k < u_.rows; ++k)
-            column[k] += factor * x[k];
+            factors_[j] = (sums_[j] / column[i]) * inverse;
+        std::fill(sums_, sums_ + u_.columns, 0.0f);
+        forRowGroups(i, u_.rows, [&](int row, int rows) {
+            if (isReflected) {
+                addColumnMultiples(i, row, rows);
+                multiply(column + row, rows, inverse);
+            } else {
+                std::fill_n(column + row, rows, 0.0f);
+            }
+            if (row == i)
+                column[i] += 1.0f;
+            if (i > 0)
+                addDotProducts(u_.column(i - 1), u_, i, u_.columns, row, row + rows, sums_);
+        });
     }
 
     // Implicitly shifted QR sweeps until the singular value k stands alone.
@@ -312,7 +347,7 @@ private:
             g = g * c - x * s;
             h = y * s;
             y *= c;
-            rotate(v_.column(j), v_.column(j + 1), v_.rows, c, s);
+            floatKernels().rotate(v_.column(j), v_.column(j + 1), v_.rows, c, s);
             z = hypotenuse(f, h);
             w_[j] = z;
             if (z != 0.0f) {
@@ -333,7 +368,9 @@ private:
     ColumnMatrix v_;
     float* w_;
     float* rv1_;
+    float* factors_;
     float* sums_;
+    float magnitudes_ = 0.0f;  // of the column that is next to be reduced
     float norm_ = 0.0f;
     PendingRotations rotations_;
 };
@@ -342,12 +379,12 @@ private:
 
 int svdcmp(ColumnMatrix u, float* w, ColumnMatrix v) noexcept {
     const auto n = static_cast<std::size_t>(u.columns);
-    Scratch<float> scratch(2 * n);
+    Scratch<float> scratch(3 * n);
     if (!scratch) {
         printConsole("allocation failure in vector()");
         return StatusAllocationFailed;
     }
-    Decomposition decomposition(u, w, v, scratch.data(), scratch.data() + n);
+    Decomposition decomposition(u, w, v, scratch.data(), scratch.data() + n, scratch.data() + 2 * n);
     decomposition.bidiagonalise();
     decomposition.accumulateRight();
     decomposition.accumulateLeft();

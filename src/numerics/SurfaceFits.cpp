@@ -43,7 +43,7 @@ bool fitBasis(const float* image, int width, int height, int terms, qx::FitBasis
     const qx::FitSamples samples{abscissas.data(), image, sigmas.data(), count};
     const qx::FitWorkspace workspace{
         {u.data(), count, terms}, {small.data(), terms, terms}, small.data() + columns * columns};
-    return qx::svdfit(samples, width, height, coefficients, terms, workspace, chiSquare, basis, quality) == StatusOk;
+    return qx::svdfit(samples, width, height, coefficients, workspace, chiSquare, basis, quality) == StatusOk;
 }
 
 bool anyNull(std::initializer_list<const void*> pointers) {

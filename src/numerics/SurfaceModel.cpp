@@ -2,45 +2,76 @@
 
 #include "foundation/CheckedNumbers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
 namespace qx {
 namespace {
 
-// Powers are formed as integers and rounded once.
-struct Offsets {
-    std::int64_t x;
-    std::int64_t y;
+// Pixels mostly follow each other, which saves the divisions.
+class PixelOffsets {
+public:
+    PixelOffsets(int width, int height) noexcept : width_(width), middleColumn_(width / 2), middleRow_(height / 2) {}
+
+    void moveTo(int index) noexcept {
+        const bool isNext = index > 0 && index - 1 == index_ && column_ + 1 < width_;
+        column_ = isNext ? column_ + 1 : index % width_;
+        row_ = isNext ? row_ : index / width_;
+        index_ = index;
+    }
+    float x() const noexcept { return static_cast<float>(column_ - middleColumn_); }
+    float y() const noexcept { return static_cast<float>(row_ - middleRow_); }
+
+private:
+    int width_;
+    std::int64_t middleColumn_;
+    std::int64_t middleRow_;
+    int index_ = -1;
+    int column_ = 0;
+    int row_ = 0;
 };
 
-Offsets offsetsOf(float abscissa, int width, int height) noexcept {
-    const int index = truncateToInt(abscissa - 1.0f);
-    return {index % width - width / 2, index / width - height / 2};
+// The product of two whole numbers, each exact in single precision, rounded once.
+void multiply(const float* a, const float* b, int count, float* __restrict products) noexcept {
+    for (int i = 0; i < count; ++i)
+        products[i] = a[i] * b[i];
 }
 
-void quadratic(const Offsets& o, float* values) noexcept {
-    values[0] = 1.0f;
-    values[1] = static_cast<float>(o.x);
-    values[2] = static_cast<float>(o.y);
-    values[3] = static_cast<float>(o.x * o.y);
-    values[4] = static_cast<float>(o.x * o.x);
-    values[5] = static_cast<float>(o.y * o.y);
+// The product of three, which double precision still holds.
+void multiply(const float* a, const float* b, const float* c, int count, float* __restrict products) noexcept {
+    for (int i = 0; i < count; ++i)
+        products[i] =
+            static_cast<float>(static_cast<double>(a[i]) * static_cast<double>(b[i]) * static_cast<double>(c[i]));
 }
 
 }  // namespace
 
-void quadraticBasis(float abscissa, float* values, int, int width, int height) noexcept {
-    quadratic(offsetsOf(abscissa, width, height), values);
+void quadraticBasis(const float* abscissas, ColumnMatrix values, int width, int height) noexcept {
+    const int count = values.rows;
+    float* const x = values.column(1);
+    float* const y = values.column(2);
+    PixelOffsets offsets(width, height);
+    for (int i = 0; i < count; ++i) {
+        offsets.moveTo(truncateToInt(abscissas[i] - 1.0f));
+        x[i] = offsets.x();
+        y[i] = offsets.y();
+    }
+    std::fill_n(values.column(0), count, 1.0f);
+    multiply(x, y, count, values.column(3));
+    multiply(x, x, count, values.column(4));
+    multiply(y, y, count, values.column(5));
 }
 
-void cubicBasis(float abscissa, float* values, int, int width, int height) noexcept {
-    const Offsets o = offsetsOf(abscissa, width, height);
-    quadratic(o, values);
-    values[6] = static_cast<float>(o.x * o.x * o.y);
-    values[7] = static_cast<float>(o.x * o.y * o.y);
-    values[8] = static_cast<float>(o.x * o.x * o.x);
-    values[9] = static_cast<float>(o.y * o.y * o.y);
+void cubicBasis(const float* abscissas, ColumnMatrix values, int width, int height) noexcept {
+    quadraticBasis(abscissas, values, width, height);
+    const int count = values.rows;
+    const float* const x = values.column(1);
+    const float* const y = values.column(2);
+    multiply(x, x, y, count, values.column(6));
+    multiply(x, y, y, count, values.column(7));
+    multiply(x, x, x, count, values.column(8));
+    multiply(y, y, y, count, values.column(9));
 }
 
 void quadricToPeakModel(const float* c, float* model) noexcept {

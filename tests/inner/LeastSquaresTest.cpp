@@ -96,7 +96,7 @@ Element byRow(int columns, Doubles values) {
     return [columns, values](int i, int j) { return values[i * columns + j]; };
 }
 
-Element design(qx::FitBasis basis, int count, int width, int height) {
+Element design(plain::FitBasis basis, int count, int width, int height) {
     return [=](int i, int j) {
         float values[10];
         basis(static_cast<float>(i + 1), values, count, width, height);
@@ -132,10 +132,10 @@ TEST(Svdcmp, published_matrices) {
                                                              : i * i; },
                     {32.958488687789668, 2.7954287539572911, 0.96104188170405347, 0});
     expectPublished(5, 1, byRow(1, {3, 4, 0, 0, 12}), {13});
-    expectPublished(861, 6, design(qx::quadraticBasis, 6, 41, 21),
+    expectPublished(861, 6, design(plain::quadraticBasis, 6, 41, 21),
                     {5570.2110539400155, 2102.3320384753679, 1184.3321314410668, 347.18870949384319, 177.67948671695339,
                      15.659406143046189});
-    expectPublished(3072, 10, design(qx::cubicBasis, 10, 64, 48),
+    expectPublished(3072, 10, design(plain::cubicBasis, 10, 64, 48),
                     {712697.23241386667, 420430.91689446417, 186326.32627967314, 177821.9274564427, 26743.221716748878,
                      14116.36045004679, 11133.89911259918, 373.96725192057391, 280.49967990038994, 29.572137991939879});
     // Negative values are turned around, the order stays.
@@ -260,11 +260,28 @@ struct Samples {
     int count() const { return static_cast<int>(y.size()); }
 };
 
+// The plain method asks for the values at one abscissa, the library for those at all of them.
 struct Basis {
     int count;
-    qx::FitBasis write;
+    plain::FitBasis at;
+    qx::FitBasis fill;
     int first = 0, second = 0;
 };
+
+template <plain::FitBasis at>
+void fillBy(const float* abscissas, qx::ColumnMatrix values, int first, int second) noexcept {
+    Floats row(values.columns);
+    for (int i = 0; i < values.rows; ++i) {
+        at(abscissas[i], row.data(), values.columns, first, second);
+        for (int j = 0; j < values.columns; ++j)
+            values.at(i, j) = row[j];
+    }
+}
+
+template <plain::FitBasis at>
+Basis basisOf(int count, int first = 0, int second = 0) {
+    return {count, at, fillBy<at>, first, second};
+}
 
 Fit fitted(const Samples& s, const Basis& basis) {
     const int m = s.count(), n = basis.count;
@@ -272,8 +289,8 @@ Fit fitted(const Samples& s, const Basis& basis) {
     Floats v(n * n, kPoison);
     Fit fit{0, Floats(n + 1, kPoison), Floats(n, kPoison)};
     fit.status =
-        qx::svdfit({s.x.data(), s.y.data(), s.sigma.data(), m}, basis.first, basis.second, fit.a.data(), n,
-                   {{u.data(), m, n}, {v.data(), n, n}, fit.w.data()}, fit.chiSquare, basis.write, fit.fitResult);
+        qx::svdfit({s.x.data(), s.y.data(), s.sigma.data(), m}, basis.first, basis.second, fit.a.data(),
+                   {{u.data(), m, n}, {v.data(), n, n}, fit.w.data()}, fit.chiSquare, basis.fill, fit.fitResult);
     return fit;
 }
 
@@ -284,7 +301,7 @@ Fit plainlyFitted(const Samples& s, const Basis& basis) {
     plain::RowMatrix v(n, n);
     Fit fit{0, Floats(n + 1, kPoison), Floats(n, kPoison)};
     fit.status = plain::svdfit(s.x.data() - 1, s.y.data() - 1, s.sigma.data() - 1, m, basis.first, basis.second,
-                               fit.a.data() - 1, n, u.rows(), v.rows(), fit.w.data() - 1, &fit.chiSquare, basis.write,
+                               fit.a.data() - 1, n, u.rows(), v.rows(), fit.w.data() - 1, &fit.chiSquare, basis.at,
                                fit.fitResult);
     return fit;
 }
@@ -329,17 +346,17 @@ void expectFit(const Samples& samples, const Basis& basis, const Doubles& expect
 }
 
 TEST_F(Svdfit, by_hand) {
-    expectFit(Samples({-1, 1, 3, 5}), {2, powers}, {-1, 2, 0, 1});
-    expectFit(Samples({1, 3, 2, 6}), {2, powers}, {0.9, 1.4, 4.2, 0.7});
-    expectFit(Samples({7, 5, 3, 1}), {3, oneZeroAndX}, {7, 0, -2, 0, 1});
-    expectFit(Samples({4, 4, 4, 4}), {2, powers}, {4, 0, 0, kNan});
+    expectFit(Samples({-1, 1, 3, 5}), basisOf<powers>(2), {-1, 2, 0, 1});
+    expectFit(Samples({1, 3, 2, 6}), basisOf<powers>(2), {0.9, 1.4, 4.2, 0.7});
+    expectFit(Samples({7, 5, 3, 1}), basisOf<oneZeroAndX>(3), {7, 0, -2, 0, 1});
+    expectFit(Samples({4, 4, 4, 4}), basisOf<powers>(2), {4, 0, 0, kNan});
     Samples weighted({10, 20});
     weighted.sigma[0] = 0.5f;
-    expectFit(weighted, {1, passedThrough, 9, 8}, {12, 80, kNan});
+    expectFit(weighted, basisOf<passedThrough>(1, 9, 8), {12, 80, kNan});
     // A hundred thousandth of the largest singular value stays, less does not.
     const Samples diagonals(Floats(kDiagonal, kDiagonal + 6));
-    expectFit(diagonals, {6, diagonal}, {1, 1, 1, 0, 0, 1, 0, 1});
-    EXPECT_EQ((Floats{2e-5f, 1, 1e-5f, 0, 0, 1.01e-5f}), fitted(diagonals, {6, diagonal}).w);
+    expectFit(diagonals, basisOf<diagonal>(6), {1, 1, 1, 0, 0, 1, 0, 1});
+    EXPECT_EQ((Floats{2e-5f, 1, 1e-5f, 0, 0, 1.01e-5f}), fitted(diagonals, basisOf<diagonal>(6)).w);
     Lines lines = logLines();
     lines.resize(6);
     EXPECT_EQ((Lines{"Utils  | I | <svdfit> begins", "Utils  | I | fitResult=1.000",
@@ -351,14 +368,14 @@ TEST_F(Svdfit, by_hand) {
 TEST_F(Svdfit, equals_the_plain_method_bit_for_bit) {
     setLogLevel(3);
     SplitMix64 random(3);
-    for (const Basis& basis : {Basis{1, powers},
-                               {2, powers},
-                               {4, powers},
-                               {7, powers},
-                               {3, oneZeroAndX},
-                               {6, diagonal},
-                               {6, qx::quadraticBasis, 17, 11},
-                               {10, qx::cubicBasis, 12, 15}}) {
+    for (const Basis& basis : {basisOf<powers>(1),
+                               basisOf<powers>(2),
+                               basisOf<powers>(4),
+                               basisOf<powers>(7),
+                               basisOf<oneZeroAndX>(3),
+                               basisOf<diagonal>(6),
+                               {6, plain::quadraticBasis, qx::quadraticBasis, 17, 11},
+                               {10, plain::cubicBasis, qx::cubicBasis, 12, 15}}) {
         for (int m : {1, 2, 3, 5, 6, 7, 10, 11, 30, 180}) {
             for (int kind = 0; kind < 4; ++kind) {
                 Samples samples(Floats(m, 5.0f));
@@ -386,7 +403,7 @@ TEST_F(Svdfit, failure_to_converge_is_told_and_leaves_the_outputs) {
         setDebug(debug);
         Fit fit;
         EXPECT_EQ(kNotConverged + (debug != 0 ? text + "\n" : ""), printedBy([&] {
-                      fit = fitted(Samples({1, 2, 3, 4}), {3, notNumbers});
+                      fit = fitted(Samples({1, 2, 3, 4}), basisOf<notNumbers>(3));
                   }));
         EXPECT_EQ(1079, fit.status);
         EXPECT_EQ(Floats(4, kPoison), fit.a);
@@ -397,21 +414,37 @@ TEST_F(Svdfit, failure_to_converge_is_told_and_leaves_the_outputs) {
     EXPECT_EQ(expected, logLines());
 }
 
+// Pixels may come in any order: the first ones jump, the last ones follow each other into the next row.
 TEST(SurfaceBasis, counts_columns_and_rows_from_the_middle_pixel) {
-    const struct {
+    struct Place {
         float abscissa;
+        double x, y;
+    };
+    const struct {
         int width, height;
-        double X, Y;
-    } places[] = {{1, 5, 4, -2, -2}, {5, 5, 4, 2, -2},  {6, 5, 4, -2, -1}, {13.75f, 5, 4, 0, 0},
-                  {20, 5, 4, 2, 1},  {1, 4, 7, -2, -3}, {1, 1, 1, 0, 0},   {1, 3072, 2048, -1536, -1024}};
-    for (const auto& [abscissa, width, height, X, Y] : places) {
+        std::vector<Place> places;
+    } images[] = {{5, 4, {{20, 2, 1}, {1, -2, -2}, {13.75f, 0, 0}, {4, 1, -2}, {5, 2, -2}, {6, -2, -1}, {7, -1, -1}}},
+                  {4, 7, {{1, -2, -3}}},
+                  {1, 1, {{1, 0, 0}}},
+                  {1, 3, {{1, 0, -1}, {2, 0, 0}, {3, 0, 1}}},
+                  {3072, 2048, {{1, -1536, -1024}, {3072, 1535, -1024}, {3073, -1536, -1023}}},
+                  {131072, 2, {{1, -65536, -1}, {3, -65534, -1}}},
+                  {2000000000, 1, {{1, -1e9, 0}}}};
+    for (const auto& [width, height, places] : images) {
+        Floats abscissas;
+        for (const Place& place : places)
+            abscissas.push_back(place.abscissa);
+        const int rows = static_cast<int>(places.size());
         for (int count : {6, 10}) {
-            const double truth[] = {1, X, Y, X * Y, X * X, Y * Y, X * X * Y, X * Y * Y, X * X * X, Y * Y * Y};
-            Floats expected(11, kPoison);
-            std::copy_n(truth, count, expected.begin());
-            Floats values(11, kPoison);
-            (count == 6 ? qx::quadraticBasis : qx::cubicBasis)(abscissa, values.data(), count, width, height);
-            EXPECT_EQ(expected, values) << abscissa << " in " << width << " x " << height;
+            Floats values(rows * count + 1, kPoison);
+            (count == 6 ? qx::quadraticBasis : qx::cubicBasis)(abscissas.data(), {values.data(), rows, count}, width,
+                                                               height);
+            Floats expected = matrixOf(rows, count, [&](int i, int j) {
+                const auto [abscissa, x, y] = places[i];
+                return Doubles{1, x, y, x * y, x * x, y * y, x * x * y, x * y * y, x * x * x, y * y * y}[j];
+            });
+            expected.push_back(kPoison);
+            EXPECT_EQ(expected, values) << width << " x " << height;
         }
     }
 }
