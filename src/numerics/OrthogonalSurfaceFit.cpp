@@ -91,9 +91,9 @@ private:
 using Products = std::array<double, kTableColumns>;
 using Table = float (*)[kTableColumns];
 
-// Sums of a row's values, less `base`, with each of the polynomials in y: four parts a sum, so that additions do not
-// wait for each other.
-Products rowProducts(const float* row, float base, const OrthogonalPolynomials& inY, int count) noexcept {
+// Sums of a row's values with each of the polynomials in y: four parts a sum, so that additions do not wait for each
+// other.
+Products rowProducts(const double* row, const OrthogonalPolynomials& inY, int count) noexcept {
     constexpr int kParts = 4;
     Products products{};
     for (int j = 0; j < inY.count(); ++j) {
@@ -101,10 +101,9 @@ Products rowProducts(const float* row, float base, const OrthogonalPolynomials& 
         int c = 0;
         for (; c + kParts <= count; c += kParts)
             for (int part = 0; part < kParts; ++part)
-                parts[static_cast<std::size_t>(part)] +=
-                    (static_cast<double>(row[c + part]) - static_cast<double>(base)) * inY.value(j, c + part);
+                parts[static_cast<std::size_t>(part)] += row[c + part] * inY.value(j, c + part);
         for (; c < count; ++c)
-            parts[0] += (static_cast<double>(row[c]) - static_cast<double>(base)) * inY.value(j, c);
+            parts[0] += row[c] * inY.value(j, c);
         products[static_cast<std::size_t>(j)] = (parts[0] + parts[1]) + (parts[2] + parts[3]);
     }
     return products;
@@ -116,11 +115,14 @@ public:
     GridFit(const OrthogonalPolynomials& inX, const OrthogonalPolynomials& inY) noexcept : inX_(inX), inY_(inY) {}
 
     // z has n rows of m values.
-    void project(const float* const* z, int n, int m) noexcept {
+    // relative holds m numbers.
+    void project(const float* const* z, int n, int m, double* relative) noexcept {
         // Values are taken relative to the first one, so that a constant surface has no slope at all.
-        const float base = z[0][0];
+        const auto base = static_cast<double>(z[0][0]);
         for (int r = 0; r < n; ++r) {
-            const Products products = rowProducts(z[r], base, inY_, m);
+            for (int c = 0; c < m; ++c)
+                relative[c] = static_cast<double>(z[r][c]) - base;
+            const Products products = rowProducts(relative, inY_, m);
             for (int i = 0; i < inX_.count(); ++i)
                 for (int j = 0; j < inY_.count(); ++j)
                     at(i, j) += inX_.value(i, r) * products[static_cast<std::size_t>(j)];
@@ -128,7 +130,7 @@ public:
         for (int i = 0; i < inX_.count(); ++i)
             for (int j = 0; j < inY_.count(); ++j)
                 at(i, j) = inX_.coefficient(i, inY_.coefficient(j, at(i, j)));
-        at(0, 0) += static_cast<double>(base);
+        at(0, 0) += base;
     }
 
     // The coefficient of (x - mean)^i (y - mean)^j; 0 beyond the fit's powers.
@@ -148,18 +150,22 @@ private:
     std::array<Products, kMaxPowers> c_{};
 };
 
-// The fitted value by Horner's rule in y for each power of x.
-float surfaceValue(Table a, int powersOfX, int powersOfY, float x, float y) noexcept {
-    float value = 0.0f;
+// The fitted values of a row by Horner's rule in y for each power of x.
+void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y, int count, float* __restrict fitted) {
+    std::fill_n(fitted, count, 0.0f);
     float powerOfX = 1.0f;
     for (int i = 0; i < powersOfX; ++i) {
-        float inY = 0.0f;
-        for (int j = powersOfY; j-- > 0;)
-            inY = inY * y + a[i][j];
-        value += inY * powerOfX;
+        std::array<float, kTableColumns> c{};
+        std::copy_n(a[i], powersOfY, c.begin());
+        for (int k = 0; k < count; ++k) {
+            float inY = 0.0f;
+            inY = inY * y[k] + c[2];
+            inY = inY * y[k] + c[1];
+            inY = inY * y[k] + c[0];
+            fitted[k] += inY * powerOfX;
+        }
         powerOfX *= x;
     }
-    return value;
 }
 
 }  // namespace
@@ -175,21 +181,26 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
     const int powersOfY = std::min({q, m, kTableColumns});
     qx::Scratch<double> tableX(static_cast<std::size_t>(powersOfX) * static_cast<std::size_t>(n));
     qx::Scratch<double> tableY(static_cast<std::size_t>(powersOfY) * static_cast<std::size_t>(m));
-    if (!tableX || !tableY)
+    qx::Scratch<double> relative(static_cast<std::size_t>(m));
+    qx::Scratch<float> offsets(static_cast<std::size_t>(m));
+    qx::Scratch<float> fitted(static_cast<std::size_t>(m));
+    if (!tableX || !tableY || !relative || !offsets || !fitted)
         return;
     const OrthogonalPolynomials inX(x, n, powersOfX, tableX.data());
     const OrthogonalPolynomials inY(y, m, powersOfY, tableY.data());
     GridFit fit(inX, inY);
-    fit.project(z, n, m);
+    fit.project(z, n, m, relative.data());
     for (int i = 0; i < p; ++i)
         for (int j = 0; j < std::min(q, kTableColumns); ++j)
             a[i][j] = i < powersOfX && j < powersOfY ? fit.powerCoefficient(i, j) : 0.0f;
 
+    for (int c = 0; c < m; ++c)
+        offsets[static_cast<std::size_t>(c)] = y[c] - inY.mean();
     std::array<float, 3> residuals{};
     for (int r = 0; r < n; ++r) {
+        evaluateRow(a, powersOfX, powersOfY, x[r] - inX.mean(), offsets.data(), m, fitted.data());
         for (int c = 0; c < m; ++c) {
-            const float fitted = surfaceValue(a, powersOfX, powersOfY, x[r] - inX.mean(), y[c] - inY.mean());
-            const float residual = fitted - z[r][c];
+            const float residual = fitted[static_cast<std::size_t>(c)] - z[r][c];
             residuals[0] += residual * residual;
             residuals[1] += std::fabs(residual);
             residuals[2] = std::max(residuals[2], std::fabs(residual));

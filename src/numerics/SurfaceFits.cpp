@@ -62,58 +62,63 @@ float meanOfIndices(int count) {
     return sum / static_cast<float>(count);
 }
 
-// The fitted surface at a pixel.
-float valueAt(const Table& a, float x, float y) {
-    float value = 0.0f;
-    float powerOfX = 1.0f;
-    for (const auto& row : a) {
-        value += row[0] * powerOfX + row[1] * powerOfX * y + row[2] * powerOfX * y * y;
-        powerOfX *= x;
-    }
-    return value;
-}
-
-// Residuals of a fit, summed in the order of the pixels.
+// Residuals of a fit, summed in the order of the pixels: squares, magnitudes and the largest magnitude.
 struct Residuals {
-    float* dt;
+    float squares;
+    float magnitudes;
+    float largest;
 
     void add(float residual) {
         const float magnitude = std::fabs(residual);
-        dt[0] += residual * residual;
-        dt[1] += magnitude;
-        dt[2] = std::max(dt[2], magnitude);
+        squares += residual * residual;
+        magnitudes += magnitude;
+        largest = std::max(largest, magnitude);
     }
 };
 
-template <class Visit>
-void visitPixels(const float* image, int width, int height, const Table& a, const Means& means, Visit visit) {
-    for (int r = 0; r < height; ++r)
-        for (int c = 0; c < width; ++c)
-            visit(valueAt(a, static_cast<float>(r) - means.row, static_cast<float>(c) - means.column), *image++);
+// The values of a row of the fitted surface.
+void evaluateRow(const Table& a, float x, const float* y, int count, float* __restrict fitted) {
+    std::fill_n(fitted, count, 0.0f);
+    float powerOfX = 1.0f;
+    for (const auto& row : a) {
+        const float c0 = row[0] * powerOfX;
+        const float c1 = row[1] * powerOfX;
+        const float c2 = row[2] * powerOfX;
+        for (int c = 0; c < count; ++c)
+            fitted[c] += c0 + c1 * y[c] + c2 * y[c] * y[c];
+        powerOfX *= x;
+    }
 }
 
-float surfaceQuality(const float* image, int width, int height, const Table& a, const Means& means, float* dt) {
-    const auto count = static_cast<float>(width * height);
+// The squared correlation of data and fit. Adds to the sums over the residuals.
+float fitQuality(const float* data, const float* fitted, int count, Residuals& sums) {
     float fitSum = 0.0f;
     float dataSum = 0.0f;
-    visitPixels(image, width, height, a, means, [&](float fit, float data) {
-        fitSum += fit;
-        dataSum += data;
-    });
-    const float fitMean = fitSum / count;
-    const float dataMean = dataSum / count;
+    for (int i = 0; i < count; ++i) {
+        fitSum += fitted[i];
+        dataSum += data[i];
+    }
+    const float fitMean = fitSum / static_cast<float>(count);
+    const float dataMean = dataSum / static_cast<float>(count);
     float mixed = 0.0f;
     float fitSquares = 0.0f;
     float dataSquares = 0.0f;
-    Residuals residuals{dt};
-    visitPixels(image, width, height, a, means, [&](float fit, float data) {
-        mixed += (fit - fitMean) * (data - dataMean);
-        fitSquares += (fit - fitMean) * (fit - fitMean);
-        dataSquares += (data - dataMean) * (data - dataMean);
-        residuals.add(fit - data);
-    });
-    // Kept: a third pass over the residuals, into the same sums.
-    visitPixels(image, width, height, a, means, [&](float fit, float data) { residuals.add(fit - data); });
+    Residuals residuals = sums;
+    for (int i = 0; i < count; ++i) {
+        const float fitOffset = fitted[i] - fitMean;
+        const float dataOffset = data[i] - dataMean;
+        mixed += fitOffset * dataOffset;
+        fitSquares += fitOffset * fitOffset;
+        dataSquares += dataOffset * dataOffset;
+        residuals.add(fitted[i] - data[i]);
+    }
+    // Kept: a third pass over the residuals, into the same sums. Their largest is known by then.
+    for (int i = 0; i < count; ++i) {
+        const float residual = fitted[i] - data[i];
+        residuals.squares += residual * residual;
+        residuals.magnitudes += std::fabs(residual);
+    }
+    sums = residuals;
     const float r = mixed / std::sqrt(dataSquares * fitSquares);
     return r * r;
 }
@@ -168,7 +173,8 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
     qx::Scratch<float> x(static_cast<std::size_t>(height));
     qx::Scratch<float> y(static_cast<std::size_t>(width));
     qx::Scratch<const float*> rows(static_cast<std::size_t>(height));
-    if (!x || !y || !rows)
+    qx::Scratch<float> fitted(static_cast<std::size_t>(count));
+    if (!x || !y || !rows || !fitted)
         return StatusOk;
     std::iota(x.data(), x.data() + height, 0.0f);
     std::iota(y.data(), y.data() + width, 0.0f);
@@ -183,8 +189,14 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
     logTable(a);
     printFit(a, dt.data());
     std::copy_n(&a[0][0], kTableSide * kTableSide, coefficients);
-    quality = surfaceQuality(image, width, height, a, means, dt.data());
-    std::copy(dt.begin(), dt.end(), residuals);
+    for (int c = 0; c < width; ++c)
+        y[static_cast<std::size_t>(c)] -= means.column;
+    for (int r = 0; r < height; ++r)
+        evaluateRow(a, static_cast<float>(r) - means.row, y.data(), width,
+                    fitted.data() + static_cast<std::ptrdiff_t>(r) * width);
+    Residuals sums{dt[0], dt[1], dt[2]};
+    quality = fitQuality(image, fitted.data(), count, sums);
+    std::ranges::copy(std::array{sums.squares, sums.magnitudes, sums.largest}, residuals);
     printModel(model);
     return StatusOk;
 }

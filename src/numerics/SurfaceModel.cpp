@@ -12,24 +12,33 @@ namespace {
 // Pixels mostly follow each other, which saves the divisions.
 class PixelOffsets {
 public:
-    PixelOffsets(int width, int height) noexcept : width_(width), middleColumn_(width / 2), middleRow_(height / 2) {}
+    PixelOffsets(int width, int height) noexcept : width_(width), height_(height) {}
 
-    void moveTo(int index) noexcept {
-        const bool isNext = index > 0 && index - 1 == index_ && column_ + 1 < width_;
-        column_ = isNext ? column_ + 1 : index % width_;
-        row_ = isNext ? row_ : index / width_;
-        index_ = index;
+    void moveTo(float abscissa) noexcept {
+        constexpr float kWholeNumbers = 1 << 24;
+        const bool isNext = abscissa == next_ && abscissa >= 2.0f && abscissa < kWholeNumbers;
+        next_ = abscissa + 1.0f;
+        if (isNext && ++column_ < width_)
+            x_ += 1.0f;
+        else
+            locate(truncateToInt(abscissa - 1.0f));
     }
-    float x() const noexcept { return static_cast<float>(column_ - middleColumn_); }
-    float y() const noexcept { return static_cast<float>(row_ - middleRow_); }
+    float x() const noexcept { return x_; }
+    float y() const noexcept { return y_; }
 
 private:
+    void locate(int index) noexcept {
+        column_ = index % width_;
+        x_ = static_cast<float>(column_ - width_ / 2);
+        y_ = static_cast<float>(std::int64_t{index / width_} - height_ / 2);
+    }
+
     int width_;
-    std::int64_t middleColumn_;
-    std::int64_t middleRow_;
-    int index_ = -1;
+    int height_;
     int column_ = 0;
-    int row_ = 0;
+    float next_ = 0.0f;
+    float x_ = 0.0f;
+    float y_ = 0.0f;
 };
 
 // The product of two whole numbers, each exact in single precision, rounded once.
@@ -53,7 +62,7 @@ void quadraticBasis(const float* abscissas, ColumnMatrix values, int width, int 
     float* const y = values.column(2);
     PixelOffsets offsets(width, height);
     for (int i = 0; i < count; ++i) {
-        offsets.moveTo(truncateToInt(abscissas[i] - 1.0f));
+        offsets.moveTo(abscissas[i]);
         x[i] = offsets.x();
         y[i] = offsets.y();
     }
