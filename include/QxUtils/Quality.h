@@ -37,7 +37,7 @@ QXUTILS_API int evaluateSNRResult(const WORD* image, int width, int height, std:
 
 // Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated
 // to integers) reaches uniformityCvLimit times the mean. 0 when that mean is below 1. 1020 when a square does not lie
-// within the image (a side below 77).
+// within the image (a side below 76).
 QXUTILS_API int getUniform(const WORD* image, int width, int height);
 
 // Steps between neighbouring strips of 32 columns: 1063 when two means differ by stripMeanDiffLimit or more. The last

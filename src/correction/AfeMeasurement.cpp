@@ -125,8 +125,8 @@ void AfeMeasurement::findEdges(FloatRows& rows) noexcept {
 // Measures the boundaries next to replaced columns again.
 void AfeMeasurement::useReplacements(const FloatRows& rows) noexcept {
     const auto sourceOf = [this](int column) {
-        const auto found = std::ranges::find(replacements(), column, &ColumnReplacement::column);
-        return found == replacements().end() ? column : found->source;
+        const auto found = std::ranges::lower_bound(replacements(), column, {}, &ColumnReplacement::column);
+        return found == replacements().end() || found->column != column ? column : found->source;
     };
     for (int k = 0; k < blocks_.boundaries(); ++k) {
         const int left = sourceOf(blocks_.last(k));

@@ -22,7 +22,9 @@ public:
     T* data() noexcept { return data_.get(); }
     const T* data() const noexcept { return data_.get(); }
     std::span<T> span() noexcept { return {data_.get(), count_}; }
+    std::span<const T> span() const noexcept { return {data_.get(), count_}; }
     T& operator[](std::size_t index) noexcept { return data_[index]; }
+    const T& operator[](std::size_t index) const noexcept { return data_[index]; }
 
     void clear() noexcept { std::memset(data_.get(), 0, count_ * sizeof(T)); }
 

@@ -1,7 +1,6 @@
 #include "numerics/BlockMedians.h"
 
 #include "QxUtils/Numerics.h"
-#include "numerics/PixelKernels.h"
 
 #include <algorithm>
 #include <array>
@@ -28,6 +27,12 @@ void blockMedians(const float* rows, std::ptrdiff_t stride, int blocks, float* m
         if (!kernels.blockRank(block, stride, kBlockValues / 2, medians + b))
             medians[b] = steppedMedian(block, stride);
     }
+}
+
+void gridBlockMedians(const WORD* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept {
+    constexpr int kPixels = kGridBlockSide * kGridBlockSide;
+    for (int b = 0; b < blocks; ++b)
+        medians[b] = static_cast<float>(pixelKernels().blockRank(rows + b * kGridBlockSide, stride, kPixels / 2));
 }
 
 WORD upperMiddle(const WORD* pixels, std::size_t count) noexcept {

@@ -69,7 +69,7 @@ int calcMedianPerColumn(float* medians, const float* image, int width, int heigh
     }
     const View view{image, width, height};
     int x = 0;
-    while (x + kLaneColumns <= width) {
+    while (x <= width - kLaneColumns) {
         const int columns = std::min(kPanelColumns, (width - x) / kLaneColumns * kLaneColumns);
         panelMedians(view, x, columns, medians, workspace);
         x += columns;

@@ -1,6 +1,7 @@
 // Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
 
 #include "numerics/FloatKernels.h"
+#include "numerics/RankSearch.h"
 #include "numerics/VectorLanes.h"
 
 #define QX_JOIN(a, b) a##b
@@ -42,13 +43,11 @@ struct KeyRange {
     Ints lowest = Ints{} + kHighestKey;
     Ints highest = Ints{} + kLowestKey;
     Ints minusZeros{};
-    Ints differences{};  // bits in which keys differ from the first one
 
-    void add(Ints keys, Ints first) {
+    void add(Ints keys) {
         lowest = smallerOf(lowest, keys);
         highest = largerOf(highest, keys);
         minusZeros |= keys == kMinusZero;
-        differences |= keys ^ first;
     }
 };
 
@@ -57,104 +56,63 @@ bool isRegular(std::int32_t lowest, std::int32_t highest, std::int32_t minusZero
     return minusZeros == 0 && lowest >= kMinusInfinity && highest <= kInfinity;
 }
 
-std::uint32_t distance(std::int32_t from, std::int32_t to) {
-    return static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from);
-}
-
-std::int32_t advanced(std::int32_t key, std::uint32_t distance) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(key) + distance);
-}
-
-int bitsOf(std::uint32_t value) {
-    return value == 0 ? 0 : 32 - __builtin_clz(value);
-}
-
-int trailingZeros(std::int32_t value) {
-    return value == 0 ? 32 : __builtin_ctz(static_cast<std::uint32_t>(value));
-}
-
-constexpr int kCacheLineFloats = 16;
-
-// Rows that will be wanted next: fetched a few at a time while something else is computed, as the processor does not
-// foresee short rows far apart.
-struct RowsAhead {
-    const float* next;
-    std::ptrdiff_t stride;
-    int left;
-
-    void fetch(int rows, int columns) {
-        for (; rows > 0 && left > 0; --rows, --left, next += stride)
-            for (int x = 0; x < columns; x += kCacheLineFloats)
-                __builtin_prefetch(next + x);
-    }
-};
+constexpr int kCacheLineFloats = kCacheLineBytes / sizeof(float);
 
 constexpr int kBlockVectors = kBlockSide * kBlockSide / kLanes;
 
-int countBelow(const Ints* keys, std::int32_t pivot) {
-    const Ints pivots = Ints{} + pivot;
-    Ints even{};
-    Ints odd{};
-    for (int i = 0; i < kBlockVectors; i += 2) {
-        even = countLess(even, keys[i], pivots);
-        odd = countLess(odd, keys[i + 1], pivots);
-    }
-    return sumOfLanes(even + odd);
-}
+// The keys around pivots, lane by lane.
+struct Around {
+    Ints below{};  // count of keys
+    Ints previous = Ints{} + kLowestKey;
+    Ints next = Ints{} + kHighestKey;
 
-std::int32_t largestUpTo(const Ints* keys, std::int32_t limit) {
-    Ints largest = Ints{} + kLowestKey;
-    for (int i = 0; i < kBlockVectors; ++i)
-        largest = largerOf(largest, keys[i] > limit ? Ints{} + kLowestKey : keys[i]);
-    return largestLane(largest);
-}
-
-// The key of a rank, found bit by bit between the lowest and the highest one. Ends early when one key is left between
-// the bounds.
-std::int32_t keyOfRank(const Ints* keys, std::int32_t lowest, std::int32_t highest, int lastBit, int rank,
-                       RowsAhead& ahead) {
-    constexpr int kRowsAtOnce = 4;
-    const std::uint32_t width = distance(lowest, highest);
-    std::uint32_t offset = 0;
-    std::int32_t upper = highest;
-    int below = 0;
-    int upTo = kBlockSide * kBlockSide;
-    for (int bit = bitsOf(width) - 1; bit >= lastBit && upTo - below > 1; --bit) {
-        const std::uint32_t trial = offset | (std::uint32_t{1} << bit);
-        if (trial > width)
-            continue;
-        const std::int32_t pivot = advanced(lowest, trial);
-        ahead.fetch(kRowsAtOnce, kBlockSide);
-        const int count = countBelow(keys, pivot);
-        if (count <= rank) {
-            offset = trial;
-            below = count;
-        } else {
-            upper = pivot - 1;
-            upTo = count;
-        }
+    void add(Ints keys, Ints pivots) {
+        below = countLess(below, keys, pivots);
+        previous = keys < pivots ? largerOf(previous, keys) : previous;
+        next = keys < pivots ? next : smallerOf(next, keys);
     }
-    return largestUpTo(keys, upper);
+};
+
+// Two sets of lanes, so that their operations do not wait for each other.
+template <class KeysAt>
+Around lookAround(int vectors, Ints pivots, KeysAt keysAt) {
+    Around even;
+    Around odd;
+    int i = 0;
+    for (; i + 2 <= vectors; i += 2) {
+        even.add(keysAt(i), pivots);
+        odd.add(keysAt(i + 1), pivots);
+    }
+    if (i < vectors)
+        even.add(keysAt(i), pivots);
+    return {even.below + odd.below, largerOf(even.previous, odd.previous), smallerOf(even.next, odd.next)};
 }
 
 bool blockRank(const float* block, std::ptrdiff_t stride, int rank, float* value) noexcept {
     constexpr int kRowVectors = kBlockSide / kLanes;
+    constexpr int kRowsAtOnce = 16;
     Ints keys[kBlockVectors];
-    const Ints first = keysOf(Ints{} + loadInts(block)[0]);
     KeyRange range;
     for (int row = 0; row < kBlockSide; ++row) {
         for (int v = 0; v < kRowVectors; ++v) {
             const Ints key = keysOf(loadInts(block + row * stride + v * kLanes));
             keys[row * kRowVectors + v] = key;
-            range.add(key, first);
+            range.add(key);
         }
     }
     const std::int32_t lowest = smallestLane(range.lowest);
     const std::int32_t highest = largestLane(range.highest);
     if (!isRegular(lowest, highest, bitsOfLanes(range.minusZeros)))
         return false;
-    RowsAhead ahead{block + kBlockSide, stride, kBlockSide};
-    *value = valueOf(keyOfRank(keys, lowest, highest, trailingZeros(bitsOfLanes(range.differences)), rank, ahead));
+    RowsAhead ahead(block, stride, kBlockSide);
+    RankSearch search(lowest, highest, kBlockSide * kBlockSide, rank);
+    while (search.isOpen()) {
+        ahead.fetch(kRowsAtOnce);
+        const Ints pivots = Ints{} + static_cast<std::int32_t>(search.pivot());
+        const Around around = lookAround(kBlockVectors, pivots, [&](int i) { return keys[i]; });
+        search.narrowToKeys(sumOfLanes(around.below), largestLane(around.previous), smallestLane(around.next));
+    }
+    *value = valueOf(static_cast<std::int32_t>(search.key()));
     return true;
 }
 
@@ -169,60 +127,62 @@ struct Panel {
     Ints row(int y) const { return loadInts(keys + static_cast<std::ptrdiff_t>(y) * kLanes); }
 };
 
-struct PanelSearch {
-    Uints offset{};
-    Ints upper;
-    Ints below{};
-    Ints upTo;
+// RankSearch in every lane at once, in offsets from the lane's lowest key.
+class LaneSearch {
+public:
+    LaneSearch(const KeyRange& range, int count, int rank)
+        : lowest_(range.lowest), high_(Uints(range.highest) - Uints(range.lowest)), rank_(rank), pivot_(halfOf(high_)),
+          spacing_(toFloats(Ints(pivot_)) * (2.0f * kSpacingOfMiddle / static_cast<float>(count))) {}
+
+    bool isOpen() const { return anyLane(Ints(low_ != high_)); }
+    Ints keys() const { return Ints(Uints(lowest_) + low_); }
+    Ints pivots() const { return Ints(Uints(lowest_) + pivot_); }
+
+    void narrow(const Around& around) {
+        const Uints next = Uints(around.next) - Uints(lowest_);
+        const Uints previous = Uints(around.previous) - Uints(lowest_);
+        low_ = around.below <= rank_ ? next : low_;
+        high_ = around.below <= rank_ ? high_ : previous;
+        high_ = around.below == rank_ ? next : high_;
+        low_ = around.below == rank_ + 1 ? previous : low_;
+        const Ints ranks = around.below - lastBelow_;
+        if (step_ > 0)
+            spacing_ = ranks == 0 ? spacing_ : toFloats(Ints(pivot_ - lastPivot_)) / toFloats(ranks);
+        lastPivot_ = pivot_;
+        lastBelow_ = around.below;
+        ++step_;
+        pivot_ = low_ + (step_ % kStepsToHalving == 0 ? halfOf(high_ - low_) : stepAbove(around.below));
+    }
+
+private:
+    static Uints halfOf(Uints width) { return (width >> 1) + (width & 1); }
+
+    // How far above low the next pivots are. The first ones were in the middle, so that no range exceeds 31 bits now.
+    Uints stepAbove(Ints below) const {
+        constexpr float kLargest = 2147483520.0f;
+        const Ints width = Ints(high_ - low_);
+        Floats position = toFloats(Ints(pivot_ - low_)) + (toFloats(rank_ - below) + 0.5f) * spacing_;
+        position = position < kLargest ? position : Floats{} + kLargest;
+        position = position > 1.0f ? position : Floats{} + 1.0f;
+        return Uints(smallerOf(__builtin_convertvector(position, Ints), width));
+    }
+
+    Ints lowest_;
+    Uints low_{};
+    Uints high_;
+    int rank_;
+    int step_ = 0;
+    Uints pivot_;
+    Floats spacing_;
+    Uints lastPivot_{};
+    Ints lastBelow_{};
 };
 
-void narrow(const Panel& panel, const KeyRange& range, int bit, int rank, PanelSearch& search) {
-    const Uints width = Uints(range.highest) - Uints(range.lowest);
-    const Uints trial = search.offset | (Uints{} + (std::uint32_t{1} << bit));
-    const Ints pivots = Ints(Uints(range.lowest) + trial);
-    Ints even{};
-    Ints odd{};
-    int y = 0;
-    for (; y + 2 <= panel.rows; y += 2) {
-        even = countLess(even, panel.row(y), pivots);
-        odd = countLess(odd, panel.row(y + 1), pivots);
-    }
-    if (y < panel.rows)
-        even = countLess(even, panel.row(y), pivots);
-    const Ints count = even + odd;
-    const Ints possible = trial <= width;
-    const Ints taken = possible & (count <= rank);
-    const Ints refused = possible & (count > rank);
-    search.offset = taken ? trial : search.offset;
-    search.below = taken ? count : search.below;
-    search.upper = refused ? pivots - 1 : search.upper;
-    search.upTo = refused ? count : search.upTo;
-}
-
-// Whether a lane still has more than one key between its bounds.
-bool anyLaneOpen(const PanelSearch& search) {
-    return anyLane(search.upTo - search.below > 1);
-}
-
-Ints largestUpTo(const Panel& panel, Ints limits) {
-    Ints largest = Ints{} + kLowestKey;
-    for (int y = 0; y < panel.rows; ++y) {
-        const Ints keys = panel.row(y);
-        largest = largerOf(largest, keys > limits ? Ints{} + kLowestKey : keys);
-    }
-    return largest;
-}
-
 Ints keysOfRank(const Panel& panel, const KeyRange& range, int rank) {
-    // The highest bit of the widest range is also that of all ranges together.
-    const auto widths = static_cast<std::uint32_t>(bitsOfLanes(Ints(Uints(range.highest) - Uints(range.lowest))));
-    PanelSearch search;
-    search.upper = range.highest;
-    search.upTo = Ints{} + panel.rows;
-    const int lastBit = trailingZeros(bitsOfLanes(range.differences));
-    for (int bit = bitsOf(widths) - 1; bit >= lastBit && anyLaneOpen(search); --bit)
-        narrow(panel, range, bit, rank, search);
-    return largestUpTo(panel, search.upper);
+    LaneSearch search(range, panel.rows, rank);
+    while (search.isOpen())
+        search.narrow(lookAround(panel.rows, search.pivots(), [&](int y) { return panel.row(y); }));
+    return search.keys();
 }
 
 std::uint64_t columnRanks(const float* panel, std::ptrdiff_t stride, int columns, int rows, int rank,
@@ -230,14 +190,11 @@ std::uint64_t columnRanks(const float* panel, std::ptrdiff_t stride, int columns
     const int vectors = columns / kLanes;
     const std::ptrdiff_t vectorKeys = static_cast<std::ptrdiff_t>(rows) * kLanes;
     KeyRange ranges[kPanelVectors];
-    Ints first[kPanelVectors];
-    for (int v = 0; v < vectors; ++v)
-        first[v] = keysOf(loadInts(panel + v * kLanes));
     for (int y = 0; y < rows; ++y) {
         for (int v = 0; v < vectors; ++v) {
             const Ints key = keysOf(loadInts(panel + y * stride + v * kLanes));
             storeInts(keys + v * vectorKeys + static_cast<std::ptrdiff_t>(y) * kLanes, key);
-            ranges[v].add(key, first[v]);
+            ranges[v].add(key);
         }
     }
     std::uint64_t irregular = 0;
@@ -426,17 +383,37 @@ void stripSums(const std::uint16_t* image, std::ptrdiff_t stride, int rows, int 
     }
 }
 
-void raise(float* row, int count, float floor) noexcept {
-    int x = 0;
-    for (; x + kLanes <= count; x += kLanes) {
-        const Floats values = loadFloats(row + x);
-        const Ints low = values <= 0.0f;
-        if (anyLane(low))
-            storeInts(row + x, Ints(low ? Floats{} + floor : values));
-    }
-    for (; x < count; ++x)
+// Values before the first one at the start of a cache line, where a vector would cost two accesses.
+int valuesBeforeLine(const float* values, int count) {
+    const auto offset = static_cast<int>(reinterpret_cast<std::uintptr_t>(values) / sizeof(float) % kCacheLineFloats);
+    const int before = (kCacheLineFloats - offset) % kCacheLineFloats;
+    return before < count ? before : count;
+}
+
+// Fetches what comes farther ahead than the processor's own prefetch looks. Addresses beyond the image do no harm.
+void fetchAhead(const float* values) {
+    constexpr std::uintptr_t kBytesAhead = 64 * kCacheLineBytes;
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(values) + kBytesAhead));
+}
+
+void raiseEach(float* row, int count, float floor) {
+    for (int x = 0; x < count; ++x)
         if (row[x] <= 0.0f)
             row[x] = floor;
+}
+
+void raise(float* row, int count, float floor) noexcept {
+    int x = valuesBeforeLine(row, count);
+    raiseEach(row, x, floor);
+    for (; x <= count - kCacheLineFloats; x += kCacheLineFloats) {
+        fetchAhead(row + x);
+        Ints low{};
+        for (int i = 0; i < kCacheLineFloats; i += kLanes)
+            low |= loadFloats(row + x + i) <= 0.0f;
+        if (anyLane(low))
+            raiseEach(row + x, kCacheLineFloats, floor);
+    }
+    raiseEach(row + x, count - x, floor);
 }
 
 void add(const float* row, int count, float* sums) noexcept {
@@ -457,9 +434,22 @@ void rotate(float* __restrict x, float* __restrict z, int count, float c, float 
     }
 }
 
-void scaleBelow(float* row, int count, const float* factors, float limit) noexcept {
+void scaleEachBelow(float* row, int count, const float* factors, float limit) {
     for (int x = 0; x < count; ++x)
         row[x] = row[x] < limit ? row[x] * factors[x] : row[x];
+}
+
+void scaleBelow(float* row, int count, const float* factors, float limit) noexcept {
+    int x = valuesBeforeLine(row, count);
+    scaleEachBelow(row, x, factors, limit);
+    for (; x <= count - kCacheLineFloats; x += kCacheLineFloats) {
+        fetchAhead(row + x);
+        for (int i = x; i < x + kCacheLineFloats; i += kLanes) {
+            const Floats values = loadFloats(row + i);
+            storeInts(row + i, Ints(values < limit ? values * loadFloats(factors + i) : values));
+        }
+    }
+    scaleEachBelow(row + x, count - x, factors + x, limit);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-#include "QxUtils/Numerics.h"
+#include "numerics/OrthogonalSurfaceFit.h"
 
+#include "QxUtils/Numerics.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Scratch.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr int kMaxPowers = 20;
 constexpr int kTableColumns = 3;
+constexpr double kRoundingShare = 1e-24;
 
 // Polynomials that are orthogonal over the sample points, by the three-term recurrence
 //   P(k+1) = (t - alpha) P(k) - beta P(k-1),  t = abscissa - mean.
@@ -69,10 +71,19 @@ private:
             weighted += (static_cast<double>(points[i]) - mean) * of(k)[i] * of(k)[i];
         const double alpha = coefficient(k, weighted);
         const double beta = k > 0 && squares_[index(k - 1)] != 0.0 ? squares_[index(k)] / squares_[index(k - 1)] : 0.0;
+        double squares = 0.0;
+        double terms = 0.0;
         for (int i = 0; i < pointCount_; ++i) {
-            const double before = k > 0 ? of(k - 1)[i] : 0.0;
-            of(k + 1)[i] = (static_cast<double>(points[i]) - mean - alpha) * of(k)[i] - beta * before;
+            const double raised = (static_cast<double>(points[i]) - mean - alpha) * of(k)[i];
+            const double known = k > 0 ? beta * of(k - 1)[i] : 0.0;
+            const double value = raised - known;
+            of(k + 1)[i] = value;
+            squares += value * value;
+            terms += raised * raised + known * known;
         }
+        // Fewer different points than powers: what is left of the terms is their rounding.
+        if (squares <= kRoundingShare * terms)
+            std::fill_n(of(k + 1), pointCount_, 0.0);
         for (int power = 0; power <= k + 1; ++power) {
             const double shifted = power > 0 ? powers_[index(k)][index(power - 1)] : 0.0;
             const double before = k > 0 ? powers_[index(k - 1)][index(power)] : 0.0;
@@ -170,13 +181,13 @@ void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y,
 
 }  // namespace
 
-void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
-                            int m, int p, int q) {
+bool qx::fitSurfaceGrid(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n, int m,
+                        int p, int q) noexcept {
     int count = 0;
     if (x == nullptr || y == nullptr || z == nullptr || a == nullptr || dt == nullptr)
-        return;
-    if (!qx::pixelCount(n, m, count) || p < 1 || q < 1)
-        return;
+        return false;
+    if (!pixelCount(n, m, count) || p < 1 || q < 1)
+        return false;
     const int powersOfX = std::min({p, n, kMaxPowers});
     const int powersOfY = std::min({q, m, kTableColumns});
     qx::Scratch<double> tableX(static_cast<std::size_t>(powersOfX) * static_cast<std::size_t>(n));
@@ -185,7 +196,7 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
     qx::Scratch<float> offsets(static_cast<std::size_t>(m));
     qx::Scratch<float> fitted(static_cast<std::size_t>(m));
     if (!tableX || !tableY || !relative || !offsets || !fitted)
-        return;
+        return false;
     const OrthogonalPolynomials inX(x, n, powersOfX, tableX.data());
     const OrthogonalPolynomials inY(y, m, powersOfY, tableY.data());
     GridFit fit(inX, inY);
@@ -207,4 +218,10 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
         }
     }
     std::copy(residuals.begin(), residuals.end(), dt);
+    return true;
+}
+
+void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
+                            int m, int p, int q) {
+    qx::fitSurfaceGrid(x, y, z, a, dt, n, m, p, q);
 }

@@ -8,6 +8,9 @@ namespace qx {
 // Deviations up to this have squares that are exact in single precision.
 inline constexpr int kNarrowDeviation = 4096;
 
+// Sides of the blocks in which the uniformity of an image is measured.
+inline constexpr int kGridBlockSide = 64;
+
 // Moments of pixels about a centre, exact; valid only when every deviation is at most kNarrowDeviation.
 struct NarrowMoments {
     bool valid;
@@ -39,6 +42,12 @@ struct PixelKernels {
 
     // The pixel of a rank in ascending order, counted from 0; rank is below count.
     std::uint16_t (*selectRank)(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept;
+
+    // As selectRank, of a block of kGridBlockSide x kGridBlockSide pixels; stride counts pixels from row to row.
+    std::uint16_t (*blockRank)(const std::uint16_t* block, std::ptrdiff_t stride, int rank) noexcept;
+
+    // Adds an offset in single precision; sums below 0 become 0, those from 65535 on 65535, others lose their fraction.
+    void (*shift)(std::uint16_t* pixels, std::size_t count, float offset) noexcept;
 
     HistogramSum (*histogramSum)(const std::uint32_t* counts, int first, int last) noexcept;
 

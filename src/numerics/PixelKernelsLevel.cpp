@@ -1,6 +1,7 @@
 // Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
 
 #include "numerics/PixelKernels.h"
+#include "numerics/RankSearch.h"
 #include "numerics/VectorLanes.h"
 
 #define QX_JOIN(a, b) a##b
@@ -115,11 +116,14 @@ Shorts signedPixels(const std::uint16_t* pixels) {
     return loadShorts(pixels) ^ kSignBit;
 }
 
+int sumOfCounts(Shorts counts) {
+    return sumOfLanes(Ints(sumOfProductPairs(counts, Shorts{} + 1)));
+}
+
 std::size_t countBelow(const std::uint16_t* pixels, std::size_t count, int limit) {
     // So many vectors are counted in a signed lane.
     constexpr std::size_t kBlock = 16384 * static_cast<std::size_t>(kShortLanes);
     const Shorts limits = Shorts{} + static_cast<std::int16_t>(limit + kSignBit);
-    const Shorts ones = Shorts{} + 1;
     const std::size_t whole = count - count % (2 * kShortLanes);
     std::size_t total = 0;
     for (std::size_t start = 0; start < whole; start += kBlock) {
@@ -130,12 +134,40 @@ std::size_t countBelow(const std::uint16_t* pixels, std::size_t count, int limit
             even = countLess(even, signedPixels(pixels + i), limits);
             odd = countLess(odd, signedPixels(pixels + i + kShortLanes), limits);
         }
-        total += static_cast<std::size_t>(sumOfLanes(Ints(sumOfProductPairs(even + odd, ones))));
+        total += static_cast<std::size_t>(sumOfCounts(even + odd));
     }
     for (std::size_t i = whole; i < count; ++i)
         total += pixels[i] < limit;
     return total;
 }
+
+// Of signed pixels.
+class ShortRange {
+public:
+    void add(Shorts values) {
+        lowest_ = values < lowest_ ? values : lowest_;
+        highest_ = values > highest_ ? values : highest_;
+    }
+
+    int lowest() const {
+        const auto [even, odd] = halves(lowest_);
+        return smallestLane(even < odd ? even : odd);
+    }
+    int highest() const {
+        const auto [even, odd] = halves(highest_);
+        return largestLane(even > odd ? even : odd);
+    }
+
+private:
+    struct Halves {
+        Ints even;
+        Ints odd;
+    };
+    static Halves halves(Shorts v) { return {(Ints(v) << 16) >> 16, Ints(v) >> 16}; }
+
+    Shorts lowest_ = Shorts{} + 32767;
+    Shorts highest_ = Shorts{} + kSignBit;
+};
 
 struct PixelRange {
     int lowest;
@@ -143,19 +175,13 @@ struct PixelRange {
 };
 
 PixelRange rangeOf(const std::uint16_t* pixels, std::size_t count) {
-    Shorts lowest = Shorts{} + 32767;
-    Shorts highest = Shorts{} + kSignBit;
+    ShortRange vectors;
     std::size_t i = 0;
-    for (; i + kShortLanes <= count; i += kShortLanes) {
-        const Shorts values = signedPixels(pixels + i);
-        lowest = values < lowest ? values : lowest;
-        highest = values > highest ? values : highest;
-    }
+    for (; i + kShortLanes <= count; i += kShortLanes)
+        vectors.add(signedPixels(pixels + i));
     PixelRange range{65535, 0};
-    for (int lane = 0; lane < kShortLanes; ++lane) {
-        range.lowest = lowest[lane] - kSignBit < range.lowest ? lowest[lane] - kSignBit : range.lowest;
-        range.highest = highest[lane] - kSignBit > range.highest ? highest[lane] - kSignBit : range.highest;
-    }
+    if (i > 0)
+        range = {vectors.lowest() - kSignBit, vectors.highest() - kSignBit};
     for (; i < count; ++i) {
         range.lowest = pixels[i] < range.lowest ? pixels[i] : range.lowest;
         range.highest = pixels[i] > range.highest ? pixels[i] : range.highest;
@@ -163,37 +189,61 @@ PixelRange rangeOf(const std::uint16_t* pixels, std::size_t count) {
     return range;
 }
 
-// Bounds of a value, and how many pixels lie below and up to them.
-struct Bounds {
-    int low;
-    int high;
-    std::size_t below;
-    std::size_t upTo;
-
-    // Where the rank would lie if the pixels were spread evenly; half-way in every fourth step, for those that are not.
-    int split(std::size_t rank, int step) const {
-        const int width = high - low;
-        const auto share = static_cast<float>(rank - below) / static_cast<float>(upTo - below);
-        const int offset = step % 4 == 3 ? width / 2 : static_cast<int>(static_cast<float>(width) * share);
-        return low + (offset < 1 ? 1 : offset > width ? width : offset);
+std::uint16_t blockRank(const std::uint16_t* block, std::ptrdiff_t stride, int rank) noexcept {
+    constexpr int kRowVectors = kGridBlockSide / kShortLanes;
+    constexpr int kVectors = kGridBlockSide * kRowVectors;
+    constexpr int kRowsAtOnce = 16;
+    Shorts keys[kVectors];
+    ShortRange range;
+    for (int row = 0; row < kGridBlockSide; ++row) {
+        for (int v = 0; v < kRowVectors; ++v) {
+            const Shorts key = signedPixels(block + row * stride + v * kShortLanes);
+            keys[row * kRowVectors + v] = key;
+            range.add(key);
+        }
     }
-};
+    RowsAhead ahead(block, stride, kGridBlockSide);
+    RankSearch search(range.lowest(), range.highest(), kGridBlockSide * kGridBlockSide, rank);
+    while (search.isOpen()) {
+        ahead.fetch(kRowsAtOnce);
+        const int limit = static_cast<int>(search.pivot());
+        const Shorts limits = Shorts{} + static_cast<std::int16_t>(limit);
+        Shorts even{};
+        Shorts odd{};
+        for (int i = 0; i < kVectors; i += 2) {
+            even = countLess(even, keys[i], limits);
+            odd = countLess(odd, keys[i + 1], limits);
+        }
+        search.narrow(sumOfCounts(even + odd), limit - 1, limit);
+    }
+    return static_cast<std::uint16_t>(search.key() - kSignBit);
+}
 
 std::uint16_t selectRank(const std::uint16_t* pixels, std::size_t count, std::size_t rank) noexcept {
     const PixelRange range = rangeOf(pixels, count);
-    Bounds bounds{range.lowest, range.highest, 0, count};
-    for (int step = 0; bounds.low < bounds.high; ++step) {
-        const int limit = bounds.split(rank, step);
-        const std::size_t below = countBelow(pixels, count, limit);
-        if (below <= rank) {
-            bounds.low = limit;
-            bounds.below = below;
-        } else {
-            bounds.high = limit - 1;
-            bounds.upTo = below;
-        }
+    RankSearch search(range.lowest, range.highest, static_cast<int>(count), static_cast<int>(rank));
+    while (search.isOpen()) {
+        const int limit = static_cast<int>(search.pivot());
+        search.narrow(static_cast<int>(countBelow(pixels, count, limit)), limit - 1, limit);
     }
-    return static_cast<std::uint16_t>(bounds.low);
+    return static_cast<std::uint16_t>(search.key());
+}
+
+// What is not a number becomes 0, as a number below 0 does.
+Ints shiftedPixels(const std::uint16_t* pixels, float offset) {
+    const Floats sums = toFloats(loadPixels(pixels)) + offset;
+    const Floats positive = sums > 0.0f ? sums : Floats{};
+    return __builtin_convertvector(positive < 65535.0f ? positive : Floats{} + 65535.0f, Ints);
+}
+
+void shift(std::uint16_t* pixels, std::size_t count, float offset) noexcept {
+    std::size_t i = 0;
+    for (; i + kShortLanes <= count; i += kShortLanes)
+        storePixels(pixels + i, shiftedPixels(pixels + i, offset), shiftedPixels(pixels + i + kLanes, offset));
+    for (; i < count; ++i) {
+        const float sum = static_cast<float>(pixels[i]) + offset;
+        pixels[i] = sum >= 65535.0f ? 65535 : sum > 0.0f ? static_cast<std::uint16_t>(sum) : 0;
+    }
 }
 
 Ints laneNumbers() {
@@ -244,6 +294,7 @@ double histogramSquares(const std::uint32_t* counts, int first, int last, int ce
 
 }  // namespace
 
-const PixelKernels QX_TABLE(QX_LEVEL) = {sum, narrowMoments, squares, selectRank, histogramSum, histogramSquares};
+const PixelKernels QX_TABLE(QX_LEVEL) = {sum,       narrowMoments, squares,      selectRank,
+                                         blockRank, shift,         histogramSum, histogramSquares};
 
 }  // namespace qx

@@ -2,9 +2,11 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "numerics/LinearLeastSquares.h"
+#include "numerics/OrthogonalSurfaceFit.h"
 #include "numerics/SurfaceModel.h"
 #include "platform/Console.h"
 
@@ -12,7 +14,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <numeric>
 
 namespace {
 
@@ -90,38 +91,90 @@ void evaluateRow(const Table& a, float x, const float* y, int count, float* __re
     }
 }
 
-// The squared correlation of data and fit. Adds to the sums over the residuals.
-float fitQuality(const float* data, const float* fitted, int count, Residuals& sums) {
-    float fitSum = 0.0f;
-    float dataSum = 0.0f;
-    for (int i = 0; i < count; ++i) {
-        fitSum += fitted[i];
-        dataSum += data[i];
+// A fitted surface beside the image, some rows at a time: all of them when the image is small.
+class FittedImage {
+public:
+    FittedImage(const qx::ImageView<const float>& image, const Table& a, const Means& means) noexcept
+        : image_(image), a_(a), means_(means), rowsAtOnce_(std::clamp(kValuesAtOnce / image.width, 1, image.height)),
+          columns_(static_cast<std::size_t>(image.width)),
+          fitted_(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(rowsAtOnce_)) {
+        if (!columns_)
+            return;
+        for (int c = 0; c < image.width; ++c)
+            columns_[static_cast<std::size_t>(c)] = static_cast<float>(c) - means.column;
     }
-    const float fitMean = fitSum / static_cast<float>(count);
-    const float dataMean = dataSum / static_cast<float>(count);
-    float mixed = 0.0f;
-    float fitSquares = 0.0f;
-    float dataSquares = 0.0f;
-    Residuals residuals = sums;
-    for (int i = 0; i < count; ++i) {
-        const float fitOffset = fitted[i] - fitMean;
-        const float dataOffset = data[i] - dataMean;
-        mixed += fitOffset * dataOffset;
-        fitSquares += fitOffset * fitOffset;
-        dataSquares += dataOffset * dataOffset;
-        residuals.add(fitted[i] - data[i]);
+
+    explicit operator bool() const noexcept { return columns_ && fitted_; }
+
+    // Squared correlation with the image. Adds to the sums over the residuals.
+    float quality(Residuals& sums) noexcept {
+        float fitSum = 0.0f;
+        float dataSum = 0.0f;
+        visitRows([&](const float* fitted, const float* data, int count) {
+            for (int i = 0; i < count; ++i) {
+                fitSum += fitted[i];
+                dataSum += data[i];
+            }
+        });
+        const auto size = static_cast<float>(image_.width * image_.height);
+        const float fitMean = fitSum / size;
+        const float dataMean = dataSum / size;
+        float mixed = 0.0f;
+        float fitSquares = 0.0f;
+        float dataSquares = 0.0f;
+        Residuals residuals = sums;
+        visitRows([&](const float* fitted, const float* data, int count) {
+            for (int i = 0; i < count; ++i) {
+                const float fitOffset = fitted[i] - fitMean;
+                const float dataOffset = data[i] - dataMean;
+                mixed += fitOffset * dataOffset;
+                fitSquares += fitOffset * fitOffset;
+                dataSquares += dataOffset * dataOffset;
+                residuals.add(fitted[i] - data[i]);
+            }
+        });
+        // Kept: a third pass over the residuals, into the same sums. Their largest is known by then.
+        visitRows([&](const float* fitted, const float* data, int count) {
+            for (int i = 0; i < count; ++i) {
+                const float residual = fitted[i] - data[i];
+                residuals.squares += residual * residual;
+                residuals.magnitudes += std::fabs(residual);
+            }
+        });
+        sums = residuals;
+        const float r = mixed / std::sqrt(dataSquares * fitSquares);
+        return r * r;
     }
-    // Kept: a third pass over the residuals, into the same sums. Their largest is known by then.
-    for (int i = 0; i < count; ++i) {
-        const float residual = fitted[i] - data[i];
-        residuals.squares += residual * residual;
-        residuals.magnitudes += std::fabs(residual);
+
+private:
+    static constexpr int kValuesAtOnce = 1 << 16;
+
+    template <class Visit>
+    void visitRows(Visit visit) noexcept {
+        for (int row = 0; row < image_.height; row += rowsAtOnce_) {
+            const int rows = std::min(rowsAtOnce_, image_.height - row);
+            evaluateRows(row, rows);
+            visit(fitted_.data(), image_.row(row), rows * image_.width);
+        }
     }
-    sums = residuals;
-    const float r = mixed / std::sqrt(dataSquares * fitSquares);
-    return r * r;
-}
+
+    void evaluateRows(int first, int rows) noexcept {
+        if (first == evaluated_)
+            return;
+        evaluated_ = first;
+        for (int r = 0; r < rows; ++r)
+            evaluateRow(a_, static_cast<float>(first + r) - means_.row, columns_.data(), image_.width,
+                        fitted_.data() + static_cast<std::ptrdiff_t>(r) * image_.width);
+    }
+
+    qx::ImageView<const float> image_;
+    const Table& a_;
+    Means means_;
+    int rowsAtOnce_;
+    qx::Scratch<float> columns_;
+    qx::Scratch<float> fitted_;
+    int evaluated_ = -1;
+};
 
 // The peak model of a surface in (row - mean row) and (column - mean column).
 void peakOf(const Table& a, const Means& means, float* model) {
@@ -173,29 +226,29 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
     qx::Scratch<float> x(static_cast<std::size_t>(height));
     qx::Scratch<float> y(static_cast<std::size_t>(width));
     qx::Scratch<const float*> rows(static_cast<std::size_t>(height));
-    qx::Scratch<float> fitted(static_cast<std::size_t>(count));
-    if (!x || !y || !rows || !fitted)
+    if (!x || !y || !rows)
         return StatusOk;
-    std::iota(x.data(), x.data() + height, 0.0f);
-    std::iota(y.data(), y.data() + width, 0.0f);
-    for (int r = 0; r < height; ++r)
+    for (int r = 0; r < height; ++r) {
+        x[static_cast<std::size_t>(r)] = static_cast<float>(r);
         rows[static_cast<std::size_t>(r)] = image + static_cast<std::ptrdiff_t>(r) * width;
+    }
+    for (int c = 0; c < width; ++c)
+        y[static_cast<std::size_t>(c)] = static_cast<float>(c);
     Table a{};
     std::array<float, kTableSide> dt{};
-    FitSurfaceLeastSquares(x.data(), y.data(), rows.data(), a, dt.data(), height, width, kTableSide, kTableSide);
+    if (!qx::fitSurfaceGrid(x.data(), y.data(), rows.data(), a, dt.data(), height, width, kTableSide, kTableSide))
+        return StatusOk;
 
     const Means means{meanOfIndices(height), meanOfIndices(width)};
+    FittedImage fitted({image, width, height}, a, means);
+    if (!fitted)
+        return StatusOk;
     peakOf(a, means, model);
     logTable(a);
     printFit(a, dt.data());
     std::copy_n(&a[0][0], kTableSide * kTableSide, coefficients);
-    for (int c = 0; c < width; ++c)
-        y[static_cast<std::size_t>(c)] -= means.column;
-    for (int r = 0; r < height; ++r)
-        evaluateRow(a, static_cast<float>(r) - means.row, y.data(), width,
-                    fitted.data() + static_cast<std::ptrdiff_t>(r) * width);
     Residuals sums{dt[0], dt[1], dt[2]};
-    quality = fitQuality(image, fitted.data(), count, sums);
+    quality = fitted.quality(sums);
     std::ranges::copy(std::array{sums.squares, sums.magnitudes, sums.largest}, residuals);
     printModel(model);
     return StatusOk;

@@ -82,8 +82,9 @@ int markDark(const float* blocks, int width, int height, float fraction, std::ui
     int count = 0;
     for (int r = 0; r < height; ++r) {
         for (int c = 0; c < width; ++c) {
-            const auto squared = static_cast<float>((c - mx) * (c - mx) + (r - my) * (r - my));
-            const float distance = std::max(std::sqrt(squared) / kNearby, 1.0f);
+            const std::int64_t dx = c - mx;
+            const std::int64_t dy = r - my;
+            const float distance = std::max(std::sqrt(static_cast<float>(dx * dx + dy * dy)) / kNearby, 1.0f);
             *marked = threshold / distance >= *blocks++;
             count += *marked++;
         }

@@ -40,9 +40,9 @@ struct FloatImage {
 };
 
 // The regions that are searched have the shape of the image.
-int regionHeight(const FloatImage& image) {
+std::int64_t regionHeight(const FloatImage& image) {
     const double ratio = static_cast<double>(image.height) / image.width;
-    return kRegionUnit * qx::truncateToInt(ratio * kRegionWidth * (1.0 / kRegionUnit) + 0.5);
+    return std::int64_t{kRegionUnit} * qx::truncateToInt(ratio * kRegionWidth * (1.0 / kRegionUnit) + 0.5);
 }
 
 // The centred area of these sides, clipped to the image.
@@ -74,8 +74,8 @@ int searchRegions(const FloatImage& image, const Area& middle, int height, bool&
 
 int judge(const FloatImage& image) {
     const int floor = getConfigInfo()->falseTriggerMedianFloor;
-    const int height = regionHeight(image);
-    qx::logInfo(kLogNoValue, "roiWidth:%d, roiHeight:%d", kRegionWidth, height);
+    const std::int64_t height = regionHeight(image);
+    qx::logInfo(kLogNoValue, "roiWidth:%d, roiHeight:%lld", kRegionWidth, static_cast<long long>(height));
     const std::int64_t regions = image.width / kRegionWidth - 2;
     const std::int64_t outerWidth = kRegionWidth * regions;
     const std::int64_t outerHeight = height * regions;
@@ -87,7 +87,7 @@ int judge(const FloatImage& image) {
         return StatusWrongParameter;
 
     bool exposed = false;
-    int status = searchRegions(image, middle, height, exposed);
+    int status = searchRegions(image, middle, static_cast<int>(height), exposed);
     if (status != StatusOk || exposed)
         return status;
     int median = 0;

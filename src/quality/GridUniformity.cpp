@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kGridSide = 64;
+constexpr int kGridSide = qx::kGridBlockSide;
 constexpr int kGridBorder = 2;
 
 // So many blocks may stand out.
@@ -31,35 +31,6 @@ struct InnerBlocks {
     int rows;
 };
 
-// Pixels of a row of blocks, block after block, so that the image is read in the order of its rows.
-class BlockRow {
-public:
-    explicit BlockRow(int blocks) noexcept
-        : blocks_(blocks), pixels_(static_cast<std::size_t>(blocks) * kBlockStride) {}
-
-    explicit operator bool() const noexcept { return static_cast<bool>(pixels_); }
-
-    // `first` is the first pixel of the first block.
-    void gather(const WORD* first, int width) noexcept {
-        for (int y = 0; y < kGridSide; ++y)
-            for (int b = 0; b < blocks_; ++b)
-                std::copy_n(first + static_cast<std::ptrdiff_t>(y) * width + b * kGridSide, kGridSide,
-                            block(b) + y * kGridSide);
-    }
-
-    float median(int b) noexcept { return static_cast<float>(qx::upperMiddle(block(b), kBlockPixels)); }
-
-private:
-    static constexpr std::size_t kBlockPixels = static_cast<std::size_t>(kGridSide) * kGridSide;
-    // Blocks a power of two apart would share their places in the cache.
-    static constexpr std::size_t kBlockStride = kBlockPixels + kGridSide;
-
-    WORD* block(int b) noexcept { return pixels_.data() + static_cast<std::size_t>(b) * kBlockStride; }
-
-    int blocks_;
-    qx::Scratch<WORD> pixels_;
-};
-
 float meanOf(std::span<const float> values) {
     double sum = 0;
     for (const float value : values)
@@ -75,15 +46,13 @@ int judgeGrid(const WORD* image, int width, int height, float limit) {
     if (!qx::pixelCount(width, height, count) || !inner.exist())
         return StatusWrongParameter;
     qx::Scratch<float> deviations(inner.count());
-    BlockRow blocks(inner.columns);
-    if (!deviations || !blocks)
+    if (!deviations)
         return StatusAllocationFailed;
     float* next = deviations.data();
     for (int row = 0; row < inner.rows; ++row) {
         const std::ptrdiff_t y = static_cast<std::ptrdiff_t>(row + kGridBorder) * kGridSide;
-        blocks.gather(image + y * width + kGridBorder * kGridSide, width);
-        for (int column = 0; column < inner.columns; ++column)
-            *next++ = blocks.median(column);
+        qx::gridBlockMedians(image + y * width + kGridBorder * kGridSide, width, inner.columns, next);
+        next += inner.columns;
     }
     const float mean = meanOf(deviations.span());
     for (float& value : deviations.span())

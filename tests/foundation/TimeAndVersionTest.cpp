@@ -2,6 +2,7 @@
 
 #include <QxUtils/Foundation.h>
 
+#include <chrono>
 #include <climits>
 #include <cstring>
 #include <ctime>
@@ -11,9 +12,10 @@
 
 namespace {
 
-// The local time in a strftime format; a text function is right when it agrees before or after its call.
+// The local time in a strftime format; a text function is right when it agrees before or after its call. std::time may
+// lag behind by a clock tick.
 std::string localTime(const char* format) {
-    const std::time_t now = std::time(nullptr);
+    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     std::ostringstream text;
     text << std::put_time(std::localtime(&now), format);
     return text.str();

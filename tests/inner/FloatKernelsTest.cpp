@@ -7,6 +7,7 @@
 #include "PlainFits.h"
 
 #include "numerics/FloatKernels.h"
+#include "numerics/PixelKernels.h"
 
 #include <QxUtils.h>
 
@@ -85,6 +86,26 @@ TEST_P(FloatKernelsAt, block_medians) {
     }
 }
 
+TEST_P(FloatKernelsAt, ranks_of_pixel_blocks) {
+    constexpr int kPixels = kGridBlockSide * kGridBlockSide;
+    constexpr int kStride = kGridBlockSide + 5;
+    const auto blockOf = [](int lowest, int highest) {
+        return randomImage(kStride, kGridBlockSide, lowest, highest, 3);
+    };
+    TestImage extremes = blockOf(0, 1);
+    for (WORD& pixel : extremes.pixels)
+        pixel = pixel == 0 ? WORD{0} : WORD{65535};
+    for (const TestImage& image : {blockOf(51000, 53000), blockOf(32760, 32775), blockOf(0, 65535), blockOf(7, 7),
+                                   extremes, flatImage(kStride, kGridBlockSide, 52000, 197, 4)}) {
+        std::vector<WORD> sorted;
+        for (int y = 0; y < kGridBlockSide; ++y)
+            sorted.insert(sorted.end(), image.data() + y * kStride, image.data() + y * kStride + kGridBlockSide);
+        std::sort(sorted.begin(), sorted.end());
+        for (const int rank : {0, 1, 100, kPixels / 2, kPixels - 1})
+            EXPECT_EQ(sorted[static_cast<std::size_t>(rank)], pixelKernels().blockRank(image.data(), kStride, rank));
+    }
+}
+
 TEST_P(FloatKernelsAt, strip_sums) {
     // Sums beyond 2^24 are rounded at every step.
     for (const int rows : {1, 20}) {
@@ -127,16 +148,30 @@ TEST_P(FloatKernelsAt, loops_over_a_row) {
         Floats raised = row;
         Floats sums = factors;
         Floats scaled = row;
+        Floats turned = row;
+        Floats multiples = row;
+        Floats turnedOther = factors;
         for (std::size_t x = 0; x + 1 < row.size(); ++x) {
             raised[x] = row[x] <= 0.0f ? 0.1f : row[x];
             sums[x] += row[x];
             scaled[x] = row[x] < 65535.0f ? row[x] * factors[x] : row[x];
+            multiples[x] += 0.3f * factors[x];
+            turned[x] = row[x] * 0.6f + factors[x] * 0.8f;
+            turnedOther[x] = factors[x] * 0.6f - row[x] * 0.8f;
         }
         Floats actualRaised = row;
         Floats actualSums = factors;
         Floats actualScaled = row;
         floatKernels().raise(actualRaised.data(), count, 0.1f);
         floatKernels().add(row.data(), count, actualSums.data());
+        Floats actualMultiples = row;
+        Floats actualTurned = row;
+        Floats actualTurnedOther = factors;
+        floatKernels().addMultiple(factors.data(), count, 0.3f, actualMultiples.data());
+        floatKernels().rotate(actualTurned.data(), actualTurnedOther.data(), count, 0.6f, 0.8f);
+        EXPECT_TRUE(sameBitsOrNanEverywhere(multiples, actualMultiples)) << count;
+        EXPECT_TRUE(sameBitsOrNanEverywhere(turned, actualTurned)) << count;
+        EXPECT_TRUE(sameBitsOrNanEverywhere(turnedOther, actualTurnedOther)) << count;
         floatKernels().scaleBelow(actualScaled.data(), count, factors.data(), 65535.0f);
         EXPECT_TRUE(sameBitsOrNanEverywhere(raised, actualRaised)) << count;
         EXPECT_TRUE(sameBitsOrNanEverywhere(sums, actualSums)) << count;
