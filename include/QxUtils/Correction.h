@@ -9,7 +9,10 @@
 //
 // Unless said otherwise a null pointer gives 1057, and sizes that are impossible (below 1, beyond 32 bits, afeWidth
 // below 1 or above the width, nAfe other than width / afeWidth - 1) 1020; nothing is written then. No function keeps
-// state.
+// state, correctAedStripeClinic excepted.
+//
+// An image that triggered itself (AED) was exposed while the row `triggerLine` was read. Its signal departs in the rows
+// just above that one: the stripe.
 
 #include "Export.h"
 #include "Types.h"
@@ -23,8 +26,8 @@
 // AFE and row.
 QXUTILS_API int correctRDwithoutRgain(float* image, int width, int height);
 
-// Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count from
-// 1; blocks and columns without a gain of their own keep their level. Returns 0.
+// Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count
+// from 1; blocks and columns without a gain of their own keep their level. Returns 0.
 QXUTILS_API int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
 
 // Replaces every pixel at or below 0 by 0.1, in place. Returns 0.
@@ -55,6 +58,34 @@ QXUTILS_API int cutBinningImage(float* out, const float* image, int width, int h
 // Medians (the upper middle) of the whole 32 x 32 blocks, row by row: (width / 32) x (height / 32) values, none when a
 // side is below 32. Returns 0.
 QXUTILS_API int doBinningSample(float* out, const float* image, int width, int height);
+
+// Takes the stripe out of an AED image, in place, by a gain for each of its rows. How the rows depart is measured in
+// referenceImage, which is referenceWidth columns wide and has the same trigger line and at least triggerLine + 10
+// rows; it may be the image itself. The signal of the stripe then follows a straight line from the row above it to the
+// trigger line. Values are counts above the pedestal of 208; results are limited to the detector's largest gray value,
+// which is kept for the whole library during the call: no two calls at a time. Only rows triggerLine - 24 to
+// triggerLine - 1 are written. Logs its course. Returns 0; also, with nothing changed, when triggerLine is at most 25
+// or fewer than 10 rows follow from it on; -1 when the reference does not show a stripe to measure; 1035 when memory is
+// short. Memory: about 1 MB.
+QXUTILS_API int correctAedStripeClinic(WORD* image, const WORD* referenceImage, int width, int referenceWidth,
+                                       int height, int triggerLine);
+
+// Takes the stripe out of an AED image, in place, by an offset for each of the 15 rows above the trigger line (fewer
+// near the top) and a common one for all rows above those. A straight line through the levels of the 40 rows below the
+// trigger line (the last row stands for those beyond the image) tells where the levels ought to be; a row's level is
+// the median of 301 pixels that end 200 columns left of the middle. Results are limited to 0..65535. The trigger line
+// and the rows below it stay. unused1 and unused2 are not looked at. Logs its course. Returns 0; also, with nothing
+// changed, when triggerLine is below 5 or fewer than 40 rows follow from it on; 1035 for a null image; 1020 for
+// impossible sizes and for images below 1002 columns, which lack those pixels.
+QXUTILS_API int correctAedStripe(WORD* image, int width, int height, int unused1, int unused2, int triggerLine);
+
+// Appends a record of an AED image to logs\PostDarkData.txt below the kit's work directory: time (not padded), machine,
+// integration time, temperature, trigger line and time interval of the detector; then three lines for the rows 25 to 5
+// above the trigger line, those 5 to 25 below it, and their difference, each clamped to the image: the medians of
+// blocks of 64 columns, their median, and the truncated mean of those but seven at either side (INT_MIN where 14 blocks
+// leave none). Silent: writes nothing when the file cannot be opened or memory is short, for a null image, impossible
+// sizes or a detector without a work directory.
+QXUTILS_API void recordAedTrainStepInfo(const WORD* image, int width, int height);
 
 // Always 0; the arguments are not looked at.
 QXUTILS_API int jingtaiEnhance(void* image, const char* path, int width, int height, int option);

@@ -383,19 +383,6 @@ void stripSums(const std::uint16_t* image, std::ptrdiff_t stride, int rows, int 
     }
 }
 
-// Values before the first one at the start of a cache line, where a vector would cost two accesses.
-int valuesBeforeLine(const float* values, int count) {
-    const auto offset = static_cast<int>(reinterpret_cast<std::uintptr_t>(values) / sizeof(float) % kCacheLineFloats);
-    const int before = (kCacheLineFloats - offset) % kCacheLineFloats;
-    return before < count ? before : count;
-}
-
-// Fetches what comes farther ahead than the processor's own prefetch looks. Addresses beyond the image do no harm.
-void fetchAhead(const float* values) {
-    constexpr std::uintptr_t kBytesAhead = 64 * kCacheLineBytes;
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(values) + kBytesAhead));
-}
-
 void raiseEach(float* row, int count, float floor) {
     for (int x = 0; x < count; ++x)
         if (row[x] <= 0.0f)
@@ -403,7 +390,7 @@ void raiseEach(float* row, int count, float floor) {
 }
 
 void raise(float* row, int count, float floor) noexcept {
-    int x = valuesBeforeLine(row, count);
+    auto x = static_cast<int>(valuesBeforeLine(row, static_cast<std::size_t>(count)));
     raiseEach(row, x, floor);
     for (; x <= count - kCacheLineFloats; x += kCacheLineFloats) {
         fetchAhead(row + x);
@@ -440,7 +427,7 @@ void scaleEachBelow(float* row, int count, const float* factors, float limit) {
 }
 
 void scaleBelow(float* row, int count, const float* factors, float limit) noexcept {
-    int x = valuesBeforeLine(row, count);
+    auto x = static_cast<int>(valuesBeforeLine(row, static_cast<std::size_t>(count)));
     scaleEachBelow(row, x, factors, limit);
     for (; x <= count - kCacheLineFloats; x += kCacheLineFloats) {
         fetchAhead(row + x);

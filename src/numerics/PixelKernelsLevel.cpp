@@ -236,14 +236,23 @@ Ints shiftedPixels(const std::uint16_t* pixels, float offset) {
     return __builtin_convertvector(positive < 65535.0f ? positive : Floats{} + 65535.0f, Ints);
 }
 
-void shift(std::uint16_t* pixels, std::size_t count, float offset) noexcept {
-    std::size_t i = 0;
-    for (; i + kShortLanes <= count; i += kShortLanes)
-        storePixels(pixels + i, shiftedPixels(pixels + i, offset), shiftedPixels(pixels + i + kLanes, offset));
-    for (; i < count; ++i) {
+void shiftEach(std::uint16_t* pixels, std::size_t count, float offset) {
+    for (std::size_t i = 0; i < count; ++i) {
         const float sum = static_cast<float>(pixels[i]) + offset;
         pixels[i] = sum >= 65535.0f ? 65535 : sum > 0.0f ? static_cast<std::uint16_t>(sum) : 0;
     }
+}
+
+void shift(std::uint16_t* pixels, std::size_t count, float offset) noexcept {
+    constexpr std::size_t kLinePixels = kCacheLineBytes / sizeof *pixels;
+    std::size_t i = valuesBeforeLine(pixels, count);
+    shiftEach(pixels, i, offset);
+    for (; count - i >= kLinePixels; i += kLinePixels) {
+        fetchAhead(pixels + i);
+        for (std::size_t k = i; k < i + kLinePixels; k += kShortLanes)
+            storePixels(pixels + k, shiftedPixels(pixels + k, offset), shiftedPixels(pixels + k + kLanes, offset));
+    }
+    shiftEach(pixels + i, count - i, offset);
 }
 
 Ints laneNumbers() {

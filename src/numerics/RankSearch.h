@@ -3,6 +3,8 @@
 // The search for the key that has a rank in ascending order, by counting the keys below pivots. Everything is local to
 // the including source, as in VectorLanes.h.
 
+#include "numerics/VectorLanes.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -68,8 +70,6 @@ private:
     std::int64_t lastPivot_ = 0;
     int lastBelow_ = 0;
 };
-
-constexpr int kCacheLineBytes = 64;
 
 // Rows of a block that will be wanted next: fetched a few at a time while something else is computed, as the processor
 // does not foresee short rows far apart. Addresses beyond the image do no harm.

@@ -259,6 +259,22 @@ inline std::int32_t bitsOfLanes(Ints v) {
     return folded(v, [](auto a, auto b) { return a | b; });
 }
 
+constexpr int kCacheLineBytes = 64;
+
+// Those of the values that come before the first start of a cache line: vectors across two lines cost two accesses.
+template <class Value>
+inline std::size_t valuesBeforeLine(const Value* values, std::size_t count) {
+    const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(values) % kCacheLineBytes;
+    const std::size_t before = (kCacheLineBytes - offset) % kCacheLineBytes / sizeof(Value);
+    return before < count ? before : count;
+}
+
+// Fetches what comes farther ahead than the processor's own prefetch looks. Addresses beyond the image do no harm.
+inline void fetchAhead(const void* values) {
+    constexpr std::uintptr_t kBytesAhead = 64 * kCacheLineBytes;
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(values) + kBytesAhead));
+}
+
 inline void storeInts(void* target, Ints v) {
     __builtin_memcpy(target, &v, sizeof v);
 }

@@ -1,0 +1,450 @@
+// Steps of the stripe corrections.
+
+#include "AtVectorLevel.h"
+#include "Compare.h"
+#include "PlainStripe.h"
+#include "StripeFixture.h"
+
+#include "correction/StripeSuppression.h"
+
+#include <QxUtils/Correction.h>
+
+#include <limits>
+#include <set>
+
+namespace {
+
+using namespace qx;
+using namespace qx::test;
+using Lines = std::vector<std::string>;
+using Ratios = std::vector<double>;
+
+constexpr double kPoison = -4711.0;
+
+class StripeSteps : public StripeFixture {
+protected:
+    StripeSteps() { maxGrayValue = 65535; }
+
+    // Returns the number of rows; `ratio` and the log are what the call left.
+    int measure(const TestImage& band) {
+        ratio.assign(kBandRows, kPoison);
+        return calcStripeRatio(ratio.data(), band.data(), band.width);
+    }
+
+    Ratios ratio;
+};
+
+using CountRowsToCompensate = StripeSteps;
+using FindHomogeneousColumns = StripeSteps;
+using CalcStripeRatio = StripeSteps;
+using RemoveGenericStripe = StripeSteps;
+
+const std::string kUpdated = "I | Ratio updated.";
+const std::string kNotUpdated = "I | No valid columns found. Poor compensation performance is expected.";
+const std::string kNoColumns = "I | Method 2 is unable to proceed since no valid columns could be found.";
+const std::string kTooWide = "I | Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low "
+                             "(almost in the noise level), or the band is too wide (e.g., >15 rows).";
+
+std::string methodOne(int columns, int rows) {
+    return "I | Method 1 finds " + std::to_string(columns) + " homogeneous columns, and " + std::to_string(rows) +
+           " rows to compensate";
+}
+std::string methodTwo(int rows) {
+    return "I | Method 2 finds " + std::to_string(rows) + " rows to compensate";
+}
+std::string reEvaluated(int rows) {
+    return "I | Re-evaluate the number of rows to compensate -- " + std::to_string(rows) + " rows.";
+}
+
+// A parabola from row 1 to row 25 in units of 1/1024: every row lies below the straight lines across it. The rows below
+// continue the line from row 1 to row 25, and so does row 0: 23 rows fit without any rest.
+Ratios parabola(double row10Higher) {
+    Ratios ratio(kBandRows);
+    for (int k = 1; k <= 25; ++k)
+        ratio[static_cast<std::size_t>(k)] = 1.0 + (k - 1) * (k - 1) / 1024.0;
+    ratio[0] = ratio[1] - 24 / 1024.0;
+    for (std::size_t k = 26; k < kBandRows; ++k)
+        ratio[k] = ratio[25] + 5 * 24 / 1024.0;
+    ratio[10] += row10Higher / 1024.0;
+    return ratio;
+}
+
+Ratios withRow(Ratios ratio, std::size_t row, double value) {
+    ratio[row] = value;
+    return ratio;
+}
+
+TEST_F(CountRowsToCompensate, by_hand) {
+    const Ratios flat(kBandRows, 1.0);
+    const struct {
+        Ratios ratio;
+        int expected;
+    } cases[] = {{flat, 1},  // all fit, the first one counts
+                 {withRow(flat, 24, 0.5), 1},
+                 {withRow(flat, 24, 1.0 + 1e-15), 0},
+                 {withRow(withRow(flat, 24, 0.5), 23, 0.75), 2},
+                 // Row 22 lies above the line from row 21, and one row is better than two.
+                 {withRow(withRow(flat, 24, 0.5), 22, 1.5), 1},
+                 {parabola(0), 23},
+                 // On the line from row 9 to the trigger line, and above it: then row 10 is the best one before.
+                 {parabola(15), 23},
+                 {parabola(15.001), 14}};
+    for (const auto& c : cases)
+        EXPECT_EQ(c.expected, countRowsToCompensate(c.ratio.data())) << "case " << &c - cases;
+}
+
+TEST_F(CountRowsToCompensate, agrees_with_the_plain_method) {
+    SplitMix64 random(1);
+    std::set<int> counts;
+    for (int round = 0; round < 4000; ++round) {
+        Ratios values = randomProfile(random);
+        const double noise = round % 2 == 0 ? 0.0 : 1e-3 * random.uniform();
+        for (double& value : values) {
+            value += noise * random.gaussian();
+            value = round % 3 == 0 ? std::round(value * 64) / 64 : value;
+        }
+        const int expected = plain::countRowsToCompensate(values.data());
+        ASSERT_EQ(expected, countRowsToCompensate(values.data())) << "round " << round;
+        counts.insert(expected);
+    }
+    EXPECT_LT(12u, counts.size());
+}
+
+std::vector<int> homogeneousColumns(const std::vector<double>& sampled) {
+    const int count = static_cast<int>(sampled.size()) / kBandRows;
+    std::vector<int> columns(static_cast<std::size_t>(count) + 1, -7);
+    const int found = findHomogeneousColumns(sampled.data(), count, columns.data());
+    if (found < 0 || found > count)
+        return {found};
+    EXPECT_EQ(-7, columns.back());
+    columns.resize(static_cast<std::size_t>(found));
+    return columns;
+}
+
+// Columns of 65/64, 1 in row 24 and other values in the rows that a letter stands for.
+std::vector<double> sampledColumns(const std::string& kinds) {
+    std::vector<double> sampled(kBandRows * kinds.size(), 65.0 / 64.0);
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        const auto at = [&](std::size_t row) -> double& { return sampled[row * kinds.size() + i]; };
+        at(24) = 1.0;
+        switch (kinds[i]) {
+        case 'b':
+            at(30) = 66.0 / 64.0;
+            break;
+        case 'e':  // the first minimum lies earlier
+            at(23) = 1.0;
+            break;
+        case 'l':  // the first minimum stays
+            at(25) = 1.0;
+            break;
+        case 'f':  // far from the others
+            at(30) = 8.0;
+            break;
+        case 'm':  // another row is the darkest
+            at(34) = 63.0 / 64.0;
+            break;
+        default:
+            break;
+        }
+    }
+    return sampled;
+}
+
+// Columns that differ little share one bin, from the smallest resemblance, which does not count, to the largest, which
+// does.
+TEST_F(FindHomogeneousColumns, by_hand) {
+    const struct {
+        const char* kinds;
+        std::vector<int> expected;
+    } cases[] = {
+        {"a", {}},
+        {"aaaaaaaaaaaaaaaaaaaaaaaa", {}},
+        {"ab", {0, 1}},
+        {"aabb", {0, 1, 2, 3}},
+        {"aaabaa", {0, 1, 2, 3, 4, 5}},
+        // The fullest bin begins with the resemblance of the plain columns.
+        {"aaaaaaaaaaf", {}},
+        {"faaaaaaaaaaa", {}},
+        {"aebmla", {0, 2, 4, 5}},
+        {"eeb", {2}},
+        {"mmm", {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.expected, homogeneousColumns(sampledColumns(c.kinds))) << c.kinds;
+}
+
+// Of 27 columns 23 are alike. A column of nothing makes the smallest logarithm 0, and another one makes the largest
+// twice that of the 23: these lie at a border between bins or not, to the last bit, or the largest one is theirs. Two
+// brighter columns, where there are any, tell which bin counts them.
+TEST_F(FindHomogeneousColumns, borders_belong_to_both_bins) {
+    std::set<std::size_t> sizes;
+    for (int round = 0; round < 600; ++round) {
+        const double alike = 1.01 + 0.0067 * (round / 4);
+        const double square = 1.0 + 34 * alike * alike;
+        std::vector<double> sampled(kBandRows * 27, alike);
+        for (std::size_t row = 0; row < kBandRows; ++row) {
+            sampled[row * 27 + 3] = 0.0;
+            if (round % 2 != 0)
+                sampled[row * 27 + 8] = sampled[row * 27 + 9] = 1.0001 * alike;
+        }
+        std::fill_n(sampled.begin() + 24 * 27, 27, 1.0);
+        if (round % 4 < 2)
+            sampled[5] = std::sqrt(square * square - square + alike * alike);
+        const std::vector<int> expected = plain::findHomogeneousColumns(sampled.data(), 27);
+        EXPECT_EQ(expected, homogeneousColumns(sampled)) << "round " << round;
+        sizes.insert(expected.size());
+    }
+    EXPECT_LT(3u, sizes.size());
+}
+
+// Logarithms from 0 to 2 make 501 bins of a little less than 0.004: the last three columns, 0.003996 below the largest
+// value, lie outside its bin.
+TEST_F(FindHomogeneousColumns, there_is_a_bin_more_than_the_range_holds) {
+    std::vector<double> sampled;
+    for (int row = 0; row < kBandRows; ++row) {
+        const double level = row < 16 ? 2.0 : row < 24 ? 1.25 : 1.5;
+        for (int col = 0; col < 8; ++col)
+            sampled.push_back(row == 24 ? 1.0 : col == 0 ? 0.0 : col < 5 ? level : 0.990749 * level);
+    }
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 4}), homogeneousColumns(sampled));
+}
+
+// A stripe of one row: 4000 counts beside 3200.
+const BandColumn kColumn = bandColumn(3200, 4000, 4000);
+
+TEST_F(CalcStripeRatio, twenty_homogeneous_columns_choose_the_first_method) {
+    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, kColumn, 4025)));
+    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+    Ratios expected(kBandRows, 1.25);
+    expected[24] = 1.0;
+    expected[30] = (1.25 + 4025.0 / 3200.0) / 2;
+    EXPECT_TRUE(sameBitsEverywhere(expected, ratio));
+
+    EXPECT_EQ(1, measure(bandOfTwoKinds(10, 9, kColumn, 4025)));
+    EXPECT_EQ(Lines{methodTwo(1)}, takeLog());
+    expected[30] = (12.5 + 9 * 4025.0 / 3200.0) / 19;
+    EXPECT_TRUE(sameBitsEverywhere(expected, ratio));
+
+    // None resembles another more than the rest.
+    EXPECT_EQ(1, measure(bandOfTwoKinds(500, 0, kColumn, 0)));
+    EXPECT_EQ(Lines{methodTwo(1)}, takeLog());
+}
+
+// A signal below the pedestal counts as one above it.
+TEST_F(CalcStripeRatio, pedestal_in_the_reference_row_counts_as_a_tiny_signal) {
+    for (const int signal : {0, 1, -1}) {
+        EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, bandColumn(signal, 3000, 3000), 3002)));
+        EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+        const double divisor = signal == 0 ? static_cast<double>(5e-05f) : 1.0;
+        EXPECT_DOUBLE_EQ(3000 / divisor, ratio[0]);
+        EXPECT_DOUBLE_EQ(3001 / divisor, ratio[30]);
+        EXPECT_EQ(1.0, ratio[24]);
+    }
+}
+
+TEST_F(CalcStripeRatio, trigger_line_up_to_eleven_tenths_refines_the_ratio) {
+    BandColumn column = bandColumn(4000, 4400, 4400);
+    EXPECT_EQ(1, measure(bandOfTwoKinds(10, 10, column, 4410)));
+    EXPECT_EQ((Lines{methodOne(20, 2), kUpdated, reEvaluated(1)}), takeLog());
+    EXPECT_EQ(1.1, ratio[25]);
+    column[25] = 4401;
+    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, column, 4410)));
+    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+}
+
+// The darkest and the brightest pixel of every column at the limits, once for each method.
+TEST_F(CalcStripeRatio, usable_columns_lie_between_the_limits) {
+    const struct {
+        std::uint32_t maxGrayValue;
+        int darkest, brightest;
+        bool first, second;
+    } cases[] = {
+        {65535, 1000, 1079, true, true},
+        {65535, 999, 1078, false, true},
+        {65535, 500, 520, false, true},
+        {65535, 499, 520, false, false},
+        {10000, 7500, 8000, true, true},
+        {10000, 7500, 8001, false, false},
+        {10001, 7500, 8001, false, false},
+        {10002, 7500, 8001, true, true},
+        {0, 7500, 8000, false, false},
+        {65535, 49000, 52428, true, true},
+        {65535, 49000, 52429, false, false},
+        // The ceiling is a pixel's value: 16 bits of it count.
+        {81919, 61000, 65000, true, true},
+        {81920, 61000, 65000, false, false},
+        {91920, 7500, 8000, true, true},
+        {91920, 7500, 8001, false, false},
+        {0xFFFFFFFF, 7500, 8000, false, false},
+    };
+    for (const auto& c : cases) {
+        const std::string what = "case " + std::to_string(&c - cases);
+        maxGrayValue = c.maxGrayValue;
+        const int others = c.brightest - 208;
+        const BandColumn column = bandColumn(c.darkest - 208, others, others);
+        EXPECT_EQ(c.first ? 1 : 2, measure(bandOfTwoKinds(10, 10, column, others - 2))) << what;
+        EXPECT_EQ(c.first ? (Lines{methodOne(20, 2), kUpdated, reEvaluated(1)})
+                          : (Lines{methodOne(20, 2), kNotUpdated}),
+                  takeLog())
+            << what;
+        EXPECT_EQ(c.second ? 1 : kNoStripeRatio, measure(bandOf({column, column}))) << what;
+        EXPECT_EQ(Lines{c.second ? methodTwo(1) : kNoColumns}, takeLog()) << what;
+    }
+}
+
+// One unusable column among usable ones is left out, wherever its bad pixel lies.
+TEST_F(CalcStripeRatio, column_is_usable_when_all_its_pixels_are) {
+    for (int row = 0; row < kBandRows; ++row) {
+        TestImage band = bandOf({kColumn, bandColumn(1000, 4000, 4000), kColumn});
+        band.at(row, 1) = row % 2 == 0 ? 499 : 52429;
+        EXPECT_EQ(1, measure(band));
+        EXPECT_EQ(1.25, ratio[0]) << row;
+    }
+}
+
+// The last two steps of the smoothed ratio towards row 24 have to be steep, both of them.
+TEST_F(CalcStripeRatio, first_method_refuses_stripes_that_are_too_wide) {
+    BandColumn ramp = bandColumn(4000, 5000, 5000);
+    for (std::size_t row = 0; row < 24; ++row)
+        ramp[row] = 4000 + 2 * (24 - static_cast<int>(row));
+    BandColumn onlyRow22 = bandColumn(4000, 5000, 5000);
+    std::fill_n(onlyRow22.begin(), 23, 4040);
+    onlyRow22[23] = 4080;
+    BandColumn onlyRow23 = onlyRow22;
+    onlyRow23[21] = 4200;
+    onlyRow23[22] = onlyRow23[23] = 4020;
+    BandColumn neither = onlyRow23;
+    neither[23] = 4100;
+    for (const BandColumn& column : {ramp, onlyRow22, onlyRow23}) {
+        EXPECT_EQ(kNoStripeRatio, measure(bandOfTwoKinds(10, 10, column, 5010)));
+        EXPECT_EQ(Lines{kTooWide}, takeLog());
+    }
+    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, neither, 5010)));
+    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+}
+
+// Widths around the limits of homogeneous columns and of sampling; few of them where the plain method has thousands of
+// bins. What is logged tells the course.
+TEST_F(CalcStripeRatio, agrees_with_the_plain_method) {
+    SplitMix64 random(2);
+    std::set<std::string> courses;
+    for (const int width : {1, 2, 19, 20, 21, 60, 499, 500, 501, 1000, 1001, 1600}) {
+        for (const BandContent content : kBandContents) {
+            const bool manyBins = content == BandContent::Anything || content == BandContent::NearPedestal;
+            const int rounds = width < 100 ? 8 : manyBins && width != 501 ? 0 : 1;
+            for (int round = 0; round < rounds; ++round) {
+                const std::string what = std::to_string(width) + " columns, content " +
+                                         std::to_string(static_cast<int>(content)) + ", round " + std::to_string(round);
+                maxGrayValue = random.below(2) == 0 ? 65535 : 16383;
+                const TestImage band = randomBand(width, content, static_cast<int>(maxGrayValue), random);
+                Ratios expected(kBandRows, kPoison);
+                plain::LogTexts log;
+                const int rows = plain::calcStripeRatio(expected.data(), band.data(), width, maxGrayValue, &log);
+                EXPECT_EQ(rows, measure(band)) << what;
+                EXPECT_EQ(log, takeLog()) << what;
+                if (rows >= 0) {
+                    EXPECT_TRUE(sameBitsEverywhere(expected, ratio)) << what;
+                }
+                for (const std::string& line : log)
+                    courses.insert(line.substr(0, 18));
+            }
+        }
+    }
+    EXPECT_EQ(7u, courses.size()) << testing::PrintToString(courses);
+}
+
+// Rows 21 and 25 hold the ends of the straight line.
+TEST_F(RemoveGenericStripe, by_hand) {
+    Ratios measured(kBandRows, 1.0);
+    measured[21] = 2.0;
+    measured[24] = 0.5;
+    measured[25] = 4.0;
+    maxGrayValue = 700;
+    TestImage source = constantImage(2, kBandRows, 1208);
+    const int pixels[3][2] = {{308, 198}, {208, 0}, {278, 279}};
+    const int corrected[3][2] = {{458, 183}, {208, 0}, {698, 700}};
+    TestImage expected = constantImage(2, kBandRows, 4711);
+    for (int i = 0; i < 6; ++i) {
+        source.at(22 + i / 2, i % 2) = static_cast<WORD>(pixels[i / 2][i % 2]);
+        expected.at(22 + i / 2, i % 2) = static_cast<WORD>(corrected[i / 2][i % 2]);
+    }
+    TestImage actual = constantImage(2, kBandRows, 4711);
+    EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 2, measured.data(), 3));
+    EXPECT_EQ(expected.pixels, actual.pixels);
+    EXPECT_EQ((Lines{"I | <removeGenericStripe> begins", "I | gain[0] = 2.500000", "I | gain[1] = 3.000000",
+                     "I | gain[2] = 7.000000", "I | <removeGenericStripe> terminates"}),
+              takeLog());
+    actual = constantImage(2, kBandRows, 4711);
+    EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 2, measured.data(), 0));
+    EXPECT_EQ(constantImage(2, kBandRows, 4711).pixels, actual.pixels);
+    EXPECT_EQ((Lines{"I | <removeGenericStripe> begins", "I | <removeGenericStripe> terminates"}), takeLog());
+}
+
+TEST_F(RemoveGenericStripe, corrects_at_most_24_rows) {
+    const Ratios flat(kBandRows, 1.0);
+    const TestImage source = constantImage(3, kBandRows, 900);
+    TestImage expected = constantImage(3, kBandRows, 4711);
+    for (int i = 3; i < 25 * 3; ++i)
+        expected.pixels[static_cast<std::size_t>(i)] = 900;
+    for (const int rows : {24, 25, std::numeric_limits<int>::max()}) {
+        TestImage actual = constantImage(3, kBandRows, 4711);
+        EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 3, flat.data(), rows));
+        EXPECT_EQ(expected.pixels, actual.pixels) << rows;
+        Lines lines = {"I | <removeGenericStripe> begins"};
+        if (rows > 24)
+            lines.push_back("I | Warning: reduce the number of rows to correct from " + std::to_string(rows) +
+                            " to 24 to pass the range check");
+        for (int i = 0; i < 24; ++i)
+            lines.push_back("I | gain[" + std::to_string(i) + "] = 1.000000");
+        lines.push_back("I | <removeGenericStripe> terminates");
+        EXPECT_EQ(lines, takeLog());
+    }
+}
+
+TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
+    SplitMix64 random(3);
+    for (const std::uint32_t ceiling : {65535u, 16383u, 1u, 0u, 65536u, 70000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+        maxGrayValue = ceiling;
+        for (const int width : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 100}) {
+            for (const int rows : {0, 1, 2, 9, 23, 24}) {
+                Ratios values = randomProfile(random);
+                for (double& value : values)
+                    value *= 0.5 + random.uniform();
+                values[static_cast<std::size_t>(random.below(kBandRows))] *= random.below(2) == 0 ? 1e4 : 1e-7;
+                const TestImage source = random.below(2) == 0 ? randomImage(width, kBandRows, 0, 65535, random.next())
+                                                              : randomImage(width, kBandRows, 150, 400, random.next());
+                TestImage expected = constantImage(width, kBandRows, 4711);
+                TestImage actual = expected;
+                plain::LogTexts log;
+                plain::removeGenericStripe(expected.pixels.data(), source.data(), width, values.data(), rows, ceiling,
+                                           &log);
+                removeGenericStripe(actual.pixels.data(), source.data(), width, values.data(), rows);
+                EXPECT_TRUE(sameBitsEverywhere(expected.pixels, actual.pixels))
+                    << ceiling << ", " << width << " columns, " << rows << " rows";
+                EXPECT_EQ(log, takeLog());
+            }
+        }
+    }
+}
+
+using LineFitStripe = AtVectorLevel;
+INSTANTIATE_TEST_SUITE_P(Levels, LineFitStripe, kVectorLevels, levelName);
+
+TEST_P(LineFitStripe, agrees_with_the_plain_method) {
+    SplitMix64 random(5);
+    for (const int triggerLine : {5, 14, 15, 16, 33}) {
+        const int width = 1002 + random.below(20);
+        const int height = triggerLine + 40 + triggerLine % 2;
+        for (TestImage actual :
+             {randomImage(width, height, 0, 65535, random.next()),
+              randomImage(width, height, 65000, 65535, random.next()), randomImage(width, height, 0, 30, random.next()),
+              flatImage(width, height, 9000, 200, random.next())}) {
+            TestImage expected = actual;
+            EXPECT_EQ(0, plain::correctAedStripe(expected.pixels.data(), width, height, triggerLine));
+            EXPECT_EQ(0, correctAedStripe(actual.pixels.data(), width, height, 0, 0, triggerLine));
+            EXPECT_TRUE(sameBitsEverywhere(expected.pixels, actual.pixels)) << width << " x " << height;
+        }
+    }
+}
+
+}  // namespace
