@@ -11,6 +11,7 @@ std::vector<RowEntry> uniformityRows();
 std::vector<RowEntry> firstImageRows();
 std::vector<RowEntry> afeRows();
 std::vector<RowEntry> binningRows();
+std::vector<RowEntry> stripeRows();
 std::vector<RowEntry> momentRows();
 std::vector<RowEntry> medianRows();
 std::vector<RowEntry> columnMedianRows();

@@ -1,6 +1,7 @@
 #include "Rows.h"
 #include "harness/HeldDetector.h"
 #include "harness/Images.h"
+#include "harness/OwnImage.h"
 #include "harness/StreamRead.h"
 
 #include "PlainAfe.h"
@@ -33,25 +34,7 @@ FloatImage unbalancedField(int side, int afeWidth) {
     return image;
 }
 
-// An image that a method changes, for comparison after its first run.
-struct ChangedImage {
-    std::shared_ptr<const FloatImage> image;
-};
-
-std::vector<double> toNumbers(const ChangedImage& changed) {
-    return {changed.image->pixels.begin(), changed.image->pixels.end()};
-}
-
-// Every method balances an image of its own, again and again: the first run finds the steps and takes them out, the
-// later ones do the same work with gains of about 1.
-template <class Balance>
-Method onOwnImage(const FloatImage& unbalanced, Balance balance) {
-    return [own = std::make_shared<FloatImage>(unbalanced), balance] {
-        balance(*own);
-        return ChangedImage{own};
-    };
-}
-
+// The first run finds the steps and takes them out, the later ones do the same work with gains of about 1.
 Row afeRow(int side, int afeWidth) {
     const auto detector = std::make_shared<HeldDetector>();
     qxkit::virtualDetector().afeWidth = afeWidth;

@@ -23,6 +23,9 @@ Method numpy(const char* source, const std::shared_ptr<const FloatImage>& image)
 // height / 2. Returns heightsOfQuadric.
 Method eigenQuadric(const std::shared_ptr<const FloatImage>& image);
 
+// The plain line-fit correction of an AED stripe, compiled for this machine's vectors.
+Method vectorisedLineStripe(const Image& frame, int triggerLine);
+
 // crc32 over a file that is read piece by piece.
 Method zlibCrc(const std::filesystem::path& file);
 
