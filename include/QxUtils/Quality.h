@@ -42,7 +42,7 @@ QXUTILS_API int getUniform(const WORD* image, int width, int height);
 
 // Steps between neighbouring strips of 32 columns: 1063 when two means differ by stripMeanDiffLimit or more. The last
 // 32 to 63 columns are not examined, nor anything when the width is 32 or less. Means are single-precision sums in
-// pixel order.
+// pixel order. 1035 when memory is short.
 QXUTILS_API int analysisStrip(const WORD* image, int width, int height);
 
 // Row-correlated noise of the stored average dark image of the current exposure time and gain,
@@ -65,7 +65,8 @@ QXUTILS_API int checkGlobalUniform(const WORD* image, int width, int height, flo
 // median of a whole 32 x 32 block of the difference (0 where the dark image is brighter) lies below exposedBlockFloor;
 // 1062 when the smoothed block medians hold a connected dark region of more than 4 blocks; 1069 when the corners, after
 // the AFE balance, differ by more than 0.3 of their mean. The tube's centre is only logged. 1020 when the image has
-// fewer than 16 x 16 whole blocks or the detector's AFE width does not fit it, 1035 when memory is short.
+// fewer than 16 x 16 whole blocks or the detector's AFE width does not fit it, 1035 when memory is short (for the
+// centre of the tube alone, which is only logged: 0).
 QXUTILS_API int checkFirstImg(const WORD* image, const WORD* dark, int width, int height);
 
 // A preview image and its dark image: 1068 as checkFirstImg, but the block row and column that end at the image's

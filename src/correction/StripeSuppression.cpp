@@ -9,6 +9,7 @@
 #include <QxSysMgt.h>
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 
 namespace qx {
@@ -31,6 +32,22 @@ WORD rescaled(WORD pixel, double gain) noexcept {
     if (value >= maxGrayValue)
         return static_cast<WORD>(maxGrayValue);
     return value <= 0.0 ? WORD{0} : static_cast<WORD>(truncateToInt(value));
+}
+
+void rescaleRow(WORD* destination, const WORD* source, int width, double gain) noexcept {
+    constexpr std::uint32_t kLargestPixel = 65535;
+    if (maxGrayValue > kLargestPixel || !std::isfinite(gain)) {
+        for (int c = 0; c < width; ++c)
+            destination[c] = rescaled(source[c], gain);
+        return;
+    }
+    // The same without branches.
+    const double largest = maxGrayValue;
+    for (int c = 0; c < width; ++c) {
+        const double value = (source[c] - kPedestal) * gain + kPedestal + 0.5;
+        const double limited = value < largest ? value : largest;
+        destination[c] = static_cast<WORD>(static_cast<int>(limited > 0.0 ? limited : 0.0));
+    }
 }
 
 const WORD* bandOf(const WORD* image, int width, int triggerLine) noexcept {
@@ -87,8 +104,7 @@ int removeGenericStripe(WORD* destination, const WORD* source, int width, const 
     }
     for (int i = 0; i < rows; ++i) {
         const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(start + i) * width;
-        for (int c = 0; c < width; ++c)
-            destination[row + c] = rescaled(source[row + c], gains[static_cast<std::size_t>(i)]);
+        rescaleRow(destination + row, source + row, width, gains[static_cast<std::size_t>(i)]);
     }
     logEnd("removeGenericStripe", " terminates", kLogNoValue);
     return StatusOk;

@@ -45,6 +45,10 @@ struct FloatKernels {
     // x[i] and z[i] become x[i] c + z[i] s and z[i] c - x[i] s.
     void (*rotate)(float* x, float* z, int count, float c, float s) noexcept;
 
+    // sums[i] = factors[0] columns[i] + factors[1] columns[i + stride] + ... in double precision, in that order.
+    void (*columnProducts)(const double* factors, int rows, const double* columns, std::ptrdiff_t stride, int count,
+                           double* sums) noexcept;
+
     // Multiplies the values below `limit`, each by its factor.
     void (*scaleBelow)(float* row, int count, const float* factors, float limit) noexcept;
 };

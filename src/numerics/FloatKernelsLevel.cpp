@@ -421,6 +421,37 @@ void rotate(float* __restrict x, float* __restrict z, int count, float c, float 
     }
 }
 
+Doubles loadDoubles(const double* values) {
+    return Doubles(loadInts(values));
+}
+
+template <int vectors>
+void productsFrom(const double* factors, int rows, const double* columns, std::ptrdiff_t stride, double* sums) {
+    Doubles running[vectors] = {};
+    for (int r = 0; r < rows; ++r)
+        for (int v = 0; v < vectors; ++v)
+            running[v] += factors[r] * loadDoubles(columns + r * stride + v * (kLanes / 2));
+    for (int v = 0; v < vectors; ++v)
+        storeInts(sums + v * (kLanes / 2), Ints(running[v]));
+}
+
+void columnProducts(const double* factors, int rows, const double* columns, std::ptrdiff_t stride, int count,
+                    double* sums) noexcept {
+    constexpr int kVectorsAtOnce = 4;
+    constexpr int kDoubles = kLanes / 2;
+    int i = 0;
+    for (; i <= count - kVectorsAtOnce * kDoubles; i += kVectorsAtOnce * kDoubles)
+        productsFrom<kVectorsAtOnce>(factors, rows, columns + i, stride, sums + i);
+    for (; i <= count - kDoubles; i += kDoubles)
+        productsFrom<1>(factors, rows, columns + i, stride, sums + i);
+    for (; i < count; ++i) {
+        double sum = 0.0;
+        for (int r = 0; r < rows; ++r)
+            sum += factors[r] * columns[r * stride + i];
+        sums[i] = sum;
+    }
+}
+
 void scaleEachBelow(float* row, int count, const float* factors, float limit) {
     for (int x = 0; x < count; ++x)
         row[x] = row[x] < limit ? row[x] * factors[x] : row[x];
@@ -441,7 +472,7 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
 
 }  // namespace
 
-const FloatKernels QX_TABLE(QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums, raise,
-                                         add,       addMultiple, rotate,  scaleBelow};
+const FloatKernels QX_TABLE(QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums,      raise,
+                                         add,       addMultiple, rotate,  columnProducts, scaleBelow};
 
 }  // namespace qx

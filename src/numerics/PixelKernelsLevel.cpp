@@ -229,30 +229,72 @@ std::uint16_t selectRank(const std::uint16_t* pixels, std::size_t count, std::si
     return static_cast<std::uint16_t>(search.key());
 }
 
-// What is not a number becomes 0, as a number below 0 does.
-Ints shiftedPixels(const std::uint16_t* pixels, float offset) {
-    const Floats sums = toFloats(loadPixels(pixels)) + offset;
-    const Floats positive = sums > 0.0f ? sums : Floats{};
-    return __builtin_convertvector(positive < 65535.0f ? positive : Floats{} + 65535.0f, Ints);
+std::uint16_t shiftedPixel(int pixel, float offset) {
+    const float sum = static_cast<float>(pixel) + offset;
+    return sum >= 65535.0f ? 65535 : sum > 0.0f ? static_cast<std::uint16_t>(sum) : 0;
 }
 
-void shiftEach(std::uint16_t* pixels, std::size_t count, float offset) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const float sum = static_cast<float>(pixels[i]) + offset;
-        pixels[i] = sum >= 65535.0f ? 65535 : sum > 0.0f ? static_cast<std::uint16_t>(sum) : 0;
+// The shift in whole numbers. A sum in single precision may be rounded up to the next integer; the larger the sum the
+// sooner, so there is a first pixel from which it is.
+struct WholeShift {
+    int step;     // the offset rounded down
+    int firstUp;  // pixels from here on are shifted by one more
+
+    explicit WholeShift(float offset) : step(static_cast<int>(offset)), firstUp(65536) {
+        step -= static_cast<float>(step) > offset;
+        int low = step < 0 ? -step : 0;
+        while (low < firstUp) {
+            const int middle = (low + firstUp) / 2;
+            if (static_cast<float>(middle) + offset >= static_cast<float>(middle + step + 1))
+                firstUp = middle;
+            else
+                low = middle + 1;
+        }
     }
+};
+
+void fill(std::uint16_t* pixels, std::size_t count, std::uint16_t value) {
+    for (std::size_t i = 0; i < count; ++i)
+        pixels[i] = value;
+}
+
+// Sums and differences of unsigned lanes that stop at their ends.
+Bits shiftedUp(Bits pixels, const WholeShift& whole, Bits isUp) {
+    const Bits step = Bits(Shorts{} + static_cast<std::int16_t>(whole.step));
+    return QX_WIDE(adds_epu16)(QX_WIDE(adds_epu16)(pixels, step), Bits(Shorts(isUp) & 1));
+}
+Bits shiftedDown(Bits pixels, const WholeShift& whole, Bits isUp) {
+    return QX_WIDE(subs_epu16)(pixels, Bits(Shorts{} + static_cast<std::int16_t>(-whole.step) + Shorts(isUp)));
+}
+
+template <class Shifted>
+void shiftBy(std::uint16_t* pixels, std::size_t count, float offset, const WholeShift& whole, Shifted shifted) {
+    const Bits firstUp = Bits(Shorts{} + static_cast<std::int16_t>(whole.firstUp));
+    const Shorts anyUp = whole.firstUp < 65536 ? ~Shorts{} : Shorts{};
+    std::size_t i = valuesBeforeLine(pixels, count);
+    for (std::size_t k = 0; k < i; ++k)
+        pixels[k] = shiftedPixel(pixels[k], offset);
+    for (; i + kShortLanes <= count; i += kShortLanes) {
+        fetchAhead(pixels + i);
+        const Bits old = Bits(loadShorts(pixels + i));
+        const Bits isUp = Bits((Shorts(QX_WIDE(subs_epu16)(firstUp, old)) == 0) & anyUp);
+        storeInts(pixels + i, Ints(shifted(old, whole, isUp)));
+    }
+    for (; i < count; ++i)
+        pixels[i] = shiftedPixel(pixels[i], offset);
 }
 
 void shift(std::uint16_t* pixels, std::size_t count, float offset) noexcept {
-    constexpr std::size_t kLinePixels = kCacheLineBytes / sizeof *pixels;
-    std::size_t i = valuesBeforeLine(pixels, count);
-    shiftEach(pixels, i, offset);
-    for (; count - i >= kLinePixels; i += kLinePixels) {
-        fetchAhead(pixels + i);
-        for (std::size_t k = i; k < i + kLinePixels; k += kShortLanes)
-            storePixels(pixels + k, shiftedPixels(pixels + k, offset), shiftedPixels(pixels + k + kLanes, offset));
-    }
-    shiftEach(pixels + i, count - i, offset);
+    // What is not a number takes everything to 0.
+    if (!(offset > -65535.0f))
+        return fill(pixels, count, 0);
+    if (offset >= 65535.0f)
+        return fill(pixels, count, 65535);
+    const WholeShift whole(offset);
+    if (whole.step >= 0)
+        shiftBy(pixels, count, offset, whole, [](auto... values) { return shiftedUp(values...); });
+    else
+        shiftBy(pixels, count, offset, whole, [](auto... values) { return shiftedDown(values...); });
 }
 
 Ints laneNumbers() {

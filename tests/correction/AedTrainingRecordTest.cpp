@@ -185,18 +185,6 @@ TEST_F(RecordAedTrainStepInfo, agrees_with_plain_medians_and_means) {
     }
 }
 
-// 672 pixels of 1344 are the half: the lower middle is the smaller value then.
-TEST_F(RecordAedTrainStepInfo, block_median_is_the_lower_middle) {
-    const std::string settings = "VD-0001\t\t\t500\t\t\t35.0\t\t\t30\t\t\t1.000";
-    for (const int low : {671, 672}) {
-        TestImage image = blockImage({800}, {300}, 0);
-        for (int i = 0; i < low; ++i)
-            image.at(5 + i / 64, i % 64) = 200;
-        const int level = low == 672 ? 200 : 800;
-        expectRecord(record(image, 30), settings, {{level, level, 0}, {300, 300, 0}, {level - 300, level - 300, 0}});
-    }
-}
-
 // With 15 blocks one is averaged, with 14 none: that is no number. Sums are single precision: 260 times 65533 less.
 TEST_F(RecordAedTrainStepInfo, trimmed_means_of_few_and_of_many_blocks) {
     const struct {

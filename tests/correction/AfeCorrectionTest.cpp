@@ -383,11 +383,14 @@ TEST_F(CorrectRdWithoutRgain, bad_edge_columns_are_left_out_of_the_measurement_b
 }
 
 TEST_F(CorrectRdWithoutRgain, null_image) {
-    detector().afeWidth = 32;
-    EXPECT_EQ(1017, correctRDwithoutRgain(nullptr, 64, 64));
-    EXPECT_EQ((Lines{kInfo + "<correctRDwithoutRgain> begins", kInfo + "rad image is null",
-                     kInfo + "<correctRDwithoutRgain> terminates1017"}),
-              logLines());
+    Lines lines;
+    for (const auto& [afeWidth, width] : {std::pair{32, 64}, {0, 64}, {32, 0}}) {
+        detector().afeWidth = afeWidth;
+        EXPECT_EQ(1017, correctRDwithoutRgain(nullptr, width, 64)) << afeWidth << ", " << width;
+        lines.insert(lines.end(), {kInfo + "<correctRDwithoutRgain> begins", kInfo + "rad image is null",
+                                   kInfo + "<correctRDwithoutRgain> terminates1017"});
+    }
+    EXPECT_EQ(lines, logLines());
 }
 
 TEST_F(CorrectRdWithoutRgain, afe_width_is_the_kits_or_32) {

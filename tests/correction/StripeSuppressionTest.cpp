@@ -101,23 +101,29 @@ TEST_F(CorrectAedStripeClinic, stripe_of_known_ratios_goes_and_the_course_is_log
     }
 }
 
-TEST_F(CorrectAedStripeClinic, band_that_does_not_fit_is_left_alone) {
+// Whether the band of either correction fits.
+TEST_F(StripeCorrection, band_that_does_not_fit_is_left_alone) {
     const struct {
         int triggerLine, height;
-        bool fits;
-    } cases[] = {{26, 36, true},  {25, 60, false},      {26, 35, false},       {0, 60, false},
-                 {-1, 60, false}, {kLowest, 60, false}, {kHighest, 60, false}, {59, 60, false},
-                 {51, 60, false}, {50, 60, true},       {30, 1, false},        {1, 1, false}};
-    const BandColumn column = stripeOfFiveRows(4000);
+        bool clinic, line;
+    } cases[] = {{26, 36, true, false},  {25, 60, false, false},      {26, 35, false, false},
+                 {50, 60, true, false},  {51, 60, false, false},      {5, 45, false, true},
+                 {4, 60, false, false},  {5, 44, false, false},       {25, 65, false, true},
+                 {20, 60, false, true},  {21, 60, false, false},      {0, 60, false, false},
+                 {-1, 60, false, false}, {30, 1, false, false},       {1, 1, false, false},
+                 {59, 60, false, false}, {kLowest, 60, false, false}, {kHighest, 60, false, false}};
+    const TestImage band = bandOfTwoKinds(10, 10, stripeOfFiveRows(4000), 4010);
     for (const auto& c : cases) {
-        const TestImage reference =
-            withRowsAbove(bandOfTwoKinds(10, 10, column, 4010), c.fits ? c.triggerLine - 25 : 0);
-        TestImage image = randomImage(21, c.height, 1000, 2000, 1);
-        const std::vector<WORD> before = image.pixels;
-        EXPECT_EQ(0, correct(image, reference, c.triggerLine)) << c.triggerLine << " of " << c.height;
-        EXPECT_EQ(c.fits, before != image.pixels) << c.triggerLine << " of " << c.height;
-        const Lines lines = takeLog();
-        EXPECT_EQ(!c.fits, lines == kQuietExit) << c.triggerLine << " of " << c.height;
+        const std::string what = std::to_string(c.triggerLine) + " of " + std::to_string(c.height);
+        const TestImage before = randomImage(1002, c.height, 1000, 2000, 1);
+        TestImage image = before;
+        EXPECT_EQ(0, correct(image, withRowsAbove(band, c.clinic ? c.triggerLine - 25 : 0), c.triggerLine)) << what;
+        EXPECT_EQ(c.clinic, before.pixels != image.pixels) << what;
+        EXPECT_EQ(!c.clinic, takeLog() == kQuietExit) << what;
+        image = before;
+        EXPECT_EQ(0, fitLine(image, c.triggerLine)) << what;
+        EXPECT_EQ(c.line, before.pixels != image.pixels) << what;
+        EXPECT_EQ(!c.line, takeLog() == (Lines{"I | New AED Stripe Correction Method", kOutside})) << what;
     }
 }
 
@@ -248,23 +254,6 @@ TEST_F(StripeCorrection, impossible_arguments_are_refused) {
         EXPECT_EQ((Lines{begin, kOutside}), takeLog());
     }
     EXPECT_EQ(before, image.pixels);
-}
-
-TEST_F(CorrectAedStripe, band_that_does_not_fit_is_left_alone) {
-    const struct {
-        int triggerLine, height;
-        bool fits;
-    } cases[] = {{5, 45, true},   {4, 60, false},  {5, 44, false},       {20, 60, true},
-                 {21, 60, false}, {-1, 60, false}, {kLowest, 60, false}, {kHighest, 60, false}};
-    for (const auto& c : cases) {
-        TestImage image = randomImage(1002, c.height, 0, 65535, 7);
-        const std::vector<WORD> before = image.pixels;
-        EXPECT_EQ(0, fitLine(image, c.triggerLine)) << c.triggerLine << " of " << c.height;
-        EXPECT_EQ(c.fits, before != image.pixels) << c.triggerLine << " of " << c.height;
-        const Lines lines = takeLog();
-        EXPECT_EQ(!c.fits, lines == (Lines{"I | New AED Stripe Correction Method", kOutside}))
-            << c.triggerLine << " of " << c.height;
-    }
 }
 
 // Without a signal below the trigger line every row loses its median, and the rows above the band that of its first.

@@ -5,12 +5,14 @@
 #include "DetectorFixture.h"
 #include "FailingAllocator.h"
 
+#include "numerics/LinearLeastSquares.h"
+#include "quality/TubeCentre.h"
+
 #include <QxUtils.h>
 
 #include <algorithm>
 #include <functional>
 #include <new>
-#include <set>
 
 namespace {
 
@@ -164,9 +166,9 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
     // Lines fail, too, and matter to nothing. The column medians tell on the console while debugging.
     const std::string text = "Utils  | I | allocate ";
     const std::string size = " failed, expected size is ";
-    const std::set<std::string> expected = {text + "afeRatio" + size + "320", text + "tmpFloatImg" + size + "15360",
-                                            text + "medianRow" + size + "8", text + "rgain" + size + "8",
-                                            "Utils  | I | <overwriteBadLineAroundAFEEdge> terminates"};
+    const std::vector<std::string> expected = {text + "afeRatio" + size + "320", text + "tmpFloatImg" + size + "15360",
+                                               text + "medianRow" + size + "8", text + "rgain" + size + "8",
+                                               "Utils  | I | <overwriteBadLineAroundAFEEdge> terminates"};
     std::vector<std::string> reasons;
     failEach<int>(balance, [&](int result) {
         if (result == 0)
@@ -174,11 +176,12 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
         const std::vector<std::string> lines = logLines();
         ASSERT_GE(lines.size(), 3u);
         reasons.push_back(lines[lines.size() - 2]);
-        EXPECT_TRUE(expected.contains(reasons.back())) << reasons.back();
         EXPECT_EQ("Utils  | I | <correctRDwithoutRgain> terminates1035", lines.back());
     });
     ASSERT_EQ(count, static_cast<long>(reasons.size()));
-    EXPECT_EQ(text + "afeRatio" + size + "320", reasons.front());
+    // Three buffers stand in for the second one.
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    EXPECT_EQ(expected, reasons);
 }
 
 TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {
@@ -231,6 +234,103 @@ TEST_F(AllocationFault, checks_of_uniformity_and_noise_answer_1035_or_the_right_
     for (const auto& [check, right] : cases) {
         EXPECT_EQ(right, check());
         failEach<int>(check, [&, expected = right](int result) { EXPECT_TRUE(result == 1035 || result == expected); });
+    }
+}
+
+// Results of one failing allocation after the other, in runs of the same. The tube's centre, which checkFirstImg only
+// logs, fails unnoticed.
+TEST_F(AllocationFault, checks_of_exposures_and_gain_groups_answer_1035) {
+    setLogLevel(4);
+    detector().afeWidth = 64;
+    detector().config.exposedBlockFloor = 1;
+    detector().config.gainGroupCvLimit = 0.0f;
+    detector().config.falseTriggerMedianFloor = 2000;
+    const TestImage dark = constantImage(512, 768, 0);
+    TestImage tilted = constantImage(512, 768, 10000);
+    std::fill(tilted.pixels.begin() + 512 * 384, tilted.pixels.end(), WORD{4000});
+    TestImage shadowed = tilted;
+    std::fill(shadowed.pixels.begin() + 512 * 384, shadowed.pixels.end(), WORD{500});
+    const std::string path = folder() / "gain.raw";
+    writeFile(path, "10325476");
+    const char* const paths[] = {path.c_str()};
+    const std::vector<float> unexposed(1280 * 256, 100.0f);
+    const struct {
+        std::function<int()> check;
+        int right;
+        std::vector<int> runs;
+    } cases[] = {{[&] { return checkFirstImg(tilted.data(), dark.data(), 512, 768); }, 1069, {1035, 1069, 1035}},
+                 {[&] { return checkFirstImg(shadowed.data(), dark.data(), 512, 768); }, 1062, {1035}},
+                 {[&] {
+                      SurfaceFitResult centre{};
+                      return qx::fitTubeCentre({tilted.data(), dark.data(), 512, 768}, centre);
+                  },
+                  0,
+                  {1035}},
+                 {[&] { return checkGainImgGroup(paths, 1); }, 1065, {1035}},
+                 {[&] { return checkFalseTriggAEDImage(unexposed.data(), 1280, 256); }, 1094, {1035}}};
+    for (const auto& c : cases) {
+        std::vector<int> results;
+        printedBy([&] {
+            EXPECT_EQ(c.right, c.check());
+            failEach<int>(c.check, [&](int result) { results.push_back(result); });
+        });
+        results.erase(std::unique(results.begin(), results.end()), results.end());
+        EXPECT_EQ(c.runs, results) << "case " << &c - cases;
+    }
+}
+
+// The mean of three values as a fit.
+TEST_F(AllocationFault, svdfit_answers_1035_and_tells_on_the_console) {
+    setLogLevel(4);
+    constexpr float kValues[] = {1, 2, 3};
+    constexpr float kSigmas[] = {1, 1, 1};
+    const auto ones = [](const float*, qx::ColumnMatrix values, int, int) noexcept {
+        std::fill_n(values.data, values.rows, 1.0f);
+    };
+    float u[3], v[1], w[1];
+    std::vector<float> out(3, -1.0f);
+    std::vector<int> results;
+    const std::string printed = printedBy([&] {
+        failEach<int>(
+            [&] {
+                return qx::svdfit({kValues, kValues, kSigmas, 3}, 0, 0, out.data(), {{u, 3, 1}, {v, 1, 1}, w}, out[1],
+                                  ones, out[2]);
+            },
+            [&](int result) {
+                results.push_back(result);
+                EXPECT_EQ(std::vector<float>(3, -1.0f), out);
+            });
+    });
+    // Its own vector, the decomposition's and the solution's.
+    EXPECT_EQ(std::vector<int>(3, 1035), results);
+    const std::string line = "allocation failure in vector()";
+    EXPECT_EQ(line + line + line, printed);
+    EXPECT_NEAR(2.0f, out[0], 1e-6);
+}
+
+TEST_F(AllocationFault, surface_fits_leave_their_outputs) {
+    setLogLevel(4);
+    constexpr float kPlaces[] = {0, 1, 2, 3, 4};
+    const TestImage words = randomImage(5, 4, 0, 9, 6);
+    const std::vector<float> image(words.pixels.begin(), words.pixels.end());
+    const float* const rows[] = {&image[0], &image[5], &image[10], &image[15]};
+    // Model, quality, coefficients and residuals.
+    const std::vector<float> poison(20, -1.0f);
+    std::vector<float> out;
+    const auto image5x4 = [&](auto fit) {
+        return [&, fit] { return fit(&out[0], 10, out[6], image.data(), 5, 4, &out[7], &out[17]); };
+    };
+    const std::function<int()> fits[] = {
+        image5x4(doSurfaceFit), image5x4(doSurfaceFitUsingGeneralFormula), image5x4(doSurfaceFitUsingCubFormula), [&] {
+            FitSurfaceLeastSquares(kPlaces, kPlaces, rows, reinterpret_cast<float(*)[3]>(&out[7]), &out[17], 4, 5, 3,
+                                   3);
+            return 0;
+        }};
+    for (const auto& fit : fits) {
+        out = poison;
+        printedBy(
+            [&] { failEach<int>(fit, [&](int result) { EXPECT_EQ(std::pair(0, poison), std::pair(result, out)); }); });
+        EXPECT_NE(poison, out);
     }
 }
 

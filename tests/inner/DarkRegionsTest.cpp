@@ -158,6 +158,15 @@ TEST_F(FindDarkRegion, limit_falls_with_the_distance_beyond_36_blocks) {
     }
 }
 
+// The square of 49,600 blocks takes more than 31 bits.
+TEST_F(FindDarkRegion, distances_reach_across_long_images) {
+    std::vector<float> blocks(50000, 700);
+    blocks[0] = 800;
+    std::fill(blocks.begin() + 49600, blocks.end(), 0.1f);
+    for (const int width : {1, 50000})
+        EXPECT_EQ(1062, find(blocks, width, 0.25f, 399)) << width;
+}
+
 TEST_F(FindDarkRegion, last_of_equal_maxima_is_the_brightest) {
     std::vector<float> blocks(100, 700);
     blocks[0] = blocks[99] = 800;

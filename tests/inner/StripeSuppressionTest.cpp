@@ -93,23 +93,6 @@ TEST_F(CountRowsToCompensate, by_hand) {
         EXPECT_EQ(c.expected, countRowsToCompensate(c.ratio.data())) << "case " << &c - cases;
 }
 
-TEST_F(CountRowsToCompensate, agrees_with_the_plain_method) {
-    SplitMix64 random(1);
-    std::set<int> counts;
-    for (int round = 0; round < 4000; ++round) {
-        Ratios values = randomProfile(random);
-        const double noise = round % 2 == 0 ? 0.0 : 1e-3 * random.uniform();
-        for (double& value : values) {
-            value += noise * random.gaussian();
-            value = round % 3 == 0 ? std::round(value * 64) / 64 : value;
-        }
-        const int expected = plain::countRowsToCompensate(values.data());
-        ASSERT_EQ(expected, countRowsToCompensate(values.data())) << "round " << round;
-        counts.insert(expected);
-    }
-    EXPECT_LT(12u, counts.size());
-}
-
 std::vector<int> homogeneousColumns(const std::vector<double>& sampled) {
     const int count = static_cast<int>(sampled.size()) / kBandRows;
     std::vector<int> columns(static_cast<std::size_t>(count) + 1, -7);
@@ -168,6 +151,8 @@ TEST_F(FindHomogeneousColumns, by_hand) {
         {"aebmla", {0, 2, 4, 5}},
         {"eeb", {2}},
         {"mmm", {}},
+        // Twelve pairs of unlike columns outnumber nine of like ones.
+        {"aaaff", {0, 1, 2}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.expected, homogeneousColumns(sampledColumns(c.kinds))) << c.kinds;
@@ -323,15 +308,26 @@ TEST_F(CalcStripeRatio, first_method_refuses_stripes_that_are_too_wide) {
     EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
 }
 
-// Widths around the limits of homogeneous columns and of sampling; few of them where the plain method has thousands of
-// bins. What is logged tells the course.
+// The jump of 0.25 makes smoothed steps below -0.0025 count: that to row 21 is -0.0026 or -0.0024.
+TEST_F(CalcStripeRatio, first_method_counts_steep_steps_up_to_the_first_flat_one) {
+    for (const int rows : {3, 2}) {
+        BandColumn column = bandColumn(10000, 12500, 12500);
+        std::fill_n(column.begin(), 23, 10500);
+        column[20] = rows == 3 ? 10478 : 10472;
+        column[23] = 10400;
+        EXPECT_EQ(rows, measure(bandOfTwoKinds(10, 10, column, 12540)));
+        EXPECT_EQ(Lines{methodOne(20, rows)}, takeLog());
+    }
+}
+
+// Widths around the limits of homogeneous columns and of sampling. What is logged tells the course.
 TEST_F(CalcStripeRatio, agrees_with_the_plain_method) {
     SplitMix64 random(2);
     std::set<std::string> courses;
-    for (const int width : {1, 2, 19, 20, 21, 60, 499, 500, 501, 1000, 1001, 1600}) {
+    for (const int width : {1, 2, 19, 20, 21, 60, 500, 501, 1001, 1600}) {
         for (const BandContent content : kBandContents) {
-            const bool manyBins = content == BandContent::Anything || content == BandContent::NearPedestal;
-            const int rounds = width < 100 ? 8 : manyBins && width != 501 ? 0 : 1;
+            const bool isQuick = content != BandContent::Anything && content != BandContent::NearPedestal;
+            const int rounds = width < 100 ? 4 : isQuick ? 1 : 0;
             for (int round = 0; round < rounds; ++round) {
                 const std::string what = std::to_string(width) + " columns, content " +
                                          std::to_string(static_cast<int>(content)) + ", round " + std::to_string(round);
@@ -361,8 +357,8 @@ TEST_F(RemoveGenericStripe, by_hand) {
     measured[25] = 4.0;
     maxGrayValue = 700;
     TestImage source = constantImage(2, kBandRows, 1208);
-    const int pixels[3][2] = {{308, 198}, {208, 0}, {278, 279}};
-    const int corrected[3][2] = {{458, 183}, {208, 0}, {698, 700}};
+    const int pixels[3][2] = {{405, 198}, {208, 0}, {278, 279}};
+    const int corrected[3][2] = {{700, 183}, {208, 0}, {698, 700}};
     TestImage expected = constantImage(2, kBandRows, 4711);
     for (int i = 0; i < 6; ++i) {
         source.at(22 + i / 2, i % 2) = static_cast<WORD>(pixels[i / 2][i % 2]);
@@ -374,27 +370,23 @@ TEST_F(RemoveGenericStripe, by_hand) {
     EXPECT_EQ((Lines{"I | <removeGenericStripe> begins", "I | gain[0] = 2.500000", "I | gain[1] = 3.000000",
                      "I | gain[2] = 7.000000", "I | <removeGenericStripe> terminates"}),
               takeLog());
-    actual = constantImage(2, kBandRows, 4711);
-    EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 2, measured.data(), 0));
-    EXPECT_EQ(constantImage(2, kBandRows, 4711).pixels, actual.pixels);
-    EXPECT_EQ((Lines{"I | <removeGenericStripe> begins", "I | <removeGenericStripe> terminates"}), takeLog());
 }
 
 TEST_F(RemoveGenericStripe, corrects_at_most_24_rows) {
     const Ratios flat(kBandRows, 1.0);
     const TestImage source = constantImage(3, kBandRows, 900);
-    TestImage expected = constantImage(3, kBandRows, 4711);
-    for (int i = 3; i < 25 * 3; ++i)
-        expected.pixels[static_cast<std::size_t>(i)] = 900;
-    for (const int rows : {24, 25, std::numeric_limits<int>::max()}) {
+    for (const int rows : {0, 1, 24, 25, std::numeric_limits<int>::max()}) {
+        const int corrected = std::min(rows, 24);
         TestImage actual = constantImage(3, kBandRows, 4711);
+        TestImage expected = actual;
+        std::fill_n(expected.pixels.begin() + (25 - corrected) * 3, corrected * 3, WORD{900});
         EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 3, flat.data(), rows));
         EXPECT_EQ(expected.pixels, actual.pixels) << rows;
         Lines lines = {"I | <removeGenericStripe> begins"};
         if (rows > 24)
             lines.push_back("I | Warning: reduce the number of rows to correct from " + std::to_string(rows) +
                             " to 24 to pass the range check");
-        for (int i = 0; i < 24; ++i)
+        for (int i = 0; i < corrected; ++i)
             lines.push_back("I | gain[" + std::to_string(i) + "] = 1.000000");
         lines.push_back("I | <removeGenericStripe> terminates");
         EXPECT_EQ(lines, takeLog());

@@ -172,6 +172,19 @@ TEST_F(DoSurfaceFit, constant_image_has_no_finite_model) {
     }
 }
 
+// The first sum that single precision rounds is that of 5794 indices.
+TEST_F(DoSurfaceFit, means_of_rows_and_columns_are_single_precision_sums) {
+    Floats indices(6000);
+    std::iota(indices.begin(), indices.end(), 0.0f);
+    const float mean = std::accumulate(indices.begin(), indices.end(), 0.0f) / 6000;
+    ASSERT_NE(2999.5f, mean);
+    const auto at = [](int row, int col) { return std::pow((row + col) / 1000.0 - 2, 2); };
+    const Fitted flat = fitted(doSurfaceFit, imageOf(6000, 1, at));
+    EXPECT_EQ(mean - flat.coefficients[1] / (2 * flat.coefficients[2]), flat.model[5]);
+    const Fitted tall = fitted(doSurfaceFit, imageOf(1, 6000, at));
+    EXPECT_EQ(mean - tall.coefficients[3] / (2 * tall.coefficients[6]), tall.model[4]);
+}
+
 std::vector<Image> images(int width, int height) {
     SplitMix64 random(static_cast<std::uint64_t>(width) * 1009 + static_cast<std::uint64_t>(height));
     const double meanRow = (height - 1) / 2.0, meanCol = (width - 1) / 2.0;
@@ -287,6 +300,36 @@ TEST(FitSurfaceLeastSquares, residuals_and_equal_abscissas) {
     expectNear({6, 6, 0, 0, 0, 0, 0, 0, 0, kPoison},
                {a[0][0], a[0][1], a[0][2], a[1][0], a[1][1], a[1][2], a[2][0], a[2][1], a[2][2], kPoison}, 1e-6);
     expectNear({36, 12, 3}, {dt[0], dt[1], dt[2], kPoison}, 1e-6);
+    // Two different abscissas carry two powers, whatever is left of the third by rounding.
+    constexpr float kTwo[] = {55.6070061f, 30.8695507f, 55.6070061f, 55.6070061f};
+    constexpr float kFour[] = {0, 1, 2, 3};
+    const Image noise = imageOf(4, 4, [random = SplitMix64(1)](int, int) mutable { return random.uniform(); });
+    const float* const noiseRows[] = {&noise.pixels[0], &noise.pixels[4], &noise.pixels[8], &noise.pixels[12]};
+    Floats fits[2] = {Floats(12, 0.0f), Floats(12, 0.0f)};  // with two powers and three
+    for (const int p : {2, 3}) {
+        float* const out = fits[p - 2].data();
+        FitSurfaceLeastSquares(kTwo, kFour, noiseRows, reinterpret_cast<float(*)[3]>(out), out + 9, 4, 4, p, 3);
+    }
+    EXPECT_EQ(fits[0], fits[1]);
+}
+
+// 25 samples in x of its 19th power.
+TEST(FitSurfaceLeastSquares, twenty_powers_at_most) {
+    constexpr float kOnly[] = {0};
+    Floats x, z;
+    std::vector<const float*> rows;
+    for (int i = -12; i <= 12; ++i) {
+        x.push_back(static_cast<float>(i * 0.1));
+        z.push_back(static_cast<float>(std::pow(i * 0.1, 19)));
+    }
+    for (const float& value : z)
+        rows.push_back(&value);
+    float a[23][3];
+    std::fill_n(&a[0][0], 23 * 3, kPoison);
+    float dt[3];
+    FitSurfaceLeastSquares(x.data(), kOnly, rows.data(), a, dt, 25, 1, 22, 1);
+    EXPECT_NEAR(1, a[19][0], 0.1);
+    EXPECT_EQ((Floats{0, 0, kPoison}), (Floats{a[20][0], a[21][0], a[22][0]}));
 }
 
 TEST_F(SurfaceFits, peak_on_and_beside_the_middle_pixel) {
@@ -419,6 +462,8 @@ TEST_F(SurfaceFits, impossible_arguments_leave_the_outputs) {
     float a[1][3] = {{kPoison, kPoison, kPoison}};
     for (const auto& [n, m] : {std::pair{0, 1}, {1, 0}, {-1, -1}, {65536, 65536}, {INT_MAX, 2}})
         FitSurfaceLeastSquares(&pixel, &pixel, &z, a, &residual, n, m, 1, 1);
+    for (const auto& [p, q] : {std::pair{0, 1}, {1, 0}, {-1, -1}})
+        FitSurfaceLeastSquares(&pixel, &pixel, &z, a, &residual, 1, 1, p, q);
     for (int missing = 0; missing < 5; ++missing)
         FitSurfaceLeastSquares(missing == 0 ? nullptr : &pixel, missing == 1 ? nullptr : &pixel,
                                missing == 2 ? nullptr : &z, missing == 3 ? nullptr : a,

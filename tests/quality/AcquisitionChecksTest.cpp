@@ -172,6 +172,7 @@ TEST_F(CheckGainImgGroup, files_that_cannot_be_read) {
     }
     setLimit(0.2f);
     EXPECT_EQ(1057, check(Lines{""}));
+    EXPECT_EQ(1057, check(Lines{"x"}));
     EXPECT_EQ(1057, check(Lines{"", level}));
     EXPECT_EQ(1039, checkPaths({folder().path().c_str()}));
     EXPECT_EQ(1057, checkPaths({nullptr}));
@@ -247,6 +248,9 @@ TEST_F(CheckFalseTriggAedImage, without_an_exposure_anywhere) {
               logged);
     EXPECT_EQ(0, check(FloatImage(1024, 384, 500), 1000));
     EXPECT_EQ("The area is found. The top-left coordinate is: [384, 128]", logged.back());
+    // The outer area of 256 rows is clipped to the image.
+    EXPECT_EQ(1094, check(FloatImage(1536, 193, 100), 1000));
+    EXPECT_EQ("The outer ROI is [0,192,256,1280]", logged[2]);
 }
 
 TEST_F(CheckFalseTriggAedImage, outer_area_has_to_exceed_half_of_the_floor) {
@@ -337,6 +341,8 @@ TEST_F(CheckFalseTriggAedImage, refusals) {
     for (const auto& [w, h, verdict] : sizes)
         EXPECT_EQ(verdict, checkFalseTriggAEDImage(image.pixels.data(), w, h)) << w << " x " << h;
     EXPECT_EQ(1057, checkFalseTriggAEDImage(nullptr, 1024, 128));
+    EXPECT_EQ(1020, checkFalseTriggAEDImage(image.pixels.data(), 1, 9000000));
+    EXPECT_EQ("Utils  | I | roiWidth:256, roiHeight:2304000000", logLines().back());
 }
 
 class CheckOffsetImageQuality : public qx::test::DetectorFixture {

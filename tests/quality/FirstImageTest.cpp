@@ -266,6 +266,49 @@ TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the
     EXPECT_EQ(lines.back(), "Utils  | I | <checkFirstImg> terminates with a return value 0");
 }
 
+// Pixels below the dark level on both sides of every boundary: their differences, and what they are raised to, have a
+// ratio of 1. The parabola through the levels 4900, 4400 and 2500 of 4, 2 and 2 blocks has its vertex at -2.53.
+TEST_F(CheckFirstImg, afes_without_signal_at_their_edges_keep_their_levels) {
+    setLimits(1, 64);
+    TestImage image = constantImage(512, 512, 5000);
+    for (std::size_t i = 0; i < image.pixels.size(); ++i) {
+        const std::size_t column = i % 512;
+        const bool isEdge = column % 64 < 4 || column % 64 >= 60;
+        image.pixels[i] = isEdge ? 60 : column < 256 ? 5000 : column < 320 ? 4500 : 2600;
+    }
+    EXPECT_EQ(0, first(image, constantImage(512, 512, 100)));
+    const Lines lines = logged();
+    for (const std::string text :
+         {"count=64, lt=4175", "count=64, rt=4175", "tube center calculate by poly fit, x0=191,y0="})
+        EXPECT_EQ(1, std::count_if(lines.begin(), lines.end(),
+                                   [&](const std::string& line) { return line.starts_with("Utils  | I | " + text); }))
+            << text;
+}
+
+// What is logged of the surface that is fitted to a passing image.
+Lines peakLines(const TestImage& image, const TestImage& dark, int afeWidth) {
+    const std::vector<WORD> difference = plain::darkSubtracted(image.data(), dark.data(), image.width, image.height);
+    const plain::TubePeak p =
+        plain::tubePeak(plain::illumination(difference.data(), image.width, image.height, afeWidth));
+    char model[200];
+    std::snprintf(model, sizeof model, "a=%f,b=%f,c=%f,d=%f,x0=%d,y0=%d", p.model[0], p.model[1], p.model[2],
+                  p.model[3], p.x0, p.y0);
+    const auto position = [](int x, int y) { return "x0=" + std::to_string(x) + ",y0=" + std::to_string(y); };
+    return asLogged({"tube center center calculated by fit image: " + position(p.blockX, p.blockY),
+                     "tube center center calculated by fit coes: " + position(p.x0, p.y0), model});
+}
+
+// The fit to the flat image is highest in two corners: columns come before rows.
+TEST_F(CheckFirstImg, logged_peak_is_that_of_the_plain_method) {
+    for (const TestImage& image : {flat(512, 512, 5000), paraboloid(768, 640, 330, 270)}) {
+        const TestImage dark = constantImage(image.width, image.height, kDarkLevel);
+        setLimits(100, 128);
+        EXPECT_EQ(0, first(image, dark));
+        const Lines lines = logged();
+        EXPECT_EQ(peakLines(image, dark, 128), Lines(lines.end() - 6, lines.end() - 3));
+    }
+}
+
 TEST_F(CheckFirstImg, refusals) {
     const TestImage image = flat(512, 512, 1000);
     const TestImage dark = constantImage(512, 512, kDarkLevel);
@@ -283,7 +326,8 @@ TEST_F(CheckFirstImg, refusals) {
     } widths[] = {{0, 1020}, {-32, 1020}, {8, 1020}, {9, 0}, {33, 0}, {512, 0}, {513, 1020}};
     for (const auto& [afeWidth, code] : widths) {
         setLimits(100, afeWidth);
-        EXPECT_EQ(code, checkFirstImg(image.data(), dark.data(), 512, 512)) << afeWidth;
+        EXPECT_EQ(code, verdict(checkFirstImg, image, dark)) << afeWidth;
+        EXPECT_EQ(code == 0 ? "" : "calcuate ratio between neighbour AFE fail during calibration!\n", printed);
     }
     setLimits(100, 0);
     detector().faults.getAFEWidthByDetectorDescription = 5;

@@ -13,6 +13,7 @@ namespace {
 namespace plain = qx::plain;
 using qx::test::constantImage;
 using qx::test::flatImage;
+using qx::test::printedBy;
 using qx::test::randomImage;
 using qx::test::SplitMix64;
 using qx::test::TestImage;
@@ -94,6 +95,7 @@ TEST_F(GetUniform, by_hand) {
         {fiveSquares({100, 80, 120, 80, 120}), std::sqrt(320.0f) / 100.0f, 1062},
         {fiveSquares({100, 80, 120, 80, 120}), above(std::sqrt(320.0f) / 100.0f), 0},
         {fiveSquares({65535, 65535, 65535, 65535, 65535}), kTiny, 0},
+        {fiveSquares({65534, 65535, 65535, 65535, 65535}, 4095), kTiny, 0},  // the first mean is rounded to 65535
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.expected, uniform(c.image, c.limit)) << "case " << &c - cases;
@@ -256,10 +258,20 @@ TEST_F(DarkGray, by_hand) {
     makeNoisy(quarter, 32, 300, 200);
     for (int column = 32; column < 48; ++column)
         ++quarter.at(0, column);
+    // The deviation is sqrt(71111 / 64): three of them are 99.99992, but 100 in single precision below 9500.
+    TestImage nearly = constantImage(64, 2, 9500);
+    constexpr int kDistances[] = {188, 14, 3, 2, 1, 1};
+    for (int i = 0; i < 6; ++i) {
+        nearly.at(0, i) += static_cast<WORD>(kDistances[i]);
+        nearly.at(1, i) -= static_cast<WORD>(kDistances[i]);
+    }
+    ++nearly.at(0, 31);
     const struct {
         TestImage image;
         int floor, expected;
     } cases[] = {
+        {nearly, 9400, 1066},
+        {nearly, 9399, 0},
         {constantImage(96, 2, 300), 300, 1066},
         {constantImage(96, 2, 300), 299, 0},
         {constantImage(96, 2, 0), 0, 1066},
@@ -341,6 +353,9 @@ TEST_F(AnalysisRcn, five_hundred_row_steps_are_too_many) {
     store(image);
     EXPECT_EQ(0, analyse(2, 502, 2.0f));
     EXPECT_EQ(0, analyse(2, 250, 2.0f));
+    setDebug(1);
+    const std::string printed = printedBy([] { analyse(2, 502, 2.0f); });
+    EXPECT_NE(std::string::npos, printed.find(" fread return count=4016\n")) << printed;
 }
 
 // Ones after 2^24 are lost, ones before it are not: rows of alike pixels in another order differ.

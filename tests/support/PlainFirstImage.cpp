@@ -1,6 +1,7 @@
 #include "PlainFirstImage.h"
 
 #include "PlainAfe.h"
+#include "PlainFits.h"
 #include "PlainStatistics.h"
 #include "PlainUniformity.h"
 
@@ -203,7 +204,7 @@ Symmetry symmetry(const float* blocks, int width, int height) {
     return s;
 }
 
-Symmetry imageSymmetry(const WORD* image, int width, int height, int afeWidth) {
+Illumination illumination(const WORD* image, int width, int height, int afeWidth) {
     std::vector<float> floats = floatsOf(image, width, height);
     correctRDwithoutRgain(floats.data(), width, height, afeWidth);
     const int blockColumns = width / kBlock;
@@ -214,7 +215,31 @@ Symmetry imageSymmetry(const WORD* image, int width, int height, int afeWidth) {
     const int rows = blockRows - 2 * kBorder;
     std::vector<float> cut(at(rows, 0, columns));
     cutBinningImage(cut.data(), blocks.data(), blockColumns, blockRows, kBorder);
-    return symmetry(cut.data(), columns, rows);
+    return {columns, rows, cut};
+}
+
+TubePeak tubePeak(const Illumination& inner) {
+    const auto& [columns, rows, blocks] = inner;
+    TubePeak peak{};
+    float c[9], quality, chiSquare;
+    doSurfaceFitUsingGeneralFormula(peak.model, 0, quality, blocks.data(), columns, rows, c, &chiSquare);
+    float highest = 0.0f;
+    for (int column = 0; column < columns; ++column) {
+        for (int row = 0; row < rows; ++row) {
+            const auto x = static_cast<float>(column - columns / 2);
+            const auto y = static_cast<float>(row - rows / 2);
+            const float value = c[0] + c[1] * y + c[2] * (y * y) + x * (c[3] + c[4] * y + c[5] * (y * y)) +
+                                x * x * (c[6] + c[7] * y + c[8] * (y * y));
+            if (value > highest) {
+                highest = value;
+                peak.blockX = (column + kBorder) * kBlock;
+                peak.blockY = (row + kBorder) * kBlock;
+            }
+        }
+    }
+    peak.x0 = truncateToInt((columns / 2 + peak.model[4] + 4.0) * 32.0);
+    peak.y0 = truncateToInt((rows / 2 + peak.model[5] + 4.0) * 32.0);
+    return peak;
 }
 
 int firstImageVerdict(const WORD* image, const WORD* dark, int width, int height, int blockFloor, int afeWidth) {
@@ -223,7 +248,8 @@ int firstImageVerdict(const WORD* image, const WORD* dark, int width, int height
         return 1068;
     if (collimatorVerdict(difference.data(), width, height) != 0)
         return 1062;
-    return imageSymmetry(difference.data(), width, height, afeWidth).verdict;
+    const Illumination inner = illumination(difference.data(), width, height, afeWidth);
+    return symmetry(inner.blocks.data(), inner.columns, inner.rows).verdict;
 }
 
 int previewVerdict(const WORD* image, const WORD* dark, int width, int height, int blockFloor, float cvLimit) {

@@ -46,8 +46,20 @@ struct Symmetry {
 };
 Symmetry symmetry(const float* blocks, int width, int height);
 
-// The symmetry of a dark-subtracted image of at least 16 x 16 blocks, after the AFE balance.
-Symmetry imageSymmetry(const WORD* image, int width, int height, int afeWidth);
+// The inner block medians of a dark-subtracted image of at least 16 x 16 blocks, after the AFE balance.
+struct Illumination {
+    int columns, rows;
+    std::vector<float> blocks;
+};
+Illumination illumination(const WORD* image, int width, int height, int afeWidth);
+
+// What is logged of the surface that is fitted to these medians: its highest block and its peak, in pixels of the
+// image, and its model.
+struct TubePeak {
+    int blockX, blockY, x0, y0;
+    float model[6];
+};
+TubePeak tubePeak(const Illumination& inner);
 
 // What the whole checks return.
 int firstImageVerdict(const WORD* image, const WORD* dark, int width, int height, int blockFloor, int afeWidth);

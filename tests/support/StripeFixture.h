@@ -70,7 +70,7 @@ inline constexpr BandContent kBandContents[] = {BandContent::Anything, BandConte
 // Signal of a band's rows relative to the undisturbed signal: a stripe that grows towards row 24 and a slope below it.
 inline std::vector<double> randomProfile(SplitMix64& random) {
     constexpr double kDepths[] = {0.01, 0.03, 0.08, 0.15, 0.4};
-    const int rows = 1 + random.below(random.below(4) == 0 ? 24 : 9);
+    const int rows = 1 + random.below(random.below(2) == 0 ? 24 : 9);
     const double depth = kDepths[random.below(5)];
     const double slope = 0.004 * (random.uniform() - 0.5);
     std::vector<double> profile;
