@@ -75,6 +75,20 @@ struct Around {
 
 // Two sets of lanes, so that their operations do not wait for each other.
 template <class KeysAt>
+Ints countBelow(int vectors, Ints pivots, KeysAt keysAt) {
+    Ints even{};
+    Ints odd{};
+    int i = 0;
+    for (; i + 2 <= vectors; i += 2) {
+        even = countLess(even, keysAt(i), pivots);
+        odd = countLess(odd, keysAt(i + 1), pivots);
+    }
+    if (i < vectors)
+        even = countLess(even, keysAt(i), pivots);
+    return even + odd;
+}
+
+template <class KeysAt>
 Around lookAround(int vectors, Ints pivots, KeysAt keysAt) {
     Around even;
     Around odd;
@@ -106,10 +120,17 @@ bool blockRank(const float* block, std::ptrdiff_t stride, int rank, float* value
         return false;
     RowsAhead ahead(block, stride, kBlockSide);
     RankSearch search(lowest, highest, kBlockSide * kBlockSide, rank);
-    while (search.isOpen()) {
+    const auto keysAt = [&](int i) { return keys[i]; };
+    const auto pivots = [&] { return Ints{} + static_cast<std::int32_t>(search.pivot()); };
+    for (int step = 0; step < kCountingSteps && search.isOpen(); ++step) {
         ahead.fetch(kRowsAtOnce);
-        const Ints pivots = Ints{} + static_cast<std::int32_t>(search.pivot());
-        const Around around = lookAround(kBlockVectors, pivots, [&](int i) { return keys[i]; });
+        const int below = sumOfLanes(countBelow(kBlockVectors, pivots(), keysAt));
+        if (meetsRank(below, rank))
+            break;
+        search.narrow(below, search.pivot() - 1, search.pivot());
+    }
+    while (search.isOpen()) {
+        const Around around = lookAround(kBlockVectors, pivots(), keysAt);
         search.narrowToKeys(sumOfLanes(around.below), largestLane(around.previous), smallestLane(around.next));
     }
     *value = valueOf(static_cast<std::int32_t>(search.key()));
@@ -141,20 +162,36 @@ public:
     void narrow(const Around& around) {
         const Uints next = Uints(around.next) - Uints(lowest_);
         const Uints previous = Uints(around.previous) - Uints(lowest_);
-        low_ = around.below <= rank_ ? next : low_;
-        high_ = around.below <= rank_ ? high_ : previous;
+        narrowTo(around.below, previous, next);
         high_ = around.below == rank_ ? next : high_;
         low_ = around.below == rank_ + 1 ? previous : low_;
-        const Ints ranks = around.below - lastBelow_;
-        if (step_ > 0)
-            spacing_ = ranks == 0 ? spacing_ : toFloats(Ints(pivot_ - lastPivot_)) / toFloats(ranks);
-        lastPivot_ = pivot_;
-        lastBelow_ = around.below;
-        ++step_;
-        pivot_ = low_ + (step_ % kStepsToHalving == 0 ? halfOf(high_ - low_) : stepAbove(around.below));
+        pivot_ = nextPivots(around.below);
+    }
+
+    // By counts alone. Lanes that meet the rank keep their pivots; false when all of them do.
+    bool narrow(Ints below) {
+        const Ints settled = (below == rank_) | (below == rank_ + 1);
+        narrowTo(below, pivot_ - 1, pivot_);
+        pivot_ = settled ? lastPivot_ : nextPivots(below);
+        return anyLane(~settled & Ints(low_ != high_));
     }
 
 private:
+    void narrowTo(Ints below, Uints previous, Uints next) {
+        low_ = below <= rank_ ? next : low_;
+        high_ = below <= rank_ ? high_ : previous;
+        const Ints ranks = below - lastBelow_;
+        if (step_ > 0)
+            spacing_ = ranks == 0 ? spacing_ : toFloats(Ints(pivot_ - lastPivot_)) / toFloats(ranks);
+        lastPivot_ = pivot_;
+        lastBelow_ = below;
+        ++step_;
+    }
+
+    Uints nextPivots(Ints below) const {
+        return low_ + (step_ % kStepsToHalving == 0 ? halfOf(high_ - low_) : stepAbove(below));
+    }
+
     static Uints halfOf(Uints width) { return (width >> 1) + (width & 1); }
 
     // How far above low the next pivots are. The first ones were in the middle, so that no range exceeds 31 bits now.
@@ -180,8 +217,12 @@ private:
 
 Ints keysOfRank(const Panel& panel, const KeyRange& range, int rank) {
     LaneSearch search(range, panel.rows, rank);
+    const auto keysAt = [&](int y) { return panel.row(y); };
+    bool open = search.isOpen();
+    for (int step = 0; step < kCountingSteps && open; ++step)
+        open = search.narrow(countBelow(panel.rows, search.pivots(), keysAt));
     while (search.isOpen())
-        search.narrow(lookAround(panel.rows, search.pivots(), [&](int y) { return panel.row(y); }));
+        search.narrow(lookAround(panel.rows, search.pivots(), keysAt));
     return search.keys();
 }
 

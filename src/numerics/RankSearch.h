@@ -16,6 +16,15 @@ constexpr float kSpacingOfMiddle = 0.36f;
 // Follows the line through the last two counts; every so many steps halves the range, for keys that are not smooth.
 constexpr int kStepsToHalving = 4;
 
+// Counting alone is quicker than looking for the keys around a pivot as well; so many steps of it come first, unless it
+// meets the rank before.
+constexpr int kCountingSteps = 8;
+
+// Whether one of the two keys around a pivot has the rank.
+inline bool meetsRank(int below, int rank) {
+    return below == rank || below == rank + 1;
+}
+
 // Key numbers of one search. The key lies between low and high.
 class RankSearch {
 public:
