@@ -37,6 +37,7 @@ using Command = std::function<ExitCode()>;
 void addDemoCommand(CLI::App& app, Command& chosen);
 void addCheckCommand(CLI::App& app, Command& chosen);
 void addSnrCommand(CLI::App& app, Command& chosen);
+void addStripeCommand(CLI::App& app, Command& chosen);
 void addInfoCommand(CLI::App& app, Command& chosen);
 void addPreviewCommand(CLI::App& app, Command& chosen);
 void addExplainCommand(CLI::App& app, Command& chosen);

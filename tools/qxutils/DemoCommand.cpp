@@ -8,6 +8,8 @@
 #include "FlowPictures.h"
 #include "PngWriter.h"
 #include "SnrRule.h"
+#include "StripeDemo.h"
+#include "StripePicture.h"
 #include "TextTable.h"
 #include "Tiles.h"
 
@@ -150,6 +152,18 @@ void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
     writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
 }
 
+// Every case before and after, with the true levels beside them.
+void writeStripePictures(const fs::path& folder, const std::vector<StripeCase>& cases) {
+    for (const StripeCase& stripe : cases) {
+        const RowRange rows = stripeRows(stripe.clean.shape, kDemoTriggerLine);
+        const bool isClinic = stripe.method == StripeMethod::Clinic;
+        const Canvas picture = drawStripe({{stripe.striped, "as it was read", "stripe above the line", kTileNotPassed},
+                                           {stripe.corrected, "corrected", stripe.name, kTilePassed}},
+                                          kDemoTriggerLine, rowLevels(stripe.clean, rows.first, rows.end));
+        writePng((folder / (isClinic ? "stripe.png" : "stripe-line.png")).string(), picture);
+    }
+}
+
 void writePictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
                    const SnrSeries& factory) {
     const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
@@ -164,7 +178,8 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
 }
 
 void reportFiles(const std::string& folder, const JudgedExposure& kept, const CalibrationFlow& flow) {
-    std::cout << "\nPictures: " << folder << "/*.png (begin with overview.png, flow.png and snr-series.png)\n"
+    std::cout << "\nPictures: " << folder
+              << "/*.png (begin with overview.png, flow.png, stripe.png and snr-series.png)\n"
               << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
@@ -172,7 +187,9 @@ void reportFiles(const std::string& folder, const JudgedExposure& kept, const Ca
     std::cout << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape "
               << toText(kept.image.shape) << " --factory " << folder << "/factory-snr.toml\n"
               << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
-              << toText(flow.dark.shape) << '\n';
+              << toText(flow.dark.shape) << '\n'
+              << "Try: qxutils stripe " << folder << "/striped.raw --shape " << toText(flow.dark.shape) << " --trigger "
+              << kDemoTriggerLine << " -o corrected.raw --png before-after.png\n";
 }
 
 ExitCode runDemo(const DemoOptions& options) {
@@ -190,7 +207,13 @@ ExitCode runDemo(const DemoOptions& options) {
     const CalibrationFlow flow = runCalibrationFlow(options.seed, folder + "/flow");
     const int wrongVerdicts = printFlow(flow);
 
+    std::cout << "\nCorrecting images that triggered themselves" << std::endl;
+    const std::vector<StripeCase> stripes = correctDemoStripes(options.seed);
+    printStripes(std::cout, stripes);
+
     writeFlowPictures(folder, flow);
+    writeStripePictures(folder, stripes);
+    saveRawImage(folder + "/striped.raw", stripes.front().striped);
     writePictures(folder, scene, exposures, factory);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);

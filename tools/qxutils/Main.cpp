@@ -75,6 +75,7 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     addDemoCommand(app, chosen);
     addCheckCommand(app, chosen);
     addSnrCommand(app, chosen);
+    addStripeCommand(app, chosen);
     addInfoCommand(app, chosen);
     addPreviewCommand(app, chosen);
     addExplainCommand(app, chosen);
