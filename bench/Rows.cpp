@@ -7,8 +7,9 @@ namespace qx::bench {
 
 std::vector<RowEntry> allRows() {
     std::vector<RowEntry> rows;
-    for (const auto& group : {snrRows(), uniformityRows(), firstImageRows(), afeRows(), binningRows(), stripeRows(), momentRows(),
-                              medianRows(), columnMedianRows(), histogramRows(), fitRows(), crcRows()})
+    for (const auto& group :
+         {snrRows(), uniformityRows(), firstImageRows(), afeRows(), binningRows(), stripeRows(), ndtRows(),
+          momentRows(), medianRows(), columnMedianRows(), histogramRows(), fitRows(), crcRows()})
         std::ranges::copy(group, std::back_inserter(rows));
     return rows;
 }

@@ -15,7 +15,10 @@
 // just above that one: the stripe.
 
 #include "Export.h"
+#include "Records.h"
 #include "Types.h"
+
+#include <cstdint>
 
 // Balances the AFE blocks of a float image in place: measures the steps between neighbouring blocks from the image
 // itself, row by row and without bad columns at the block edges, takes the median over the rows, and brings every block
@@ -86,6 +89,51 @@ QXUTILS_API int correctAedStripe(WORD* image, int width, int height, int unused1
 // leave none). Silent: writes nothing when the file cannot be opened or memory is short, for a null image, impossible
 // sizes or a detector without a work directory.
 QXUTILS_API void recordAedTrainStepInfo(const WORD* image, int width, int height);
+
+// Makes the calibration files of the NDT mode from 32-bit images of pixelCount pixels: the dark image itself, when the
+// detector triggers itself and delivers several frames; and, unless brightImage is null, the gain of every pixel. That
+// is the difference of bright and dark, not below 0, over its mean, times 10000, truncated to 16 bits (arbitrary
+// without any signal). File names carry exposure time, gain id and frame count; a failed query of the gain id stands
+// there with its status. Returns 0; 1057 without darkImage; 1020 for a pixelCount below 1 or a file beyond 2 GiB; 1035
+// when memory is short; or what writeImageToDisk gives, which is logged. Memory: the file's content.
+QXUTILS_API int executeNDTCAL(const std::uint32_t* brightImage, const std::uint32_t* darkImage, int pixelCount);
+
+// Corrects offset, gain and defects of a 32-bit NDT image in place, with the detector's calibration files; those that
+// are missing are downloaded from the detector first. darkImage may be null where a dark image is stored for a detector
+// that triggers itself; one that was just downloaded serves the next call, not this one. The configuration chooses the
+// fixed gain (rounded) or the NDT gain (truncated; gain 0 leaves the pixel's offset correction), the classic, the
+// structured or no defect list, and whether the result is written to Corrected.raw in the temporary directory. Returns
+// 0; 1057 for a null image, or no dark image where none is stored; 1020 for a null darkImage with one frame, a
+// pixelCount below 1 or, with a defect list, below the mode's image, or a file beyond 2 GiB; 1077 when the detector
+// does not deliver a file; 1040 for a file that is not as long as the image; 1035 when memory is short; or what a file
+// or the detector answers with. The image changes only when nothing but writing Corrected.raw can fail any more. Logs
+// its course. Memory: the calibration files' content, and 4 bytes a pixel for a defect list.
+QXUTILS_API int correctNDTImage(std::uint32_t* image, const std::uint32_t* darkImage, int pixelCount);
+
+// Reads the header of a defect file. Returns 0, 1057 for a null argument, 1039 when the file cannot be opened, 1040
+// when it is shorter than its header. info changes only on 0.
+QXUTILS_API int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info);
+
+// Reads a defect file: files named exactly NormalStructurizedDefect.cal or FactoryStructurizedDefect.cal into
+// structured, all others into classic; the other one may be null. Both are emptied first and filled only on success.
+// Returns 0; 1057 for a null text or a null record of the file's kind; 1039 when the file cannot be opened; 1040 when
+// it is shorter than its header, or its sections leave the file, overlap or count what cannot be; 1035 when memory is
+// short. Memory: the file's content.
+QXUTILS_API int getDefectIndexFromDefectFile(const char* dir, const char* name, VectorDefect* classic,
+                                             DefectInfo* structured);
+
+// Maps defect lists to an image binned by two, into a copy of destination that is then dropped. Precondition: source
+// has no rows and no columns. With rows, the source's own list grows until memory ends (std::bad_alloc); with columns
+// alone, std::out_of_range is thrown. Nothing happens for a null source or a sourceWidth of 0. The unnamed sizes are
+// not looked at.
+QXUTILS_API void getRealCoordinate(VectorDefect* source, VectorDefect destination, int sourceWidth, int unused1,
+                                   int unused2, int unused3, int destinationWidth);
+
+// Moves one of the four 2 x 2 phases (xPhase, yPhase: 0 or 1) of a width x height image out of or into a quarter image.
+// extract not 0: first is the quarter, second the image; 0: first is the image, second the quarter. In phase 0 an odd
+// side loses its last pixel. Nothing happens for other phases or null pointers.
+QXUTILS_API void operateSubImage(float* first, const float* second, int width, int height, int xPhase, int yPhase,
+                                 int extract);
 
 // Always 0; the arguments are not looked at.
 QXUTILS_API int jingtaiEnhance(void* image, const char* path, int width, int height, int option);

@@ -11,6 +11,7 @@
 // that cannot be opened or created. Outputs are written only on success, unless said otherwise.
 
 #include "Export.h"
+#include "Records.h"
 
 // Length of the image header that precedes the pixels of a calibration or NDT image file.
 inline constexpr int kImageHeaderBytes = 65536;
@@ -52,3 +53,13 @@ QXUTILS_API int codecData(char* buffer, int length);
 // digits only. Returns 1057 for null and 1020 when a marker is missing or they come in the other order. 50 or more
 // characters between the markers are a fatal error: one line on standard error, then abort.
 QXUTILS_API int getGainExpTime(const char* fileName);
+
+// Copies of regions of an image header in memory, numbers converted to the processor's order. The header holds 65536
+// bytes, of which the first 72 are read, 656 from 16384 on, and 568 from 32768 on. Null pointers: nothing happens, and
+// the temperature is -128.
+QXUTILS_API void getDetectorFileHeadFromImageHead(DetectorFileHead* record, const char* header);
+QXUTILS_API void getDetectorInfoHeadFromImageHead(DetectorInfoHead* record, const char* header);
+QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* header);
+
+// The panel's temperature in degrees Celsius.
+QXUTILS_API float getTemperatureFromImageHead(const char* header);

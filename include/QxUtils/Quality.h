@@ -35,6 +35,23 @@ QXUTILS_API int checkGlobalSNR(const WORD* image, int width, int height, std::ve
 QXUTILS_API int evaluateSNRResult(const WORD* image, int width, int height, std::vector<float> factorySNR,
                                   SurfaceFitResult& result);
 
+// Factory SNR files: a 65536-byte image header, then little-endian 32-bit numbers: integration times, doses, SNR values
+// a record, detector type; then a record for each image: integration time in ms, SNR values, mean in counts (float),
+// and the SNR values (floats).
+
+// Appends what a factory SNR file holds to the list. Returns 0, also for a file without records; 1057 for a null text;
+// 1040 for a file that is missing, empty or not as long as it tells; 1020 when it is of another detector type; 1035
+// when memory is short; or what reading gives. The list changes only on 0. Logs its course.
+QXUTILS_API int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRList& list, int detectorType);
+
+// Measures every image in the subdirectories of dir whose names contain "ms", such as 500ms, in ascending order of
+// names, and writes their series to the file of the detector's name ("...-SNR.raw") in dir. The images are raw 16-bit
+// images of the detector's size behind their headers, as many in each directory; one that cannot be measured is left
+// out. Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in number,
+// the detector's description does not name it, or the file would be too long; 1035 when memory is short; or what the
+// detector or writing answers with. Logs its course; prints each series.
+QXUTILS_API int retrieveAllSNRForQualityCheck(int detectorType, const char* dir);
+
 // Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated
 // to integers) reaches uniformityCvLimit times the mean. 0 when that mean is below 1. 1020 when a square does not lie
 // within the image (a side below 76).

@@ -134,6 +134,21 @@ inline Doubles highDoubles(Ints v) {
 
 #endif
 
+// Two vectors of numbers 0..65535 as pixels side by side.
+inline void storePixels(std::uint16_t* pixels, Ints low, Ints high) {
+#if defined(__AVX512F__)
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels), _mm512_cvtepi32_epi16(__m512i(low)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + kLanes), _mm512_cvtepi32_epi16(__m512i(high)));
+#elif defined(__AVX2__)
+    const __m256i packed = _mm256_packus_epi32(__m256i(low), __m256i(high));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels), _mm256_permute4x64_epi64(packed, 0xD8));
+#else
+    // Packing saturates as signed numbers.
+    const __m128i packed = _mm_packs_epi32(__m128i(low - 32768), __m128i(high - 32768));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels), _mm_xor_si128(packed, _mm_set1_epi16(-32768)));
+#endif
+}
+
 // Vectors of pieces that lie `stride` bytes apart.
 inline Bits loadPieces(const void* first, std::ptrdiff_t stride) {
     const auto piece = [&](int i) {

@@ -2,6 +2,7 @@
 // caller and leaks nothing.
 
 #include "Builders.h"
+#include "DefectFiles.h"
 #include "DetectorFixture.h"
 #include "FailingAllocator.h"
 
@@ -332,6 +333,113 @@ TEST_F(AllocationFault, surface_fits_leave_their_outputs) {
             [&] { failEach<int>(fit, [&](int result) { EXPECT_EQ(std::pair(0, poison), std::pair(result, out)); }); });
         EXPECT_NE(poison, out);
     }
+}
+
+TEST_F(AllocationFault, ndt_calibration_answers_1035_and_writes_no_part_of_a_file) {
+    ASSERT_EQ("", qxkit::setDirectories(folder().path()));
+    detector().syncMode = 3;
+    detector().ndtFrameCount = 4;
+    const std::vector<std::uint32_t> dark(60, 10);
+    const std::vector<std::uint32_t> bright(60, 30);
+    const auto filesIn = [&](const char* directory) {
+        const std::filesystem::directory_iterator entries(folder() / directory);
+        return std::distance(begin(entries), end(entries));
+    };
+    std::vector<std::ptrdiff_t> darkFiles;
+    darkFiles.reserve(10);
+    EXPECT_EQ(2, failEach<int>([&] { return executeNDTCAL(bright.data(), dark.data(), 60); },
+                               [&](int result) {
+                                   EXPECT_EQ(1035, result);
+                                   EXPECT_EQ(0, filesIn("gain"));
+                                   darkFiles.push_back(filesIn("offset"));
+                               }));
+    EXPECT_EQ((std::vector<std::ptrdiff_t>{0, 1}), darkFiles);
+    EXPECT_EQ(1, filesIn("gain"));
+    EXPECT_EQ(std::vector<std::string>{}, logLines());
+}
+
+class NdtAllocationFault : public AllocationFault {
+protected:
+    using Pixels = std::vector<std::uint32_t>;
+
+    NdtAllocationFault() {
+        EXPECT_EQ("", qxkit::setDirectories(folder().path()));
+        detector().syncMode = 3;
+        detector().ndtFrameCount = 4;
+        detector().modeWidth = 10;
+        detector().modeHeight = 6;
+        detector().registers.exposureTimeMs = 0.0f;
+        qxkit::setGainId(0);
+        const std::filesystem::path root(folder().path());
+        const std::string header(65536, '\0');
+        writeFile(root / "offset" / "ndt-dark-aed-0ms-gain0-4f.raw", header + std::string(240, '\0'));
+        std::string fixedGains;
+        for (int i = 0; i < 60; ++i)
+            fixedGains += std::string("\0\0\x80\x3F", 4);
+        writeFile(root / "gain" / "ndt-linear-gain0.raw", header + std::string(120, '\0'));
+        writeFile(root / "gain" / "Fixed-LINEAR-gain0.raw", header + fixedGains);
+        // A point, a cluster of one pixel, a row and a column.
+        writeFile(root / "defect" / "NormalStructurizedDefect.cal",
+                  structuredFile({.points = {{2, 1, 0, 0}},
+                                  .clusters = {{{1, 0, 0, 0}, {{4, 2, 0, 0}}}},
+                                  .rows = {{{1, 0, 0, 0, 0}, {{0, 4, 0, 0}}}},
+                                  .columns = {{{1, 0, 0, 0, 0}, {{7, 0, 0, 0}}}}}));
+    }
+
+    // Lets every allocation of a correction fail. Returns the last two lines of the log of every run that answered with
+    // 1035, the same ones once; the image is untouched then, and right otherwise.
+    std::vector<std::string> endings(const std::uint32_t* dark) {
+        Pixels plane(60);
+        for (std::uint32_t i = 0; i < 60; ++i)
+            plane[i] = 1000 + 100 * (i % 10) + 7 * (i / 10);
+        Pixels before = plane;
+        for (const std::size_t spoilt : {12, 42, 24, 17})
+            before[spoilt] = 90000;
+        if (detector().config.defectCorrectionMethod != 1)
+            plane = before;
+        std::vector<std::string> found;
+        Pixels image(before.size());
+        failEach<int>(
+            [&] {
+                std::copy(before.begin(), before.end(), image.begin());
+                return correctNDTImage(image.data(), dark, 60);
+            },
+            [&](int result) {
+                EXPECT_EQ(result == 0 ? plane : before, image);
+                if (result == 0)
+                    return;
+                EXPECT_EQ(1035, result);
+                const std::vector<std::string> lines = logLines();
+                const std::string ending = lines.size() < 2 ? "" : lines[lines.size() - 2] + "; " + lines.back();
+                if (std::find(found.begin(), found.end(), ending) == found.end())
+                    found.push_back(ending);
+            });
+        EXPECT_EQ(plane, image);
+        return found;
+    }
+};
+
+TEST_F(NdtAllocationFault, ndt_correction_answers_1035_names_the_place_and_leaves_the_image) {
+    const auto noBuffer = [](const char* line) {
+        return "Utils  | E | allocate image buffer error1035; Utils  | E | Error occur in Utilities,line " +
+               std::string(line);
+    };
+    const std::string corrected = "Corr   | I | Do offset and gain correction successfully.";
+    detector().config.defectCorrectionMethod = 1;
+    const std::vector<std::string> found = endings(nullptr);
+    EXPECT_EQ(
+        (std::vector<std::string>{noBuffer("627"), noBuffer("652"),
+                                  "Utils  | E | allocate image buffer error; Utils  | E | Error occur in "
+                                  "Utilities,line 729",
+                                  corrected + "; Corr   | I | new defect method."}),
+        (std::vector<std::string>{found.begin(), found.begin() + std::min<std::ptrdiff_t>(4, std::ssize(found))}));
+
+    detector().config.defectCorrectionMethod = 2;
+    detector().config.fixedLinearGainEnabled = 1;
+    const Pixels dark(60, 0);
+    const std::vector<std::string> fixed = endings(dark.data());
+    ASSERT_EQ(1u, fixed.size());
+    EXPECT_EQ("Corr   | E | Allocate buffer for gain image failed!", fixed[0].substr(fixed[0].find("; ") + 2));
 }
 
 TEST_F(AllocationFault, a_log_folder_that_cannot_be_listed_is_reported) {

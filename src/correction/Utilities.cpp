@@ -1,0 +1,99 @@
+#include "QxUtils/Correction.h"
+
+#include "QxUtils/Files.h"
+#include "QxUtils/Foundation.h"
+#include "QxUtils/StatusCode.h"
+#include "correction/NdtCorrection.h"
+#include "correction/NdtFiles.h"
+#include "foundation/Log.h"
+#include "numerics/LongKernels.h"
+#include "numerics/PixelKernels.h"
+
+#include <QxSysMgt.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+using qx::CalibrationFile;
+using qx::NdtFileName;
+
+constexpr int kDarkHeader = 18;
+constexpr int kGainHeader = 19;
+constexpr double kFullGain = 10000.0;
+
+// Where the writing lies in the code, as the error lines tell it.
+constexpr int kDarkErrorLine = 509;
+constexpr int kGainErrorLine = 563;
+
+bool isImageSize(int pixelCount) {
+    return pixelCount >= 1 && CalibrationFile::fits(std::int64_t{sizeof(std::uint32_t)} * pixelCount);
+}
+
+int writeLogged(CalibrationFile& file, const char* directory, const NdtFileName& name, int errorLine) {
+    const int status = file.write(directory, name);
+    if (status != StatusOk) {
+        WriteLogFile(LogModuleUtils, LogError, "<writeImageToDisk> errors out with a return value ", status);
+        WriteErrorLine(LogModuleUtils, errorLine, "Utilities");
+    }
+    return status;
+}
+
+int writeDark(const std::uint32_t* dark, std::size_t count) {
+    CalibrationFile file(static_cast<std::int64_t>(count * sizeof *dark));
+    if (!file)
+        return StatusAllocationFailed;
+    file.fillHeader(kDarkHeader);
+    std::memcpy(file.pixels<std::uint32_t>(), dark, count * sizeof *dark);
+    return writeLogged(file, getOfstImgDir(), NdtFileName::dark(), kDarkErrorLine);
+}
+
+// The sum in the order of the pixels, where that matters.
+double sumOfDifferences(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) {
+    const double sum = qx::longKernels().differenceSum(bright, dark, count);
+    if (sum < qx::kExactSumLimit)
+        return sum;
+    double ordered = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float difference = static_cast<float>(bright[i]) - static_cast<float>(dark[i]);
+        ordered += static_cast<double>(difference > 0.0f ? difference : 0.0f);
+    }
+    return ordered;
+}
+
+int writeGain(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) {
+    CalibrationFile file(static_cast<std::int64_t>(count * sizeof(std::uint16_t)));
+    if (!file)
+        return StatusAllocationFailed;
+    const double mean = sumOfDifferences(bright, dark, count) / static_cast<double>(count);
+    file.fillHeader(kGainHeader);
+    // Kept: nothing guards the division when the bright image shows no signal.
+    qx::longKernels().differenceRatios(bright, dark, count, static_cast<float>(mean / kFullGain),
+                                       file.pixels<std::uint16_t>());
+    return writeLogged(file, getGainImgDir(), NdtFileName::gain(), kGainErrorLine);
+}
+
+}  // namespace
+
+int executeNDTCAL(const std::uint32_t* brightImage, const std::uint32_t* darkImage, int pixelCount) {
+    if (darkImage == nullptr)
+        return StatusNullArgument;
+    if (!isImageSize(pixelCount))
+        return StatusWrongParameter;
+    const auto count = static_cast<std::size_t>(pixelCount);
+    if (qx::storesNdtDark()) {
+        const int status = writeDark(darkImage, count);
+        if (status != StatusOk)
+            return status;
+    }
+    return brightImage == nullptr ? int{StatusOk} : writeGain(brightImage, darkImage, count);
+}
+
+int correctNDTImage(std::uint32_t* image, const std::uint32_t* darkImage, int pixelCount) {
+    if (image == nullptr)
+        return StatusNullArgument;
+    if (!isImageSize(pixelCount))
+        return StatusWrongParameter;
+    return qx::NdtCorrection(image, darkImage, static_cast<std::size_t>(pixelCount)).run();
+}
