@@ -7,10 +7,8 @@
 
 #include "PlainNdt.h"
 
-#include "numerics/LongKernels.h"
+#include "correction/NdtArithmetic.h"
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 
 namespace {
@@ -120,16 +118,10 @@ def measure(words):
     return 0.0
 )";
 
-// As correctNDTImage goes through an image without a defect list.
-template <class Correct>
-void inChunks(Longs& image, Correct correct) {
-    constexpr std::size_t kAtOnce = 2048;
-    std::array<float, kAtOnce> results;
-    for (std::size_t first = 0; first < image.size(); first += kAtOnce) {
-        const std::size_t count = std::min(kAtOnce, image.size() - first);
-        correct(first, count, results.data());
-        qx::longKernels().truncated(results.data(), count, image.data() + first);
-    }
+Method correction(const std::shared_ptr<const NdtFrames>& frames, const qx::NdtGain& gain) {
+    return onOwnImage(NdtImage{frames->object}, [frames, gain](NdtImage& image) {
+        qx::correctOffsetAndGain(image.pixels.data(), frames->dark.data(), gain, frames->count);
+    });
 }
 
 template <class Gain>
@@ -143,37 +135,24 @@ Method correctionLimit(const std::shared_ptr<const NdtFrames>& frames, const std
 
 Row ndtGainRow(int side) {
     const auto frames = std::make_shared<const NdtFrames>(side);
-    return {
-        .ours = onOwnImage(NdtImage{frames->object},
-                           [frames](NdtImage& image) {
-                               inChunks(image.pixels, [&](std::size_t first, std::size_t count, float* results) {
-                                   qx::longKernels().divided(image.pixels.data() + first, frames->dark.data() + first,
-                                                             frames->gains.data() + first, count, results);
-                               });
-                           }),
-        .plain = onOwnImage(NdtImage{frames->object},
-                            [frames](NdtImage& image) {
-                                Floats results(frames->count);
-                                qx::plain::correctByNdtGain(results.data(), image.pixels.data(), frames->dark.data(),
-                                                            frames->gains.data(), frames->pixelCount());
-                                qx::plain::writeBack(image.pixels.data(), results.data(), frames->pixelCount());
-                            }),
-        .peerName = "NumPy",
-        .peer = numpyInPlace(kNumpyCorrection, frames->object, frames->dark, frames->gains, Changed::Image),
-        .limitName = "two reads, one update",
-        .limit = correctionLimit(frames, frames->gains)};
+    return {.ours = correction(frames, {nullptr, frames->gains.data()}),
+            .plain = onOwnImage(NdtImage{frames->object},
+                                [frames](NdtImage& image) {
+                                    Floats results(frames->count);
+                                    qx::plain::correctByNdtGain(results.data(), image.pixels.data(),
+                                                                frames->dark.data(), frames->gains.data(),
+                                                                frames->pixelCount());
+                                    qx::plain::writeBack(image.pixels.data(), results.data(), frames->pixelCount());
+                                }),
+            .peerName = "NumPy",
+            .peer = numpyInPlace(kNumpyCorrection, frames->object, frames->dark, frames->gains, Changed::Image),
+            .limitName = "two reads, one update",
+            .limit = correctionLimit(frames, frames->gains)};
 }
 
 Row fixedGainRow(int side) {
     const auto frames = std::make_shared<const NdtFrames>(side);
-    return {.ours = onOwnImage(NdtImage{frames->object},
-                               [frames](NdtImage& image) {
-                                   inChunks(image.pixels, [&](std::size_t first, std::size_t count, float* results) {
-                                       qx::longKernels().multiplied(image.pixels.data() + first,
-                                                                    frames->dark.data() + first,
-                                                                    frames->fixedGains.data() + first, count, results);
-                                   });
-                               }),
+    return {.ours = correction(frames, {frames->fixedGains.data(), nullptr}),
             .plain = onOwnImage(NdtImage{frames->object},
                                 [frames](NdtImage& image) {
                                     Floats results(frames->count);
@@ -191,12 +170,8 @@ Row calibrationRow(int side) {
     const GainMap none{Words(frames->count)};
     return {.ours = onOwnImage(none,
                                [frames](GainMap& gains) {
-                                   const qx::LongKernels& kernels = qx::longKernels();
-                                   const double sum =
-                                       kernels.differenceSum(frames->bright.data(), frames->dark.data(), frames->count);
-                                   const double mean = sum / static_cast<double>(frames->count);
-                                   kernels.differenceRatios(frames->bright.data(), frames->dark.data(), frames->count,
-                                                            static_cast<float>(mean / 10000.0), gains.pixels.data());
+                                   qx::ndtGains(frames->bright.data(), frames->dark.data(), frames->count,
+                                                gains.pixels.data());
                                }),
             .plain = onOwnImage(none,
                                 [frames](GainMap& gains) {

@@ -215,23 +215,14 @@ int NdtCorrection::provideNdtGain() noexcept {
     return StatusOk;
 }
 
-// Kept: only the fixed gain rounds.
-void NdtCorrection::correctOffsetAndGain(std::size_t first, std::size_t count, float* results) noexcept {
-    const LongKernels& kernels = longKernels();
+NdtGain NdtCorrection::gain() noexcept {
     if (isFixedGain_)
-        kernels.multiplied(image_ + first, dark_ + first, gain_->pixels<const float>() + first, count, results);
-    else
-        kernels.divided(image_ + first, dark_ + first, gain_->pixels<const std::uint16_t>() + first, count, results);
+        return {gain_->pixels<const float>(), nullptr};
+    return {nullptr, gain_->pixels<const std::uint16_t>()};
 }
 
 void NdtCorrection::correctInPlace() noexcept {
-    constexpr std::size_t kAtOnce = 2048;
-    std::array<float, kAtOnce> results;
-    for (std::size_t first = 0; first < count_; first += kAtOnce) {
-        const std::size_t count = std::min(kAtOnce, count_ - first);
-        correctOffsetAndGain(first, count, results.data());
-        longKernels().truncated(results.data(), count, image_ + first);
-    }
+    correctOffsetAndGain(image_, dark_, gain(), count_);
     logCorrection(LogInfo, "Do offset and gain correction successfully.");
 }
 
@@ -241,7 +232,7 @@ int NdtCorrection::correctWithDefects(int method) noexcept {
         logError("allocate image buffer error", kLogNoValue, kResultBufferErrorLine);
         return StatusAllocationFailed;
     }
-    correctOffsetAndGain(0, count_, results.data());
+    correctOffsetAndGain(image_, dark_, gain(), 0, count_, results.data());
     logCorrection(LogInfo, "Do offset and gain correction successfully.");
     const int status = correctDefects(method, results.data());
     if (status == StatusOk)

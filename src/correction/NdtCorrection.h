@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QxUtils/Records.h"
+#include "correction/NdtArithmetic.h"
 #include "correction/NdtFiles.h"
 
 #include <cstddef>
@@ -26,7 +27,7 @@ private:
     int provideFixedGain() noexcept;
     int provideNdtGain() noexcept;
 
-    void correctOffsetAndGain(std::size_t first, std::size_t count, float* results) noexcept;
+    NdtGain gain() noexcept;
     void correctInPlace() noexcept;
     int correctWithDefects(int method) noexcept;
     int correctDefects(int method, float* results) noexcept;

@@ -3,11 +3,9 @@
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
+#include "correction/NdtArithmetic.h"
 #include "correction/NdtCorrection.h"
 #include "correction/NdtFiles.h"
-#include "foundation/Log.h"
-#include "numerics/LongKernels.h"
-#include "numerics/PixelKernels.h"
 
 #include <QxSysMgt.h>
 
@@ -21,7 +19,6 @@ using qx::NdtFileName;
 
 constexpr int kDarkHeader = 18;
 constexpr int kGainHeader = 19;
-constexpr double kFullGain = 10000.0;
 
 // Where the writing lies in the code, as the error lines tell it.
 constexpr int kDarkErrorLine = 509;
@@ -49,28 +46,12 @@ int writeDark(const std::uint32_t* dark, std::size_t count) {
     return writeLogged(file, getOfstImgDir(), NdtFileName::dark(), kDarkErrorLine);
 }
 
-// The sum in the order of the pixels, where that matters.
-double sumOfDifferences(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) {
-    const double sum = qx::longKernels().differenceSum(bright, dark, count);
-    if (sum < qx::kExactSumLimit)
-        return sum;
-    double ordered = 0.0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const float difference = static_cast<float>(bright[i]) - static_cast<float>(dark[i]);
-        ordered += static_cast<double>(difference > 0.0f ? difference : 0.0f);
-    }
-    return ordered;
-}
-
 int writeGain(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) {
     CalibrationFile file(static_cast<std::int64_t>(count * sizeof(std::uint16_t)));
     if (!file)
         return StatusAllocationFailed;
-    const double mean = sumOfDifferences(bright, dark, count) / static_cast<double>(count);
     file.fillHeader(kGainHeader);
-    // Kept: nothing guards the division when the bright image shows no signal.
-    qx::longKernels().differenceRatios(bright, dark, count, static_cast<float>(mean / kFullGain),
-                                       file.pixels<std::uint16_t>());
+    qx::ndtGains(bright, dark, count, file.pixels<std::uint16_t>());
     return writeLogged(file, getGainImgDir(), NdtFileName::gain(), kGainErrorLine);
 }
 

@@ -39,6 +39,8 @@ double differenceSum(const std::uint32_t* image, const std::uint32_t* dark, std:
     Doubles high{};
     std::size_t i = 0;
     for (; i + kLanes <= count; i += kLanes) {
+        fetchAhead(image + i);
+        fetchAhead(dark + i);
         const Floats values = differences(image + i, dark + i);
         low += lowDoubles(values);
         high += highDoubles(values);
@@ -62,8 +64,13 @@ void differenceRatios(const std::uint32_t* image, const std::uint32_t* dark, std
                       std::uint16_t* ratios) noexcept {
     std::size_t i = 0;
     const auto at = [&](std::size_t k) { return truncatedInts(differences(image + k, dark + k) / divisor) & 0xFFFF; };
-    for (; i + 2 * kLanes <= count; i += 2 * kLanes)
+    for (; i + 2 * kLanes <= count; i += 2 * kLanes) {
+        fetchAhead(image + i);
+        fetchAhead(dark + i);
+        fetchAhead(image + i + kLanes);
+        fetchAhead(dark + i + kLanes);
         storePixels(ratios + i, at(i), at(i + kLanes));
+    }
     for (; i < count; ++i)
         ratios[i] = truncatedShort(difference(image[i], dark[i]) / divisor);
 }
@@ -71,8 +78,12 @@ void differenceRatios(const std::uint32_t* image, const std::uint32_t* dark, std
 void multiplied(const std::uint32_t* image, const std::uint32_t* dark, const float* gains, std::size_t count,
                 float* results) noexcept {
     std::size_t i = 0;
-    for (; i + kLanes <= count; i += kLanes)
+    for (; i + kLanes <= count; i += kLanes) {
+        fetchAhead(image + i);
+        fetchAhead(dark + i);
+        fetchAhead(gains + i);
         storeInts(results + i, Ints(differences(image + i, dark + i) * loadFloats(gains + i) + 0.5f));
+    }
     for (; i < count; ++i)
         results[i] = difference(image[i], dark[i]) * gains[i] + 0.5f;
 }
@@ -81,6 +92,9 @@ void divided(const std::uint32_t* image, const std::uint32_t* dark, const std::u
              float* results) noexcept {
     std::size_t i = 0;
     for (; i + kLanes <= count; i += kLanes) {
+        fetchAhead(image + i);
+        fetchAhead(dark + i);
+        fetchAhead(gains + i);
         const Floats values = differences(image + i, dark + i);
         const Floats gain = toFloats(loadPixels(gains + i));
         storeInts(results + i, Ints(gain == 0.0f ? values : values / gain * kFullGain));
