@@ -4,8 +4,11 @@
 #include "DemoPictures.h"
 #include "DemoScene.h"
 #include "FactorySeries.h"
+#include "FactorySnrDemo.h"
 #include "FileAccess.h"
 #include "FlowPictures.h"
+#include "NdtDemo.h"
+#include "NdtPicture.h"
 #include "PngWriter.h"
 #include "SnrRule.h"
 #include "StripeDemo.h"
@@ -39,6 +42,8 @@ constexpr int kMaxDemoSide = 4288;
 
 // Room for "logs\\2024-03-07.log" and the demo's own names in a path of the library.
 constexpr std::size_t kMaxOutputPath = 200;
+
+constexpr int kNdtPreviewWidth = 256;
 
 struct DemoOptions {
     std::string outputDirectory;
@@ -179,7 +184,7 @@ void writePictures(const fs::path& folder, const DemoScene& scene, const std::ve
 
 void reportFiles(const std::string& folder, const JudgedExposure& kept, const CalibrationFlow& flow) {
     std::cout << "\nPictures: " << folder
-              << "/*.png (begin with overview.png, flow.png, stripe.png and snr-series.png)\n"
+              << "/*.png (begin with overview.png, flow.png, stripe.png, ndt.png and snr-series.png)\n"
               << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
@@ -189,7 +194,9 @@ void reportFiles(const std::string& folder, const JudgedExposure& kept, const Ca
               << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
               << toText(flow.dark.shape) << '\n'
               << "Try: qxutils stripe " << folder << "/striped.raw --shape " << toText(flow.dark.shape) << " --trigger "
-              << kDemoTriggerLine << " -o corrected.raw --png before-after.png\n";
+              << kDemoTriggerLine << " -o corrected.raw --png before-after.png\n"
+              << "Try: qxutils ndt calibrate " << folder << "/ndt/bright.raw " << folder << "/ndt/dark.raw --shape "
+              << toText(kNdtDemoPanel) << " --out calibration\n";
 }
 
 ExitCode runDemo(const DemoOptions& options) {
@@ -211,8 +218,16 @@ ExitCode runDemo(const DemoOptions& options) {
     const std::vector<StripeCase> stripes = correctDemoStripes(options.seed);
     printStripes(std::cout, stripes);
 
+    std::cout << "\nCorrecting images of non-destructive testing" << std::endl;
+    const NdtDemo ndt = runNdtDemo(options.seed, folder + "/ndt");
+    printNdt(std::cout, ndt);
+
+    std::cout << "\nFactory SNR: measuring the images of the factory" << std::endl;
+    printFactorySnrDemo(std::cout, runFactorySnrDemo(options.seed, folder + "/factory"));
+
     writeFlowPictures(folder, flow);
     writeStripePictures(folder, stripes);
+    writePng(folder + "/ndt.png", drawNdt(ndt, kNdtPreviewWidth));
     saveRawImage(folder + "/striped.raw", stripes.front().striped);
     writePictures(folder, scene, exposures, factory);
     saveFactorySeries(folder + "/factory-snr.toml", factory);

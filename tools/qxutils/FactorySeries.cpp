@@ -1,6 +1,7 @@
 #include "FactorySeries.h"
 
 #include "Command.h"
+#include "FactorySnrFile.h"
 #include "FileAccess.h"
 
 #include <nlohmann/json.hpp>
@@ -12,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -101,8 +101,9 @@ double shortestDecimal(float value) {
 
 }  // namespace
 
-SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount) {
-    SnrSeries series = parseSeries(path);
+SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount, std::optional<float> integrationTimeMs) {
+    SnrSeries series =
+        isFactorySnrName(path) ? nearestRecord(loadFactorySnrFile(path), integrationTimeMs).snr : parseSeries(path);
     const auto isUsable = [](float value) { return std::isfinite(value) && value > 0; };
     if (!std::all_of(series.begin(), series.end(), isUsable))
         throw ToolError(path + ": every SNR value must be a positive number");

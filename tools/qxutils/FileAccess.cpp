@@ -45,6 +45,16 @@ std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
     return static_cast<std::int64_t>(bytes);
 }
 
+void requireFolder(const std::string& path, const std::string& wanted) {
+    requireName(path, wanted);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+        throw ToolError(path + ": no such folder; check the name");
+    if (!fs::is_directory(status))
+        throw ToolError(path + ": is no folder; give " + wanted);
+}
+
 void requireOtherFile(const std::string& output, const std::string& input) {
     if (isSameFile(output, input))
         throw ToolError(output + ": would overwrite the file it is made from; give another name", ExitCode::Usage);

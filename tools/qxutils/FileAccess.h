@@ -14,6 +14,9 @@ void requireName(const std::string& path, const std::string& wanted);
 // Length of a regular file in bytes.
 std::int64_t fileBytes(const std::string& path, const std::string& wanted);
 
+// Refuses what is no folder.
+void requireFolder(const std::string& path, const std::string& wanted);
+
 // Refuses an output that would overwrite the file it is made from, under whatever name.
 void requireOtherFile(const std::string& output, const std::string& input);
 

@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "FileAccess.h"
 #include "Geometry.h"
+#include "HeaderText.h"
 #include "RawImage.h"
 #include "TextTable.h"
 
@@ -55,10 +56,13 @@ void printGeometries(const std::vector<Geometry>& geometries) {
 void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     const std::int64_t bytes = fileBytes(file, kRawImageWanted);
     std::cout << file << "\n  " << bytes << " bytes\n";
+    const Content content = printContent(file, bytes);
     if (shape) {
         printStatistics(loadRawImage(file, *shape));
         return;
     }
+    if (content != Content::Image)
+        return;
     const std::vector<Geometry> geometries = plausibleGeometries(bytes);
     printGeometries(geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
@@ -78,8 +82,10 @@ ExitCode printInfo(const InfoOptions& options) {
 
 void addInfoCommand(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = app.add_subcommand("info", "Tell size, plausible shapes and statistics of raw images");
-    command->add_option("FILE", options->files, "Raw 16-bit images")->required();
+    CLI::App* command = app.add_subcommand("info", "Tell size, header, plausible shapes and statistics of files");
+    command
+        ->add_option("FILE", options->files, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)")
+        ->required();
     command->add_option("--shape", options->shape, "WIDTHxHEIGHT in pixels");
     command->callback([options, &chosen] { chosen = [options] { return printInfo(*options); }; });
 }

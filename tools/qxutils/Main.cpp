@@ -76,7 +76,10 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     addCheckCommand(app, chosen);
     addSnrCommand(app, chosen);
     addStripeCommand(app, chosen);
+    addFactorySnrCommand(app, chosen);
+    addNdtCommand(app, chosen);
     addInfoCommand(app, chosen);
+    addDefectsCommand(app, chosen);
     addPreviewCommand(app, chosen);
     addExplainCommand(app, chosen);
     addVersionCommand(app, chosen);

@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "FileAccess.h"
+#include "LibraryFile.h"
 
 #include <QxUtils.h>
 
@@ -12,25 +13,6 @@ static_assert(std::endian::native == std::endian::little, "pixels are copied as 
 
 namespace qx::tool {
 namespace {
-
-// The library joins a directory and a file name without adding a separator, and its paths are short.
-constexpr std::size_t kMaxLibraryPath = 255;
-
-struct LibraryPath {
-    std::string directory;
-    std::string name;
-};
-
-LibraryPath toLibraryPath(const std::string& path) {
-    if (path.size() > kMaxLibraryPath - 2) {
-        throw ToolError(path + ": the path is longer than " + std::to_string(kMaxLibraryPath - 2) +
-                        " characters; run qxutils closer to the file");
-    }
-    const std::size_t slash = path.find_last_of("/\\");
-    if (slash == std::string::npos)
-        return {"./", path};
-    return {path.substr(0, slash + 1), path.substr(slash + 1)};
-}
 
 [[noreturn]] void throwSizeMismatch(const std::string& path, const Shape& shape, std::int64_t bytes) {
     throw ToolError(path + ": " + std::to_string(bytes) + " bytes, but " + toText(shape) + " needs " +
@@ -47,11 +29,20 @@ std::vector<Value> readValues(const std::string& path, std::size_t count) {
     const int status =
         readImageFromDisk(file.directory.c_str(), file.name.c_str(), reinterpret_cast<char*>(content.data()),
                           static_cast<int>(count * sizeof(Value)));
-    if (status != StatusOk) {
-        throw ToolError(path + ": cannot be read (status " + std::to_string(status) + ": " + getStatusMessage(status) +
-                        "); check that you may read it");
-    }
+    requireRead(path, status);
     return content;
+}
+
+// A file without a header.
+template <class Pixel>
+std::vector<Pixel> readPixels(const std::string& path, const Shape& shape, const char* kind) {
+    const std::int64_t bytes = fileBytes(path, kRawImageWanted);
+    const std::int64_t wanted = shape.pixelCount() * std::int64_t{sizeof(Pixel)};
+    if (bytes != wanted) {
+        throw ToolError(path + ": " + std::to_string(bytes) + " bytes, but " + toText(shape) + ' ' + kind + " need " +
+                        std::to_string(wanted) + "; give another --shape");
+    }
+    return readValues<Pixel>(path, static_cast<std::size_t>(shape.pixelCount()));
 }
 
 template <class Image>
@@ -75,17 +66,19 @@ RawImage loadRawImage(const std::string& path, const Shape& shape) {
 }
 
 FloatImage loadFloatImage(const std::string& path, const Shape& shape) {
-    const std::int64_t bytes = fileBytes(path, kRawImageWanted);
-    const std::int64_t wanted = shape.pixelCount() * std::int64_t{sizeof(float)};
-    if (bytes != wanted) {
-        throw ToolError(path + ": " + std::to_string(bytes) + " bytes, but " + toText(shape) +
-                        " pixels in single precision need " + std::to_string(wanted) + "; give another --shape");
-    }
-    return {shape, readValues<float>(path, static_cast<std::size_t>(shape.pixelCount()))};
+    return {shape, readPixels<float>(path, shape, "pixels in single precision")};
+}
+
+LongImage loadLongImage(const std::string& path, const Shape& shape) {
+    return {shape, readPixels<std::uint32_t>(path, shape, "pixels of 32 bits")};
 }
 
 std::vector<WORD> loadWords(const std::string& path, std::size_t count) {
     return readValues<WORD>(path, count);
+}
+
+std::vector<char> loadBytes(const std::string& path, std::size_t count) {
+    return readValues<char>(path, count);
 }
 
 void saveRawImage(const std::string& path, const RawImage& image) {
@@ -93,6 +86,10 @@ void saveRawImage(const std::string& path, const RawImage& image) {
 }
 
 void saveFloatImage(const std::string& path, const FloatImage& image) {
+    savePixels(path, image);
+}
+
+void saveLongImage(const std::string& path, const LongImage& image) {
     savePixels(path, image);
 }
 

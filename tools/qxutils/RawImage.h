@@ -4,6 +4,7 @@
 
 #include <QxUtils/Types.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,12 @@ struct FloatImage {
     std::vector<float> pixels;
 };
 
+// Pixels of 32 bits: sums of frames.
+struct LongImage {
+    Shape shape;
+    std::vector<std::uint32_t> pixels;
+};
+
 // What fileBytes asks the user for.
 inline constexpr const char* kRawImageWanted = "a raw image file";
 
@@ -30,11 +37,16 @@ RawImage loadRawImage(const std::string& path, const Shape& shape);
 // Reads a raw file of 32-bit floats, which has no header.
 FloatImage loadFloatImage(const std::string& path, const Shape& shape);
 
-// The first words of a file, whatever they are.
+// Reads a raw file of unsigned 32-bit pixels, which has no header.
+LongImage loadLongImage(const std::string& path, const Shape& shape);
+
+// The first words or bytes of a file, whatever they are.
 std::vector<WORD> loadWords(const std::string& path, std::size_t count);
+std::vector<char> loadBytes(const std::string& path, std::size_t count);
 
 // Write the pixels without a header.
 void saveRawImage(const std::string& path, const RawImage& image);
 void saveFloatImage(const std::string& path, const FloatImage& image);
+void saveLongImage(const std::string& path, const LongImage& image);
 
 }  // namespace qx::tool

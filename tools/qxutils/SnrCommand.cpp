@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "FactorySeries.h"
+#include "HeaderText.h"
 #include "RawImage.h"
 #include "SnrJudgement.h"
 #include "SnrRule.h"
@@ -50,7 +51,8 @@ ExitCode printSnr(const SnrOptions& options) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size());
+    const auto time = image.hasHeader ? headerIntegrationTime(options.file) : std::nullopt;
+    const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), time);
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);
     return judgement.passed() ? ExitCode::Passed : ExitCode::NotPassed;
@@ -63,8 +65,10 @@ void addSnrCommand(CLI::App& app, Command& chosen) {
     CLI::App* command = app.add_subcommand("snr", "Measure the SNR series of a raw flat field");
     command->add_option("FILE", options->file, "Raw 16-bit image")->required();
     command->add_option("--shape", options->shape, "WIDTHxHEIGHT in pixels")->required();
-    command->add_option("--factory", options->factoryFile,
-                        "Judge against the SNR series in this TOML, JSON or text file; exit code 3 when it fails");
+    command->add_option(
+        "--factory", options->factoryFile,
+        "Judge against the SNR series in this TOML, JSON, text or factory SNR file (*-SNR.raw); exit code "
+        "3 when it fails");
     command->callback([options, &chosen] { chosen = [options] { return printSnr(*options); }; });
 }
 

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace qx::tool {
+
+// A path as the library takes it: it joins a directory and a file name without adding a separator.
+struct LibraryPath {
+    std::string directory;
+    std::string name;
+};
+
+// Throws a ToolError for a path that is too long for the library.
+LibraryPath toLibraryPath(const std::string& path);
+
+// "status 1040: " and its message.
+std::string statusText(int status);
+
+// Throws a ToolError unless the status of reading a file is 0.
+void requireRead(const std::string& path, int status);
+
+}  // namespace qx::tool
