@@ -4,6 +4,7 @@
 #include "SnrFiles.h"
 
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 namespace {
@@ -54,6 +55,12 @@ void writeDefects(const fs::path& folder) {
     writeFile(folder / "huge.cal", sizedFile(4000000000, 4000000000));
 }
 
+void writeImages(const fs::path& folder, const TestImage& image, int time, std::initializer_list<const char*> names) {
+    fs::create_directories(folder);
+    for (const char* const name : names)
+        writeFile(folder / name, imageFile(image, static_cast<float>(time)));
+}
+
 void writeSnr(const fs::path& folder) {
     const TestImage flat = flatImage(kSide, kSide, kPixel, 20.0, 1);
     writeFile(folder / "timed.raw", imageFile(flat, 480.0f));
@@ -62,18 +69,12 @@ void writeSnr(const fs::path& folder) {
     writeFile(folder / "lying-SNR.raw", snrFile(3, 3));
     writeFile(folder / "none-SNR.raw", snrFile(3, 0));
     writeFile(folder / "short-SNR.raw", "short");
-    for (const int time : {300, 500}) {
-        for (const char* name : {"first.raw", "second.raw"}) {
-            const fs::path images = folder / "factory" / (std::to_string(time) + "ms");
-            fs::create_directories(images);
-            writeFile(images / name, imageFile(flat, static_cast<float>(time)));
-        }
+    for (const char* const factory : {"factory", "other"}) {
+        writeImages(folder / factory / "300ms", flat, 300, {"first.raw", "second.raw"});
+        writeImages(folder / factory / "500ms", flat, 500, {"first.raw", "second.raw"});
     }
-    fs::create_directories(folder / "other");
-    fs::copy(folder / "factory", folder / "other", fs::copy_options::recursive);
-    fs::create_directories(folder / "uneven" / "300ms");
-    fs::copy(folder / "factory" / "500ms", folder / "uneven" / "500ms");
-    writeFile(folder / "uneven" / "300ms" / "first.raw", imageFile(flat, 300.0f));
+    writeImages(folder / "uneven" / "300ms", flat, 300, {"first.raw"});
+    writeImages(folder / "uneven" / "500ms", flat, 500, {"first.raw", "second.raw"});
     writeFile(folder / "factory.toml", "[detector]\nwidth = 600\nheight = 600\ntype = 5\n");
 }
 
