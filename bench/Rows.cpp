@@ -8,8 +8,8 @@ namespace qx::bench {
 std::vector<RowEntry> allRows() {
     std::vector<RowEntry> rows;
     for (const auto& group :
-         {snrRows(), uniformityRows(), firstImageRows(), afeRows(), binningRows(), stripeRows(), ndtRows(),
-          momentRows(), medianRows(), columnMedianRows(), histogramRows(), fitRows(), crcRows()})
+         {snrRows(), uniformityRows(), firstImageRows(), afeRows(), binningRows(), stripeRows(), defectRows(),
+          ndtRows(), momentRows(), medianRows(), columnMedianRows(), histogramRows(), fitRows(), crcRows()})
         std::ranges::copy(group, std::back_inserter(rows));
     return rows;
 }

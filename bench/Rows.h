@@ -12,6 +12,7 @@ std::vector<RowEntry> firstImageRows();
 std::vector<RowEntry> afeRows();
 std::vector<RowEntry> binningRows();
 std::vector<RowEntry> stripeRows();
+std::vector<RowEntry> defectRows();
 std::vector<RowEntry> ndtRows();
 std::vector<RowEntry> momentRows();
 std::vector<RowEntry> medianRows();

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -67,24 +68,32 @@ class PixelIndices {
 public:
     explicit PixelIndices(std::uint32_t width) : width_(width) {}
 
-    void add(std::vector<int>& list, std::int16_t x, std::int16_t y) {
+    int of(std::int16_t x, std::int16_t y) {
         const std::int64_t index = std::int64_t{y} * width_ + x;
-        fits_ = fits_ && index >= std::numeric_limits<int>::min() && index <= std::numeric_limits<int>::max();
-        list.push_back(static_cast<int>(index));
+        lowest_ = std::min(lowest_, index);
+        highest_ = std::max(highest_, index);
+        return static_cast<int>(index);
     }
-    bool fit() const { return fits_; }
+    bool fit() const {
+        return lowest_ >= std::numeric_limits<int>::min() && highest_ <= std::numeric_limits<int>::max();
+    }
 
 private:
     std::int64_t width_;
-    bool fits_ = true;
+    std::int64_t lowest_ = 0;
+    std::int64_t highest_ = 0;
 };
 
 void readPoints(ByteCursor& cursor, std::uint32_t count, PixelIndices& indices, std::vector<int>& points) {
-    for (std::uint32_t i = 0; i < count && !cursor.failed(); ++i) {
-        const auto x = cursor.read<std::int16_t>();
-        const auto y = cursor.read<std::int16_t>();
-        indices.add(points, x, y);
+    const std::span<const char> pairs = cursor.take(count, kPointBytes);
+    points.resize(pairs.size() / kPointBytes);
+    PixelIndices known = indices;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        std::array<std::int16_t, 2> point;
+        std::memcpy(point.data(), pairs.data() + i * kPointBytes, sizeof point);
+        points[i] = known.of(point[0], point[1]);
     }
+    indices = known;
 }
 
 void readLines(ByteCursor& cursor, std::uint64_t count, VectorDefect& lists) {
@@ -113,7 +122,7 @@ void readClusters(ByteCursor& cursor, std::uint64_t bytes, PixelIndices& indices
         }
         if (left == 0)
             break;
-        indices.add(clusters, word, cursor.read<std::int16_t>());
+        clusters.push_back(indices.of(word, cursor.read<std::int16_t>()));
         --left;
         isFirstOfCluster = false;
     }

@@ -28,6 +28,15 @@ public:
         return !failed_;
     }
 
+    // The bytes of so many records, in place; none when they are not there.
+    std::span<const char> take(std::uint64_t count, std::size_t recordBytes) noexcept {
+        if (!holds(count, recordBytes))
+            return {};
+        const std::span<const char> taken = bytes_.subspan(position_, static_cast<std::size_t>(count) * recordBytes);
+        position_ += taken.size();
+        return taken;
+    }
+
     template <class Value>
     Value read() noexcept {
         static_assert(std::is_trivially_copyable_v<Value>);
