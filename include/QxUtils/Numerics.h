@@ -149,3 +149,43 @@ QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality,
 // lack of memory leave the outputs as they were.
 QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
                                         int n, int m, int p, int q);
+
+// Filters. Images are width x height pixels, row-major; no filter overlaps its input unless it works in place. A null
+// pointer gives 1057 and changes nothing; sizes for which a window does not fit change nothing and give 0.
+
+// Running median of 2 r + 1 samples (element r of the window in descending order, which is the exchange sort's bit for
+// bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is negative or memory is
+// short. The windows hold what the samples were before. Memory: some 16 to 32 windows, at least 64 KiB.
+QXUTILS_API void medianFilter(float* data, int n, int r);
+
+// Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the
+// height is below 5. The windows hold what the pixels were before.
+QXUTILS_API int filterImg(WORD* image, int width, int height);
+
+// Histogram equalisation in place: a pixel of value v becomes the integer part of 65535 times the share of pixels that
+// are at most v. Null or n below 1 changes nothing. Automatic memory: 384 KiB.
+QXUTILS_API void hisEqualization(WORD* pixels, int n);
+
+// The median of the medians of 11 rows of 11 pixels around each pixel, divided by the pixel. Pixels within 5 of a
+// border are not written. A pixel of 0 gives infinity, or not a number where the median is 0 too.
+QXUTILS_API int getMedianImage(float* out, const WORD* image, int width, int height);
+
+// Savitzky-Golay smoothing: the value of the least-squares quadratic through a window of samples at its middle, and for
+// the first and the last window / 2 samples that of the first and the last window at their place. Windows 5, 7, 15,
+// 23, 31 and 51; weights rounded to single precision, sums in single precision in the order of the samples. Returns 0,
+// 1057, or 1 for a sequence shorter than the window, another window or an order other than 2; out stays as it was then.
+// See A. Savitzky, M. J. E. Golay, Analytical Chemistry 36 (1964) 1627.
+QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order, int window);
+
+// Resampling by natural cubic splines, first along the rows, then along the columns, in single precision; the corner
+// pixels of both images coincide. Both images are flat row-major buffers: out and in are the addresses of their first
+// pixels, not of tables of rows, in spite of their type. Values are rounded to the nearest count; those above 65534.5
+// become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
+// output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
+// bits and a lack of memory leave the output as it was. Memory: 4 bytes for every input row and output column, and 1
+// KiB for every row or column of the input.
+QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
+
+// The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get
+// the first number twice (a square image). Returns 0, or 1020 for another index, which leaves both sizes as they were.
+QXUTILS_API int getIntepolationSize(int& firstSize, int& secondSize, int index, int type);

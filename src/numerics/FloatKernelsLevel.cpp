@@ -252,35 +252,14 @@ std::uint64_t columnRanks(const float* panel, std::ptrdiff_t stride, int columns
     return irregular;
 }
 
-constexpr int kPieceFloats = 4;
 constexpr int kPieceShorts = 8;
-
-Bits loadBits(const void* values) {
-    return Bits(loadInts(values));
-}
 
 // kLanes rows of kLanes values become columns.
 void transposeFloats(const float* first, std::ptrdiff_t stride, Floats* columns) {
-    // quads[c][q]: columns c, c + 4, ... of the rows 4 q .. 4 q + 3.
-    Bits quads[kPieceFloats][kPieces];
-    for (int q = 0; q < kPieces; ++q) {
-        const float* const rows = first + q * kPieceFloats * stride;
-        const Bits in[] = {loadBits(rows), loadBits(rows + stride), loadBits(rows + 2 * stride),
-                           loadBits(rows + 3 * stride)};
-        const Bits a = QX_WIDE(unpacklo_epi32)(in[0], in[1]);
-        const Bits b = QX_WIDE(unpackhi_epi32)(in[0], in[1]);
-        const Bits c = QX_WIDE(unpacklo_epi32)(in[2], in[3]);
-        const Bits d = QX_WIDE(unpackhi_epi32)(in[2], in[3]);
-        quads[0][q] = QX_WIDE(unpacklo_epi64)(a, c);
-        quads[1][q] = QX_WIDE(unpackhi_epi64)(a, c);
-        quads[2][q] = QX_WIDE(unpacklo_epi64)(b, d);
-        quads[3][q] = QX_WIDE(unpackhi_epi64)(b, d);
-    }
-    for (int c = 0; c < kPieceFloats; ++c) {
-        transposePieces(quads[c]);
-        for (int q = 0; q < kPieces; ++q)
-            columns[q * kPieceFloats + c] = Floats(quads[c][q]);
-    }
+    Floats rows[kLanes];
+    for (int i = 0; i < kLanes; ++i)
+        rows[i] = loadFloats(first + i * stride);
+    transposeLanes(rows, columns);
 }
 
 // Rows whose sums are in flight: kLanes a vector.

@@ -287,4 +287,27 @@ inline Floats toFloats(Ints v) {
     return __builtin_convertvector(v, Floats);
 }
 
+// Lane j of row i becomes lane i of column j, of kLanes rows.
+constexpr int kPieceFloats = 4;
+inline void transposeLanes(const Floats* rows, Floats* columns) {
+    // quads[c][q]: columns c, c + 4, ... of the rows 4 q .. 4 q + 3.
+    Bits quads[kPieceFloats][kPieces];
+    for (int q = 0; q < kPieces; ++q) {
+        const Floats* const in = rows + q * kPieceFloats;
+        const Bits a = QX_WIDE(unpacklo_epi32)(Bits(in[0]), Bits(in[1]));
+        const Bits b = QX_WIDE(unpackhi_epi32)(Bits(in[0]), Bits(in[1]));
+        const Bits c = QX_WIDE(unpacklo_epi32)(Bits(in[2]), Bits(in[3]));
+        const Bits d = QX_WIDE(unpackhi_epi32)(Bits(in[2]), Bits(in[3]));
+        quads[0][q] = QX_WIDE(unpacklo_epi64)(a, c);
+        quads[1][q] = QX_WIDE(unpackhi_epi64)(a, c);
+        quads[2][q] = QX_WIDE(unpacklo_epi64)(b, d);
+        quads[3][q] = QX_WIDE(unpackhi_epi64)(b, d);
+    }
+    for (int c = 0; c < kPieceFloats; ++c) {
+        transposePieces(quads[c]);
+        for (int q = 0; q < kPieces; ++q)
+            columns[q * kPieceFloats + c] = Floats(quads[c][q]);
+    }
+}
+
 }  // namespace

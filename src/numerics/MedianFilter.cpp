@@ -1,0 +1,109 @@
+#include "QxUtils/Numerics.h"
+
+#include "foundation/Scratch.h"
+#include "numerics/AlignedFloats.h"
+#include "numerics/ExchangeSelection.h"
+#include "numerics/FilterKernels.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <span>
+
+namespace {
+
+using qx::FilterKernels;
+
+// Whether a value needs the exchange sort itself: a NaN, which never moves, or a negative zero, which ties with zero.
+bool isIrregular(float value) noexcept {
+    constexpr std::uint32_t kSign = 0x80000000;
+    constexpr std::uint32_t kInfinity = 0x7F800000;
+    const auto bits = std::bit_cast<std::uint32_t>(value);
+    return bits == kSign || (bits & ~kSign) > kInfinity;
+}
+
+bool anyIrregular(std::span<const float> values) noexcept {
+    std::uint32_t any = 0;
+    for (const float value : values)
+        any |= static_cast<std::uint32_t>(isIrregular(value));
+    return any != 0;
+}
+
+// Takes the medians of the windows with an irregular sample by the described method. samples holds size - 1 more than
+// medians; copy holds size.
+void mendIrregular(std::span<const float> samples, std::span<float> medians, float* copy) noexcept {
+    const std::size_t size = samples.size() - medians.size() + 1;
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        if (!isIrregular(samples[i]))
+            continue;
+        const std::size_t end = std::min(i + 1, medians.size());
+        for (std::size_t x = std::max(done, i + 1 < size ? 0 : i + 1 - size); x < end; ++x)
+            medians[x] = qx::exchangeMiddle<qx::SortOrder::Descending>(&samples[x], static_cast<int>(size), copy);
+        done = end;
+    }
+}
+
+// Replaces data by medians, piece after piece. buffer holds the samples of a piece as they were; take(buffer, medians)
+// gives their medians.
+template <class Take>
+void filterInPieces(float* data, int n, int half, std::span<float> buffer, float* copy, Take take) noexcept {
+    const int context = 2 * half;
+    const int pieceLength = static_cast<int>(buffer.size()) - context;
+    std::copy_n(data, context, buffer.data());
+    for (int first = half; first < n - half; first += pieceLength) {
+        const int count = std::min(pieceLength, n - half - first);
+        std::copy_n(data + first + half, count, buffer.data() + context);
+        const std::span<const float> samples = buffer.first(static_cast<std::size_t>(count) + context);
+        const std::span<float> medians(data + first, static_cast<std::size_t>(count));
+        take(samples, medians);
+        if (anyIrregular(samples))
+            mendIrregular(samples, medians, copy);
+        std::copy_n(buffer.data() + count, context, buffer.data());
+    }
+}
+
+void filterShort(float* data, int n, int half) noexcept {
+    constexpr std::size_t kBuffer = 4096;
+    std::array<float, kBuffer> buffer;
+    std::array<float, 2 * qx::kLargestShortHalf + 1> copy;
+    const FilterKernels& kernels = qx::filterKernels();
+    filterInPieces(data, n, half, buffer, copy.data(), [&](std::span<const float> samples, std::span<float> medians) {
+        kernels.shortMedians(samples.data(), static_cast<int>(medians.size()), half, medians.data());
+    });
+}
+
+// The lines' windows have to be filled before they move, which the steps have to outweigh.
+void filterRolling(float* data, int n, int half) noexcept {
+    constexpr std::int64_t kStepsPerSample = 8;
+    constexpr std::int64_t kLines = qx::kRollingLines;
+    const std::int64_t size = 2 * std::int64_t{half} + 1;
+    const std::int64_t allSteps = (n - size + kLines) / kLines;
+    const auto steps = static_cast<int>((std::min(kStepsPerSample * size, allSteps) + kLines - 1) / kLines * kLines);
+    const auto places = static_cast<std::size_t>(size) * qx::kRollingLines;
+    qx::Scratch<float> buffer(static_cast<std::size_t>(steps) * qx::kRollingLines + static_cast<std::size_t>(size) - 1);
+    qx::Scratch<float> copy(static_cast<std::size_t>(size));
+    qx::AlignedFloats ordered(places + qx::kRollingLines);
+    qx::AlignedFloats arrived(places);
+    if (!buffer || !copy || !ordered || !arrived)
+        return;
+    buffer.clear();
+    const qx::RollingWindows windows = {static_cast<int>(size), ordered.data(), arrived.data()};
+    const FilterKernels& kernels = qx::filterKernels();
+    filterInPieces(
+        data, n, half, buffer.span(), copy.data(), [&](std::span<const float> piece, std::span<float> medians) {
+            kernels.rollingMedians(piece.data(), steps, static_cast<int>(medians.size()), windows, medians.data());
+        });
+}
+
+}  // namespace
+
+void medianFilter(float* data, int n, int r) {
+    if (data == nullptr || r < 1 || n <= 2 * std::int64_t{r})
+        return;
+    if (r <= qx::kLargestShortHalf)
+        filterShort(data, n, r);
+    else
+        filterRolling(data, n, r);
+}

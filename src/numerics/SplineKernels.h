@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qx {
+
+// Lines of knots that splines are put through at a time. Their values at one position lie side by side.
+inline constexpr int kSplineLines = 32;
+
+// The elimination at a knot: the equation's unknown is multiplied by pivot, and depends on the next one by reduced.
+// They depend on the knot's position alone.
+struct SplineStep {
+    float pivot;
+    float reduced;
+};
+
+// Where a spline is evaluated: weights of the knot, the next knot, and the second derivatives at both.
+struct SplinePoint {
+    int knot;
+    float weights[2];
+    float curvatureWeights[2];
+};
+
+// Natural cubic splines through knots at unit spacing, kSplineLines lines at a time.
+struct SplineKernels {
+    // The first `columns` pixels of `lines` rows as knots; what lacks to kSplineLines is 0.
+    void (*loadKnots)(const std::uint16_t* rows, std::ptrdiff_t stride, int lines, int columns, float* knots) noexcept;
+
+    // Second derivatives at `count` knots.
+    void (*curvatures)(const float* knots, const SplineStep* steps, int count, float* curvatures) noexcept;
+
+    // Values at `count` points, at most kSplineLines: those of a line lie side by side, line after line.
+    void (*values)(const float* knots, const float* curvatures, const SplinePoint* points, int count,
+                   float* values) noexcept;
+
+    // Values at `count` points as rows of pixels that lie a stride apart, of the first `lines` lines.
+    void (*pixels)(const float* knots, const float* curvatures, const SplinePoint* points, int count, int lines,
+                   std::uint16_t* rows, std::ptrdiff_t stride) noexcept;
+};
+
+// The kernels of the vector level in use.
+const SplineKernels& splineKernels() noexcept;
+
+// One set a level, each compiled for it.
+extern const SplineKernels kSplineKernelsBaseline;
+extern const SplineKernels kSplineKernelsV3;
+extern const SplineKernels kSplineKernelsV4;
+
+}  // namespace qx
