@@ -12,6 +12,9 @@
 
 #include "Export.h"
 #include "Records.h"
+#include "Types.h"
+
+#include <vector>
 
 // Length of the image header that precedes the pixels of a calibration or NDT image file.
 inline constexpr int kImageHeaderBytes = 65536;
@@ -63,3 +66,82 @@ QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* head
 
 // The panel's temperature in degrees Celsius.
 QXUTILS_API float getTemperatureFromImageHead(const char* header);
+
+// Directories. A directory text ends with a separator; a text above 254 characters counts as a directory that cannot be
+// listed, an entry whose joined path exceeds 255 characters as a file that is not there.
+
+// Returns 0 when the path exists, be it a file or a directory, 1038 when not, 1057 for null.
+QXUTILS_API int CheckDirPath(char*& path);
+
+// Total length in bytes of the files in a directory, its subdirectories left out. Returns 1.0, too, when the directory
+// cannot be listed or is null.
+QXUTILS_API double getDirectorySpace(const char* dir);
+
+// Appends the regular files of a directory to list and sorts the whole list by creation time, oldest first. Start with
+// a null list and a count of 0; the list belongs to the caller then, who releases it with free(). Times are compared by
+// the wrapping 32-bit difference of their high halves and, when these are equal, of their low halves: files of the same
+// high half (429 s) whose times lie more than 214 s apart come in the other order. Returns 0, 1 when the directory
+// cannot be listed, 1057 for null, 1020 for a negative count or records without a list, 1035 when memory is short; list
+// and count change only on 0.
+QXUTILS_API int sortFileByCreateTime(const char* dir, _WIN32_FIND_DATAA*& list, int& count);
+
+// Adds the number of regular files in a directory to count, which is not reset. Returns 0, 1 when the directory cannot
+// be listed, or 1057 for null.
+QXUTILS_API int getFileNumInDirectory(const char* dir, int& count);
+
+// Texts.
+
+// Splits a text at a separator into at most 40 pieces of at most 99 characters; a separator at the end is followed by
+// no piece. out receives 40 pointers to pieces of 100 characters, zero-filled, that lie one behind the other, and count
+// the number of pieces. The caller releases the characters by deleteMemory(out[0]), then the pointers by
+// deleteMemory2(out).
+// Returns 0; 1057 for a null text, with out set; 1020 for a text of 4000 characters or more (count is 0), or when a
+// piece or the number of pieces exceeds its limit, with out set and the pieces before that filled and counted; 1035
+// when memory is short, with out and count as they were.
+QXUTILS_API int CutString(char**& out, const char* text, char separator, int& count);
+
+// The first position at which patternLength characters of a text equal the pattern, or -1. The last possible position,
+// textLength - patternLength, is not tried: a pattern that only ends the text is not found. A pattern without
+// characters is found at 0 in a longer text. Null gives -1.
+QXUTILS_API void getStrPos(const char* text, const char* pattern, int textLength, int patternLength, int& position);
+
+// Returns 0 for four numbers 0 .. 255 without leading zeros, separated by dots, and 1020 for any other text; 1057 for
+// null. The characters between the dots are not checked to be digits: one counts as its distance from '0', so that a
+// few other texts pass.
+QXUTILS_API int checkIP(const char* address);
+
+// Base64 (RFC 4648, padded, without line ends) of the first length bytes of source. Writes 4 characters for every
+// started group of 3 bytes and a zero behind them, only the zero for a length below 1 or a null source. The buffers do
+// not overlap. Returns the destination.
+QXUTILS_API char* base64_encode(const char* source, char* destination, int length);
+
+// Decodes a zero-terminated text, 3 bytes from 4 characters, up to its end or a group whose third or fourth character
+// is
+// '='. Returns the number of bytes; no zero is written behind them. Nothing is skipped and nothing refused: a character
+// that is not in the alphabet counts as 255, and so does what an incomplete last group lacks. The destination holds 3
+// bytes for every started group of 4 characters. Null gives 0.
+QXUTILS_API int base64_decode(const char* source, char* destination);
+
+// Decodes a text file line by line (pieces of at most 1023 characters) into another one. A line yields its decoded
+// bytes up to the first zero byte and a line end; an incomplete group at the end of a line is left out. When the source
+// ends with a line end, its last line is written twice. An empty source empties the destination. Every tenth line is
+// reported on standard output, whatever the debug flag; a write that falls short is logged.
+// Returns 0, 1038 when the source does not exist, 1039 when either file cannot be opened, 1040 when reading fails
+// half-way, 1057 for null.
+QXUTILS_API int decodeFile(const char* source, const char* destination);
+
+// Pixels and lists.
+
+// Where on a width x height image a pixel index lies: 0 top row, 1 bottom row (corners belong to these), 2 left column,
+// 3 right column, 4 inside. The index is not checked against the image: -width .. -1 and what lies beyond the last
+// pixel are told by their column alone. Returns 1020 for sizes below 1.
+QXUTILS_API int ImageBoundCheck(int& pixel, int& width, int& height);
+
+// 1 or 0: whether a value is among those of a list, and whether it is not. A null list is empty.
+QXUTILS_API int isInVector(const std::vector<int>* list, int value);
+QXUTILS_API int isNewElement(const std::vector<int>* list, int value);
+
+// Releases an array of characters, or of pointers but not what these point to, and makes the pointer null. Null is left
+// alone. The array comes from this library (CutString) or from new[] of the same C++ runtime.
+QXUTILS_API void deleteMemory(char*& array);
+QXUTILS_API void deleteMemory2(char**& array);

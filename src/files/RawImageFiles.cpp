@@ -1,6 +1,7 @@
 #include "QxUtils/Files.h"
 
 #include "QxUtils/StatusCode.h"
+#include "files/DirectoryText.h"
 #include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/JoinedPath.h"
@@ -35,8 +36,7 @@ int writeImageToDisk(const char* dir, const char* name, const char* buffer, int 
     if (size < 0)
         return StatusWrongParameter;
     if (!qx::pathExists(dir)) {
-        qx::printDebug("Work Directory String Error,Please insure that Path is right and use '\\\\' instead of '\\' to "
-                       "separate the directories.\n");
+        qx::reportMissingDirectory();
         qx::createDirectory(dir);
     }
     File file = qx::openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");

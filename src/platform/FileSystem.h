@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/DirectoryRecord.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -25,10 +27,10 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-enum class OpenMode { ReadBinary, WriteBinary, WriteText };
+enum class OpenMode { ReadBinary, WriteBinary, ReadText, WriteText };
 
-// Opens a file without a buffer of its own, so that every read and write reports what it did; null when it cannot be
-// opened or is a directory.
+// Opens a file; null when it cannot be opened or is a directory. It has no buffer of its own, so that every read and
+// write reports what it did, except for reading text. A pipe does not wait for its other end.
 File openFile(const char* path, OpenMode mode) noexcept;
 
 // The length of an open file in bytes, or -1. The position returns to the start.
@@ -53,6 +55,9 @@ public:
 
     bool started() const noexcept;
     bool next(DirectoryEntry& entry) noexcept;
+
+    // The entry that was read last, as the operating system's record.
+    DirectoryRecord record() const noexcept;
 
 private:
     struct State;

@@ -4,6 +4,7 @@
 
 #include "platform/NativePath.h"
 
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <new>
@@ -27,9 +28,34 @@ bool statusOf(int directory, const char* name, struct statx& status) noexcept {
            statx(directory, name, AT_SYMLINK_NOFOLLOW, kFields, &status) == 0;
 }
 
-bool isDirectory(std::FILE* file) noexcept {
+bool isDirectory(int descriptor) noexcept {
     struct stat status {};
-    return fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode);
+    return fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode);
+}
+
+std::uint64_t creationTicks(const struct statx& status) noexcept {
+    return ticks((status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_mtime);
+}
+
+constexpr std::uint32_t lowHalf(std::uint64_t value) noexcept {
+    return static_cast<std::uint32_t>(value);
+}
+
+constexpr std::uint32_t highHalf(std::uint64_t value) noexcept {
+    return static_cast<std::uint32_t>(value >> 32);
+}
+
+QxFileTime fileTime(std::uint64_t ticks) noexcept {
+    return {lowHalf(ticks), highHalf(ticks)};
+}
+
+std::uint32_t attributesOf(const struct statx& status) noexcept {
+    constexpr std::uint32_t kReadOnly = 0x01;
+    constexpr std::uint32_t kDirectory = 0x10;
+    constexpr std::uint32_t kNormal = 0x80;
+    const std::uint32_t attributes =
+        (S_ISDIR(status.stx_mode) ? kDirectory : 0) | ((status.stx_mode & 0222) == 0 ? kReadOnly : 0);
+    return attributes != 0 ? attributes : kNormal;
 }
 
 }  // namespace
@@ -53,11 +79,24 @@ bool deleteFile(const char* path) noexcept {
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {
-    static constexpr const char* kModes[] = {"rbe", "wbe", "we"};
-    File file(std::fopen(NativePath(path).c_str(), kModes[static_cast<int>(mode)]));
-    if (file && isDirectory(file.get()))
-        file.reset();
-    if (file)
+    struct Way {
+        int flags;
+        const char* stream;
+    };
+    static constexpr int kReplace = O_WRONLY | O_CREAT | O_TRUNC;
+    static constexpr Way kWays[] = {{O_RDONLY, "rb"}, {kReplace, "wb"}, {O_RDONLY, "r"}, {kReplace, "w"}};
+    const Way& way = kWays[static_cast<int>(mode)];
+    const int descriptor = open(NativePath(path).c_str(), way.flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0)
+        return nullptr;
+    File file(isDirectory(descriptor) ? nullptr : fdopen(descriptor, way.stream));
+    if (!file) {
+        close(descriptor);
+        return nullptr;
+    }
+    // Only the opening does not wait.
+    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    if (mode != OpenMode::ReadText)
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
@@ -75,11 +114,14 @@ struct DirectoryListing::State {
             closedir(stream);
     }
     DIR* stream = nullptr;
+    const dirent* found = nullptr;
+    struct statx status {};
 };
 
 DirectoryListing::DirectoryListing(const char* directory) noexcept : state_(new (std::nothrow) State) {
-    if (state_)
-        state_->stream = opendir(NativePath(directory).c_str());
+    // As with a pattern, no text names the current directory.
+    if (state_ && directory != nullptr)
+        state_->stream = opendir(*directory != '\0' ? NativePath(directory).c_str() : ".");
 }
 
 DirectoryListing::~DirectoryListing() = default;
@@ -91,18 +133,32 @@ bool DirectoryListing::started() const noexcept {
 bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
     // An entry that vanishes between the listing and the look at it is passed over.
     while (started()) {
-        const dirent* found = readdir(state_->stream);
+        const dirent* const found = state_->found = readdir(state_->stream);
         if (found == nullptr)
             return false;
-        struct statx status {};
+        struct statx& status = state_->status;
         if (!statusOf(dirfd(state_->stream), found->d_name, status))
             continue;
-        const bool hasBirthTime = (status.stx_mask & STATX_BTIME) != 0;
         entry = {found->d_name, S_ISDIR(status.stx_mode), static_cast<std::int64_t>(status.stx_size),
-                 ticks(hasBirthTime ? status.stx_btime : status.stx_mtime), ticks(status.stx_mtime)};
+                 creationTicks(status), ticks(status.stx_mtime)};
         return true;
     }
     return false;
+}
+
+DirectoryRecord DirectoryListing::record() const noexcept {
+    DirectoryRecord record{};
+    if (!started() || state_->found == nullptr)
+        return record;
+    const struct statx& status = state_->status;
+    record.dwFileAttributes = attributesOf(status);
+    record.ftCreationTime = fileTime(creationTicks(status));
+    record.ftLastAccessTime = fileTime(ticks(status.stx_atime));
+    record.ftLastWriteTime = fileTime(ticks(status.stx_mtime));
+    record.nFileSizeHigh = highHalf(status.stx_size);
+    record.nFileSizeLow = lowHalf(status.stx_size);
+    std::strncpy(record.cFileName, state_->found->d_name, sizeof record.cFileName - 1);
+    return record;
 }
 
 }  // namespace qx

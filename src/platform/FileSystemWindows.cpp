@@ -37,9 +37,9 @@ bool deleteFile(const char* path) noexcept {
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {
-    static constexpr const char* kModes[] = {"rb", "wb", "w"};
+    static constexpr const char* kModes[] = {"rb", "wb", "r", "w"};
     File file(std::fopen(NativePath(path).c_str(), kModes[static_cast<int>(mode)]));
-    if (file)
+    if (file && mode != OpenMode::ReadText)
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
@@ -88,6 +88,10 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
              static_cast<std::int64_t>((static_cast<std::uint64_t>(found.nFileSizeHigh) << 32) | found.nFileSizeLow),
              ticks(found.ftCreationTime), ticks(found.ftLastWriteTime)};
     return true;
+}
+
+DirectoryRecord DirectoryListing::record() const noexcept {
+    return started() ? state_->found : DirectoryRecord{};
 }
 
 }  // namespace qx
