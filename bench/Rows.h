@@ -19,7 +19,10 @@ std::vector<RowEntry> medianRows();
 std::vector<RowEntry> columnMedianRows();
 std::vector<RowEntry> histogramRows();
 std::vector<RowEntry> fitRows();
+std::vector<RowEntry> filterRows();
+std::vector<RowEntry> interpolationRows();
 std::vector<RowEntry> crcRows();
+std::vector<RowEntry> base64Rows();
 
 // All of them in the order of the table.
 std::vector<RowEntry> allRows();

@@ -53,10 +53,11 @@ private:
 struct Row {
     Method ours = {};  // empty when this processor lacks what the row is about
     Method plain = {};
-    double plainTolerance = 0;  // largest relative difference from ours; 0 asks for the same bits
-    std::string peerName = {};  // empty when nothing comparable exists
-    Method peer = {};           // empty when the peer was not found at configure time
-    double peerTolerance = 0;   // as plainTolerance: peers may define the quantity a little differently
+    double plainTolerance = 0;   // largest relative difference from ours; 0 asks for the same bits
+    std::string peerName = {};   // empty when nothing comparable exists
+    Method peer = {};            // empty when the peer was not found at configure time
+    double peerTolerance = 0;    // as plainTolerance: peers may define the quantity a little differently
+    bool peerIsCompared = true;  // false where the peer does other work, as its name tells, or cannot give its result
     std::string limitName = {};
     Method limit = {};
     std::string level = {};                // what the library was held to; the vector level's name when empty

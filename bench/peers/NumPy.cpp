@@ -48,7 +48,15 @@ py::array view(const AnyImage& image) {
 template <class Pixel, class AnyImage>
 Method measureImage(const char* source, const std::shared_ptr<const AnyImage>& image) {
     startInterpreter();
-    return [image, measure = compileMeasure(source), pixels = view<Pixel>(*image)] {
+    py::object measure;
+    try {
+        measure = compileMeasure(source);
+    } catch (const py::error_already_set& error) {
+        if (error.matches(PyExc_ImportError))
+            return {};
+        throw;
+    }
+    return [image, measure, pixels = view<Pixel>(*image)] {
         const py::object result = measure(pixels);
         if (py::isinstance<py::list>(result))
             return result.cast<std::vector<double>>();

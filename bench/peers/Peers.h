@@ -14,8 +14,17 @@ namespace qx::bench {
 Method openCvMean(const std::shared_ptr<const Image>& image);
 Method openCvStdev(const std::shared_ptr<const Image>& image);
 
+// cv::medianBlur over 5 x 5 pixels; cv::equalizeHist of the image in 8 bits; cv::resize by INTER_CUBIC. They do other
+// work than ours, and return one pixel.
+Method openCvMedian5(const std::shared_ptr<const Image>& image);
+Method openCvEqualise8(const std::shared_ptr<const Image>& image);
+Method openCvResize(const std::shared_ptr<const Image>& image, int rows, int columns);
+
+// The image resampled by gsl_interp_cspline, in double precision: rows first, then columns, rounded to pixels.
+Method gslSplines(const std::shared_ptr<const Image>& image, int rows, int columns);
+
 // A Python function `measure(image)` on a two-dimensional NumPy array of the pixels; `source` defines it, with NumPy
-// imported as np. It returns a number or a list of numbers.
+// imported as np. It returns a number or a list of numbers. Empty when the source imports a module that is missing.
 Method numpy(const char* source, const std::shared_ptr<const Image>& image);
 Method numpy(const char* source, const std::shared_ptr<const FloatImage>& image);
 

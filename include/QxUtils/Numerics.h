@@ -159,7 +159,7 @@ QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const fl
 QXUTILS_API void medianFilter(float* data, int n, int r);
 
 // Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the
-// height is below 5. The windows hold what the pixels were before.
+// height is below 5. The windows hold what the pixels were before. Automatic memory: 24 KiB.
 QXUTILS_API int filterImg(WORD* image, int width, int height);
 
 // Histogram equalisation in place: a pixel of value v becomes the integer part of 65535 times the share of pixels that
@@ -182,8 +182,8 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // pixels, not of tables of rows, in spite of their type. Values are rounded to the nearest count; those above 65534.5
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
-// bits and a lack of memory leave the output as it was. Memory: 4 bytes for every input row and output column, and 1
-// KiB for every row or column of the input.
+// bits and a lack of memory leave the output as it was. Memory: 4 bytes for every input row and output column, and
+// 300 bytes for every row or column.
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

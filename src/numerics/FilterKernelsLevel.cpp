@@ -14,20 +14,9 @@ namespace {
 
 constexpr int kPixelLanes = 2 * kLanes;
 
-// Pixels of one lane or of many, with the operations that a median needs.
-struct OnePixel {
-    int value;
-};
 struct Pixels {
     Bits lanes;
 };
-
-OnePixel smallerOf(OnePixel a, OnePixel b) {
-    return {a.value < b.value ? a.value : b.value};
-}
-OnePixel largerOf(OnePixel a, OnePixel b) {
-    return {a.value < b.value ? b.value : a.value};
-}
 
 #if defined(__AVX2__)
 Pixels smallerOf(Pixels a, Pixels b) {
@@ -108,58 +97,69 @@ void storePixelsAt(Pixels pixels, std::uint16_t* target) {
     storeInts(target, Ints(pixels.lanes));
 }
 
-OnePixel onePixelAt(const std::uint16_t* pixel) {
-    return {*pixel};
-}
-
-void storeOnePixel(OnePixel pixel, std::uint16_t* target) {
-    *target = static_cast<std::uint16_t>(pixel.value);
-}
-
-template <class Value>
 struct Bounds {
-    Value lower;
-    Value upper;
+    Pixels lower;
+    Pixels upper;
 };
 
-// The two in the middle of four values.
-template <class Value>
-[[gnu::always_inline]] inline Bounds<Value> middleOfFour(Value* values) {
-    order(values[0], values[1]);
-    order(values[2], values[3]);
-    Bounds<Value> middle = {largerOf(values[0], values[2]), smallerOf(values[1], values[3])};
+// The two in the middle of four.
+Bounds middleOfFour(Pixels* pixels) {
+    order(pixels[0], pixels[1]);
+    order(pixels[2], pixels[3]);
+    Bounds middle = {largerOf(pixels[0], pixels[2]), smallerOf(pixels[1], pixels[3])};
     order(middle.lower, middle.upper);
     return middle;
 }
 
-// The median of values of which all but one are known: as many lie below `lower` as above `upper`.
-template <class Value>
-Value between(Value lower, Value upper, Value last) {
+// The median of pixels of which all but one are known: as many lie below `lower` as above `upper`.
+Pixels between(Pixels lower, Pixels upper, Pixels last) {
     return largerOf(lower, smallerOf(upper, last));
+}
+
+// Four rows that two windows of five share, and what either has alone.
+struct FiveRows {
+    Pixels first;
+    Pixels shared[4];
+    Pixels last;
+};
+
+Bounds mediansOf(FiveRows rows) {
+    const Bounds middle = middleOfFour(rows.shared);
+    return {between(middle.lower, middle.upper, rows.first), between(middle.lower, middle.upper, rows.last)};
+}
+
+// Fewer pixels than a vector holds.
+Pixels loadFirst(ConstPixelRow pixels, int count) {
+    std::uint16_t padded[kPixelLanes] = {};
+    __builtin_memcpy(padded, pixels, static_cast<std::size_t>(count) * sizeof *pixels);
+    return pixelsAt(padded);
+}
+
+void storeFirst(Pixels pixels, int count, PixelRow target) {
+    __builtin_memcpy(target, &pixels, static_cast<std::size_t>(count) * sizeof *target);
 }
 
 void mediansOfFive(PixelRow row, std::ptrdiff_t stride, int count, const PixelRow* above, ConstPixelRow below,
                    PixelRow next) noexcept {
     const PixelRow twoAbove = above[0];
     const PixelRow oneAbove = above[1];
-    const auto mediansAt = [=](int x, auto load, auto store) {
-        const auto first = load(twoAbove + x);
-        const auto here = load(row + x);
-        const auto behind = load(row + stride + x);
-        const auto last = load(below + x);
-        // Both windows hold these four.
-        std::remove_const_t<decltype(here)> shared[] = {load(oneAbove + x), here, behind, load(row + 2 * stride + x)};
-        auto [lower, upper] = middleOfFour(shared);
+    const auto filterAt = [=](int x, auto load, auto store) {
+        const Pixels here = load(row + x);
+        const Pixels behind = load(row + stride + x);
+        const Bounds medians = mediansOf(
+            {load(twoAbove + x), {load(oneAbove + x), here, behind, load(row + 2 * stride + x)}, load(below + x)});
         store(here, twoAbove + x);
         store(behind, oneAbove + x);
-        store(between(lower, upper, first), row + x);
-        store(between(lower, upper, last), next + x);
+        store(medians.lower, row + x);
+        store(medians.upper, next + x);
     };
     int x = 0;
     for (; x + kPixelLanes <= count; x += kPixelLanes)
-        mediansAt(x, pixelsAt, storePixelsAt);
-    for (; x < count; ++x)
-        mediansAt(x, onePixelAt, storeOnePixel);
+        filterAt(x, pixelsAt, storePixelsAt);
+    if (const int rest = count - x; rest > 0)
+        filterAt(
+            x, [rest](ConstPixelRow pixels) { return loadFirst(pixels, rest); },
+            [rest](Pixels pixels, PixelRow target) { storeFirst(pixels, rest, target); });
 }
 
 void split(ConstPixelRow pixels, int count, PixelRow even, PixelRow odd) noexcept {

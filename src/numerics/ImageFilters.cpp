@@ -2,6 +2,7 @@
 
 #include "QxUtils/StatusCode.h"
 #include "numerics/FilterKernels.h"
+#include "numerics/Panels.h"
 #include "numerics/PixelHistogram.h"
 
 #include <algorithm>
@@ -12,19 +13,21 @@
 
 namespace {
 
-// Calls filter(first column, columns) for panels of columns, side by side.
-template <class Filter>
-void forPanels(int columns, int panelColumns, Filter filter) {
-    for (int first = 0; first < columns; first += std::min(panelColumns, columns - first))
-        filter(first, std::min(panelColumns, columns - first));
-}
+using qx::kCacheLineBytes;
 
 // Rows above and below in the windows of filterImg.
 constexpr int kColumnHalf = 2;
 constexpr int kFilteredColumns = 4096;
 
+// Columns before the first one that starts a cache line in every row: vectors across two lines take twice as long.
+int columnsBeforeLine(const WORD* image, int width) noexcept {
+    const auto offset = static_cast<int>(reinterpret_cast<std::uintptr_t>(image) % kCacheLineBytes);
+    const int before = (kCacheLineBytes - offset) % kCacheLineBytes / static_cast<int>(sizeof(WORD));
+    return width % (kCacheLineBytes / static_cast<int>(sizeof(WORD))) == 0 ? before : 0;
+}
+
 void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) noexcept {
-    using Row = std::array<WORD, kFilteredColumns>;
+    struct alignas(kCacheLineBytes) Row : std::array<WORD, kFilteredColumns> {};
     std::array<Row, kColumnHalf> rows;
     const std::array<WORD*, kColumnHalf> above = {rows[0].data(), rows[1].data()};
     for (int y = 0; y < kColumnHalf; ++y)
@@ -41,107 +44,6 @@ void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) no
     kernels.mediansOfFive(row, stride, columns, above.data(), row + 2 * stride, unused.data());
 }
 
-// A panel of columns for getMedianImage. Windows whose first pixels have an even and an odd index form a pair, along
-// the rows as down the columns.
-class RatioPanel {
-public:
-    static constexpr int kColumns = 1024;
-
-    // So many windows side by side, the first ones from `image` on.
-    RatioPanel(const WORD* image, std::ptrdiff_t stride, int columns)
-        : image_(image), stride_(stride), columns_(columns),
-          half_((columns + 1) / 2 + qx::kPixelRoom - 1 - ((columns + 1) / 2 + qx::kPixelRoom - 1) % qx::kPixelRoom) {}
-
-    // out is the place of the first window's ratio.
-    void write(int rows, float* out) noexcept {
-        for (int y = 0; y < rows; ++y) {
-            addRow(y);
-            if (y % 2 == 0 && y >= qx::kFour)
-                orderRows(y - qx::kFour);
-            if (y % 2 == 1 && y >= qx::kRatioWindow)
-                writeRows(y - qx::kRatioWindow, 2, out);
-        }
-        // The last windows have no partner when their number is odd.
-        if (rows % 2 == 1)
-            writeRows(rows - qx::kRatioWindow, 1, out);
-    }
-
-private:
-    static constexpr int kRowsAhead = 4;
-    static constexpr std::size_t kCacheLineBytes = 64;
-    static constexpr int kRowsHeld = qx::kRatioWindow + 1;
-    static constexpr int kFoursHeld = 4;
-    static constexpr int kHalfCapacity = kColumns / 2;
-    using Half = std::array<WORD, kHalfCapacity + qx::kPixelRoom>;
-    using Row = std::array<WORD, 2 * kHalfCapacity>;
-    using Fours = std::array<Row, qx::kFour>;
-
-    // Medians along a row: those of the windows of even index, then those of odd index.
-    void addRow(int y) noexcept {
-        fetch(image_ + (y + kRowsAhead) * stride_);
-        kernels_.split(image_ + y * stride_, columns_ + qx::kRatioWindow - 1, even_.data(), odd_.data());
-        const WORD* const even = even_.data();
-        const WORD* const odd = odd_.data();
-        const std::array<const WORD*, qx::kFour> pixels = {odd, even + 1, odd + 1, even + 2};
-        const std::array<WORD*, qx::kFour> f = {fours_[0].data(), fours_[1].data(), fours_[2].data(), fours_[3].data()};
-        kernels_.orderFours(pixels.data(), half_ + 2, f.data());
-        const qx::WindowPair windows = {
-            {f[0], f[1], f[2], f[3]}, {f[0] + 2, f[1] + 2, f[2] + 2, f[3] + 2}, {odd + 4, even + 5}, even, odd + 5};
-        WORD* const medians = row(y);
-        kernels_.mediansOfEleven(windows, half_, medians, medians + half_);
-    }
-
-    // The processor does not look from one row's piece to the next. Addresses beyond the image do no harm.
-    void fetch(const WORD* row) const noexcept {
-        constexpr int kLinePixels = kCacheLineBytes / sizeof(WORD);
-        for (int x = 0; x < columns_ + qx::kRatioWindow; x += kLinePixels)
-            __builtin_prefetch(row + x);
-    }
-
-    // The four rows after an even one.
-    void orderRows(int y) noexcept {
-        const std::array<const WORD*, qx::kFour> rows = {row(y + 1), row(y + 2), row(y + 3), row(y + 4)};
-        Fours& f = foursAfter(y);
-        const std::array<WORD*, qx::kFour> ordered = {f[0].data(), f[1].data(), f[2].data(), f[3].data()};
-        kernels_.orderFours(rows.data(), 2 * half_, ordered.data());
-    }
-
-    // Ratios of the windows from an even row on, and of those from the next one on.
-    void writeRows(int y, int count, float* out) noexcept {
-        const Fours& a = foursAfter(y);
-        const Fours& b = foursAfter(y + qx::kFour);
-        const qx::WindowPair windows = {{a[0].data(), a[1].data(), a[2].data(), a[3].data()},
-                                        {b[0].data(), b[1].data(), b[2].data(), b[3].data()},
-                                        {row(y + 9), row(y + 10)},
-                                        row(y),
-                                        row(y + 11)};
-        alignas(kCacheLineBytes) std::array<Row, 2> medians;
-        kernels_.mediansOfEleven(windows, 2 * half_, medians[0].data(), medians[1].data());
-        for (int i = 0; i < count; ++i) {
-            const std::ptrdiff_t first = (y + i) * stride_;
-            const WORD* const centre = image_ + first + kCentre * stride_ + kCentre;
-            kernels_.ratios(medians[i].data(), medians[i].data() + half_, centre, columns_, out + first);
-        }
-    }
-
-    static constexpr int kCentre = qx::kRatioWindow / 2;
-
-    WORD* row(int y) noexcept { return medians_[y % kRowsHeld].data(); }
-    Fours& foursAfter(int y) noexcept { return rowFours_[y / 2 % kFoursHeld]; }
-
-    const qx::FilterKernels& kernels_ = qx::filterKernels();
-    const WORD* image_;
-    std::ptrdiff_t stride_;
-    int columns_;
-    int half_;  // windows of even index, and of odd index, in whole vectors
-    // Vectors that cross cache lines would take twice as long.
-    alignas(kCacheLineBytes) Half even_{};
-    alignas(kCacheLineBytes) Half odd_{};
-    alignas(kCacheLineBytes) std::array<Half, qx::kFour> fours_{};
-    alignas(kCacheLineBytes) std::array<Row, kRowsHeld> medians_{};
-    alignas(kCacheLineBytes) std::array<Fours, kFoursHeld> rowFours_{};
-};
-
 // Values of pixels by the share of pixels that are at most as bright.
 void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
     double atMost = 0.0;
@@ -157,13 +59,10 @@ void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
 void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexcept {
     constexpr std::size_t kAtOnce = 4;
     std::size_t i = 0;
+    const auto level = [=](std::size_t index) { return static_cast<std::uint64_t>(levels[pixels[index]]); };
+#pragma GCC unroll 2
     for (; i + kAtOnce <= count; i += kAtOnce) {
-        std::uint64_t four;
-        std::memcpy(&four, pixels + i, sizeof four);
-        four = static_cast<std::uint64_t>(levels[four & 0xFFFF]) |
-               static_cast<std::uint64_t>(levels[(four >> 16) & 0xFFFF]) << 16 |
-               static_cast<std::uint64_t>(levels[(four >> 32) & 0xFFFF]) << 32 |
-               static_cast<std::uint64_t>(levels[four >> 48]) << 48;
+        const std::uint64_t four = level(i) | level(i + 1) << 16 | level(i + 2) << 32 | level(i + 3) << 48;
         std::memcpy(pixels + i, &four, sizeof four);
     }
     for (; i < count; ++i)
@@ -175,22 +74,13 @@ void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexce
 int filterImg(WORD* image, int width, int height) {
     if (image == nullptr)
         return StatusNullArgument;
-    if (height <= 2 * kColumnHalf)
+    if (width < 1 || height <= 2 * kColumnHalf)
         return StatusOk;
-    forPanels(width, kFilteredColumns,
-              [=](int first, int columns) { filterPanel(image + first, width, columns, height); });
-    return StatusOk;
-}
-
-int getMedianImage(float* out, const WORD* image, int width, int height) {
-    if (out == nullptr || image == nullptr)
-        return StatusNullArgument;
-    if (width < qx::kRatioWindow || height < qx::kRatioWindow)
-        return StatusOk;
-    constexpr int kHalf = qx::kRatioWindow / 2;
-    float* const first = out + static_cast<std::ptrdiff_t>(kHalf) * width + kHalf;
-    forPanels(width - qx::kRatioWindow + 1, RatioPanel::kColumns,
-              [=](int x, int columns) { RatioPanel(image + x, width, columns).write(height, first + x); });
+    const auto filter = [=](int first, int columns) { filterPanel(image + first, width, columns, height); };
+    const int before = columnsBeforeLine(image, width);
+    if (before > 0)
+        filter(0, before);
+    qx::forPanels(width - before, kFilteredColumns, [=](int first, int columns) { filter(before + first, columns); });
     return StatusOk;
 }
 

@@ -7,17 +7,20 @@
 #include "FailingAllocator.h"
 
 #include "numerics/LinearLeastSquares.h"
+#include "platform/DirectoryRecord.h"
 #include "quality/TubeCentre.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <new>
 
 namespace {
 
 using namespace qx::test;
+using qx::DirectoryRecord;
 
 class AllocationFault : public DetectorFixture {
 protected:
@@ -183,6 +186,54 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
     // Three buffers stand in for the second one.
     reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
     EXPECT_EQ(expected, reasons);
+}
+
+// Long windows, so that memory is needed.
+TEST_F(AllocationFault, filters_without_memory_change_nothing) {
+    const TestImage image = randomImage(40, 33, 0, 65535, 3);
+    const std::vector<float> samples(image.pixels.begin(), image.pixels.end());
+    std::vector<float> filtered = samples;
+    const auto filter = [&] {
+        medianFilter(filtered.data(), static_cast<int>(filtered.size()), 40);
+        return filtered == samples;
+    };
+    EXPECT_LT(0, failEach<bool>(filter, [](bool unchanged) { EXPECT_TRUE(unchanged); }));
+
+    std::vector<WORD> in = image.pixels;
+    std::vector<WORD> out(50 * 45, 7);
+    const std::vector<WORD> before = out;
+    const auto resample = [&] {
+        interpImg2D(reinterpret_cast<WORD**>(out.data()), 50, 45, reinterpret_cast<WORD**>(in.data()), 33, 40);
+        return out == before;
+    };
+    EXPECT_LT(5, failEach<bool>(resample, [](bool unchanged) { EXPECT_TRUE(unchanged); }));
+    EXPECT_NE(before, out);
+}
+
+TEST_F(AllocationFault, listings_and_pieces_of_texts_leave_their_outputs) {
+    for (const char* name : {"a", "b", "c", "d", "e"})
+        writeFile(folder() / name, name);
+    DirectoryRecord* list = nullptr;
+    int count = 0;
+    const auto sort = [&] { return sortFileByCreateTime(folder().path().c_str(), list, count); };
+    EXPECT_LT(2, failEach<int>(sort, [&](int result) {
+                  EXPECT_TRUE(result == 1 || result == 1035) << result;
+                  EXPECT_EQ(nullptr, list);
+                  EXPECT_EQ(0, count);
+              }));
+    EXPECT_EQ(5, count);
+    std::free(list);
+
+    char** pieces = nullptr;
+    EXPECT_EQ(2, failEach<int>([&] { return CutString(pieces, "a,b", ',', count); },
+                               [&](int result) {
+                                   EXPECT_EQ(1035, result);
+                                   EXPECT_EQ(nullptr, pieces);
+                                   EXPECT_EQ(5, count);
+                               }));
+    EXPECT_EQ(2, count);
+    deleteMemory(pieces[0]);
+    deleteMemory2(pieces);
 }
 
 TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {

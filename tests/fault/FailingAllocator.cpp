@@ -9,12 +9,16 @@ namespace {
 long untilFailure = 0;
 bool hasFailed = false;
 
-void* allocate(std::size_t size) noexcept {
+bool failsNow() noexcept {
     if (untilFailure > 0 && --untilFailure == 0) {
         hasFailed = true;
-        return nullptr;
+        return true;
     }
-    return std::malloc(size != 0 ? size : 1);
+    return false;
+}
+
+void* allocate(std::size_t size) noexcept {
+    return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
 void* allocateOrThrow(std::size_t size) {
@@ -24,6 +28,12 @@ void* allocateOrThrow(std::size_t size) {
 }
 
 }  // namespace
+
+// The linker puts it in the place of the library's realloc.
+extern "C" void* __real_realloc(void* memory, std::size_t size);
+extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
+    return failsNow() ? nullptr : __real_realloc(memory, size);
+}
 
 void* operator new(std::size_t size) {
     return allocateOrThrow(size);

@@ -1,0 +1,135 @@
+#include "Rows.h"
+#include "harness/OwnImage.h"
+#include "harness/StreamRead.h"
+#include "peers/Peers.h"
+
+#include "PlainFilters.h"
+
+#include <QxUtils/Numerics.h>
+
+namespace {
+
+using namespace qx::bench;
+
+Row medianImageRow(const std::shared_ptr<const Image>& image) {
+    const FloatImage out{image->width, image->height, std::vector<float>(image->pixels.size())};
+    const auto by = [&](auto method) {
+        return onOwnImage(
+            out, [=](FloatImage& ratios) { method(ratios.data(), image->data(), image->width, image->height); });
+    };
+    return {.ours = by(getMedianImage),
+            .plain = by(qx::plain::getMedianImage),
+            .peerName = "SciPy 11 x 11 median",
+            .peer = numpy("from scipy import ndimage\n"
+                          "def measure(image): return float(ndimage.median_filter(image, size=11)[0, 0])",
+                          image),
+            .peerIsCompared = false,
+            .limitName = "read + write",
+            .limit = onOwnImage(out, [=](FloatImage& ratios) {
+                streamRead(image->data(), byteCount(*image));
+                streamUpdate(ratios.data(), byteCount(ratios));
+            })};
+}
+
+Row medianImageAgainstBlurRow(const std::shared_ptr<const Image>& image) {
+    Row row = medianImageRow(image);
+    row.plain = {};
+    row.peerName = "cv::medianBlur 5 x 5";
+    row.peer = openCvMedian5(image);
+    return row;
+}
+
+Row columnMedianRow(const std::shared_ptr<const Image>& image, std::string peerName, const Method& peer) {
+    const auto by = [&](auto method) {
+        return onOwnImage(*image, [=](Image& own) { method(own.pixels.data(), own.width, own.height); });
+    };
+    return {.ours = by(filterImg),
+            .plain = by(qx::plain::filterImg),
+            .peerName = std::move(peerName),
+            .peer = peer,
+            .peerIsCompared = false,
+            .limitName = "read-modify-write",
+            .limit = onOwnImage(*image, [](Image& own) { streamUpdate(own.pixels.data(), byteCount(own)); })};
+}
+
+Row equalisationRow(const std::shared_ptr<const Image>& image, std::string peerName, const Method& peer) {
+    const auto by = [&](auto method) {
+        return onOwnImage(*image, [=](Image& own) { method(own.pixels.data(), pixelCount(own)); });
+    };
+    return {.ours = by(hisEqualization),
+            .plain = by(qx::plain::hisEqualization),
+            .peerName = std::move(peerName),
+            .peer = peer,
+            .peerIsCompared = false,
+            .limitName = "read + read-modify-write",
+            .limit = onOwnImage(*image, [](Image& own) {
+                streamRead(own.data(), byteCount(own));
+                streamUpdate(own.pixels.data(), byteCount(own));
+            })};
+}
+
+constexpr char kNumpyEqualisation[] = R"(
+def measure(image):
+    counts = np.bincount(image.ravel(), minlength=65536)
+    levels = (np.cumsum(counts) / image.size * 65535.0).astype(np.uint16)
+    return float(levels[image][0, 0])
+)";
+
+// Samples as of one long row of a noisy image.
+Row sampleMedianRow(int count, int half) {
+    const auto samples = std::make_shared<const FloatImage>(floatFlatField(count, 1));
+    const std::string source = "from scipy import ndimage\n"
+                               "def measure(samples): return float(ndimage.median_filter(samples[0], size=" +
+                               std::to_string(2 * half + 1) + ")[0])";
+    return {.ours = onOwnImage(*samples, [=](FloatImage& own) { medianFilter(own.data(), count, half); }),
+            .plain =
+                [=] {
+                    // Filtered samples would be sorted sooner.
+                    std::vector<float> own = samples->pixels;
+                    qx::plain::medianFilter(own.data(), count, half);
+                    return own;
+                },
+            .peerName = "SciPy median_filter",
+            .peer = numpy(source.c_str(), samples),
+            .peerIsCompared = false,
+            .limitName = "a copy",
+            .limit = onOwnImage(*samples, [=](FloatImage& own) { own.pixels = samples->pixels; })};
+}
+
+}  // namespace
+
+std::vector<qx::bench::RowEntry> qx::bench::filterRows() {
+    const auto image = [](const Scale& scale) { return flatField(scale.pick(3072, 150)); };
+    constexpr char kScipyColumns[] =
+        "from scipy import ndimage\n"
+        "def measure(image): return float(ndimage.median_filter(image, size=(5, 1))[0, 0])";
+    return {
+        {"getMedianImage 3072 x 3072", [=](const Scale& scale) { return medianImageRow(image(scale)); }},
+        {"getMedianImage against a smaller window",
+         [=](const Scale& scale) { return medianImageAgainstBlurRow(image(scale)); }},
+        {"filterImg 3072 x 3072",
+         [=](const Scale& scale) {
+             const auto field = image(scale);
+             return columnMedianRow(field, "SciPy 5 x 1 median", numpy(kScipyColumns, field));
+         }},
+        {"filterImg against a larger window",
+         [=](const Scale& scale) {
+             const auto field = image(scale);
+             return columnMedianRow(field, "cv::medianBlur 5 x 5", openCvMedian5(field));
+         }},
+        {"medianFilter 10^6 samples, r = 2",
+         [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 2); }},
+        {"medianFilter 10^6 samples, r = 25",
+         [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 25); }},
+        {"hisEqualization 3072 x 3072",
+         [=](const Scale& scale) {
+             const auto field = image(scale);
+             return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
+         }},
+        {"hisEqualization against 8 bits",
+         [=](const Scale& scale) {
+             const auto field = image(scale);
+             return equalisationRow(field, "cv::equalizeHist, 8 bits", openCvEqualise8(field));
+         }},
+    };
+}

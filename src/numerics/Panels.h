@@ -1,0 +1,16 @@
+#pragma once
+
+#include <algorithm>
+
+namespace qx {
+
+inline constexpr int kCacheLineBytes = 64;
+
+// Calls work(first column, columns) for panels of columns, side by side.
+template <class Work>
+void forPanels(int columns, int panelColumns, Work work) {
+    for (int first = 0; first < columns; first += std::min(panelColumns, columns - first))
+        work(first, std::min(panelColumns, columns - first));
+}
+
+}  // namespace qx
