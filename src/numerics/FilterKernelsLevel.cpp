@@ -128,38 +128,50 @@ Bounds mediansOf(FiveRows rows) {
     return {between(middle.lower, middle.upper, rows.first), between(middle.lower, middle.upper, rows.last)};
 }
 
-// Fewer pixels than a vector holds.
-Pixels loadFirst(ConstPixelRow pixels, int count) {
-    std::uint16_t padded[kPixelLanes] = {};
-    __builtin_memcpy(padded, pixels, static_cast<std::size_t>(count) * sizeof *pixels);
-    return pixelsAt(padded);
-}
+// How pixels come and go: as whole vectors, or as fewer pixels than a vector holds.
+struct Whole {
+    Pixels load(ConstPixelRow pixels) const { return pixelsAt(pixels); }
+    void store(Pixels pixels, PixelRow target) const { storePixelsAt(pixels, target); }
+};
 
-void storeFirst(Pixels pixels, int count, PixelRow target) {
-    __builtin_memcpy(target, &pixels, static_cast<std::size_t>(count) * sizeof *target);
-}
+struct First {
+    int count;
+
+    Pixels load(ConstPixelRow pixels) const {
+        std::uint16_t padded[kPixelLanes] = {};
+        __builtin_memcpy(padded, pixels, static_cast<std::size_t>(count) * sizeof *pixels);
+        return pixelsAt(padded);
+    }
+    void store(Pixels pixels, PixelRow target) const {
+        __builtin_memcpy(target, &pixels, static_cast<std::size_t>(count) * sizeof *target);
+    }
+};
 
 void mediansOfFive(PixelRow row, std::ptrdiff_t stride, int count, const PixelRow* above, ConstPixelRow below,
                    PixelRow next) noexcept {
     const PixelRow twoAbove = above[0];
     const PixelRow oneAbove = above[1];
-    const auto filterAt = [=](int x, auto load, auto store) {
-        const Pixels here = load(row + x);
-        const Pixels behind = load(row + stride + x);
+    const auto filterAt = [=](int x, auto access) __attribute__((always_inline)) {
+        const Pixels here = access.load(row + x);
+        const Pixels behind = access.load(row + stride + x);
+        const Pixels last = access.load(row + 2 * stride + x);
         const Bounds medians = mediansOf(
-            {load(twoAbove + x), {load(oneAbove + x), here, behind, load(row + 2 * stride + x)}, load(below + x)});
-        store(here, twoAbove + x);
-        store(behind, oneAbove + x);
-        store(medians.lower, row + x);
-        store(medians.upper, next + x);
+            {access.load(twoAbove + x), {access.load(oneAbove + x), here, behind, last}, access.load(below + x)});
+        access.store(here, twoAbove + x);
+        access.store(behind, oneAbove + x);
+        access.store(medians.lower, row + x);
+        access.store(medians.upper, next + x);
     };
+    // The next two rows that are new: the processor does not look from row to row.
+    const auto rowBytes = stride * static_cast<std::ptrdiff_t>(sizeof *row);
     int x = 0;
-    for (; x + kPixelLanes <= count; x += kPixelLanes)
-        filterAt(x, pixelsAt, storePixelsAt);
-    if (const int rest = count - x; rest > 0)
-        filterAt(
-            x, [rest](ConstPixelRow pixels) { return loadFirst(pixels, rest); },
-            [rest](Pixels pixels, PixelRow target) { storeFirst(pixels, rest, target); });
+    for (; x + kPixelLanes <= count; x += kPixelLanes) {
+        fetchFrom(row + x, 4 * rowBytes);
+        fetchFrom(row + x, 5 * rowBytes);
+        filterAt(x, Whole{});
+    }
+    if (x < count)
+        filterAt(x, First{count - x});
 }
 
 void split(ConstPixelRow pixels, int count, PixelRow even, PixelRow odd) noexcept {

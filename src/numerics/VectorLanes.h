@@ -269,10 +269,15 @@ inline std::size_t valuesBeforeLine(const Value* values, std::size_t count) {
     return before < count ? before : count;
 }
 
-// Fetches what comes farther ahead than the processor's own prefetch looks. Addresses beyond the image do no harm.
+// Fetches what will be needed soon. Addresses beyond the image do no harm.
+inline void fetchFrom(const void* values, std::ptrdiff_t bytesAhead) {
+    const auto address = reinterpret_cast<std::uintptr_t>(values) + static_cast<std::uintptr_t>(bytesAhead);
+    __builtin_prefetch(reinterpret_cast<const void*>(address));
+}
+
+// Fetches what comes farther ahead than the processor's own prefetch looks.
 inline void fetchAhead(const void* values) {
-    constexpr std::uintptr_t kBytesAhead = 64 * kCacheLineBytes;
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(values) + kBytesAhead));
+    fetchFrom(values, 64 * kCacheLineBytes);
 }
 
 inline void storeInts(void* target, Ints v) {
