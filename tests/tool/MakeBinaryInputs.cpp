@@ -78,6 +78,14 @@ void writeSnr(const fs::path& folder) {
     writeFile(folder / "factory.toml", "[detector]\nwidth = 600\nheight = 600\ntype = 5\n");
 }
 
+// A row of 64 that steps over the whole range, and 12 x 11 pixels of which one in the middle is 0.
+void writeExtremes(const fs::path& folder) {
+    writeFile(folder / "step.raw", std::string(64, '\0') + std::string(64, '\xFF'));
+    std::string zero(std::size_t{2} * 12 * 11, 'A');
+    zero.replace(std::size_t{2} * (5 * 12 + 5), 2, 2, '\0');
+    writeFile(folder / "zero.raw", zero);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -85,5 +93,6 @@ int main(int argc, char** argv) {
         return 2;
     writeDefects(argv[1]);
     writeSnr(argv[1]);
+    writeExtremes(argv[1]);
     return 0;
 }

@@ -43,6 +43,24 @@ append_rows(bright.float "${brightRow}" 1024)
 append_rows(rows.float "${dimRow}${brightRow}" 512)
 append_rows(patch.float "${dimCell}${brightRest}" 1024)
 
+# For the filters: a bright row in a dark image, 20 pixels wide.
+string(REPEAT "00" 20 darkRow)
+string(REPEAT "zz" 20 brightRow)
+append_rows(line.raw "${darkRow}" 20)
+append_rows(line.raw "${brightRow}" 1)
+append_rows(line.raw "${darkRow}" 20)
+
+# Four of its rows, ten pixels wide, and each pixel twice as large.
+append_rows(part.raw "${darkRow}" 2)
+append_rows(part.raw "${brightRow}" 2)
+append_rows(part.raw "${darkRow}" 4)
+
+string(REPEAT "A" 58 letters)
+file(WRITE ${INPUTS}/letters.txt "${letters}")
+file(WRITE ${INPUTS}/lines.b64 "Zm9v\r\nYmE=\n")
+file(WRITE ${INPUTS}/star.b64 "Zm9v\n*mFy")
+file(WRITE ${INPUTS}/cut.b64 "Zm9vYm")
+
 file(WRITE ${INPUTS}/strict.toml "[limits]\ndarkLevelFloor = 13000\n")
 file(WRITE ${INPUTS}/stored.toml "[directories]\noffset = \"offset\"\n")
 file(MAKE_DIRECTORY ${INPUTS}/offset)

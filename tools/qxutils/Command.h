@@ -40,9 +40,12 @@ void addSnrCommand(CLI::App& app, Command& chosen);
 void addStripeCommand(CLI::App& app, Command& chosen);
 void addFactorySnrCommand(CLI::App& app, Command& chosen);
 void addNdtCommand(CLI::App& app, Command& chosen);
+void addFilterCommand(CLI::App& app, Command& chosen);
+void addResizeCommand(CLI::App& app, Command& chosen);
 void addInfoCommand(CLI::App& app, Command& chosen);
 void addDefectsCommand(CLI::App& app, Command& chosen);
 void addPreviewCommand(CLI::App& app, Command& chosen);
+void addBase64Command(CLI::App& app, Command& chosen);
 void addExplainCommand(CLI::App& app, Command& chosen);
 void addVersionCommand(CLI::App& app, Command& chosen);
 

@@ -78,9 +78,12 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     addStripeCommand(app, chosen);
     addFactorySnrCommand(app, chosen);
     addNdtCommand(app, chosen);
+    addFilterCommand(app, chosen);
+    addResizeCommand(app, chosen);
     addInfoCommand(app, chosen);
     addDefectsCommand(app, chosen);
     addPreviewCommand(app, chosen);
+    addBase64Command(app, chosen);
     addExplainCommand(app, chosen);
     addVersionCommand(app, chosen);
 }

@@ -59,13 +59,16 @@ int previewScale(const Shape& shape, int maxWidth) {
     return (shape.width + maxWidth - 1) / maxWidth;
 }
 
+GreyWindow windowOf(const RawImage& image, const PercentileWindow& window) {
+    std::vector<std::uint32_t> counts(kGreyLevels);
+    for (const WORD grey : image.pixels)
+        ++counts[grey];
+    return {percentile(counts, image.pixels.size(), window.low), percentile(counts, image.pixels.size(), window.high)};
+}
+
 GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth) {
     const RawImage small = shrink(image, previewScale(image.shape, maxWidth));
-    std::vector<std::uint32_t> counts(kGreyLevels);
-    for (const WORD grey : small.pixels)
-        ++counts[grey];
-    return applyWindow(small, {percentile(counts, small.pixels.size(), window.low),
-                               percentile(counts, small.pixels.size(), window.high)});
+    return applyWindow(small, windowOf(small, window));
 }
 
 GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth) {

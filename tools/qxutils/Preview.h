@@ -29,6 +29,9 @@ struct GreyPicture {
 GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth);
 GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth);
 
+// The window of the image's own percentiles.
+GreyWindow windowOf(const RawImage& image, const PercentileWindow& window);
+
 // Raw pixels for each side of a block that becomes one preview pixel.
 int previewScale(const Shape& shape, int maxWidth);
 

@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "FileAccess.h"
+#include "ImageFiles.h"
 #include "PngWriter.h"
 #include "StripeCorrection.h"
 #include "StripePicture.h"
@@ -18,30 +19,16 @@ namespace qx::tool {
 namespace {
 
 struct StripeOptions {
-    std::string file;
-    std::string shape;
+    ImageFiles files;
     int triggerLine = 0;
     std::optional<std::string> reference;
     std::optional<std::string> referenceShape;
     StripeMethod method = StripeMethod::Clinic;
-    std::string output;
-    std::optional<std::string> picture;
 
     RawImage loadReference(const RawImage& image) const {
-        return reference ? loadRawImage(*reference, parseShape(referenceShape.value_or(shape))) : image;
+        return reference ? loadRawImage(*reference, parseShape(referenceShape.value_or(files.shape))) : image;
     }
 };
-
-void requireOutputs(const StripeOptions& options) {
-    requireName(options.output, "the image file to write");
-    requireOtherFile(options.output, options.file);
-    if (options.reference)
-        requireOtherFile(options.output, *options.reference);
-    if (options.picture) {
-        requireName(*options.picture, "the PNG file to write");
-        requireOtherFile(*options.picture, options.file);
-    }
-}
 
 void printRows(const StripeProfile& before, const StripeProfile& after, int triggerLine) {
     TextTable table({"row", "before", "after", "straight line"});
@@ -61,16 +48,19 @@ void printRows(const StripeProfile& before, const StripeProfile& after, int trig
 ExitCode runStripe(const StripeOptions& options) {
     if (options.reference && options.method == StripeMethod::Line)
         throw ToolError("--method line needs no --reference; leave one of them out", ExitCode::Usage);
-    const RawImage image = loadRawImage(options.file, parseShape(options.shape));
-    requireOutputs(options);
+    const RawImage image = options.files.load();
+    options.files.requireOutputs();
+    if (options.reference)
+        requireOtherFile(options.files.output, *options.reference);
     const RawImage corrected = correctStripe(image, options.loadReference(image), options.triggerLine, options.method);
     if (corrected.pixels == image.pixels)
         std::cout << "  no row departs: nothing changed\n";
     printRows(profileOf(image, options.triggerLine), profileOf(corrected, options.triggerLine), options.triggerLine);
-    saveRawImage(options.output, corrected);
-    if (options.picture) {
-        writePng(*options.picture, drawStripe({{image, "before", "", kTileText}, {corrected, "after", "", kTileText}},
-                                              options.triggerLine, {}));
+    saveRawImage(options.files.output, corrected);
+    if (options.files.picture) {
+        writePng(*options.files.picture,
+                 drawStripe({{image, "before", "", kTileText}, {corrected, "after", "", kTileText}},
+                            options.triggerLine, {}));
     }
     return ExitCode::Passed;
 }
@@ -80,8 +70,7 @@ ExitCode runStripe(const StripeOptions& options) {
 void addStripeCommand(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<StripeOptions>();
     CLI::App* command = app.add_subcommand("stripe", "Take the stripe out of an image that triggered itself");
-    command->add_option("FILE", options->file, "Raw 16-bit image")->required();
-    command->add_option("--shape", options->shape, "WIDTHxHEIGHT in pixels")->required();
+    addInput(*command, options->files);
     command->add_option("--trigger", options->triggerLine, "Row at which the exposure was detected")->required();
     command->add_option("--reference", options->reference,
                         "Raw image in which the stripe is measured; the image itself when left out");
@@ -92,8 +81,7 @@ void addStripeCommand(CLI::App& app, Command& chosen) {
     command
         ->add_option("--method", options->method, "clinic: gains from a reference; line: offsets from the rows below")
         ->transform(CLI::CheckedTransformer(methods));
-    command->add_option("-o,--output", options->output, "Raw image to write")->required();
-    command->add_option("--png", options->picture, "Picture of the rows before and after");
+    addOutputs(*command, options->files, "Picture of the rows before and after");
     command->callback([options, &chosen] { chosen = [options] { return runStripe(*options); }; });
 }
 
