@@ -3,8 +3,6 @@
 #include "numerics/FilterKernels.h"
 #include "numerics/VectorLanes.h"
 
-#include <type_traits>
-
 #define QX_JOIN(a, b) a##b
 #define QX_TABLE(level) QX_JOIN(kFilterKernels, level)
 #define QX_UNROLLED _Pragma("GCC unroll 32")
@@ -296,9 +294,9 @@ class MovingWindows {
 public:
     explicit MovingWindows(const RollingWindows& windows)
         : ordered_(windows.ordered), arrived_(windows.arrived), size_(windows.size) {
-        for (int i = 0; i < size_; ++i)
+        for (std::ptrdiff_t i = 0; i < size_; ++i)
             storeInts(arrived_ + i * kLanes, Ints(highest()));
-        for (int i = 0; i <= size_; ++i)
+        for (std::ptrdiff_t i = 0; i <= size_; ++i)
             storeInts(ordered_ + i * kLanes, Ints(highest()));
     }
 
@@ -308,7 +306,7 @@ public:
         storeInts(arrived_ + oldest_ * kLanes, Ints(sample));
         oldest_ = oldest_ + 1 < size_ ? oldest_ + 1 : 0;
         // From the removed one on, each place takes what the next one has after the sample's insertion.
-        float* const end = ordered_ + static_cast<std::ptrdiff_t>(size_) * kLanes;
+        float* const end = ordered_ + size_ * kLanes;
         Floats held = loadFloats(ordered_);
         Floats here = smallerOf(held, sample);
 #pragma GCC unroll 4
@@ -332,8 +330,8 @@ private:
 
     float* ordered_;
     float* arrived_;
-    int size_;
-    int oldest_ = 0;
+    std::ptrdiff_t size_;
+    std::ptrdiff_t oldest_ = 0;
 };
 
 // A NaN would stay in the order for ever, and a negative zero might take the place of a zero.
