@@ -30,4 +30,13 @@ Method onOwnImage(const AnyImage& image, Change change) {
     };
 }
 
+// The same on a fresh copy every time, where a change makes the next one easier or harder.
+template <class AnyImage, class Change>
+Method onFreshImage(const std::shared_ptr<const AnyImage>& image, Change change) {
+    return onOwnImage(*image, [image, change](AnyImage& own) {
+        own.pixels = image->pixels;
+        change(own);
+    });
+}
+
 }  // namespace qx::bench

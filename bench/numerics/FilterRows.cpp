@@ -52,9 +52,10 @@ Row columnMedianRow(const std::shared_ptr<const Image>& image, std::string peerN
             .limit = onOwnImage(*image, [](Image& own) { streamUpdate(own.pixels.data(), byteCount(own)); })};
 }
 
+// An equalised image uses more of the memory for counts and levels; the peers write another image.
 Row equalisationRow(const std::shared_ptr<const Image>& image, std::string peerName, const Method& peer) {
     const auto by = [&](auto method) {
-        return onOwnImage(*image, [=](Image& own) { method(own.pixels.data(), pixelCount(own)); });
+        return onFreshImage(image, [=](Image& own) { method(own.pixels.data(), pixelCount(own)); });
     };
     return {.ours = by(hisEqualization),
             .plain = by(qx::plain::hisEqualization),

@@ -155,7 +155,8 @@ QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const fl
 
 // Running median of 2 r + 1 samples (element r of the window in descending order, which is the exchange sort's bit for
 // bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is negative or memory is
-// short. The windows hold what the samples were before. Memory: some 16 to 32 windows, at least 64 KiB.
+// short. The windows hold what the samples were before. For r above 7 time grows with n r, and memory is that of at most
+// 162 windows.
 QXUTILS_API void medianFilter(float* data, int n, int r);
 
 // Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the
@@ -167,7 +168,8 @@ QXUTILS_API int filterImg(WORD* image, int width, int height);
 QXUTILS_API void hisEqualization(WORD* pixels, int n);
 
 // The median of the medians of 11 rows of 11 pixels around each pixel, divided by the pixel. Pixels within 5 of a
-// border are not written. A pixel of 0 gives infinity, or not a number where the median is 0 too.
+// border are not written. A pixel of 0 gives infinity, or not a number where the median is 0 too. Automatic memory: 32
+// KiB.
 QXUTILS_API int getMedianImage(float* out, const WORD* image, int width, int height);
 
 // Savitzky-Golay smoothing: the value of the least-squares quadratic through a window of samples at its middle, and for

@@ -46,8 +46,9 @@ struct FilterKernels {
     void (*mediansOfFive)(PixelRow row, std::ptrdiff_t stride, int count, const PixelRow* above, ConstPixelRow below,
                           PixelRow next) noexcept;
 
-    // The pixels of even and of odd index. Nothing behind them is read.
-    void (*split)(ConstPixelRow pixels, int count, PixelRow even, PixelRow odd) noexcept;
+    // The pixels of even and of odd index. Nothing behind them is read; a row that lies a stride from this one is
+    // fetched for later.
+    void (*split)(ConstPixelRow pixels, std::ptrdiff_t stride, int count, PixelRow even, PixelRow odd) noexcept;
 
     // Orders four pixels at each place.
     void (*orderFours)(const ConstPixelRow* rows, int count, const PixelRow* ordered) noexcept;
@@ -55,8 +56,10 @@ struct FilterKernels {
     // The medians of two windows at each place.
     void (*mediansOfEleven)(const WindowPair& windows, int count, PixelRow ofFirst, PixelRow ofSecond) noexcept;
 
-    // Medians of even and of odd places, divided by pixels.
-    void (*ratios)(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int count, float* ratios) noexcept;
+    // Medians of even and of odd places, divided by pixels. The ratios that lie a stride from these are fetched for
+    // later.
+    void (*ratios)(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int count, float* ratios,
+                   std::ptrdiff_t stride) noexcept;
 
     // medians[i] is the one of samples[i] .. samples[i + 2 half]; half is 1 .. kLargestShortHalf.
     void (*shortMedians)(const float* samples, int count, int half, float* medians) noexcept;

@@ -172,9 +172,12 @@ void mediansOfFive(PixelRow row, std::ptrdiff_t stride, int count, const PixelRo
         filterAt(x, First{count - x});
 }
 
-void split(ConstPixelRow pixels, int count, PixelRow even, PixelRow odd) noexcept {
+void split(ConstPixelRow pixels, std::ptrdiff_t stride, int count, PixelRow even, PixelRow odd) noexcept {
+    const auto strideBytes = stride * static_cast<std::ptrdiff_t>(sizeof *pixels);
     int k = 0;
     for (; 2 * k + 2 * kPixelLanes <= count; k += kPixelLanes) {
+        fetchFrom(pixels + 2 * k, strideBytes);
+        fetchFrom(pixels + 2 * k + kPixelLanes, strideBytes);
         const Uints low = Uints(loadInts(pixels + 2 * k));
         const Uints high = Uints(loadInts(pixels + 2 * k + kPixelLanes));
         storePixels(even + k, Ints(low & 0xFFFF), Ints(high & 0xFFFF));
@@ -247,7 +250,8 @@ void ratiosFrom(int x, ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixe
     }
 }
 
-void ratios(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int count, float* ratios) noexcept {
+void ratios(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int count, float* ratios,
+            std::ptrdiff_t stride) noexcept {
     if (count < kPixelLanes) {
         for (int x = 0; x < count; ++x)
             ratios[x] = static_cast<float>((x % 2 == 0 ? even : odd)[x / 2]) / static_cast<float>(pixels[x]);
@@ -256,8 +260,12 @@ void ratios(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int cou
     // What lies before and behind whole vectors on cache lines is written by vectors that overlap with them.
     ratiosFrom(0, even, odd, pixels, ratios);
     auto x = static_cast<int>(valuesBeforeLine(ratios, static_cast<std::size_t>(count))) % kPixelLanes;
-    for (; x + kPixelLanes <= count; x += kPixelLanes)
+    const auto strideBytes = stride * static_cast<std::ptrdiff_t>(sizeof *ratios);
+    for (; x + kPixelLanes <= count; x += kPixelLanes) {
         ratiosFrom(x, even, odd, pixels, ratios);
+        fetchFrom(ratios + x, strideBytes);
+        fetchFrom(ratios + x + kLanes, strideBytes);
+    }
     ratiosFrom(count - kPixelLanes, even, odd, pixels, ratios);
 }
 

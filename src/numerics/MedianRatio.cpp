@@ -16,7 +16,7 @@ using qx::kCacheLineBytes;
 // the rows as down the columns.
 class RatioPanel {
 public:
-    static constexpr int kColumns = 1024;
+    static constexpr int kColumns = 384;
 
     // So many windows side by side, the first ones from `image` on.
     RatioPanel(const WORD* image, std::ptrdiff_t stride, int columns)
@@ -26,7 +26,6 @@ public:
     // out is the place of the first window's ratio.
     void write(int rows, float* out) noexcept {
         for (int y = 0; y < rows; ++y) {
-            fetch(image_ + std::min(y + kRowsAhead, rows - 1) * stride_, columns_ + qx::kRatioWindow - 1);
             addRow(y);
             if (y % 2 == 0 && y >= qx::kFour)
                 orderRows(y - qx::kFour);
@@ -40,7 +39,7 @@ public:
 
 private:
     static constexpr int kCentre = qx::kRatioWindow / 2;
-    static constexpr int kRowsAhead = 4;
+    static constexpr int kRowsAhead = 2;  // the processor itself does not look from one row's piece to the next
     static constexpr int kRowsHeld = qx::kRatioWindow + 1;
     static constexpr int kFoursHeld = 4;
     static constexpr int kHalfCapacity = kColumns / 2;
@@ -50,7 +49,8 @@ private:
 
     // Medians along a row: those of the windows of even index, then those of odd index.
     void addRow(int y) noexcept {
-        kernels_.split(image_ + y * stride_, columns_ + qx::kRatioWindow - 1, even_.data(), odd_.data());
+        kernels_.split(image_ + y * stride_, kRowsAhead * stride_, columns_ + qx::kRatioWindow - 1, even_.data(),
+                       odd_.data());
         const WORD* const even = even_.data();
         const WORD* const odd = odd_.data();
         const std::array<const WORD*, qx::kFour> pixels = {odd, even + 1, odd + 1, even + 2};
@@ -60,14 +60,6 @@ private:
             {f[0], f[1], f[2], f[3]}, {f[0] + 2, f[1] + 2, f[2] + 2, f[3] + 2}, {odd + 4, even + 5}, even, odd + 5};
         WORD* const medians = row(y);
         kernels_.mediansOfEleven(windows, half_, medians, medians + half_);
-    }
-
-    // The processor does not look from one row's piece to the next.
-    template <class Value>
-    static void fetch(const Value* row, int count) noexcept {
-        constexpr int kLineValues = kCacheLineBytes / static_cast<int>(sizeof(Value));
-        for (int x = 0; x < count; x += kLineValues)
-            __builtin_prefetch(row + x);
     }
 
     // The four rows after an even one.
@@ -92,7 +84,8 @@ private:
         for (int i = 0; i < count; ++i) {
             const std::ptrdiff_t first = (y + i) * stride_;
             const WORD* const centre = image_ + first + kCentre * stride_ + kCentre;
-            kernels_.ratios(medians[i].data(), medians[i].data() + half_, centre, columns_, out + first);
+            kernels_.ratios(medians[i].data(), medians[i].data() + half_, centre, columns_, out + first,
+                            kRowsAhead * stride_);
         }
     }
 
