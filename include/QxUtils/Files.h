@@ -8,7 +8,9 @@
 // flag is set.
 //
 // Common codes: 1057 a null argument, 1020 a negative size or a file longer than the result can hold, 1039 a file
-// that cannot be opened or created. Outputs are written only on success, unless said otherwise.
+// that cannot be opened or created. Outputs are written only on success, unless said otherwise. Functions keep no state
+// of their own, but share the console, the debug flag and the log. Elsewhere than on Windows a path of 1024 characters
+// or more counts as missing.
 
 #include "Export.h"
 #include "Records.h"
@@ -68,7 +70,8 @@ QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* head
 QXUTILS_API float getTemperatureFromImageHead(const char* header);
 
 // Directories. A directory text ends with a separator; a text above 254 characters counts as a directory that cannot be
-// listed, an entry whose joined path exceeds 255 characters as a file that is not there.
+// listed, an entry whose joined path exceeds 255 characters as a file that is not there; elsewhere than on Windows so
+// does a name with a '\' in it.
 
 // Returns 0 when the path exists, be it a file or a directory, 1038 when not, 1057 for null.
 QXUTILS_API int CheckDirPath(char*& path);
@@ -78,11 +81,11 @@ QXUTILS_API int CheckDirPath(char*& path);
 QXUTILS_API double getDirectorySpace(const char* dir);
 
 // Appends the regular files of a directory to list and sorts the whole list by creation time, oldest first. Start with
-// a null list and a count of 0; the list belongs to the caller then, who releases it with free(). Times are compared by
-// the wrapping 32-bit difference of their high halves and, when these are equal, of their low halves: files of the same
-// high half (429 s) whose times lie more than 214 s apart come in the other order. Returns 0, 1 when the directory
-// cannot be listed, 1057 for null, 1020 for a negative count or records without a list, 1035 when memory is short; list
-// and count change only on 0.
+// a null list and a count of 0; the list belongs to the caller then, who releases it with free(); another list comes
+// from malloc() of the same C runtime. Times are compared by the wrapping 32-bit difference of their high halves and,
+// when these are equal, of their low halves: files of the same high half (429 s) whose times lie more than 214 s apart
+// come in the other order. Returns 0, 1 when the directory cannot be listed, 1057 for null, 1020 for a negative count
+// or records without a list, 1035 when memory is short; list and count change only on 0.
 QXUTILS_API int sortFileByCreateTime(const char* dir, _WIN32_FIND_DATAA*& list, int& count);
 
 // Adds the number of regular files in a directory to count, which is not reset. Returns 0, 1 when the directory cannot
@@ -95,9 +98,9 @@ QXUTILS_API int getFileNumInDirectory(const char* dir, int& count);
 // no piece. out receives 40 pointers to pieces of 100 characters, zero-filled, that lie one behind the other, and count
 // the number of pieces. The caller releases the characters by deleteMemory(out[0]), then the pointers by
 // deleteMemory2(out).
-// Returns 0; 1057 for a null text, with out set; 1020 for a text of 4000 characters or more (count is 0), or when a
-// piece or the number of pieces exceeds its limit, with out set and the pieces before that filled and counted; 1035
-// when memory is short, with out and count as they were.
+// Returns 0; 1057 for a null text, with out set and count as it was; 1020 for a text of 4000 characters or more (count
+// is 0), or when a piece or the number of pieces exceeds its limit, with out set and the pieces before that filled and
+// counted; 1035 when memory is short, with out and count as they were.
 QXUTILS_API int CutString(char**& out, const char* text, char separator, int& count);
 
 // The first position at which patternLength characters of a text equal the pattern, or -1. The last possible position,
@@ -115,17 +118,17 @@ QXUTILS_API int checkIP(const char* address);
 // not overlap. Returns the destination.
 QXUTILS_API char* base64_encode(const char* source, char* destination, int length);
 
-// Decodes a zero-terminated text, 3 bytes from 4 characters, up to its end or a group whose third or fourth character
-// is
+// Decodes a zero-terminated text, 3 bytes from 4 characters, until it ends or a third or fourth character of a group is
 // '='. Returns the number of bytes; no zero is written behind them. Nothing is skipped and nothing refused: a character
 // that is not in the alphabet counts as 255, and so does what an incomplete last group lacks. The destination holds 3
-// bytes for every started group of 4 characters. Null gives 0.
+// bytes for every started group of 4 characters; it may be the source. Null gives 0.
 QXUTILS_API int base64_decode(const char* source, char* destination);
 
 // Decodes a text file line by line (pieces of at most 1023 characters) into another one. A line yields its decoded
 // bytes up to the first zero byte and a line end; an incomplete group at the end of a line is left out. When the source
-// ends with a line end, its last line is written twice. An empty source empties the destination. Every tenth line is
-// reported on standard output, whatever the debug flag; a write that falls short is logged.
+// ends with a line end, its last line is written twice. An empty source empties the destination, and so does a source
+// that is the destination. Every tenth line is reported on standard output, whatever the debug flag; a write that falls
+// short is logged.
 // Returns 0, 1038 when the source does not exist, 1039 when either file cannot be opened, 1040 when reading fails
 // half-way, 1057 for null.
 QXUTILS_API int decodeFile(const char* source, const char* destination);
@@ -133,8 +136,8 @@ QXUTILS_API int decodeFile(const char* source, const char* destination);
 // Pixels and lists.
 
 // Where on a width x height image a pixel index lies: 0 top row, 1 bottom row (corners belong to these), 2 left column,
-// 3 right column, 4 inside. The index is not checked against the image: -width .. -1 and what lies beyond the last
-// pixel are told by their column alone. Returns 1020 for sizes below 1.
+// 3 right column, 4 inside. The index is not checked against the image: negative ones and those beyond the last pixel
+// are told by their column alone. Returns 1020 for sizes below 1.
 QXUTILS_API int ImageBoundCheck(int& pixel, int& width, int& height);
 
 // 1 or 0: whether a value is among those of a list, and whether it is not. A null list is empty.

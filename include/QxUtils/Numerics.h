@@ -150,13 +150,14 @@ QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality,
 QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
                                         int n, int m, int p, int q);
 
-// Filters. Images are width x height pixels, row-major; no filter overlaps its input unless it works in place. A null
-// pointer gives 1057 and changes nothing; sizes for which a window does not fit change nothing and give 0.
+// Filters. Images are width x height pixels, row-major; outputs do not overlap inputs unless the work is in place.
+// Where there is a result it is 0; 1057 for a null pointer, which changes nothing; and, unless said otherwise, 0 with
+// nothing changed for sizes for which a window does not fit.
 
 // Running median of 2 r + 1 samples (element r of the window in descending order, which is the exchange sort's bit for
-// bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is negative or memory is
-// short. The windows hold what the samples were before. For r above 7 time grows with n r, and memory is that of at most
-// 162 windows.
+// bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is below 1 or memory is
+// short. The windows hold what the samples were before. Time grows with n r, and with r^2 where that is more. Memory:
+// 16 KiB of automatic memory up to an r of 7, beyond that the size of at most 175 windows.
 QXUTILS_API void medianFilter(float* data, int n, int r);
 
 // Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the
@@ -176,6 +177,7 @@ QXUTILS_API int getMedianImage(float* out, const WORD* image, int width, int hei
 // the first and the last window / 2 samples that of the first and the last window at their place. Windows 5, 7, 15,
 // 23, 31 and 51; weights rounded to single precision, sums in single precision in the order of the samples. Returns 0,
 // 1057, or 1 for a sequence shorter than the window, another window or an order other than 2; out stays as it was then.
+// Automatic memory: 10 KiB.
 // See A. Savitzky, M. J. E. Golay, Analytical Chemistry 36 (1964) 1627.
 QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order, int window);
 
@@ -184,8 +186,8 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // pixels, not of tables of rows, in spite of their type. Values are rounded to the nearest count; those above 65534.5
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
-// bits and a lack of memory leave the output as it was. Memory: 4 bytes for every input row and output column, and
-// 300 bytes for every row or column.
+// bits and a lack of memory leave the output as it was. Memory: input rows x output columns x 4 bytes, both rounded up
+// to multiples of 32, and 300 bytes for every row or column of the larger image.
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -30,10 +31,18 @@ void logShortWrite(std::size_t intended, std::size_t written) {
     WriteLogFile(LogModuleSysMgt, LogError, text.data(), kLogNoValue);
 }
 
+// Without the line end; text from elsewhere may bring one of two characters.
+std::size_t charactersOf(std::string_view line) noexcept {
+    if (line.ends_with('\n'))
+        line.remove_suffix(1);
+    if (line.ends_with('\r'))
+        line.remove_suffix(1);
+    return line.size();
+}
+
 void writeDecoded(Line line, std::FILE* file) {
-    // A line end would be decoded, too, and so would what an incomplete group lacks.
-    const std::size_t characters = std::strcspn(line.data(), "\r\n");
-    line[characters / qx::kBase64Characters * qx::kBase64Characters] = '\0';
+    // The line end would be decoded, too, and so would what an incomplete group lacks.
+    line[charactersOf(line.data()) / qx::kBase64Characters * qx::kBase64Characters] = '\0';
     Line decoded{};
     base64_decode(line.data(), decoded.data());
     // Kept: a zero byte ends the text.
@@ -64,6 +73,7 @@ int decodeFile(const char* source, const char* destination) {
             std::ferror(from.get()) != 0)
             return StatusFileReadFailed;
         writeDecoded(line, to.get());
+        // Kept: told whatever the debug flag.
         if (count % kLinesPerReport == 0)
             qx::printConsole("read line,%d\n", count);
     }

@@ -33,6 +33,7 @@ void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) no
     for (int y = 0; y < kColumnHalf; ++y)
         std::copy_n(image + y * stride, columns, above[y]);
     const qx::FilterKernels& kernels = qx::filterKernels();
+    // Kept: the first and the last two rows stay.
     const int end = height - kColumnHalf;
     WORD* row = image + kColumnHalf * stride;
     for (int y = kColumnHalf; y + 1 < end; y += 2, row += 2 * stride)
@@ -45,6 +46,7 @@ void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) no
 }
 
 // Values of pixels by the share of pixels that are at most as bright.
+// Kept: the darkest value does not become 0.
 void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
     double atMost = 0.0;
     for (int value = 0; value < qx::kPixelValues; ++value) {

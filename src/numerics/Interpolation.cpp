@@ -5,6 +5,7 @@
 #include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 #include "numerics/AlignedFloats.h"
+#include "numerics/Panels.h"
 #include "numerics/SplineKernels.h"
 
 #include <algorithm>
@@ -118,20 +119,19 @@ private:
 };
 
 void resampleRows(qx::ImageView<const WORD> in, int columns, Resampling& splines, float* knots, RowsResampled& out) {
-    for (int y = 0; y < in.height; y += kSplineLines) {
-        const int lines = std::min(kSplineLines, in.height - y);
+    qx::forPanels(in.height, kSplineLines, [&](int y, int lines) {
         qx::splineKernels().loadKnots(in.row(y), in.width, lines, in.width, knots);
         splines.use(knots);
-        for (int x = 0; x < columns; x += kSplineLines)
-            splines.values(x, std::min(kSplineLines, columns - x), out.panel(x) + lineValues(y));
-    }
+        qx::forPanels(columns, kSplineLines,
+                      [&](int x, int count) { splines.values(x, count, out.panel(x) + lineValues(y)); });
+    });
 }
 
 void resampleColumns(RowsResampled& in, Resampling& splines, qx::ImageView<WORD> out) {
-    for (int x = 0; x < out.width; x += kSplineLines) {
+    qx::forPanels(out.width, kSplineLines, [&](int x, int columns) {
         splines.use(in.panel(x));
-        splines.pixels(std::min(kSplineLines, out.width - x), out, x);
-    }
+        splines.pixels(columns, out, x);
+    });
 }
 
 void resample(qx::ImageView<const WORD> in, qx::ImageView<WORD> out) {

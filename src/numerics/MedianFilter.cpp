@@ -45,41 +45,43 @@ void mendIrregular(std::span<const float> samples, std::span<float> medians, flo
     }
 }
 
-// Replaces data by medians, piece after piece. buffer holds the samples of a piece as they were; take(buffer, medians)
-// gives their medians.
+// Replaces data by medians, piece after piece. buffer holds the samples of a piece as they were; take(samples, medians)
+// takes their medians.
 template <class Take>
-void filterInPieces(float* data, int n, int half, std::span<float> buffer, float* copy, Take take) noexcept {
-    const int context = 2 * half;
-    const int pieceLength = static_cast<int>(buffer.size()) - context;
-    std::copy_n(data, context, buffer.data());
-    for (int first = half; first < n - half; first += pieceLength) {
-        const int count = std::min(pieceLength, n - half - first);
-        std::copy_n(data + first + half, count, buffer.data() + context);
-        const std::span<const float> samples = buffer.first(static_cast<std::size_t>(count) + context);
-        const std::span<float> medians(data + first, static_cast<std::size_t>(count));
+void filterInPieces(std::span<float> data, std::size_t half, std::span<float> buffer, float* copy, Take take) noexcept {
+    const std::size_t context = 2 * half;
+    // Kept: where no window is centred the samples stay.
+    std::span<float> centres = data.subspan(half, data.size() - context);
+    std::copy_n(data.data(), context, buffer.data());
+    while (!centres.empty()) {
+        const std::span<float> medians = centres.first(std::min(buffer.size() - context, centres.size()));
+        const std::span<const float> samples = buffer.first(medians.size() + context);
+        std::copy_n(medians.data() + half, medians.size(), buffer.data() + context);
         take(samples, medians);
         if (anyIrregular(samples))
             mendIrregular(samples, medians, copy);
-        std::copy_n(buffer.data() + count, context, buffer.data());
+        std::copy_n(buffer.data() + medians.size(), context, buffer.data());
+        centres = centres.subspan(medians.size());
     }
 }
 
-void filterShort(float* data, int n, int half) noexcept {
+void filterShort(std::span<float> data, int half) noexcept {
     constexpr std::size_t kBuffer = 4096;
     std::array<float, kBuffer> buffer;
     std::array<float, 2 * qx::kLargestShortHalf + 1> copy;
     const FilterKernels& kernels = qx::filterKernels();
-    filterInPieces(data, n, half, buffer, copy.data(), [&](std::span<const float> samples, std::span<float> medians) {
-        kernels.shortMedians(samples.data(), static_cast<int>(medians.size()), half, medians.data());
-    });
+    filterInPieces(data, static_cast<std::size_t>(half), buffer, copy.data(),
+                   [&](std::span<const float> samples, std::span<float> medians) {
+                       kernels.shortMedians(samples.data(), static_cast<int>(medians.size()), half, medians.data());
+                   });
 }
 
 // The lines' windows have to be filled before they move, which the steps have to outweigh.
-void filterRolling(float* data, int n, int half) noexcept {
+void filterRolling(std::span<float> data, int half) noexcept {
     constexpr std::int64_t kStepsPerSample = 8;
     constexpr std::int64_t kLines = qx::kRollingLines;
     const std::int64_t size = 2 * std::int64_t{half} + 1;
-    const std::int64_t allSteps = (n - size + kLines) / kLines;
+    const std::int64_t allSteps = (static_cast<std::int64_t>(data.size()) - size + kLines) / kLines;
     const auto steps = static_cast<int>((std::min(kStepsPerSample * size, allSteps) + kLines - 1) / kLines * kLines);
     const auto places = static_cast<std::size_t>(size) * qx::kRollingLines;
     qx::Scratch<float> buffer(static_cast<std::size_t>(steps) * qx::kRollingLines + static_cast<std::size_t>(size) - 1);
@@ -91,10 +93,10 @@ void filterRolling(float* data, int n, int half) noexcept {
     buffer.clear();
     const qx::RollingWindows windows = {static_cast<int>(size), ordered.data(), arrived.data()};
     const FilterKernels& kernels = qx::filterKernels();
-    filterInPieces(
-        data, n, half, buffer.span(), copy.data(), [&](std::span<const float> piece, std::span<float> medians) {
-            kernels.rollingMedians(piece.data(), steps, static_cast<int>(medians.size()), windows, medians.data());
-        });
+    const auto take = [&](std::span<const float> piece, std::span<float> medians) {
+        kernels.rollingMedians(piece.data(), steps, static_cast<int>(medians.size()), windows, medians.data());
+    };
+    filterInPieces(data, static_cast<std::size_t>(half), buffer.span(), copy.data(), take);
 }
 
 }  // namespace
@@ -102,8 +104,9 @@ void filterRolling(float* data, int n, int half) noexcept {
 void medianFilter(float* data, int n, int r) {
     if (data == nullptr || r < 1 || n <= 2 * std::int64_t{r})
         return;
+    const std::span<float> samples(data, static_cast<std::size_t>(n));
     if (r <= qx::kLargestShortHalf)
-        filterShort(data, n, r);
+        filterShort(samples, r);
     else
-        filterRolling(data, n, r);
+        filterRolling(samples, r);
 }

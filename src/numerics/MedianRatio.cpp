@@ -70,6 +70,7 @@ private:
         kernels_.orderFours(rows.data(), 2 * half_, ordered.data());
     }
 
+    // Kept: nothing guards a division by a pixel of 0, and the border is not written.
     // Ratios of the windows from an even row on, and of those from the next one on.
     void writeRows(int y, int count, float* out) noexcept {
         const Fours& a = foursAfter(y);

@@ -6,7 +6,7 @@ namespace qx {
 
 inline constexpr int kCacheLineBytes = 64;
 
-// Calls work(first column, columns) for panels of columns, side by side.
+// Calls work(first column, columns) for panels of columns, side by side; or of whatever else there is a number of.
 template <class Work>
 void forPanels(int columns, int panelColumns, Work work) {
     for (int first = 0; first < columns; first += std::min(panelColumns, columns - first))

@@ -3,6 +3,7 @@
 #include "QxUtils/Numerics.h"
 #include "QxUtils/StatusCode.h"
 #include "numerics/FloatKernels.h"
+#include "numerics/Panels.h"
 
 #include <algorithm>
 #include <array>
@@ -23,14 +24,12 @@ float rounded(std::int64_t numerator, std::int64_t denominator) noexcept {
 
 // Weighted sums of the samples from each of `count` positions on, in the order of the samples.
 void smooth(float* out, const float* in, int count, const float* weights, int window) noexcept {
-    const qx::FloatKernels& kernels = qx::floatKernels();
     constexpr int kAtOnce = 1024;
-    for (int first = 0; first < count; first += kAtOnce) {
-        const int length = std::min(kAtOnce, count - first);
+    qx::forPanels(count, kAtOnce, [=](int first, int length) {
         std::fill_n(out + first, length, 0.0f);
         for (int k = 0; k < window; ++k)
-            kernels.addMultiple(in + first + k, length, weights[k], out + first);
-    }
+            qx::floatKernels().addMultiple(in + first + k, length, weights[k], out + first);
+    });
 }
 
 }  // namespace

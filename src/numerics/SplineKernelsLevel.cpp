@@ -50,24 +50,27 @@ void loadSquare(const std::uint16_t* rows, std::ptrdiff_t stride, float* knots) 
     for (int i = 0; i < kLanes; ++i) {
         pixels[i] = toFloats(loadPixels(rows + i * stride));
         // The processor does not follow so many rows at a time.
-        __builtin_prefetch(rows + i * stride + kPixelsAhead);
+        fetchFrom(rows + i * stride, kPixelsAhead * static_cast<std::ptrdiff_t>(sizeof *rows));
     }
     transposeSquare(pixels, knots, kSplineLines);
 }
 
+// The same at the edges: what lacks to kLanes rows is 0.
+void loadPart(const std::uint16_t* rows, std::ptrdiff_t stride, int lines, int columns, float* knots) {
+    for (int i = 0; i < columns; ++i)
+        for (int lane = 0; lane < kLanes; ++lane)
+            place(knots, i)[lane] = lane < lines ? static_cast<float>(rows[lane * stride + i]) : 0.0f;
+}
+
 void loadKnots(const std::uint16_t* rows, std::ptrdiff_t stride, int lines, int columns, float* knots) noexcept {
-    for (int x = 0; x < columns; x += kLanes) {
-        const int inSquare = columns - x < kLanes ? columns - x : kLanes;
+    for (int x = 0; x < columns; x += columns - x < kLanes ? columns - x : kLanes) {
         for (int line = 0; line < kSplineLines; line += kLanes) {
-            const std::uint16_t* const first = rows + line * stride + x;
-            if (line + kLanes <= lines && inSquare == kLanes) {
+            const int present = line < lines ? lines - line : 0;
+            const std::uint16_t* const first = present > 0 ? rows + line * stride + x : rows;
+            if (present >= kLanes && columns - x >= kLanes)
                 loadSquare(first, stride, place(knots, x) + line);
-                continue;
-            }
-            for (int i = 0; i < inSquare; ++i)
-                for (int lane = 0; lane < kLanes; ++lane)
-                    place(knots, x + i)[line + lane] =
-                        line + lane < lines ? static_cast<float>(first[lane * stride + i]) : 0.0f;
+            else
+                loadPart(first, stride, present, columns - x < kLanes ? columns - x : kLanes, place(knots, x) + line);
         }
     }
 }

@@ -132,6 +132,7 @@ TEST_F(DecodeFile, line_by_line_and_a_last_line_with_an_end_twice) {
     for (const std::string incomplete : {"Y", "Ym", "YmF"}) {
         EXPECT_EQ("foo\n", decodedFile("Zm9v" + incomplete));
         EXPECT_EQ("foo\nfoo\n", decodedFile("Zm9v" + incomplete + "\nZm9v")) << incomplete;
+        EXPECT_EQ("foo\nfoo\n", decodedFile("Zm9v" + incomplete + "\r\nZm9v")) << incomplete;
     }
 }
 

@@ -3,6 +3,7 @@
 #include "foundation/CheckedNumbers.h"
 #include "foundation/JoinedPath.h"
 #include "platform/ByteOrder.h"
+#include "platform/DirectoryRecord.h"
 #include "platform/FileSystem.h"
 #include "platform/NativePath.h"
 #include "platform/Random.h"
@@ -76,6 +77,32 @@ TEST(DirectoryListing, gives_names_kinds_sizes_and_times) {
     constexpr std::uint64_t kYear2020 = 132'223'104'000'000'000;
     EXPECT_GT(found["file"].creationTime, kYear2020);
     EXPECT_FALSE(DirectoryListing((folder / "missing/").c_str()).started());
+}
+
+TEST(DirectoryListing, records_hold_attributes_size_and_times) {
+    constexpr std::uint32_t kReadOnly = 0x01, kDirectory = 0x10;
+    const auto ticks = [](const auto& time) { return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime; };
+    const TemporaryDirectory folder;
+    createDirectory((folder / "nested").c_str());
+    test::writeFile(folder / "file", "12345");
+    std::filesystem::last_write_time(folder / "file",
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000));
+    std::filesystem::permissions(folder / "file", std::filesystem::perms::owner_read);
+    std::map<std::string, DirectoryRecord> found;
+    DirectoryListing listing(folder.path().c_str());
+    for (DirectoryEntry entry{}; listing.next(entry);) {
+        const DirectoryRecord record = found[entry.name] = listing.record();
+        EXPECT_STREQ(entry.name, record.cFileName);
+        EXPECT_EQ(entry.creationTime, ticks(record.ftCreationTime)) << entry.name;
+        EXPECT_EQ(entry.modificationTime, ticks(record.ftLastWriteTime)) << entry.name;
+    }
+    std::filesystem::permissions(folder / "file", std::filesystem::perms::owner_all);
+    const DirectoryRecord& file = found["file"];
+    EXPECT_EQ(kReadOnly, file.dwFileAttributes & (kReadOnly | kDirectory));
+    EXPECT_EQ(kDirectory, found["nested"].dwFileAttributes & (kReadOnly | kDirectory));
+    EXPECT_EQ(5u, file.nFileSizeLow);
+    EXPECT_EQ(0u, file.nFileSizeHigh);
+    EXPECT_GT(ticks(file.ftLastAccessTime), ticks(file.ftLastWriteTime));
 }
 
 #ifndef _WIN32

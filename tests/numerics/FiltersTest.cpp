@@ -152,6 +152,23 @@ TEST(FiltersOfImages, equal_the_described_steps) {
             check(twoValuedImage(width, height, 0, 9, 4));
         }
     }
+    check(randomImage(4133, 8, 0, 65535, 1));
+    check(randomImage(4160, 8, 0, 65535, 1));
+}
+
+// Rows of whole cache lines that do not start with one.
+TEST(FilterImg, place_in_memory_does_not_matter) {
+    constexpr int kWidth = 64, kHeight = 9, kCount = kWidth * kHeight;
+    const TestImage image = randomImage(kWidth, kHeight, 0, 65535, 5);
+    Words expected = image.pixels;
+    plain::filterImg(expected.data(), kWidth, kHeight);
+    for (int offset = 0; offset < 32; ++offset) {
+        Words memory(kCount + 33, 7);
+        std::copy(image.pixels.begin(), image.pixels.end(), memory.begin() + offset);
+        filterImg(memory.data() + offset, kWidth, kHeight);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), memory.begin() + offset)) << offset;
+        EXPECT_EQ(33 - offset, std::count(memory.begin() + offset + kCount, memory.end(), 7)) << offset;
+    }
 }
 
 constexpr int kWindows[] = {5, 7, 15, 23, 31, 51};
@@ -210,7 +227,7 @@ TEST(FilterUsingSGolay, smooths_noise_and_keeps_quadratics) {
 TEST(FilterUsingSGolay, equals_the_sums_in_order) {
     for (int kind = 0; kind < 5; ++kind) {
         for (int window : kWindows) {
-            for (int more : {-1, 0, 1, 2, 14, 15, 16, 17, 31, 32, 33, 63, 64, 65, 400}) {
+            for (int more : {-1, 0, 1, 2, 14, 15, 16, 17, 31, 32, 33, 63, 64, 65, 400, 1100}) {
                 const int n = window + more;
                 const Floats in = make(kind, n);
                 const auto [expected, actual] = both(Floats(in.size() + 1, kPoison), plain::filterUsingSGolay,
