@@ -186,8 +186,8 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // pixels, not of tables of rows, in spite of their type. Values are rounded to the nearest count; those above 65534.5
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
-// bits and a lack of memory leave the output as it was. Memory: input rows x output columns x 4 bytes, both rounded up
-// to multiples of 32, and 300 bytes for every row or column of the larger image.
+// bits and a lack of memory leave the output as it was. Memory: 4 MiB, or 128 bytes for every input row where that is
+// more, and some 300 bytes for every row and column.
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

@@ -58,12 +58,11 @@ SplinePoint pointAt(float position, int knots) noexcept {
     return {std::max(knot, 0), {a, b}, {a * a * a - a, b * b * b - b}};
 }
 
-// Splines of one direction: what depends on the lengths alone, and memory for kSplineLines lines.
-class Resampling {
+// What the splines of one direction need that depends on the lengths alone.
+class Spacing {
 public:
-    Resampling(int knots, int points)
-        : knots_(knots), steps_(static_cast<std::size_t>(knots)), points_(static_cast<std::size_t>(points)),
-          curvatures_(lineValues(knots) + kSplineLines) {
+    Spacing(int knots, int points)
+        : knots_(knots), steps_(static_cast<std::size_t>(knots)), points_(static_cast<std::size_t>(points)) {
         if (!*this)
             return;
         eliminate(steps_.data(), knots);
@@ -71,37 +70,55 @@ public:
         const float spacing = static_cast<float>(knots - 1) / static_cast<float>(points - 1);
         for (int i = 0; i < points; ++i)
             points_[static_cast<std::size_t>(i)] = pointAt(static_cast<float>(i) * spacing, knots);
-        // Behind the last knot follows another one, of no weight.
-        std::fill_n(curvatures_.data() + lineValues(knots), kSplineLines, 0.0f);
     }
 
-    explicit operator bool() const noexcept { return steps_ && points_ && curvatures_; }
-
-    // Takes lines of knots, with a place behind the last one.
-    void use(float* knots) noexcept {
-        lines_ = knots;
-        std::fill_n(knots + lineValues(knots_), kSplineLines, 0.0f);
-        kernels_.curvatures(knots, steps_.data(), knots_, curvatures_.data());
-    }
-
-    void values(int first, int count, float* values) const noexcept {
-        kernels_.values(lines_, curvatures_.data(), points_.data() + first, count, values);
-    }
-
-    void pixels(int lines, qx::ImageView<WORD> out, int column) const noexcept {
-        kernels_.pixels(lines_, curvatures_.data(), points_.data(), out.height, lines, out.row(0) + column, out.width);
-    }
+    explicit operator bool() const noexcept { return steps_ && points_; }
+    int lastKnot() const noexcept { return knots_ - 1; }
+    const SplineStep* step(int knot) const noexcept { return steps_.data() + knot; }
+    const SplinePoint* point(int i) const noexcept { return points_.data() + i; }
 
 private:
-    const SplineKernels& kernels_ = qx::splineKernels();
     int knots_;
     Scratch<SplineStep> steps_;
     Scratch<SplinePoint> points_;
-    qx::AlignedFloats curvatures_;
-    const float* lines_ = nullptr;
 };
 
-// Rows resampled, in panels of kSplineLines columns: all rows of a panel, and a place behind them, then the next one.
+// Neighbouring knots. The one before the first belongs to them where there is one: an elimination looks at it.
+struct KnotRange {
+    int first;
+    int last;
+
+    int start() const noexcept { return std::max(first - 1, 0); }
+    int count() const noexcept { return last - start() + 1; }
+    int firstInner() const noexcept { return std::max(first, 1); }
+    std::size_t values(int knot) const noexcept { return lineValues(knot - start()); }
+};
+
+// Takes the second derivatives in a range. knots starts at the range's start and has a place behind the last one, as
+// curvatures has. eliminated is the elimination's state before the first inner knot, end the second derivative at the
+// last one.
+qx::SplineLines solve(const Spacing& spacing, const KnotRange& range, float* knots, float* curvatures,
+                      float* eliminated, const float* end) noexcept {
+    const SplineKernels& kernels = qx::splineKernels();
+    const int inner = range.firstInner();
+    const int count = std::max(range.last - inner, 0);
+    std::array<float, kSplineLines> state;
+    std::copy_n(end, kSplineLines, state.data());
+    if (range.start() == 0)
+        std::fill_n(curvatures, kSplineLines, 0.0f);
+    std::copy_n(end, kSplineLines, curvatures + range.values(range.last));
+    for (float* const lines : {knots, curvatures})
+        std::fill_n(lines + lineValues(range.count()), kSplineLines, 0.0f);
+    if (count > 0) {
+        float* const first = curvatures + range.values(inner);
+        kernels.eliminate(knots + range.values(inner - 1), spacing.step(inner), count, eliminated, first);
+        kernels.substitute(first, spacing.step(inner), count, state.data());
+    }
+    return {knots, curvatures, range.start()};
+}
+
+// Rows resampled at a block of columns, in panels of kSplineLines columns: all rows of a panel, and a place behind
+// them, then the next one.
 class RowsResampled {
 public:
     RowsResampled(int rows, int columns)
@@ -118,34 +135,121 @@ private:
     qx::AlignedFloats values_;
 };
 
-void resampleRows(qx::ImageView<const WORD> in, int columns, Resampling& splines, float* knots, RowsResampled& out) {
-    qx::forPanels(in.height, kSplineLines, [&](int y, int lines) {
-        qx::splineKernels().loadKnots(in.row(y), in.width, lines, in.width, knots);
-        splines.use(knots);
-        qx::forPanels(columns, kSplineLines,
-                      [&](int x, int count) { splines.values(x, count, out.panel(x) + lineValues(y)); });
-    });
-}
+// The splines along the rows, for a block of output columns at a time so that what they yield needs little memory. The
+// elimination goes forward once, and its state before each block is kept; the substitution comes from behind, so the
+// last block is the first one.
+class RowSplines {
+public:
+    RowSplines(qx::ImageView<const WORD> in, const Spacing& spacing, int columns)
+        : in_(in), spacing_(spacing), columns_(columns), blockColumns_(columnsOfBlock(in.height)),
+          blocks_((columns - 1) / blockColumns_ + 1),
+          states_(lineGroups(in.height) * static_cast<std::size_t>(blocks_) * kSplineLines),
+          ends_(lineGroups(in.height) * kSplineLines), knots_(lineValues(longestRange()) + kSplineLines),
+          curvatures_(lineValues(longestRange()) + kSplineLines) {
+        if (*this)
+            qx::forPanels(in_.height, kSplineLines, [this](int y, int lines) { eliminateUpToBlocks(y, lines); });
+    }
 
-void resampleColumns(RowsResampled& in, Resampling& splines, qx::ImageView<WORD> out) {
-    qx::forPanels(out.width, kSplineLines, [&](int x, int columns) {
-        splines.use(in.panel(x));
-        splines.pixels(columns, out, x);
-    });
-}
+    explicit operator bool() const noexcept { return states_ && ends_ && knots_ && curvatures_; }
+    int blocks() const noexcept { return blocks_; }
+    int firstColumn(int block) const noexcept { return block * blockColumns_; }
+    int columns(int block) const noexcept { return std::min(blockColumns_, columns_ - firstColumn(block)); }
+
+    // Blocks are asked for from the last one to the first.
+    void resample(int block, RowsResampled& out) noexcept {
+        qx::forPanels(in_.height, kSplineLines, [&](int y, int lines) { resampleGroup(block, y, lines, out); });
+    }
+
+private:
+    // About 4 MiB of values.
+    static int columnsOfBlock(int rows) noexcept {
+        constexpr int kValues = 1 << 20;
+        return std::max(kValues / rows / kSplineLines, 1) * kSplineLines;
+    }
+
+    KnotRange range(int block) const noexcept {
+        const int first = spacing_.point(firstColumn(block))->knot;
+        const int last = block + 1 < blocks_ ? spacing_.point(firstColumn(block + 1))->knot + 1 : spacing_.lastKnot();
+        return {first, std::min(last, spacing_.lastKnot())};
+    }
+
+    int longestRange() const noexcept {
+        int longest = 0;
+        for (int block = 0; block < blocks_; ++block)
+            longest = std::max(longest, range(block).count());
+        return longest;
+    }
+
+    float* state(int y, int block) noexcept {
+        const std::size_t group = static_cast<std::size_t>(y / kSplineLines) * static_cast<std::size_t>(blocks_);
+        return states_.data() + (group + static_cast<std::size_t>(block)) * kSplineLines;
+    }
+    float* end(int y) noexcept { return ends_.data() + static_cast<std::size_t>(y); }
+
+    void load(int y, int lines, const KnotRange& range) noexcept {
+        qx::splineKernels().loadKnots(in_.row(y) + range.start(), in_.width, lines, range.count(), knots_.data());
+    }
+
+    void eliminateUpToBlocks(int y, int lines) noexcept {
+        std::fill_n(state(y, 0), kSplineLines, 0.0f);
+        std::fill_n(end(y), kSplineLines, 0.0f);
+        for (int block = 0; block + 1 < blocks_; ++block) {
+            const KnotRange before = {range(block).first, range(block + 1).first};
+            float* const next = state(y, block + 1);
+            std::copy_n(state(y, block), kSplineLines, next);
+            if (before.last <= before.firstInner())
+                continue;
+            load(y, lines, before);
+            qx::splineKernels().eliminate(knots_.data() + before.values(before.firstInner() - 1),
+                                          spacing_.step(before.firstInner()), before.last - before.firstInner(), next,
+                                          curvatures_.data());
+        }
+    }
+
+    void resampleGroup(int block, int y, int lines, RowsResampled& out) noexcept {
+        const KnotRange knots = range(block);
+        load(y, lines, knots);
+        const qx::SplineLines solved =
+            solve(spacing_, knots, knots_.data(), curvatures_.data(), state(y, block), end(y));
+        std::copy_n(curvatures_.data() + knots.values(std::min(knots.first + 1, knots.last)), kSplineLines, end(y));
+        qx::forPanels(columns(block), kSplineLines, [&](int x, int count) {
+            qx::splineKernels().values(solved, spacing_.point(firstColumn(block) + x), count,
+                                       out.panel(x) + lineValues(y));
+        });
+    }
+
+    qx::ImageView<const WORD> in_;
+    const Spacing& spacing_;
+    int columns_;
+    int blockColumns_;
+    int blocks_;
+    qx::AlignedFloats states_;
+    qx::AlignedFloats ends_;
+    qx::AlignedFloats knots_;
+    qx::AlignedFloats curvatures_;
+};
 
 void resample(qx::ImageView<const WORD> in, qx::ImageView<WORD> out) {
-    RowsResampled rows(in.height, out.width);
-    {
-        Resampling splines(in.width, out.width);
-        qx::AlignedFloats knots(lineValues(in.width) + kSplineLines);
-        if (!rows || !splines || !knots)
-            return;
-        resampleRows(in, out.width, splines, knots.data(), rows);
+    const Spacing alongRows(in.width, out.width);
+    const Spacing downColumns(in.height, out.height);
+    if (!alongRows || !downColumns)
+        return;
+    RowSplines rows(in, alongRows, out.width);
+    RowsResampled resampled(in.height, rows.columns(0));
+    qx::AlignedFloats curvatures(lineValues(in.height) + kSplineLines);
+    if (!rows || !resampled || !curvatures)
+        return;
+    for (int block = rows.blocks() - 1; block >= 0; --block) {
+        rows.resample(block, resampled);
+        qx::forPanels(rows.columns(block), kSplineLines, [&](int x, int columns) {
+            constexpr std::array<float, kSplineLines> kEnd{};
+            std::array<float, kSplineLines> state{};
+            const qx::SplineLines solved = solve(downColumns, {0, downColumns.lastKnot()}, resampled.panel(x),
+                                                 curvatures.data(), state.data(), kEnd.data());
+            qx::splineKernels().pixels(solved, downColumns.point(0), out.height, columns,
+                                       out.row(0) + rows.firstColumn(block) + x, out.width);
+        });
     }
-    Resampling splines(in.height, out.height);
-    if (splines)
-        resampleColumns(rows, splines, out);
 }
 
 }  // namespace

@@ -22,21 +22,34 @@ struct SplinePoint {
     float curvatureWeights[2];
 };
 
-// Natural cubic splines through knots at unit spacing, kSplineLines lines at a time.
+// Knots of all lines from the one called `first` on, and the second derivatives there. Behind the last one there is
+// room for another.
+struct SplineLines {
+    const float* knots;
+    const float* curvatures;
+    int first;
+};
+
+// Natural cubic splines through knots at unit spacing, kSplineLines lines at a time. The second derivatives come from a
+// forward elimination and a backward substitution, which may stop at any knot: a state is what they know there, a value
+// a line.
 struct SplineKernels {
     // The first `columns` pixels of `lines` rows as knots; what lacks to kSplineLines is 0.
     void (*loadKnots)(const std::uint16_t* rows, std::ptrdiff_t stride, int lines, int columns, float* knots) noexcept;
 
-    // Second derivatives at `count` knots.
-    void (*curvatures)(const float* knots, const SplineStep* steps, int count, float* curvatures) noexcept;
+    // Eliminates at `count` knots. knots starts one knot before, and holds one behind; state is that of the knot
+    // before.
+    void (*eliminate)(const float* knots, const SplineStep* steps, int count, float* state, float* eliminated) noexcept;
+
+    // Turns eliminated values at `count` knots into second derivatives; state is that of the knot behind.
+    void (*substitute)(float* eliminated, const SplineStep* steps, int count, float* state) noexcept;
 
     // Values at `count` points, at most kSplineLines: those of a line lie side by side, line after line.
-    void (*values)(const float* knots, const float* curvatures, const SplinePoint* points, int count,
-                   float* values) noexcept;
+    void (*values)(const SplineLines& lines, const SplinePoint* points, int count, float* values) noexcept;
 
-    // Values at `count` points as rows of pixels that lie a stride apart, of the first `lines` lines.
-    void (*pixels)(const float* knots, const float* curvatures, const SplinePoint* points, int count, int lines,
-                   std::uint16_t* rows, std::ptrdiff_t stride) noexcept;
+    // Values at `count` points as rows of pixels that lie a stride apart, of the first `width` lines.
+    void (*pixels)(const SplineLines& lines, const SplinePoint* points, int count, int width, std::uint16_t* rows,
+                   std::ptrdiff_t stride) noexcept;
 };
 
 // The kernels of the vector level in use.

@@ -75,36 +75,41 @@ void loadKnots(const std::uint16_t* rows, std::ptrdiff_t stride, int lines, int 
     }
 }
 
-void curvatures(const float* knots, const SplineStep* steps, int count, float* curvatures) noexcept {
-    Lines(Lines{}).store(place(curvatures, 0));
-    Lines solved{};
+void eliminate(const float* knots, const SplineStep* steps, int count, float* state, float* eliminated) noexcept {
+    Lines solved = Lines::load(state);
     Lines before = Lines::load(knots);
-    Lines here = count > 1 ? Lines::load(place(knots, 1)) : before;
-    for (int i = 1; i < count - 1; ++i) {
-        const Lines next = Lines::load(place(knots, i + 1));
+    Lines here = Lines::load(place(knots, 1));
+    for (int i = 0; i < count; ++i) {
+        const Lines next = Lines::load(place(knots, i + 2));
         for (int v = 0; v < kLineVectors; ++v) {
             const Floats bend = 6.0f * (next.at[v] - 2.0f * here.at[v] + before.at[v]);
             solved.at[v] = (bend - solved.at[v]) / steps[i].pivot;
         }
-        solved.store(place(curvatures, i));
+        solved.store(place(eliminated, i));
         before = here;
         here = next;
     }
-    Lines last{};
-    last.store(place(curvatures, count - 1));
-    for (int i = count - 2; i > 0; --i) {
-        const Lines eliminated = Lines::load(place(curvatures, i));
-        for (int v = 0; v < kLineVectors; ++v)
-            last.at[v] = steps[i].reduced * last.at[v] + eliminated.at[v];
-        last.store(place(curvatures, i));
-    }
+    solved.store(state);
 }
 
-[[gnu::always_inline]] inline Lines valueAt(const float* knots, const float* curvatures, const SplinePoint& point) {
-    const Lines here = Lines::load(place(knots, point.knot));
-    const Lines next = Lines::load(place(knots, point.knot + 1));
-    const Lines bend = Lines::load(place(curvatures, point.knot));
-    const Lines nextBend = Lines::load(place(curvatures, point.knot + 1));
+void substitute(float* eliminated, const SplineStep* steps, int count, float* state) noexcept {
+    Lines behind = Lines::load(state);
+    for (int i = count - 1; i >= 0; --i) {
+        const Lines here = Lines::load(place(eliminated, i));
+        for (int v = 0; v < kLineVectors; ++v)
+            behind.at[v] = steps[i].reduced * behind.at[v] + here.at[v];
+        behind.store(place(eliminated, i));
+    }
+    behind.store(state);
+}
+
+[[gnu::always_inline]] inline Lines valueAt(const SplineLines& lines, const SplinePoint& point) {
+    const float* const knots = place(lines.knots, point.knot - lines.first);
+    const float* const curvatures = place(lines.curvatures, point.knot - lines.first);
+    const Lines here = Lines::load(knots);
+    const Lines next = Lines::load(place(knots, 1));
+    const Lines bend = Lines::load(curvatures);
+    const Lines nextBend = Lines::load(place(curvatures, 1));
     Lines value;
     for (int v = 0; v < kLineVectors; ++v) {
         const Floats straight = point.weights[0] * here.at[v] + point.weights[1] * next.at[v];
@@ -114,11 +119,11 @@ void curvatures(const float* knots, const SplineStep* steps, int count, float* c
     return value;
 }
 
-void values(const float* knots, const float* curvatures, const SplinePoint* points, int count, float* values) noexcept {
+void values(const SplineLines& lines, const SplinePoint* points, int count, float* values) noexcept {
     for (int first = 0; first < kSplineLines; first += kLanes) {
         Lines square[kLanes];
         for (int i = 0; i < kLanes; ++i)
-            square[i] = first + i < count ? valueAt(knots, curvatures, points[first + i]) : Lines{};
+            square[i] = first + i < count ? valueAt(lines, points[first + i]) : Lines{};
         for (int v = 0; v < kLineVectors; ++v) {
             Floats columns[kLanes];
             for (int i = 0; i < kLanes; ++i)
@@ -136,22 +141,22 @@ Ints pixelsOf(Floats values) {
     return __builtin_convertvector(inside ? sum : outside, Ints);
 }
 
-void pixels(const float* knots, const float* curvatures, const SplinePoint* points, int count, int lines,
-            std::uint16_t* rows, std::ptrdiff_t stride) noexcept {
+void pixels(const SplineLines& lines, const SplinePoint* points, int count, int width, std::uint16_t* rows,
+            std::ptrdiff_t stride) noexcept {
     for (int i = 0; i < count; ++i) {
-        const Lines value = valueAt(knots, curvatures, points[i]);
+        const Lines value = valueAt(lines, points[i]);
         std::uint16_t ofLines[kSplineLines];
         std::uint16_t* const row = rows + i * stride;
-        std::uint16_t* const target = lines == kSplineLines ? row : ofLines;
+        std::uint16_t* const target = width == kSplineLines ? row : ofLines;
         for (int v = 0; v < kLineVectors; v += 2)
             storePixels(target + v * kLanes, pixelsOf(value.at[v]), pixelsOf(value.at[v + 1]));
         if (target != row)
-            __builtin_memcpy(row, ofLines, static_cast<std::size_t>(lines) * sizeof *row);
+            __builtin_memcpy(row, ofLines, static_cast<std::size_t>(width) * sizeof *row);
     }
 }
 
 }  // namespace
 
-const SplineKernels QX_TABLE(QX_LEVEL) = {loadKnots, curvatures, values, pixels};
+const SplineKernels QX_TABLE(QX_LEVEL) = {loadKnots, eliminate, substitute, values, pixels};
 
 }  // namespace qx

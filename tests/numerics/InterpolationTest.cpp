@@ -118,6 +118,14 @@ TEST(InterpImg2D, equals_the_splines_line_by_line) {
     }
 }
 
+// So many rows that only a few columns are held at a time.
+TEST(InterpImg2D, tall_images_equal_the_splines_too) {
+    constexpr int kRows = 33000;
+    for (const auto& [knots, positions] :
+         {std::pair{1, 70}, {2, 100}, {3, 97}, {50, 100}, {64, 65}, {200, 90}, {100, 100}})
+        expectLineByLine(randomImage(knots, kRows, 0, 65535, 9), 3, positions);
+}
+
 TEST(InterpImg2D, impossible_arguments_leave_the_output) {
     const Words in(4, 3);
     Words out(4, kPoison);
