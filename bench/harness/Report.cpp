@@ -11,7 +11,7 @@ namespace {
 constexpr int kWorkWidth = 56;
 constexpr int kRatioWidth = 13;
 constexpr int kLevelWidth = 15;
-constexpr int kNameWidth = 22;
+constexpr int kNameWidth = 27;
 
 std::string ratioText(std::optional<double> numerator, std::optional<double> denominator) {
     if (!numerator || !denominator)
