@@ -1,14 +1,13 @@
 #include "Command.h"
+#include "NumberText.h"
 
 #include <QxUtils.h>
 
 #include <CLI/CLI.hpp>
 
-#include <charconv>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace qx::tool {
@@ -21,11 +20,10 @@ bool isInRange(int code) {
 }
 
 int parseCode(const std::string& text) {
-    int code = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
-    if (error != std::errc{} || end != text.data() + text.size() || !isInRange(code))
+    const std::optional<int> code = parseInteger(text);
+    if (!code || !isInRange(*code))
         throw ToolError("\"" + text + "\" is not a status code; " + kRanges, ExitCode::Usage);
-    return code;
+    return *code;
 }
 
 ExitCode explain(const std::vector<std::string>& codes) {

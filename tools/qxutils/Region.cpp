@@ -1,11 +1,11 @@
 #include "Region.h"
 
 #include "Command.h"
+#include "NumberText.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <string_view>
@@ -20,11 +20,8 @@ struct Stretch {
 };
 
 std::optional<int> parsePlace(std::string_view text) {
-    int place = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), place);
-    if (error != std::errc{} || end != text.data() + text.size() || place < 0)
-        return std::nullopt;
-    return place;
+    const std::optional<int> place = parseInteger(text);
+    return place && *place >= 0 ? place : std::nullopt;
 }
 
 std::optional<Region> parseRegionText(const std::string& text) {

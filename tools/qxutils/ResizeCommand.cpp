@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "Comparison.h"
 #include "ImageFiles.h"
+#include "NumberText.h"
 #include "PngWriter.h"
 #include "TextTable.h"
 
@@ -8,12 +9,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include <charconv>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace qx::tool {
@@ -27,11 +26,9 @@ struct ResizeOptions {
 };
 
 Shape standardShape(const std::string& text, int type) {
-    int index = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
+    const std::optional<int> index = parseInteger(text);
     Shape shape;
-    if (error != std::errc{} || end != text.data() + text.size() ||
-        getIntepolationSize(shape.width, shape.height, index, type) != StatusOk) {
+    if (!index || getIntepolationSize(shape.width, shape.height, *index, type) != StatusOk) {
         throw ToolError("\"" + text + "\" is no size; give WIDTHxHEIGHT or the index of a standard size from 1 to 4",
                         ExitCode::Usage);
     }

@@ -1,8 +1,8 @@
 #include "Shape.h"
 
 #include "Command.h"
+#include "NumberText.h"
 
-#include <charconv>
 #include <optional>
 #include <string_view>
 
@@ -10,11 +10,8 @@ namespace qx::tool {
 namespace {
 
 std::optional<int> parseSide(std::string_view text) {
-    int side = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
-    if (error != std::errc{} || end != text.data() + text.size() || side < 1 || side > kMaxSide)
-        return std::nullopt;
-    return side;
+    const std::optional<int> side = parseInteger(text);
+    return side && *side >= 1 && *side <= kMaxSide ? side : std::nullopt;
 }
 
 }  // namespace
