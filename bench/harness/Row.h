@@ -64,6 +64,15 @@ struct Row {
     std::shared_ptr<void> keepAlive = {};  // what has to hold while the row is measured, undone at its end
 };
 
+// The row's work once more, beside a peer that does something else.
+inline Row besideOtherPeer(Row row, std::string peerName, Method peer) {
+    row.plain = {};
+    row.peerName = std::move(peerName);
+    row.peer = std::move(peer);
+    row.peerIsCompared = false;
+    return row;
+}
+
 // Sizes of the data: those that the rows' names promise, or small ones for a dry run.
 struct Scale {
     bool dry = false;

@@ -47,15 +47,6 @@ Row resamplingRow(const Resampling& work) {
             })};
 }
 
-Row otherPeerRow(const Resampling& work, std::string peerName, const Method& peer) {
-    Row row = resamplingRow(work);
-    row.plain = {};
-    row.peerName = std::move(peerName);
-    row.peer = peer;
-    row.peerIsCompared = false;
-    return row;
-}
-
 Method scipyZoom(const Resampling& work) {
     const std::string source = "from scipy import ndimage\n"
                                "def measure(image):\n"
@@ -75,12 +66,13 @@ std::vector<qx::bench::RowEntry> qx::bench::interpolationRows() {
         {"interpImg2D against zoom",
          [](const Scale& scale) {
              const Resampling work(scale);
-             return otherPeerRow(work, "SciPy zoom, order 3", scipyZoom(work));
+             return besideOtherPeer(resamplingRow(work), "SciPy zoom, order 3", scipyZoom(work));
          }},
         {"interpImg2D against a smaller filter",
          [](const Scale& scale) {
              const Resampling work(scale);
-             return otherPeerRow(work, "cv::resize, cubic", openCvResize(work.image, work.out.height, work.out.width));
+             return besideOtherPeer(resamplingRow(work), "cv::resize, cubic",
+                                    openCvResize(work.image, work.out.height, work.out.width));
          }},
     };
 }
