@@ -1,5 +1,6 @@
 #include "correction/NdtArithmetic.h"
 
+#include "numerics/CacheLine.h"
 #include "numerics/LongKernels.h"
 #include "numerics/PixelKernels.h"
 
@@ -10,7 +11,6 @@ namespace qx {
 namespace {
 
 constexpr double kFullGain = 10000.0;
-constexpr std::size_t kCacheLine = 64;
 
 // The sum in the order of the pixels, where that matters.
 double sumOfDifferences(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) noexcept {
@@ -39,9 +39,9 @@ void correctOffsetAndGain(const std::uint32_t* image, const std::uint32_t* dark,
 void correctOffsetAndGain(std::uint32_t* image, const std::uint32_t* dark, const NdtGain& gain,
                           std::size_t count) noexcept {
     constexpr std::size_t kAtOnce = 2048;
-    alignas(kCacheLine) std::array<float, kAtOnce> results;
+    alignas(kCacheLineBytes) std::array<float, kAtOnce> results;
     // From the second piece on the image's vectors lie within cache lines.
-    std::size_t atOnce = kAtOnce - reinterpret_cast<std::uintptr_t>(image) % kCacheLine / sizeof *image;
+    std::size_t atOnce = kAtOnce - reinterpret_cast<std::uintptr_t>(image) % kCacheLineBytes / sizeof *image;
     for (std::size_t first = 0; first < count;) {
         const std::size_t piece = std::min(atOnce, count - first);
         correctOffsetAndGain(image, dark, gain, first, piece, results.data());

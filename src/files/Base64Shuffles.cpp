@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::size_t kHalfBytes = 12;
 constexpr std::size_t kStepGroups = 8;
-constexpr std::size_t kStepBytes = kStepGroups * kBase64Bytes;
 constexpr std::size_t kReadBytes = kHalfBytes + 16;  // the second half's load goes beyond its bytes
 
 QX_SHUFFLES __m256i load(const unsigned char* bytes) noexcept {

@@ -35,7 +35,7 @@ bool visitEntries(const char* dir, Visit visit) {
 template <class Visit>
 bool visitFiles(const char* dir, Visit visit) {
     return visitEntries(dir, [&](const DirectoryListing& listing, const qx::DirectoryEntry& entry) {
-        if (!entry.isDirectory && qx::isRegularFile(JoinedPath(dir, entry.name).c_str()))
+        if (qx::isRegularFile(JoinedPath(dir, entry.name).c_str()))
             visit(listing);
     });
 }

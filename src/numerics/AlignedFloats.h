@@ -1,30 +1,22 @@
 #pragma once
 
 #include "foundation/Scratch.h"
+#include "numerics/CacheLine.h"
 
 #include <cstddef>
-#include <cstdint>
 
 namespace qx {
 
-// Working memory that starts with a cache line: vectors across two lines cost two accesses. It may be missing.
+// Working memory that starts with a cache line. It may be missing.
 class AlignedFloats {
 public:
-    explicit AlignedFloats(std::size_t count) noexcept : memory_(count + kLineFloats) {}
+    explicit AlignedFloats(std::size_t count) noexcept : memory_(count + kCacheLineBytes / sizeof(float)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
-    float* data() noexcept { return memory_.data() + offset(); }
-    const float* data() const noexcept { return memory_.data() + offset(); }
+    float* data() noexcept { return memory_.data() + valuesBeforeLine(memory_.data()); }
+    const float* data() const noexcept { return memory_.data() + valuesBeforeLine(memory_.data()); }
 
 private:
-    static constexpr std::size_t kLineBytes = 64;
-    static constexpr std::size_t kLineFloats = kLineBytes / sizeof(float);
-
-    std::size_t offset() const noexcept {
-        const std::size_t beyondLine = reinterpret_cast<std::uintptr_t>(memory_.data()) % kLineBytes;
-        return (kLineBytes - beyondLine) % kLineBytes / sizeof(float);
-    }
-
     Scratch<float> memory_;
 };
 

@@ -3,8 +3,6 @@
 #include "numerics/FilterKernels.h"
 #include "numerics/VectorLanes.h"
 
-#define QX_JOIN(a, b) a##b
-#define QX_TABLE(level) QX_JOIN(kFilterKernels, level)
 #define QX_UNROLLED _Pragma("GCC unroll 32")
 
 namespace qx {
@@ -394,7 +392,7 @@ void rollingMedians(const float* samples, int steps, int count, const RollingWin
 
 }  // namespace
 
-const FilterKernels QX_TABLE(QX_LEVEL) = {mediansOfFive, split,        orderFours,    mediansOfEleven,
-                                          ratios,        shortMedians, rollingMedians};
+const FilterKernels QX_OF_LEVEL(kFilterKernels, QX_LEVEL) = {
+    mediansOfFive, split, orderFours, mediansOfEleven, ratios, shortMedians, rollingMedians};
 
 }  // namespace qx

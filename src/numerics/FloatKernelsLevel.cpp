@@ -4,9 +4,6 @@
 #include "numerics/RankSearch.h"
 #include "numerics/VectorLanes.h"
 
-#define QX_JOIN(a, b) a##b
-#define QX_TABLE(level) QX_JOIN(kFloatKernels, level)
-
 namespace qx {
 namespace {
 
@@ -492,7 +489,7 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
 
 }  // namespace
 
-const FloatKernels QX_TABLE(QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums,      raise,
-                                         add,       addMultiple, rotate,  columnProducts, scaleBelow};
+const FloatKernels QX_OF_LEVEL(kFloatKernels, QX_LEVEL) = {blockRank, columnRanks, rowSums, stripSums,      raise,
+                                                           add,       addMultiple, rotate,  columnProducts, scaleBelow};
 
 }  // namespace qx

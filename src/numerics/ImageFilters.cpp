@@ -1,6 +1,7 @@
 #include "QxUtils/Numerics.h"
 
 #include "QxUtils/StatusCode.h"
+#include "numerics/CacheLine.h"
 #include "numerics/FilterKernels.h"
 #include "numerics/Panels.h"
 #include "numerics/PixelHistogram.h"
@@ -19,11 +20,10 @@ using qx::kCacheLineBytes;
 constexpr int kColumnHalf = 2;
 constexpr int kFilteredColumns = 4096;
 
-// Columns before the first one that starts a cache line in every row: vectors across two lines take twice as long.
+// Columns before the first one that starts a cache line in every row.
 int columnsBeforeLine(const WORD* image, int width) noexcept {
-    const auto offset = static_cast<int>(reinterpret_cast<std::uintptr_t>(image) % kCacheLineBytes);
-    const int before = (kCacheLineBytes - offset) % kCacheLineBytes / static_cast<int>(sizeof(WORD));
-    return width % (kCacheLineBytes / static_cast<int>(sizeof(WORD))) == 0 ? before : 0;
+    constexpr int kLinePixels = kCacheLineBytes / sizeof(WORD);
+    return width % kLinePixels == 0 ? static_cast<int>(qx::valuesBeforeLine(image)) : 0;
 }
 
 void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) noexcept {

@@ -3,9 +3,6 @@
 #include "numerics/LongKernels.h"
 #include "numerics/VectorLanes.h"
 
-#define QX_JOIN(a, b) a##b
-#define QX_TABLE(level) QX_JOIN(kLongKernels, level)
-
 namespace qx {
 namespace {
 
@@ -130,6 +127,7 @@ void truncated(const float* values, std::size_t count, std::uint32_t* results) n
 
 }  // namespace
 
-const LongKernels QX_TABLE(QX_LEVEL) = {differenceSum, differenceRatios, multiplied, divided, truncated};
+const LongKernels QX_OF_LEVEL(kLongKernels, QX_LEVEL) = {differenceSum, differenceRatios, multiplied, divided,
+                                                         truncated};
 
 }  // namespace qx

@@ -1,6 +1,7 @@
 #include "QxUtils/Numerics.h"
 
 #include "QxUtils/StatusCode.h"
+#include "numerics/CacheLine.h"
 #include "numerics/FilterKernels.h"
 #include "numerics/Panels.h"
 

@@ -4,8 +4,6 @@
 
 namespace qx {
 
-inline constexpr int kCacheLineBytes = 64;
-
 // Calls work(first column, columns) for panels of columns, side by side; or of whatever else there is a number of.
 template <class Work>
 void forPanels(int columns, int panelColumns, Work work) {

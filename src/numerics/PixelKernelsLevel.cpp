@@ -4,9 +4,6 @@
 #include "numerics/RankSearch.h"
 #include "numerics/VectorLanes.h"
 
-#define QX_JOIN(a, b) a##b
-#define QX_TABLE(level) QX_JOIN(kPixelKernels, level)
-
 namespace qx {
 namespace {
 
@@ -345,7 +342,7 @@ double histogramSquares(const std::uint32_t* counts, int first, int last, int ce
 
 }  // namespace
 
-const PixelKernels QX_TABLE(QX_LEVEL) = {sum,       narrowMoments, squares,      selectRank,
-                                         blockRank, shift,         histogramSum, histogramSquares};
+const PixelKernels QX_OF_LEVEL(kPixelKernels, QX_LEVEL) = {sum,       narrowMoments, squares,      selectRank,
+                                                           blockRank, shift,         histogramSum, histogramSquares};
 
 }  // namespace qx

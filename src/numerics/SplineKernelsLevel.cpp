@@ -3,9 +3,6 @@
 #include "numerics/SplineKernels.h"
 #include "numerics/VectorLanes.h"
 
-#define QX_JOIN(a, b) a##b
-#define QX_TABLE(level) QX_JOIN(kSplineKernels, level)
-
 namespace qx {
 namespace {
 
@@ -157,6 +154,6 @@ void pixels(const SplineLines& lines, const SplinePoint* points, int count, int 
 
 }  // namespace
 
-const SplineKernels QX_TABLE(QX_LEVEL) = {loadKnots, eliminate, substitute, values, pixels};
+const SplineKernels QX_OF_LEVEL(kSplineKernels, QX_LEVEL) = {loadKnots, eliminate, substitute, values, pixels};
 
 }  // namespace qx

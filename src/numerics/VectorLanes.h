@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <immintrin.h>
 
+// A name with the level's behind it: QX_OF_LEVEL(kKernels, QX_LEVEL).
+#define QX_JOIN(a, b) a##b
+#define QX_OF_LEVEL(name, level) QX_JOIN(name, level)
+
 namespace {
 
 #if defined(__AVX512F__)
