@@ -1,10 +1,10 @@
 // Measures the library against the plain methods, the peers and the limits, and prints a table of ratios.
 
 #include "Rows.h"
-#include "foundation/VectorLevel.h"
 #include "harness/Measure.h"
 #include "harness/Report.h"
 #include "harness/SilentOutput.h"
+#include "kernels/VectorLevel.h"
 
 #include <CLI/CLI.hpp>
 #include <QxSysMgt.h>

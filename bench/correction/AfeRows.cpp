@@ -4,7 +4,7 @@
 #include "harness/OwnImage.h"
 #include "harness/StreamRead.h"
 
-#include "PlainAfe.h"
+#include "reference/correction/PlainAfe.h"
 
 #include <QxUtils/Correction.h>
 

@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Selection.h"
 
-#include "PlainAfe.h"
+#include "reference/correction/PlainAfe.h"
 
 #include <QxUtils/Correction.h>
 

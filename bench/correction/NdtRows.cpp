@@ -5,9 +5,9 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainNdt.h"
+#include "reference/correction/PlainNdt.h"
 
-#include "correction/NdtArithmetic.h"
+#include "correction/ndt/NdtArithmetic.h"
 
 #include <cstring>
 

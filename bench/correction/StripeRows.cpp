@@ -4,7 +4,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainStripe.h"
+#include "reference/correction/PlainStripe.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Correction.h>

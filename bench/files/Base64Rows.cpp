@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainBase64.h"
+#include "reference/files/PlainBase64.h"
 
 #include <QxUtils/Files.h>
 

@@ -1,11 +1,11 @@
 #include "Rows.h"
 #include "files/Crc32.h"
-#include "foundation/VectorLevel.h"
 #include "harness/FileReading.h"
 #include "harness/Images.h"
+#include "kernels/VectorLevel.h"
 #include "peers/Peers.h"
 
-#include "PlainCrc.h"
+#include "reference/files/PlainCrc.h"
 
 #include <QxUtils/Files.h>
 

@@ -3,8 +3,8 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainAfe.h"
-#include "PlainFits.h"
+#include "reference/correction/PlainAfe.h"
+#include "reference/numerics/PlainFits.h"
 
 #include <QxUtils/Numerics.h>
 

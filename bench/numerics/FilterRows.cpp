@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainFilters.h"
+#include "reference/numerics/PlainFilters.h"
 
 #include <QxUtils/Numerics.h>
 

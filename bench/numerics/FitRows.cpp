@@ -4,7 +4,7 @@
 #include "harness/SilentOutput.h"
 #include "peers/Peers.h"
 
-#include "PlainFits.h"
+#include "reference/numerics/PlainFits.h"
 
 #include <QxUtils/Numerics.h>
 

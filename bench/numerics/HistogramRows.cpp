@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainStatistics.h"
+#include "reference/numerics/PlainStatistics.h"
 
 #include <QxUtils/Numerics.h>
 

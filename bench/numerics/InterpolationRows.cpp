@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainSpline.h"
+#include "reference/numerics/PlainSpline.h"
 
 #include <QxUtils/Numerics.h>
 

@@ -2,7 +2,7 @@
 #include "harness/Images.h"
 #include "harness/StreamRead.h"
 
-#include "PlainStatistics.h"
+#include "reference/numerics/PlainStatistics.h"
 
 #include <QxUtils/Numerics.h>
 

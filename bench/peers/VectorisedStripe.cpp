@@ -1,6 +1,6 @@
 // The plain line-fit correction once more, as the compiler vectorises it for this machine.
 #define plain plainVectorised
-#include "PlainStatistics.h"
+#include "reference/numerics/PlainStatistics.h"
 
 #include <climits>
 
@@ -9,7 +9,7 @@ std::int32_t qx::plain::truncateToInt(double value) noexcept {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : INT_MIN;
 }
 
-#include "PlainStripe.cpp"
+#include "reference/correction/PlainStripe.cpp"
 #undef plain
 
 #include "harness/OwnImage.h"

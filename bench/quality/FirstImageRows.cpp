@@ -3,7 +3,7 @@
 #include "harness/Images.h"
 #include "harness/StreamRead.h"
 
-#include "PlainFirstImage.h"
+#include "reference/quality/PlainFirstImage.h"
 
 #include <QxUtils/Quality.h>
 

@@ -3,7 +3,7 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 
-#include "PlainSnr.h"
+#include "reference/quality/PlainSnr.h"
 
 #include <QxUtils/Quality.h>
 

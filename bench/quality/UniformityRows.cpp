@@ -4,9 +4,9 @@
 #include "harness/StreamRead.h"
 #include "peers/Peers.h"
 #include "peers/Selection.h"
-#include "quality/RowSteps.h"
+#include "quality/dark/RowSteps.h"
 
-#include "PlainUniformity.h"
+#include "reference/quality/PlainUniformity.h"
 
 #include <QxUtils/Quality.h>
 

@@ -1,7 +1,7 @@
 #include "QxUtils/Files.h"
 
 #include "files/Base64Encoding.h"
-#include "foundation/VectorLevel.h"
+#include "kernels/VectorLevel.h"
 
 #include <array>
 #include <cstdint>

@@ -6,9 +6,9 @@
 #include "DetectorFixture.h"
 #include "FailingAllocator.h"
 
-#include "numerics/LinearLeastSquares.h"
+#include "numerics/fits/LinearLeastSquares.h"
 #include "platform/DirectoryRecord.h"
-#include "quality/TubeCentre.h"
+#include "quality/exposure/TubeCentre.h"
 
 #include <QxUtils.h>
 

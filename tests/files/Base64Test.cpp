@@ -1,5 +1,5 @@
 #include "DetectorFixture.h"
-#include "PlainBase64.h"
+#include "reference/files/PlainBase64.h"
 
 #include <QxUtils/Files.h>
 

@@ -1,5 +1,5 @@
 #include "DetectorFixture.h"
-#include "PlainCrc.h"
+#include "reference/files/PlainCrc.h"
 
 #include <QxUtils/Files.h>
 

@@ -1,4 +1,4 @@
-#include "PlainCrc.h"
+#include "reference/files/PlainCrc.h"
 
 #include <QxUtils/StatusCode.h>
 

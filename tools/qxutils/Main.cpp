@@ -1,5 +1,5 @@
-#include "Command.h"
-#include "DetectorFile.h"
+#include "commands/Command.h"
+#include "common/DetectorFile.h"
 
 #include <QxUtils/Foundation.h>
 #include <VirtualDetector.h>

@@ -1,0 +1,408 @@
+#include "reference/correction/PlainStripe.h"
+
+#include "reference/numerics/PlainStatistics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace qx::plain {
+
+namespace {
+
+constexpr int kRows = 35;
+constexpr int kReferenceRow = 24;
+constexpr int kTriggerRow = 25;
+
+std::size_t at(int row, int column, int width) {
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(column);
+}
+
+void info(LogTexts* log, const std::string& text) {
+    if (log != nullptr)
+        log->push_back("I | " + text);
+}
+
+void error(LogTexts* log, const std::string& text) {
+    if (log != nullptr)
+        log->push_back("E | " + text);
+}
+
+// The low 16 bits of the truncated value.
+WORD truncateToWord(double value) {
+    return static_cast<WORD>(truncateToInt(value));
+}
+
+}  // namespace
+
+std::vector<double> normalisedBand(const WORD* band, int width) {
+    std::vector<float> signal;
+    for (std::size_t i = 0; i < at(kRows, 0, width); ++i)
+        signal.push_back(std::fabs(static_cast<float>(band[i]) - 208.0f));
+    for (int c = 0; c < width; ++c) {
+        float& reference = signal[at(kReferenceRow, c, width)];
+        if (reference < 5e-05f)
+            reference = 5e-05f;
+    }
+    std::vector<double> normalised;
+    for (int r = 0; r < kRows; ++r) {
+        for (int c = 0; c < width; ++c)
+            normalised.push_back(static_cast<double>(signal[at(r, c, width)]) /
+                                 static_cast<double>(signal[at(kReferenceRow, c, width)]));
+    }
+    return normalised;
+}
+
+std::vector<double> sampledBand(const std::vector<double>& normalised, int width) {
+    const int step = static_cast<int>(std::ceil(static_cast<float>(width) / 500.0f));
+    std::vector<double> sampled;
+    for (int r = 0; r < kRows; ++r) {
+        for (int c = 0; c < width; c += step)
+            sampled.push_back(normalised[at(r, c, width)]);
+    }
+    return sampled;
+}
+
+std::vector<double> columnSimilarities(const double* sampled, int count) {
+    std::vector<double> similarities;
+    for (int i = 0; i < count; ++i) {
+        for (int j = 0; j < count; ++j) {
+            double sum = 0.0;
+            for (int r = 0; r < kRows; ++r)
+                sum += sampled[at(r, i, count)] * sampled[at(r, j, count)];
+            similarities.push_back(std::log10(sum));
+        }
+    }
+    return similarities;
+}
+
+SimilarityBin fullestBin(const std::vector<double>& similarities) {
+    double low = similarities[0];
+    double high = similarities[0];
+    for (const double value : similarities) {
+        if (value > high)
+            high = value;
+        else if (value < low)
+            low = value;
+    }
+    const int bins = static_cast<int>(std::floor((high - low) / 0.004)) + 1;
+    const double binWidth = (high - low) / bins;
+    int best = 0;
+    int largest = 0;
+    for (int b = 0; b < bins; ++b) {
+        const double left = low + b * binWidth;
+        const double right = low + b * binWidth + binWidth;
+        int count = 0;
+        for (const double value : similarities)
+            count += left <= value && value <= right ? 1 : 0;
+        if (count > largest) {
+            largest = count;
+            best = b;
+        }
+    }
+    const double left = low + best * binWidth;
+    return {left, left + binWidth};
+}
+
+std::vector<int> findHomogeneousColumns(const double* sampled, int count) {
+    std::vector<bool> valid;
+    for (int k = 0; k < count; ++k) {
+        int darkest = 0;
+        for (int r = 1; r < kRows; ++r) {
+            if (sampled[at(r, k, count)] < sampled[at(darkest, k, count)])
+                darkest = r;
+        }
+        valid.push_back(darkest == kReferenceRow);
+    }
+    const std::vector<double> similarities = columnSimilarities(sampled, count);
+    const SimilarityBin bin = fullestBin(similarities);
+    const auto resembling = [&](int i) {
+        std::vector<int> columns;
+        for (int j = 0; j < count; ++j) {
+            const double value = similarities[at(i, j, count)];
+            if (bin.low < value && value <= bin.high && valid[static_cast<std::size_t>(j)])
+                columns.push_back(j);
+        }
+        return columns;
+    };
+    std::vector<int> homogeneous = resembling(0);
+    for (int i = 1; i < count; ++i) {
+        const std::vector<int> columns = resembling(i);
+        if (columns.size() > homogeneous.size())
+            homogeneous = columns;
+    }
+    return homogeneous;
+}
+
+int countRowsToCompensate(const double* ratio) {
+    constexpr int kCandidates = 23;
+    double sum = 0.0;
+    for (int r = 26; r <= 34; ++r)
+        sum += ratio[r];
+    const double ref = (sum / 9.0 - ratio[kTriggerRow]) / 5.0;
+    double cost[kCandidates];
+    int firstFailing = kCandidates;
+    for (int j = 0; j < kCandidates; ++j) {
+        const int k = 23 - j;
+        const int d = j + 2;
+        const double slope = (ratio[kTriggerRow] - ratio[k]) / d;
+        const double step = ratio[k] - ratio[k - 1];
+        cost[j] = std::fabs(slope - step) + std::fabs(ref - slope);
+        for (int m = 1; m <= d - 1; ++m) {
+            if (ratio[k + m] > ((d - m) * ratio[k] + m * ratio[kTriggerRow]) / d) {
+                cost[j] = 1e10;
+                firstFailing = std::min(firstFailing, j);
+                break;
+            }
+        }
+    }
+    if (firstFailing == 0)
+        return 0;
+    return 1 + static_cast<int>(std::min_element(cost, cost + firstFailing) - cost);
+}
+
+namespace {
+
+// The band as calcStripeRatio sees it.
+struct BandView {
+    const WORD* pixels;
+    const std::vector<double>& normalised;
+    int width;
+    std::uint32_t maxGrayValue;
+};
+
+bool isUsable(const BandView& band, int column, int lowest) {
+    const WORD ceiling = truncateToWord(static_cast<float>(band.maxGrayValue) * 0.8f);
+    for (int r = 0; r < kRows; ++r) {
+        const WORD pixel = band.pixels[at(r, column, band.width)];
+        if (pixel < lowest || pixel > ceiling)
+            return false;
+    }
+    return true;
+}
+
+// The mean of the usable columns; false, with the ratio as it was, when there are none.
+bool meanOfUsableColumns(double* ratio, const BandView& band, int lowest) {
+    std::vector<double> sums(kRows, 0.0);
+    int count = 0;
+    for (int c = 0; c < band.width; ++c) {
+        if (!isUsable(band, c, lowest))
+            continue;
+        ++count;
+        for (int r = 0; r < kRows; ++r)
+            sums[static_cast<std::size_t>(r)] += band.normalised[at(r, c, band.width)];
+    }
+    if (count == 0)
+        return false;
+    for (int r = 0; r < kRows; ++r)
+        ratio[r] = sums[static_cast<std::size_t>(r)] / count;
+    return true;
+}
+
+// The number of rows that fall towards row 24 in the smoothed ratio, or -1.
+int stripeWidth(const double* unsmoothed) {
+    std::vector<double> ratio(unsmoothed, unsmoothed + kRows);
+    for (std::size_t i = 1; i <= 23; ++i)
+        ratio[i] = (unsmoothed[i - 1] + unsmoothed[i] + unsmoothed[i + 1]) / 3.0;
+    double differences[kRows - 1];
+    for (std::size_t i = 0; i <= 33; ++i)
+        differences[i] = ratio[i + 1] - ratio[i];
+    double base = 0.0;
+    for (int i = 25; i <= 33; ++i)
+        base += differences[i];
+    base /= 9.0;
+    for (double& difference : differences)
+        difference -= base;
+    const double t1 = differences[24] / -40.0;
+    if (differences[22] >= t1 || differences[23] >= t1)
+        return -1;
+    const double t2 = differences[24] / -100.0;
+    int rows = 0;
+    for (int i = 23; i >= 0 && differences[i] < t2; --i)
+        ++rows;
+    return rows == 0 ? 1 : rows;
+}
+
+int ratioOfHomogeneousColumns(double* ratio, const BandView& band, const std::vector<double>& sampled,
+                              const std::vector<int>& homogeneous, LogTexts* log) {
+    const int count = static_cast<int>(sampled.size()) / kRows;
+    const int columns = static_cast<int>(homogeneous.size());
+    for (int r = 0; r < kRows; ++r) {
+        double sum = 0.0;
+        for (const int k : homogeneous)
+            sum += sampled[at(r, k, count)];
+        ratio[r] = sum / columns;
+    }
+    int rows = stripeWidth(ratio);
+    if (rows < 0) {
+        info(log, "Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low (almost in the "
+                  "noise level), or the band is too wide (e.g., >15 rows).");
+        return -1;
+    }
+    info(log, "Method 1 finds " + std::to_string(columns) + " homogeneous columns, and " + std::to_string(rows) +
+                  " rows to compensate");
+    if (ratio[kTriggerRow] > 1.1)
+        return rows;
+    if (!meanOfUsableColumns(ratio, band, 1000)) {
+        info(log, "No valid columns found. Poor compensation performance is expected.");
+        return rows;
+    }
+    info(log, "Ratio updated.");
+    rows = countRowsToCompensate(ratio);
+    info(log, "Re-evaluate the number of rows to compensate -- " + std::to_string(rows) + " rows.");
+    return rows;
+}
+
+int ratioOfUsableColumns(double* ratio, const BandView& band, LogTexts* log) {
+    if (!meanOfUsableColumns(ratio, band, 500)) {
+        info(log, "Method 2 is unable to proceed since no valid columns could be found.");
+        return -1;
+    }
+    const int rows = countRowsToCompensate(ratio);
+    info(log, "Method 2 finds " + std::to_string(rows) + " rows to compensate");
+    return rows;
+}
+
+}  // namespace
+
+int calcStripeRatio(double* ratio, const WORD* band, int width, std::uint32_t maxGrayValue, LogTexts* log) {
+    const std::vector<double> normalised = normalisedBand(band, width);
+    const std::vector<double> sampled = sampledBand(normalised, width);
+    const std::vector<int> homogeneous =
+        findHomogeneousColumns(sampled.data(), static_cast<int>(sampled.size()) / kRows);
+    const BandView view{band, normalised, width, maxGrayValue};
+    return homogeneous.size() >= 20 ? ratioOfHomogeneousColumns(ratio, view, sampled, homogeneous, log)
+                                    : ratioOfUsableColumns(ratio, view, log);
+}
+
+void removeGenericStripe(WORD* destination, const WORD* source, int width, const double* ratio, int rows,
+                         std::uint32_t maxGrayValue, LogTexts* log) {
+    info(log, "<removeGenericStripe> begins");
+    if (rows > 24) {
+        info(log, "Warning: reduce the number of rows to correct from " + std::to_string(rows) +
+                      " to 24 to pass the range check");
+        rows = 24;
+    }
+    const int start = kTriggerRow - rows;
+    std::vector<double> gain;
+    for (int i = 0; i < rows; ++i) {
+        const float t = static_cast<float>(i + 1) / static_cast<float>(rows + 1);
+        gain.push_back(((1 - t) * ratio[start - 1] + t * ratio[kTriggerRow]) / ratio[start + i]);
+        info(log, "gain[" + std::to_string(i) + "] = " + std::to_string(gain.back()));
+    }
+    for (int b = start; b <= 24; ++b) {
+        for (int c = 0; c < width; ++c) {
+            const int signal = source[at(b, c, width)] - 208;
+            const double v = signal * gain[static_cast<std::size_t>(b - start)] + 208 + 0.5;
+            WORD& pixel = destination[at(b, c, width)];
+            if (v >= maxGrayValue)
+                pixel = static_cast<WORD>(maxGrayValue);
+            else if (v <= 0)
+                pixel = 0;
+            else
+                pixel = truncateToWord(v);
+        }
+    }
+    info(log, "<removeGenericStripe> terminates");
+}
+
+namespace {
+
+const char* const kBandOutside = "unable to proceed since the band lays outside the detected window frame, or it is "
+                                 "too close to the upper or lower side of the detected window.";
+
+}  // namespace
+
+int correctAedStripeClinic(WORD* image, const WORD* reference, int width, int referenceWidth, int height,
+                           int triggerLine, std::uint32_t maxGrayValue, LogTexts* log) {
+    info(log, "<correctAedStripe> begins");
+    const std::vector<WORD> copy(image, image + at(height, 0, width));
+    if (triggerLine <= 25 || height - triggerLine < 10) {
+        info(log, kBandOutside);
+        info(log, "<correctAedStripe> terminates");
+        return 0;
+    }
+    double ratio[kRows];
+    const int rows =
+        calcStripeRatio(ratio, reference + at(triggerLine - 25, 0, referenceWidth), referenceWidth, maxGrayValue, log);
+    if (rows < 0) {
+        error(log, "<calcStripeRatio> terminates. Fail to find a band");
+        error(log, "Error occur in StripeSuppression,line 602");
+        return -1;
+    }
+    const std::size_t band = at(triggerLine - 25, 0, width);
+    removeGenericStripe(image + band, copy.data() + band, width, ratio, rows, maxGrayValue, log);
+    return 0;
+}
+
+int segmentMedian(const WORD* row, int width) {
+    const int first = width / 2 - 500 - 1;
+    std::vector<int> histogram(65536, 0);
+    for (int c = first; c < first + 301; ++c)
+        ++histogram[row[c]];
+    int value = 0;
+    for (int count = histogram[0]; count < 150; count += histogram[static_cast<std::size_t>(value)])
+        ++value;
+    return value;
+}
+
+StripeLine lineBelowTrigger(const WORD* image, int width, int height, int triggerLine) {
+    std::vector<double> weights;
+    for (int k = 0; k < 40; ++k)
+        weights.push_back((k - 19.5) / 5330);
+    for (int k = 0; k < 40; ++k)
+        weights.push_back(0.025 - 20.5 * (k - 19.5) / 5330);
+    StripeLine line{0.0f, 0.0f};
+    for (int k = 0; k < 40; ++k) {
+        const int row = std::min(triggerLine + 1 + k, height - 1);
+        const int level = segmentMedian(image + at(row, 0, width), width);
+        line.slope = static_cast<float>(line.slope + weights[static_cast<std::size_t>(k)] * level);
+        line.intercept = static_cast<float>(line.intercept + weights[static_cast<std::size_t>(40 + k)] * level);
+    }
+    return line;
+}
+
+namespace {
+
+void shiftRow(WORD* row, int width, float offset) {
+    for (int c = 0; c < width; ++c) {
+        const float v = static_cast<float>(row[c]) + offset;
+        if (v < 0.0f)
+            row[c] = 0;
+        else if (v >= 65535.0f)
+            row[c] = 65535;
+        else
+            row[c] = truncateToWord(v);
+    }
+}
+
+}  // namespace
+
+int correctAedStripe(WORD* image, int width, int height, int triggerLine, LogTexts* log) {
+    info(log, "New AED Stripe Correction Method");
+    if (triggerLine < 5 || height - triggerLine < 40) {
+        info(log, kBandOutside);
+        return 0;
+    }
+    if (width < 1002)
+        return 1020;
+    const int n = std::min(triggerLine, 15);
+    const auto [s, i] = lineBelowTrigger(image, width, height, triggerLine);
+    info(log, "s = " + std::to_string(s) + ", i = " + std::to_string(i));
+    const int top = triggerLine - n;
+    const auto level = [&](int row) { return segmentMedian(image + at(row, 0, width), width); };
+    const float d0 = static_cast<float>(1 - n) * s + i - static_cast<float>(level(top));
+    for (int row = 0; row < top; ++row)
+        shiftRow(image + at(row, 0, width), width, d0);
+    for (int j = 0; j < n; ++j) {
+        const int x = 1 - n + j;
+        const int median = level(top + j);
+        const float d = static_cast<float>(x) * s + i - static_cast<float>(median);
+        shiftRow(image + at(top + j, 0, width), width, d);
+        info(log, "Correcting AED stripe,current row = " + std::to_string(top + j + 6) +
+                      ", median = " + std::to_string(median) + ", delt = " + std::to_string(d));
+    }
+    return 0;
+}
+
+}  // namespace qx::plain

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "correction/afe/AfeBlocks.h"
+#include "correction/afe/AfeEdges.h"
+#include "foundation/FloatRows.h"
+#include "foundation/Scratch.h"
+
+#include <span>
+
+namespace qx {
+
+// Whether the steps between the blocks can be measured.
+inline bool measurable(const AfeBlocks& blocks) noexcept {
+    return blocks.afeWidth >= kMinEdgeBlock && blocks.afeWidth <= blocks.width;
+}
+
+// The detector's AFE width; 32 when it does not tell.
+int detectorAfeWidth() noexcept;
+
+// Ratios at the boundaries of a row: of neighbouring columns, away from the reference block.
+void neighbourRatios(const float* row, const AfeBlocks& blocks, float* ratios) noexcept;
+
+// Gains from the median ratios of the boundaries.
+void gainsOf(const float* medianRatios, const AfeBlocks& blocks, float* gains) noexcept;
+
+// One factor a column: its block's gain, or 1 where there is none.
+void spreadGains(const AfeBlocks& blocks, std::span<const float> gains, float* columnGains) noexcept;
+
+// Multiplies a row's pixels outside the reference block by their columns' gains, saturated ones excepted.
+void scaleRow(float* row, const AfeBlocks& blocks, const float* columnGains) noexcept;
+
+// Measures the gain steps between the AFE blocks of an image from its rows. The blocks must be measurable.
+class AfeMeasurement {
+public:
+    AfeMeasurement(const AfeBlocks& blocks, int height) noexcept;
+
+    explicit operator bool() const noexcept { return ratios_ && edges_ && columns_ && medians_ && gains_; }
+
+    // Logs which buffer is missing.
+    void logMissingBuffer() const noexcept;
+
+    // Reads the rows from top to bottom. Returns 0, or 1035 when memory is short. Logs the search for bad edges.
+    int measure(FloatRows& rows) noexcept;
+
+    const AfeBlocks& blocks() const noexcept { return blocks_; }
+
+    // Replacements of bad edge columns, which the measurement took into account.
+    std::span<const ColumnReplacement> replacements() noexcept { return edges_.replacements(); }
+
+    // One factor a column.
+    const float* columnGains() noexcept { return columns_.data(); }
+
+private:
+    void findEdges(FloatRows& rows) noexcept;
+    void useReplacements(const FloatRows& rows) noexcept;
+
+    AfeBlocks blocks_;
+    int height_;
+    Scratch<float> ratios_;
+    AfeEdges edges_;
+    Scratch<float> columns_;  // sums, then means, then gains
+    Scratch<float> medians_;
+    Scratch<float> gains_;
+};
+
+}  // namespace qx

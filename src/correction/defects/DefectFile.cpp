@@ -1,0 +1,150 @@
+#include "QxUtils/Correction.h"
+
+#include "QxUtils/Files.h"
+#include "QxUtils/StatusCode.h"
+#include "correction/defects/DefectSections.h"
+#include "files/FileBytes.h"
+#include "files/RawImageReader.h"
+#include "foundation/Diagnostics.h"
+#include "foundation/JoinedPath.h"
+
+#include <QxCodec.h>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+constexpr std::size_t kSizeOffset = 12;
+constexpr std::size_t kSectionOffset = 40;
+constexpr std::size_t kWords2Offset = 8248;
+constexpr std::size_t kWords8Offset = 8340;
+
+std::uint32_t bigEndian(const char* field) {
+    std::uint32_t value = 0;
+    reverseCopy(&value, field, sizeof value);
+    return value;
+}
+
+FileHeadInfo headInfoOf(const char* header) {
+    FileHeadInfo info{};
+    info.imageWidth = bigEndian(header + kSizeOffset);
+    info.imageHeight = bigEndian(header + kSizeOffset + 4);
+    std::memcpy(info.words2, header + kWords2Offset, sizeof info.words2);
+    std::memcpy(info.words8, header + kWords8Offset, sizeof info.words8);
+    std::uint32_t* const sections[] = {&info.pointCount,  &info.pointOffset,  &info.rowCount,     &info.rowOffset,
+                                       &info.columnCount, &info.columnOffset, &info.clusterCount, &info.clusterOffset};
+    const char* field = header + kSectionOffset;
+    for (std::uint32_t* const section : sections) {
+        *section = bigEndian(field);
+        field += sizeof *section;
+    }
+    return info;
+}
+
+// Kept: the names are told apart to the letter.
+bool isStructured(std::string_view name) {
+    return name == "NormalStructurizedDefect.cal" || name == "FactoryStructurizedDefect.cal";
+}
+
+template <class... Lists>
+void emptyAll(Lists&... lists) {
+    (lists.clear(), ...);
+}
+
+int readLists(const char* dir, const char* name, VectorDefect* classic, DefectInfo* structured) {
+    long size = 0;
+    getImageSize(dir, name, size);
+    FileHeadInfo info{};
+    int status = getDefectHeadInfo(dir, name, &info);
+    if (status != StatusOk)
+        return status;
+    const qx::File file = qx::openFile(qx::JoinedPath(dir, name).c_str(), qx::OpenMode::ReadBinary);
+    if (!file) {
+        qx::printDebug("Error opening file.\n");
+        return StatusFileOpenFailed;
+    }
+    qx::FileBytes content;
+    status = content.load(file.get());
+    if (status != StatusOk)
+        return status;
+    try {
+        const qx::DefectSections sections(content.span(), info);
+        return structured != nullptr ? sections.readStructured(*structured) : sections.readClassic(*classic);
+    } catch (const std::bad_alloc&) {
+        return StatusAllocationFailed;
+    }
+}
+
+}  // namespace
+
+int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info) {
+    if (dir == nullptr || name == nullptr || info == nullptr)
+        return StatusNullArgument;
+    const qx::File file = qx::openJoined(dir, name, qx::OpenMode::ReadBinary, "Error opening file.\n");
+    if (!file)
+        return StatusFileOpenFailed;
+    std::array<char, kImageHeaderBytes> header;
+    if (std::fread(header.data(), 1, header.size(), file.get()) != header.size())
+        return StatusFileReadFailed;
+    *info = headInfoOf(header.data());
+    return StatusOk;
+}
+
+int getDefectIndexFromDefectFile(const char* dir, const char* name, VectorDefect* classic, DefectInfo* structured) {
+    if (dir == nullptr || name == nullptr)
+        return StatusNullArgument;
+    if (classic != nullptr)
+        emptyAll(classic->points, classic->clusters, classic->rows, classic->columns);
+    if (structured != nullptr)
+        emptyAll(structured->points, structured->clusters, structured->rows, structured->columns);
+    if (isStructured(name))
+        return structured == nullptr ? int{StatusNullArgument} : readLists(dir, name, nullptr, structured);
+    return classic == nullptr ? int{StatusNullArgument} : readLists(dir, name, classic, nullptr);
+}
+
+void getRealCoordinate(VectorDefect* source, VectorDefect destination, int sourceWidth, int, int, int,
+                       int destinationWidth) {
+    if (source == nullptr || sourceWidth == 0)
+        return;
+    emptyAll(destination.points, destination.rows, destination.columns);
+    const auto binned = [=](std::int64_t index) {
+        return static_cast<int>(index / sourceWidth / 2 * destinationWidth + index % sourceWidth / 2);
+    };
+    for (const int index : source->points)
+        destination.points.push_back(binned(index));
+    // Kept: a separator becomes pixel 0.
+    for (const int index : source->clusters)
+        destination.clusters.push_back(binned(index));
+    // Kept: the list grows while it is walked, until memory ends.
+    for (std::size_t i = 0; i < source->rows.size(); ++i)
+        source->rows.push_back(source->rows[i] / 2);
+    // Kept: the emptied list is walked by the length of the other one.
+    if (!source->columns.empty())
+        throw std::out_of_range("invalid vector<T> subscript");
+}
+
+void operateSubImage(float* first, const float* second, int width, int height, int xPhase, int yPhase, int extract) {
+    if (first == nullptr || second == nullptr)
+        return;
+    const auto isPhase = [](int phase) { return phase == 0 || phase == 1; };
+    if (width < 1 || height < 1 || !isPhase(xPhase) || !isPhase(yPhase))
+        return;
+    // Kept: in phase 0 an odd side loses its last pixel.
+    const int xEnd = width - 1 + xPhase;
+    const int yEnd = height - 1 + yPhase;
+    std::ptrdiff_t k = 0;
+    for (int y = yPhase; y < yEnd; y += 2) {
+        for (int x = xPhase; x < xEnd; x += 2, ++k) {
+            const std::ptrdiff_t pixel = static_cast<std::ptrdiff_t>(y) * width + x;
+            if (extract != 0)
+                first[k] = second[pixel];
+            else
+                first[pixel] = second[k];
+        }
+    }
+}

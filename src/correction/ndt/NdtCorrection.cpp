@@ -1,0 +1,267 @@
+#include "correction/ndt/NdtCorrection.h"
+
+#include "QxUtils/Correction.h"
+#include "QxUtils/Files.h"
+#include "QxUtils/Foundation.h"
+#include "QxUtils/StatusCode.h"
+#include "foundation/CheckedNumbers.h"
+#include "foundation/JoinedPath.h"
+#include "kernels/FrameKernels.h"
+#include "platform/FileSystem.h"
+
+#include <QxCorrection.h>
+#include <QxSysMgt.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <new>
+#include <vector>
+
+namespace qx {
+namespace {
+
+constexpr int kClassicDefects = 0;
+constexpr int kStructuredDefects = 1;
+
+// Where an operation lies in the code, as the error lines tell it.
+constexpr int kDarkBufferErrorLine = 627;
+constexpr int kGainBufferErrorLine = 652;
+constexpr int kGainReadErrorLine = 676;
+constexpr int kResultBufferErrorLine = 729;
+
+// Kinds of files that the detector delivers.
+constexpr int kOffsetFile = 0;
+constexpr int kGainFile = 1;
+
+void logCorrection(LogInfoType severity, const char* text) noexcept {
+    WriteLogFile(LogModuleCorr, severity, text, kLogNoValue);
+}
+
+void logGainRead(const NdtFileName& name, const char* outcome) noexcept {
+    std::array<char, 192> text;
+    std::snprintf(text.data(), text.size(), "Read gain image \"%s\"%s", name.c_str(), outcome);
+    logCorrection(LogError, text.data());
+}
+
+void logError(const char* text, int value, int line) noexcept {
+    WriteLogFile(LogModuleUtils, LogError, text, value);
+    WriteErrorLine(LogModuleUtils, line, "Utilities");
+}
+
+bool exists(const char* directory, const NdtFileName& name) noexcept {
+    return pathExists(JoinedPath(directory, name.c_str()).c_str());
+}
+
+bool download(int kind, const NdtFileName& name) noexcept {
+    constexpr int kOption = 1;
+    return transferFile(kind, name.c_str(), kOption) == 0;
+}
+
+// 0, or 1077 when the detector does not deliver the missing file.
+int provideGainFile(const NdtFileName& name) noexcept {
+    if (exists(getGainImgDir(), name))
+        return StatusOk;
+    logCorrection(LogError, "Download gain file from detector");
+    return download(kGainFile, name) ? StatusOk : StatusCalibrationMissing;
+}
+
+// The lists of a structured record for an image of this size. Pixels outside it belong to no list.
+VectorDefect listsOf(const DefectInfo& record, int width, int height) {
+    const auto addPixel = [=](const DefectEntry& entry, std::vector<int>& list) {
+        if (entry.x1 >= 0 && entry.x1 < width && entry.y1 >= 0 && entry.y1 < height)
+            list.push_back(entry.y1 * width + entry.x1);
+    };
+    VectorDefect lists;
+    for (const DefectEntry& point : record.points)
+        addPixel(point, lists.points);
+    for (const ClusterGroup& cluster : record.clusters) {
+        if (!lists.clusters.empty())
+            lists.clusters.push_back(-1);
+        for (const DefectEntry& entry : cluster.entries)
+            addPixel(entry, lists.clusters);
+    }
+    for (const LineGroup& group : record.rows)
+        for (const DefectEntry& entry : group.entries)
+            lists.rows.push_back(entry.y1);
+    for (const LineGroup& group : record.columns)
+        for (const DefectEntry& entry : group.entries)
+            lists.columns.push_back(entry.x1);
+    return lists;
+}
+
+int correctByLists(float* results, int width, int height, VectorDefect& lists) {
+    const int status = correctImgDefectMap(results, width, height, &lists, 0);
+    if (status == StatusOk)
+        logCorrection(LogInfo, "Correct defects successfully.");
+    return status;
+}
+
+int correctByClassicList(float* results, int width, int height) {
+    VectorDefect lists;
+    const int status = getDefectIndexFromDefectFile(getDefectImgDir(), "NormalDefectInfo.cal", &lists, nullptr);
+    return status == StatusOk ? correctByLists(results, width, height, lists) : status;
+}
+
+int correctByStructuredRecord(float* results, int width, int height) {
+    logCorrection(LogInfo, "new defect method.");
+    DefectInfo record;
+    int status = getDefectIndexFromDefectFile(getDefectImgDir(), "NormalStructurizedDefect.cal", nullptr, &record);
+    if (status != StatusOk)
+        return status;
+    logCorrection(LogInfo, "Load defect information successfully.");
+    VectorDefect lists = listsOf(record, width, height);
+    VectorDefect outSetA;
+    VectorDefect outSetB;
+    status = loadDefectFromNoiseAndMultImgs(width, height, &lists, &outSetA, &outSetB);
+    if (status != StatusOk)
+        return status;
+    logCorrection(LogInfo, "whatever successfully.");
+    return correctByLists(results, width, height, outSetA);
+}
+
+}  // namespace
+
+int NdtCorrection::run() noexcept {
+    int status = provideDark();
+    if (status != StatusOk)
+        return status;
+    isFixedGain_ = getConfigInfo()->fixedLinearGainEnabled != 0;
+    status = isFixedGain_ ? provideFixedGain() : provideNdtGain();
+    if (status != StatusOk)
+        return status;
+    const int method = getConfigInfo()->defectCorrectionMethod;
+    if (method == kClassicDefects || method == kStructuredDefects)
+        status = correctWithDefects(method);
+    else
+        correctInPlace();
+    return status == StatusOk ? dump() : status;
+}
+
+int NdtCorrection::provideDark() noexcept {
+    if (dark_ != nullptr)
+        return StatusOk;
+    if (getNDTFrameNum() == 1) {
+        WriteLogFile(LogModuleUtils, LogError, "The input dark image is null.", 0);
+        return StatusWrongParameter;
+    }
+    return storesNdtDark() ? loadDark() : int{StatusNullArgument};
+}
+
+int NdtCorrection::loadDark() noexcept {
+    constexpr char kFailed[] = "Load offset image of NDT mode fail!";
+    const NdtFileName name = NdtFileName::dark();
+    long size = 0;
+    int status = getImageSize(getOfstImgDir(), name.c_str(), size);
+    if (status != StatusOk) {
+        logCorrection(LogError, JoinedPath(getOfstImgDir(), name.c_str()).c_str());
+        if (!exists(getOfstImgDir(), name)) {
+            logCorrection(LogError, "Download offset file from detector");
+            if (!download(kOffsetFile, name))
+                return StatusCalibrationMissing;
+        }
+        // Kept: what was downloaded serves the next call.
+        logCorrection(LogInfo, kFailed);
+        return status;
+    }
+    storedDark_.emplace(static_cast<std::int64_t>(count_ * sizeof *image_));
+    if (!*storedDark_) {
+        logError("allocate image buffer error", StatusAllocationFailed, kDarkBufferErrorLine);
+        return StatusAllocationFailed;
+    }
+    status = storedDark_->read(getOfstImgDir(), name);
+    if (status != StatusOk) {
+        logCorrection(LogInfo, kFailed);
+        return status;
+    }
+    logCorrection(LogInfo, "Load offset calibration file for NDT mode successfully.");
+    dark_ = storedDark_->pixels<const std::uint32_t>();
+    return StatusOk;
+}
+
+int NdtCorrection::provideFixedGain() noexcept {
+    const NdtFileName name = NdtFileName::fixedGain();
+    int status = provideGainFile(name);
+    if (status != StatusOk)
+        return status;
+    gain_.emplace(static_cast<std::int64_t>(count_ * sizeof(float)));
+    if (!*gain_) {
+        logCorrection(LogError, "Allocate buffer for gain image failed!");
+        return StatusAllocationFailed;
+    }
+    status = gain_->read(getGainImgDir(), name);
+    // Kept: success is an error line too.
+    logGainRead(name, status == StatusOk ? " from disk succeeded!" : " failed...");
+    return status;
+}
+
+int NdtCorrection::provideNdtGain() noexcept {
+    gain_.emplace(static_cast<std::int64_t>(count_ * sizeof(std::uint16_t)));
+    if (!*gain_) {
+        logError("allocate image buffer error", StatusAllocationFailed, kGainBufferErrorLine);
+        return StatusAllocationFailed;
+    }
+    const NdtFileName name = NdtFileName::gain();
+    logCorrection(LogError, JoinedPath(getGainImgDir(), name.c_str()).c_str());
+    int status = provideGainFile(name);
+    if (status != StatusOk)
+        return status;
+    status = gain_->read(getGainImgDir(), name);
+    if (status != StatusOk) {
+        logError("<readImageFromDisk> errors out with a return value ", status, kGainReadErrorLine);
+        return status;
+    }
+    logCorrection(LogInfo, "Load gain calibration file for NDT mode successfully.");
+    return StatusOk;
+}
+
+NdtGain NdtCorrection::gain() noexcept {
+    if (isFixedGain_)
+        return {gain_->pixels<const float>(), nullptr};
+    return {nullptr, gain_->pixels<const std::uint16_t>()};
+}
+
+void NdtCorrection::correctInPlace() noexcept {
+    correctOffsetAndGain(image_, dark_, gain(), count_);
+    logCorrection(LogInfo, "Do offset and gain correction successfully.");
+}
+
+int NdtCorrection::correctWithDefects(int method) noexcept {
+    Scratch<float> results(count_);
+    if (!results) {
+        logError("allocate image buffer error", kLogNoValue, kResultBufferErrorLine);
+        return StatusAllocationFailed;
+    }
+    correctOffsetAndGain(image_, dark_, gain(), 0, count_, results.data());
+    logCorrection(LogInfo, "Do offset and gain correction successfully.");
+    const int status = correctDefects(method, results.data());
+    if (status == StatusOk)
+        frameKernels().truncated(results.data(), count_, image_);
+    return status;
+}
+
+int NdtCorrection::correctDefects(int method, float* results) noexcept {
+    ModeInfo mode{};
+    const int status = getModeInfo(&mode);
+    if (status != StatusOk)
+        return status;
+    int pixels = 0;
+    if (!pixelCount(mode.width, mode.height, pixels) || static_cast<std::size_t>(pixels) > count_)
+        return StatusWrongParameter;
+    try {
+        return method == kClassicDefects ? correctByClassicList(results, mode.width, mode.height)
+                                         : correctByStructuredRecord(results, mode.width, mode.height);
+    } catch (const std::bad_alloc&) {
+        return StatusAllocationFailed;
+    }
+}
+
+int NdtCorrection::dump() noexcept {
+    const int level = getConfigInfo()->correctedImageDumpLevel;
+    if (level != 1 && level != 2)
+        return StatusOk;
+    return writeImageToDisk(getTempImgDir(), "Corrected.raw", reinterpret_cast<const char*>(image_),
+                            static_cast<int>(count_ * sizeof *image_));
+}
+
+}  // namespace qx

@@ -1,0 +1,97 @@
+#include "QxUtils/Numerics.h"
+
+#include "QxUtils/StatusCode.h"
+#include "foundation/CacheLine.h"
+#include "foundation/Panels.h"
+#include "kernels/WindowKernels.h"
+#include "numerics/statistics/PixelHistogram.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+using qx::kCacheLineBytes;
+
+// Rows above and below in the windows of filterImg.
+constexpr int kColumnHalf = 2;
+constexpr int kFilteredColumns = 4096;
+
+// Columns before the first one that starts a cache line in every row.
+int columnsBeforeLine(const WORD* image, int width) noexcept {
+    constexpr int kLinePixels = kCacheLineBytes / sizeof(WORD);
+    return width % kLinePixels == 0 ? static_cast<int>(qx::valuesBeforeLine(image)) : 0;
+}
+
+void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) noexcept {
+    struct alignas(kCacheLineBytes) Row : std::array<WORD, kFilteredColumns> {};
+    std::array<Row, kColumnHalf> rows;
+    const std::array<WORD*, kColumnHalf> above = {rows[0].data(), rows[1].data()};
+    for (int y = 0; y < kColumnHalf; ++y)
+        std::copy_n(image + y * stride, columns, above[y]);
+    const qx::WindowKernels& kernels = qx::windowKernels();
+    // Kept: the first and the last two rows stay.
+    const int end = height - kColumnHalf;
+    WORD* row = image + kColumnHalf * stride;
+    for (int y = kColumnHalf; y + 1 < end; y += 2, row += 2 * stride)
+        kernels.mediansOfFive(row, stride, columns, above.data(), row + 3 * stride, row + stride);
+    if ((end - kColumnHalf) % 2 == 0)
+        return;
+    // The last row has no partner: the medians of the row that stays go nowhere.
+    Row unused;
+    kernels.mediansOfFive(row, stride, columns, above.data(), row + 2 * stride, unused.data());
+}
+
+// Values of pixels by the share of pixels that are at most as bright.
+// Kept: the darkest value does not become 0.
+void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
+    double atMost = 0.0;
+    for (int value = 0; value < qx::kPixelValues; ++value) {
+        if (counts[value] == 0)
+            continue;
+        atMost += counts[value];
+        levels[value] = static_cast<WORD>(atMost / n * 65535.0);
+    }
+}
+
+// Four pixels at a time: a store each would take longer than the levels' look-up.
+void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexcept {
+    constexpr std::size_t kAtOnce = 4;
+    std::size_t i = 0;
+    const auto level = [=](std::size_t index) { return static_cast<std::uint64_t>(levels[pixels[index]]); };
+#pragma GCC unroll 2
+    for (; i + kAtOnce <= count; i += kAtOnce) {
+        const std::uint64_t four = level(i) | level(i + 1) << 16 | level(i + 2) << 32 | level(i + 3) << 48;
+        std::memcpy(pixels + i, &four, sizeof four);
+    }
+    for (; i < count; ++i)
+        pixels[i] = levels[pixels[i]];
+}
+
+}  // namespace
+
+int filterImg(WORD* image, int width, int height) {
+    if (image == nullptr)
+        return StatusNullArgument;
+    if (width < 1 || height <= 2 * kColumnHalf)
+        return StatusOk;
+    const auto filter = [=](int first, int columns) { filterPanel(image + first, width, columns, height); };
+    const int before = columnsBeforeLine(image, width);
+    if (before > 0)
+        filter(0, before);
+    qx::forPanels(width - before, kFilteredColumns, [=](int first, int columns) { filter(before + first, columns); });
+    return StatusOk;
+}
+
+void hisEqualization(WORD* pixels, int n) {
+    if (pixels == nullptr || n < 1)
+        return;
+    std::array<std::uint32_t, qx::kPixelValues> counts{};
+    std::array<WORD, qx::kPixelValues> levels;
+    qx::countPixels(pixels, static_cast<std::size_t>(n), counts.data());
+    fillLevels(counts.data(), n, levels.data());
+    replaceByLevels(pixels, static_cast<std::size_t>(n), levels.data());
+}

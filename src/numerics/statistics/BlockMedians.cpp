@@ -1,0 +1,42 @@
+#include "numerics/statistics/BlockMedians.h"
+
+#include "QxUtils/Numerics.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qx {
+namespace {
+
+constexpr int kBlockValues = kBlockSide * kBlockSide;
+
+// The method's own steps, for blocks in which the order of the values does not decide alone.
+float steppedMedian(const float* block, std::ptrdiff_t stride) noexcept {
+    std::array<float, kBlockValues> values;
+    for (int row = 0; row < kBlockSide; ++row)
+        std::copy_n(block + row * stride, kBlockSide, values.begin() + row * kBlockSide);
+    return getFloatMedianByQuickMethod(values.data(), kBlockValues);
+}
+
+}  // namespace
+
+void blockMedians(const float* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept {
+    const RankKernels& kernels = rankKernels();
+    for (int b = 0; b < blocks; ++b) {
+        const float* const block = rows + static_cast<std::ptrdiff_t>(b) * kBlockSide;
+        if (!kernels.blockRank(block, stride, kBlockValues / 2, medians + b))
+            medians[b] = steppedMedian(block, stride);
+    }
+}
+
+void gridBlockMedians(const WORD* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept {
+    constexpr int kPixels = kGridBlockSide * kGridBlockSide;
+    for (int b = 0; b < blocks; ++b)
+        medians[b] = static_cast<float>(rankKernels().pixelBlockRank(rows + b * kGridBlockSide, stride, kPixels / 2));
+}
+
+WORD upperMiddle(const WORD* pixels, std::size_t count) noexcept {
+    return rankKernels().pixelRank(pixels, count, count / 2);
+}
+
+}  // namespace qx

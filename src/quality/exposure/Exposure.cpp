@@ -1,0 +1,17 @@
+#include "quality/exposure/Exposure.h"
+
+#include "numerics/statistics/BlockMedians.h"
+
+#include <array>
+
+namespace qx {
+
+WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexcept {
+    std::array<WORD, static_cast<std::size_t>(kBlockSide) * kBlockSide> pixels;
+    for (int i = 0; i < kBlockSide; ++i)
+        exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide,
+                             pixels.data() + i * kBlockSide);
+    return upperMiddle(pixels.data(), pixels.size());
+}
+
+}  // namespace qx

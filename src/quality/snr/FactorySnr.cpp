@@ -1,0 +1,189 @@
+#include "quality/snr/FactorySnr.h"
+
+#include "QxUtils/Files.h"
+#include "QxUtils/Foundation.h"
+#include "QxUtils/Quality.h"
+#include "QxUtils/StatusCode.h"
+#include "foundation/Log.h"
+#include "foundation/Scratch.h"
+#include "platform/ByteOrder.h"
+#include "platform/FileSystem.h"
+
+#include <QxSysMgt.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr int kFactorySnrHeader = 17;
+constexpr std::size_t kWidthOffset = 12;
+constexpr std::size_t kHeightOffset = 16;
+constexpr std::size_t kDetectorTypeOffset = 16424;
+constexpr std::string_view kProductWord = "Halbrook";
+
+// Names in a directory in ascending order, whatever order the file system has.
+std::vector<std::string> namesIn(const std::string& directory, bool directories) {
+    std::vector<std::string> names;
+    qx::DirectoryListing listing(directory.c_str());
+    qx::DirectoryEntry entry{};
+    while (listing.started() && listing.next(entry)) {
+        const std::string_view name = entry.name;
+        if (entry.isDirectory == directories && name != "." && name != "..")
+            names.emplace_back(name);
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+// What the images of a factory directory gave.
+struct FactoryImages {
+    std::vector<FactorySNRRecord> records;
+    int integrationTimes = 0;
+    int dose = 0;  // images an integration time
+    bool even = true;
+
+    std::int64_t fileBytes() const {
+        return (static_cast<std::int64_t>(records.front().snrCount) + 3) * integrationTimes * dose * 4 + 16 +
+               kImageHeaderBytes;
+    }
+};
+
+void logFailedImage(const std::string& directory, const std::string& name) {
+    qx::logInfo(kLogNoValue, "fail to retrieve SNR from file %s\\%s.\n", directory.c_str(), name.c_str());
+}
+
+// Measures the images of one integration time.
+void addDirectory(int detectorType, const std::string& directory, FactoryImages& images) {
+    int measured = 0;
+    for (const std::string& name : namesIn(qx::withSeparator(directory), false)) {
+        FactorySNRRecord record{};
+        if (qx::retrieveSNRFromImage(detectorType, directory.c_str(), name.c_str(), record) != StatusOk) {
+            logFailedImage(directory, name);
+            continue;
+        }
+        images.records.push_back(std::move(record));
+        ++measured;
+    }
+    images.even = images.even && (images.integrationTimes == 0 || measured == images.dose);
+    images.dose = measured;
+    ++images.integrationTimes;
+}
+
+FactoryImages measureImages(int detectorType, const std::string& root) {
+    FactoryImages images;
+    for (const std::string& name : namesIn(root, true))
+        if (name.find("ms") != std::string::npos)
+            addDirectory(detectorType, root + name, images);
+    if (images.integrationTimes == 0)
+        WriteLogFile(LogModuleUtils, LogInfo, "could not find valid directory.\n", kLogNoValue);
+    return images;
+}
+
+// Writes values one behind the other.
+class ByteWriter {
+public:
+    explicit ByteWriter(char* target) : next_(target) {}
+
+    template <class Value>
+    void add(const Value& value) {
+        std::memcpy(next_, &value, sizeof value);
+        next_ += sizeof value;
+    }
+
+private:
+    char* next_;
+};
+
+void fillPayload(char* payload, const FactoryImages& images, int detectorType) {
+    ByteWriter writer(payload);
+    writer.add(images.integrationTimes);
+    writer.add(images.dose);
+    writer.add(images.records.front().snrCount);
+    writer.add(detectorType);
+    for (const FactorySNRRecord& record : images.records) {
+        writer.add(record.integrationTime);
+        writer.add(record.snrCount);
+        writer.add(record.meanGray);
+        for (const float value : record.snr)
+            writer.add(value);
+    }
+}
+
+void fillHeader(char* header, std::uint32_t width, std::uint32_t height, int detectorType) {
+    constexpr int kOption = 1;
+    fillImgHead(header, kFactorySnrHeader, kOption);
+    const std::uint32_t type = qx::networkToHost(static_cast<std::uint32_t>(detectorType));
+    std::memcpy(header + kWidthOffset, &width, sizeof width);
+    std::memcpy(header + kHeightOffset, &height, sizeof height);
+    std::memcpy(header + kDetectorTypeOffset, &type, sizeof type);
+    qx::logInfo(kLogNoValue, "width=%d, height=%d, dtttype=%d", static_cast<int>(width), static_cast<int>(height),
+                detectorType);
+}
+
+// The name of the file, after the detector's; empty when the description does not tell it.
+std::string fileNameOf(const DetectorInformation& detector) {
+    const std::string_view all(detector.description, sizeof detector.description);
+    const std::string_view description = all.substr(0, std::min(all.find('\0'), all.size()));
+    const std::size_t product = description.find(kProductWord);
+    if (product == std::string_view::npos)
+        return {};
+    return std::string(description.substr(product + kProductWord.size())) + "-SNR.raw";
+}
+
+int writeFile(const FactoryImages& images, const std::string& root, int detectorType) {
+    const std::int64_t bytes = images.fileBytes();
+    if (bytes > INT_MAX)
+        return StatusWrongParameter;
+    qx::Scratch<char> content(static_cast<std::size_t>(bytes));
+    if (!content)
+        return StatusAllocationFailed;
+    content.clear();
+    fillPayload(content.data() + kImageHeaderBytes, images, detectorType);
+
+    DetectorInformation detector{};
+    int status = qx::askDetector(detector);
+    if (status != StatusOk)
+        return status;
+    const std::string name = fileNameOf(detector);
+    if (name.empty())
+        return StatusWrongParameter;
+    qx::logInfo(kLogNoValue, "%s", name.c_str());
+    fillHeader(content.data(), qx::networkToHost(detector.width), qx::networkToHost(detector.height), detectorType);
+    status = writeImageToDisk(root.c_str(), name.c_str(), content.data(), static_cast<int>(bytes));
+    if (status != StatusOk) {
+        qx::logInfo(kLogNoValue, "fail to write image %s in the directory of %s", name.c_str(), root.c_str());
+        qx::logEnd("retrieveAllSNRForQualityCheck", " terminates with return value ", status);
+        return status;
+    }
+    qx::logEnd("retrieveAllSNRForQualityCheck", " terminates", kLogNoValue);
+    return status;
+}
+
+}  // namespace
+
+int retrieveAllSNRForQualityCheck(int detectorType, const char* dir) {
+    if (dir == nullptr)
+        return StatusNullArgument;
+    qx::logBegin("retrieveAllSNRForQualityCheck");
+    try {
+        const std::string root = qx::withSeparator(dir);
+        const FactoryImages images = measureImages(detectorType, root);
+        if (images.records.empty()) {
+            DetectorInformation detector{};
+            const int status = qx::askDetector(detector);
+            return status == StatusOk ? int{StatusFileReadFailed} : status;
+        }
+        return images.even ? writeFile(images, root, detectorType) : int{StatusWrongParameter};
+    } catch (const std::bad_alloc&) {
+        return StatusAllocationFailed;
+    }
+}

@@ -1,0 +1,194 @@
+#include "quality/snr/SnrSeries.h"
+
+#include "QxUtils/StatusCode.h"
+#include "foundation/CheckedNumbers.h"
+#include "foundation/Log.h"
+#include "kernels/PixelKernels.h"
+#include "numerics/statistics/PixelHistogram.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+// The squares of a series are nested and centred, so one histogram that grows ring by ring holds the pixels of every
+// square in turn, and each pixel is read once. Median, mean and deviation of a square follow from the histogram bit
+// for bit: a squared deviation rounded to single precision is an integer that depends on the pixel alone, and sums of
+// such integers below 2^53 are exact in any order. Beyond that the square is summed in pixel order.
+
+namespace qx {
+namespace {
+
+constexpr int kPedestal = 208;
+constexpr int kSmallestSide = 128;
+constexpr int kImageMargin = 12;
+constexpr int kSideStep = 256;
+constexpr float kOutlierDeviations = 4.0f;
+
+struct Square {
+    int side;
+    int top;
+    int left;
+
+    std::int64_t pixels() const { return static_cast<std::int64_t>(side) * side; }
+};
+
+Square centredSquare(ImageView<const WORD> image, int k) {
+    const int side = snrSquareSide(k);
+    return {side, (image.height - side) / 2, (image.width - side) / 2};
+}
+
+// A stretch of one row.
+struct Stretch {
+    const WORD* pixels;
+    int count;
+};
+
+void prefetch(const Stretch& stretch) {
+    constexpr int kPixelsPerCacheLine = 32;
+    for (int x = 0; x < stretch.count; x += kPixelsPerCacheLine)
+        __builtin_prefetch(stretch.pixels + x);
+}
+
+// Adds the pixels of `outer` that do not lie in `inner`, which lies inside it or is empty.
+void addRing(ImageView<const WORD> image, const Square& outer, const Square& inner, PixelHistogram& histogram) {
+    // Beside the inner square a row holds two short stretches, each in a page of its own: the processor does not
+    // foresee them.
+    constexpr int kRowsAhead = 8;
+    const int innerRight = inner.left + inner.side;
+    const auto leftOf = [&](int y) { return Stretch{image.row(y) + outer.left, inner.left - outer.left}; };
+    const auto rightOf = [&](int y) {
+        return Stretch{image.row(y) + innerRight, outer.left + outer.side - innerRight};
+    };
+    for (int y = outer.top; y < outer.top + outer.side; ++y) {
+        if (y < inner.top || y >= inner.top + inner.side) {
+            histogram.add(image.row(y) + outer.left, static_cast<std::size_t>(outer.side));
+            continue;
+        }
+        const int ahead = std::min(y + kRowsAhead, outer.top + outer.side - 1);
+        prefetch(leftOf(ahead));
+        prefetch(rightOf(ahead));
+        for (const Stretch& stretch : {leftOf(y), rightOf(y)})
+            histogram.add(stretch.pixels, static_cast<std::size_t>(stretch.count));
+    }
+}
+
+// The pixel values first .. last of a square are kept; all others count as `substitute`.
+struct Cleaning {
+    int first = 0;
+    int last = kPixelValues - 1;
+    int substitute = 0;
+
+    int apply(int value) const { return value >= first && value <= last ? value : substitute; }
+};
+
+// A square's pixels: the histogram for everything that does not depend on their order, the image for what might.
+class SquareContent {
+public:
+    SquareContent(ImageView<const WORD> image, const Square& square, PixelHistogram& histogram)
+        : image_(image), square_(square), counts_(histogram.counts()) {}
+
+    // The upper middle pixel.
+    int median() const {
+        return valueOfRank(counts_, 0, kPixelValues - 1, static_cast<std::uint64_t>(square_.pixels() / 2));
+    }
+
+    // The deviation as getStdev takes it of the pixels without their pedestal.
+    float deviation(const Cleaning& cleaning) const;
+
+private:
+    double squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const;
+    double orderedSquares(const Cleaning& cleaning, int centre) const;
+
+    ImageView<const WORD> image_;
+    Square square_;
+    const std::uint32_t* counts_;
+};
+
+double singleSquare(int deviation) {
+    const auto value = static_cast<float>(deviation);
+    return static_cast<double>(value * value);
+}
+
+double SquareContent::squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const {
+    const double total = pixelKernels().histogramSquares(counts_, cleaning.first, cleaning.last, centre) +
+                         static_cast<double>(substituted) * singleSquare(cleaning.substitute - centre);
+    return total < kExactSumLimit ? total : orderedSquares(cleaning, centre);
+}
+
+double SquareContent::orderedSquares(const Cleaning& cleaning, int centre) const {
+    double total = 0;
+    for (int y = square_.top; y < square_.top + square_.side; ++y) {
+        const WORD* pixels = image_.row(y) + square_.left;
+        for (int x = 0; x < square_.side; ++x)
+            total += singleSquare(cleaning.apply(pixels[x]) - centre);
+    }
+    return total;
+}
+
+float SquareContent::deviation(const Cleaning& cleaning) const {
+    const std::int64_t pixels = square_.pixels();
+    const HistogramSum kept = pixelKernels().histogramSum(counts_, cleaning.first, cleaning.last);
+    const std::int64_t substituted = pixels - kept.count;
+    const std::int64_t sum = kept.sum + substituted * cleaning.substitute - pixels * kPedestal;
+    const auto mean = static_cast<float>(static_cast<double>(sum) / static_cast<double>(pixels));
+    const int centre = truncateToInt(mean) + kPedestal;
+    return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / static_cast<double>(pixels)));
+}
+
+// The values strictly within four deviations of the median, compared in single precision without the pedestal.
+Cleaning withoutOutliers(int median, float deviation) {
+    const auto middle = static_cast<float>(median - kPedestal);
+    const float high = middle + kOutlierDeviations * deviation;
+    const float low = middle - kOutlierDeviations * deviation;
+    Cleaning cleaning;
+    cleaning.first = std::max(truncateToInt(std::floor(low)) + 1 + kPedestal, 0);
+    cleaning.last = std::min(truncateToInt(std::ceil(high)) - 1 + kPedestal, kPixelValues - 1);
+    cleaning.substitute = median;
+    return cleaning;
+}
+
+// Replacing outliers by the median leaves the median as it is: no value changes sides.
+float snrOf(const SquareContent& content) {
+    const int median = content.median();
+    const Cleaning cleaning = withoutOutliers(median, content.deviation(Cleaning{}));
+    return static_cast<float>(median - kPedestal) / content.deviation(cleaning);
+}
+
+}  // namespace
+
+int snrCount(int width, int height) noexcept {
+    return static_cast<int>((static_cast<std::int64_t>(std::min(width, height)) - kImageMargin) / kSideStep + 2);
+}
+
+bool snrMeasurable(int width, int height) noexcept {
+    int pixels = 0;
+    return std::min(width, height) >= kSmallestSide && pixelCount(width, height, pixels);
+}
+
+int snrSquareSide(int k) noexcept {
+    return k == 0 ? 64 : k == 1 ? 128 : kSideStep * (k - 1);
+}
+
+float snrFactor(int k) noexcept {
+    return k == 0 ? 0.9f : static_cast<float>(86 - 2 * (k - 1)) / 100.0f;
+}
+
+int measureSnrSeries(ImageView<const WORD> image, std::span<float> series) noexcept {
+    logBegin("SNRcalc", LogModuleCalib);
+    PixelHistogram histogram;
+    if (!histogram) {
+        logAllocationFailure("RM", static_cast<long long>(image.width) * image.height * 4, StatusAllocationFailed);
+        return StatusAllocationFailed;
+    }
+    Square inner{0, image.height / 2, image.width / 2};
+    for (int k = 0; k < snrCount(image.width, image.height); ++k) {
+        const Square outer = centredSquare(image, k);
+        addRing(image, outer, inner, histogram);
+        series[static_cast<std::size_t>(k)] = snrOf(SquareContent(image, outer, histogram));
+        inner = outer;
+    }
+    logEnd("SNRcalc", " terminates", StatusOk, LogModuleCalib);
+    return StatusOk;
+}
+
+}  // namespace qx

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "kernels/VectorLevel.h"
+
+#include <QxSysMgt.h>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+namespace qx {
+
+inline void PrintTo(VectorLevel level, std::ostream* out) {
+    *out << vectorLevelName(level);
+}
+
+}  // namespace qx
+
+namespace qx::test {
+
+// Runs with the library held to a vector level; skipped where the processor lacks it.
+class AtVectorLevel : public ::testing::TestWithParam<VectorLevel> {
+protected:
+    void SetUp() override {
+        getConfigInfo()->loggingEnabled = 0;
+        if (!forceVectorLevel(GetParam()))
+            GTEST_SKIP() << "this processor lacks " << vectorLevelName(GetParam());
+    }
+    void TearDown() override {
+        forceVectorLevel(best_);
+        getConfigInfo()->loggingEnabled = 1;
+    }
+
+private:
+    VectorLevel best_ = vectorLevel();
+};
+
+inline std::string levelName(const ::testing::TestParamInfo<VectorLevel>& info) {
+    static constexpr const char* kNames[] = {"Baseline", "V3", "V4"};
+    return kNames[static_cast<int>(info.param)];
+}
+
+inline const auto kVectorLevels = ::testing::Values(VectorLevel::Baseline, VectorLevel::V3, VectorLevel::V4);
+
+}  // namespace qx::test

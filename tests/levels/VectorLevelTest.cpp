@@ -1,0 +1,152 @@
+// Every vector level gives the results of the plain methods, bit for bit.
+
+#include "Builders.h"
+#include "Compare.h"
+#include "levels/AtVectorLevel.h"
+#include "reference/numerics/PlainStatistics.h"
+#include "reference/quality/PlainSnr.h"
+
+#include "kernels/PixelKernels.h"
+#include "kernels/RankKernels.h"
+#include "numerics/statistics/PixelHistogram.h"
+#include "quality/snr/SnrSeries.h"
+
+#include <QxUtils.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace qx;
+using namespace qx::test;
+
+INSTANTIATE_TEST_SUITE_P(Levels, AtVectorLevel, kVectorLevels, levelName);
+
+// Narrow and wide values, ties, both ends, and one that no sample of the centre foresees.
+std::vector<TestImage> pixelRows(int count, std::uint64_t seed) {
+    std::vector<TestImage> rows = {randomImage(count, 1, 0, 65535, seed), randomImage(count, 1, 30000, 30007, seed),
+                                   flatImage(count, 1, 52000, 200, seed), twoValuedImage(count, 1, 0, 65535, seed),
+                                   constantImage(count, 1, 65535)};
+    rows.push_back(flatImage(count, 1, 9000, 50, seed));
+    rows.back().pixels.back() = 65535;
+    // Both sides of the width up to which squares are exact, and differences that do not fit in 16 bits.
+    for (const int width : {4095, 4096, 4097, 8190, 8192, 8200, 60000})
+        rows.push_back(twoValuedImage(count, 1, 2000, static_cast<WORD>(2000 + width), seed));
+    for (const WORD level : {WORD{0}, WORD{65535}}) {
+        rows.push_back(constantImage(count, 1, level));
+        rows.back().pixels[0] = static_cast<WORD>(65535 - level);
+    }
+    return rows;
+}
+
+TEST_P(AtVectorLevel, statistics_equal_the_plain_method_around_every_vector_width) {
+    for (int count = 1; count <= 70; ++count) {
+        for (const TestImage& row : pixelRows(count, static_cast<std::uint64_t>(count))) {
+            EXPECT_TRUE(sameBits(plain::getStdev(row.data(), count, 1), getStdev(row.data(), count, 1))) << count;
+            EXPECT_TRUE(sameBits(plain::getMean(row.data(), count), getMean(row.data(), count))) << count;
+            EXPECT_EQ(plain::descendingMedian(row.data(), count), getMedian(row.data(), count)) << count;
+        }
+    }
+}
+
+TEST_P(AtVectorLevel, long_rows_cross_the_blocks_of_the_kernels) {
+    // Behind 32768 pixels the sums start a new block, behind 65535 the counts do.
+    for (const int count : {32767, 32768, 32785, 65535, 65536, 65600, 131071}) {
+        for (const TestImage& row : pixelRows(count, 7)) {
+            std::vector<WORD> sorted = row.pixels;
+            std::sort(sorted.begin(), sorted.end());
+            EXPECT_TRUE(sameBits(plain::getStdev(row.data(), count, 1), getStdev(row.data(), count, 1))) << count;
+            EXPECT_TRUE(sameBits(plain::getMean(row.data(), count), getMean(row.data(), count))) << count;
+            for (const std::size_t rank : {std::size_t{0}, sorted.size() / 3, sorted.size() - 1})
+                EXPECT_EQ(sorted[rank], rankKernels().pixelRank(row.data(), sorted.size(), rank)) << count;
+        }
+    }
+}
+
+TEST_P(AtVectorLevel, histogram_sums_equal_the_sums_over_pixels) {
+    const TestImage image = randomImage(3000, 1, 100, 300, 3);
+    PixelHistogram histogram;
+    histogram.add(image.data(), image.pixels.size());
+    for (const int first : {0, 100, 117, 250}) {
+        for (const int last : {99, 130, 251, 300, 65535}) {
+            std::int64_t count = 0;
+            std::int64_t sum = 0;
+            double squares = 0;
+            for (const WORD pixel : image.pixels) {
+                if (pixel < first || pixel > last)
+                    continue;
+                ++count;
+                sum += pixel;
+                squares +=
+                    (pixel - 40000.0) * (pixel - 40000.0) > 0
+                        ? static_cast<double>(static_cast<float>(pixel - 40000) * static_cast<float>(pixel - 40000))
+                        : 0;
+            }
+            const HistogramSum found = pixelKernels().histogramSum(histogram.counts(), first, last);
+            EXPECT_EQ(count, found.count) << first << ".." << last;
+            EXPECT_EQ(sum, found.sum) << first << ".." << last;
+            EXPECT_EQ(squares, pixelKernels().histogramSquares(histogram.counts(), first, last, 40000))
+                << first << ".." << last;
+        }
+    }
+}
+
+// A narrow field with a share of wide outliers: every value near the limits of four deviations occurs.
+TestImage fieldWithOutliers(int width, int height, int spread, std::uint64_t seed) {
+    TestImage image = flatImage(width, height, 1000, 2, seed);
+    SplitMix64 random(seed);
+    for (WORD& pixel : image.pixels)
+        if (random.below(20) == 0)
+            pixel = static_cast<WORD>(1000 - spread + random.below(2 * spread + 1));
+    return image;
+}
+
+TEST_P(AtVectorLevel, snr_series_equals_the_plain_method) {
+    std::vector<TestImage> images = {
+        randomImage(401, 300, 0, 65535, 1), flatImage(300, 431, 52000, 200, 2),    saturatedImage(280, 280, 3),
+        flatImage(270, 269, 210, 40, 4),    twoValuedImage(300, 300, 0, 65535, 5), constantImage(128, 129, 300),
+        constantImage(130, 128, 208),       constantImage(131, 128, 17),
+    };
+    // A mean below the pedestal that is no whole number.
+    images.push_back(constantImage(128, 128, 207));
+    for (std::size_t i = 0; i < images.back().pixels.size(); i += 4)
+        images.back().pixels[i] = 206;
+    for (int spread = 10; spread < 60; spread += 3)
+        images.push_back(fieldWithOutliers(128, 128, spread, static_cast<std::uint64_t>(spread)));
+    for (const TestImage& image : images) {
+        const std::vector<float> expected = plain::snrSeries(image.data(), image.width, image.height);
+        std::vector<float> measured(expected.size(), -1.0f);
+        ASSERT_EQ(0, calcGlobalSNR(image.data(), image.width, image.height, measured));
+        EXPECT_TRUE(sameBitsOrNanEverywhere(expected, measured)) << image.width << "x" << image.height;
+    }
+}
+
+TEST(SnrFactor, is_a_quotient_in_single_precision) {
+    EXPECT_TRUE(sameBits(0.9f, snrFactor(0)));
+    for (int k = 1; k <= 12; ++k)
+        EXPECT_TRUE(sameBits(static_cast<float>(88 - 2 * k) / 100.0f, snrFactor(k))) << k;
+}
+
+// So many squares of the largest narrow deviation that a sum's 32 bits must be emptied in time.
+TEST_P(AtVectorLevel, alternating_extremes_of_narrow_images_do_not_overflow) {
+    TestImage image = constantImage(128, 128, 8192);
+    for (std::size_t i = 0; i < image.pixels.size(); i += 2)
+        image.pixels[i] = 0;
+    EXPECT_TRUE(sameBits(4096.0f, getStdev(image.data(), 128, 128)));
+}
+
+// Sums of squares beyond 2^53 depend on the order of their terms: the fast sums must give way to the pixel order.
+TEST_P(AtVectorLevel, sums_beyond_exact_doubles_follow_the_pixel_order) {
+    const int side = 3340;
+    const TestImage image = twoValuedImage(side, side, 0, 65533, 6);
+    ASSERT_GE(pixelKernels().squares(image.data(), image.pixels.size(), 32766), kExactSumLimit);
+    EXPECT_TRUE(sameBits(plain::getStdev(image.data(), side, side), getStdev(image.data(), side, side)));
+    static const std::vector<float> expected = plain::snrSeries(image.data(), side, side);
+    std::vector<float> measured(expected.size());
+    ASSERT_EQ(0, calcGlobalSNR(image.data(), side, side, measured));
+    EXPECT_TRUE(sameBitsEverywhere(expected, measured));
+}
+
+}  // namespace

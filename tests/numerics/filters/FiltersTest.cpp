@@ -1,0 +1,274 @@
+#include "Builders.h"
+#include "Compare.h"
+#include "reference/numerics/PlainFilters.h"
+
+#include <QxUtils/Numerics.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace plain = qx::plain;
+using namespace qx::test;
+using Floats = std::vector<float>;
+using Words = std::vector<WORD>;
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kPoison = -4711.0f;
+
+// Kinds 0 and 1 hold neither NaN nor zeros of both signs: every way to select a rank gives the same bits.
+constexpr float (*kKinds[])(SplitMix64&) = {
+    [](SplitMix64& random) { return std::ldexp(static_cast<float>(random.uniform() - 0.5), random.below(250) - 125); },
+    [](SplitMix64& random) { return random.below(9) == 0 ? -kInfinity : static_cast<float>(random.below(4) - 2); },
+    [](SplitMix64& random) { return static_cast<float>(1000 * random.gaussian()); },
+    [](SplitMix64& random) { return random.below(80) == 0 ? kNan : 0.0f * static_cast<float>(random.below(2) - 1); },
+    [](SplitMix64& random) {
+        constexpr float kValues[] = {kNan, -kNan, 0.0f, -0.0f, kInfinity, -kInfinity, 1.0f, -1.0f, 65535.0f};
+        return kValues[random.below(9)];
+    }};
+
+// What the plain and the library's function make of the same buffer.
+template <class T, class Plain, class Ours, class... Arguments>
+std::pair<std::vector<T>, std::vector<T>> both(const std::vector<T>& buffer, Plain plainly, Ours ours,
+                                               Arguments... arguments) {
+    std::pair results(buffer, buffer);
+    plainly(results.first.data(), arguments...);
+    ours(results.second.data(), arguments...);
+    return results;
+}
+
+Floats make(int kind, int n) {
+    SplitMix64 random(static_cast<std::uint64_t>(n));
+    Floats values(static_cast<std::size_t>(n));
+    std::generate(values.begin(), values.end(), [&] { return kKinds[kind](random); });
+    return values;
+}
+
+TEST(MedianFilter, by_hand) {
+    const std::tuple<Floats, int, Floats> cases[] = {{{9, 1, 8, 2, 7}, 2, {9, 1, 7, 2, 7}},
+                                                     {{1, 1, 1, 1000, 1, 1, 1}, 2, {1, 1, 1, 1, 1, 1, 1}},
+                                                     {{0, 9, 0, 9, 0, 9, 0}, 1, {0, 0, 9, 0, 9, 0, 0}},
+                                                     {{2, kNan, 1}, 1, {2, kNan, 1}},
+                                                     {{kNan, 1, 2}, 1, {kNan, 2, 2}},
+                                                     {{1, 2, kNan}, 1, {1, 1, kNan}}};
+    for (const auto& [before, r, after] : cases) {
+        Floats data = before;
+        medianFilter(data.data(), static_cast<int>(data.size()), r);
+        EXPECT_TRUE(sameBitsEverywhere(after, data)) << before[0] << ", r = " << r;
+    }
+}
+
+void selectByRank(float* data, int n, int r) {
+    const Floats unfiltered(data, data + n);
+    for (int i = r; i < n - r; ++i) {
+        Floats window(unfiltered.begin() + (i - r), unfiltered.begin() + (i + r + 1));
+        std::nth_element(window.begin(), window.begin() + r, window.end());
+        data[i] = window[r];
+    }
+}
+
+TEST(MedianFilter, selects_what_the_exchange_sort_selects) {
+    const auto check = [](int kind, int n, int r, auto oracle) {
+        const auto [expected, actual] = both(make(kind, n + 1), oracle, medianFilter, n, r);
+        ASSERT_TRUE(sameBitsEverywhere(expected, actual)) << "kind " << kind << ", n = " << n << ", r = " << r;
+    };
+    for (int kind = 0; kind < 5; ++kind) {
+        for (int r : {0, 1, 2, 3, 4, 7, 8, 12, 25, 60, 200}) {
+            for (int more : {-1, 0, 1, 2, 3, 15, 16, 17, 18, 31, 33, 34, 65, 66, 129})
+                check(kind, std::max(0, 2 * r + more), r, plain::medianFilter);
+        }
+        for (const auto& [n, r] : {std::pair{40000, 1}, {40000, 2}, {17000, 7}, {17000, 12}, {4000, 25}, {2000, 60}})
+            check(kind, n, r, plain::medianFilter);
+    }
+    for (const auto& [n, r] : {std::pair{18000, 25}, {9000, 60}, {14000, 200}, {6000, 1000}}) {
+        check(0, n, r, selectByRank);
+        check(1, n, r, selectByRank);
+    }
+}
+
+TEST(FilterImg, by_hand) {
+    Words column = {65535, 1, 0, 32768, 32767, 5};
+    EXPECT_EQ(0, filterImg(column.data(), 1, 6));
+    EXPECT_EQ((Words{65535, 1, 32767, 5, 32767, 5}), column);
+}
+
+TEST(HisEqualization, by_hand) {
+    Words halves = {100, 200, 200, 100};
+    hisEqualization(halves.data(), 4);
+    EXPECT_EQ((Words{32767, 65535, 65535, 32767}), halves);
+    Words everyValueOnce(65536);
+    std::iota(everyValueOnce.rbegin(), everyValueOnce.rend(), WORD{0});
+    const Words before = everyValueOnce;
+    hisEqualization(everyValueOnce.data(), 65536);
+    EXPECT_EQ(before, everyValueOnce);
+}
+
+TEST(GetMedianImage, by_construction) {
+    // Six rows with six of 900 each: the median of the medians, although most pixels are 300.
+    TestImage corner = constantImage(11, 11, 300);
+    for (int i = 0; i < 36; ++i)
+        corner.at(i / 6, i % 6) = 900;
+    TestImage oneLess = corner;
+    oneLess.at(3, 3) = 300;
+    const std::pair<TestImage, float> cases[] = {
+        {constantImage(11, 11, 500), 1.0f}, {corner, 1.0f}, {oneLess, 300.0f / 900.0f}};
+    for (const auto& [image, ratio] : cases) {
+        Floats expected(121, kPoison);
+        Floats out = expected;
+        expected[60] = ratio;
+        EXPECT_EQ(0, getMedianImage(out.data(), image.data(), 11, 11));
+        EXPECT_TRUE(sameBitsOrNanEverywhere(expected, out)) << ratio;
+    }
+}
+
+TEST(FiltersOfImages, equal_the_described_steps) {
+    const auto check = [](const TestImage& image) {
+        const auto& [width, height, pixels] = image;
+        SCOPED_TRACE(testing::Message() << width << " x " << height);
+        const auto [equal, actualEqual] = both(pixels, plain::hisEqualization, hisEqualization, width * height);
+        ASSERT_TRUE(sameBitsEverywhere(equal, actualEqual));
+        const auto [medians, actualMedians] = both(pixels, plain::filterImg, filterImg, width, height);
+        ASSERT_TRUE(sameBitsEverywhere(medians, actualMedians));
+        const Floats poisoned(pixels.size(), kPoison);
+        const auto [ratios, actualRatios] =
+            both(poisoned, plain::getMedianImage, getMedianImage, pixels.data(), width, height);
+        ASSERT_TRUE(sameBitsOrNanEverywhere(ratios, actualRatios));
+    };
+    for (int width : {1, 2, 10, 11, 12, 15, 16, 17, 18, 19, 25, 26, 27, 31, 33, 41, 42, 43, 65, 74, 75, 129, 500}) {
+        for (int height : {1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13, 22, 30}) {
+            check(randomImage(width, height, 0, 65535, 1));
+            check(randomImage(width, height, 32766, 32769, 2));
+            check(saturatedImage(width, height, 3));
+            check(twoValuedImage(width, height, 0, 9, 4));
+        }
+    }
+    check(randomImage(4133, 8, 0, 65535, 1));
+    check(randomImage(4160, 8, 0, 65535, 1));
+}
+
+// Rows of whole cache lines that do not start with one.
+TEST(FilterImg, place_in_memory_does_not_matter) {
+    constexpr int kWidth = 64, kHeight = 9, kCount = kWidth * kHeight;
+    const TestImage image = randomImage(kWidth, kHeight, 0, 65535, 5);
+    Words expected = image.pixels;
+    plain::filterImg(expected.data(), kWidth, kHeight);
+    for (int offset = 0; offset < 32; ++offset) {
+        Words memory(kCount + 33, 7);
+        std::copy(image.pixels.begin(), image.pixels.end(), memory.begin() + offset);
+        filterImg(memory.data() + offset, kWidth, kHeight);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), memory.begin() + offset)) << offset;
+        EXPECT_EQ(33 - offset, std::count(memory.begin() + offset + kCount, memory.end(), 7)) << offset;
+    }
+}
+
+constexpr int kWindows[] = {5, 7, 15, 23, 31, 51};
+
+Floats smoothed(const Floats& in, int window) {
+    Floats out(in.size(), kPoison);
+    EXPECT_EQ(0, filterUsingSGolay(out.data(), in.data(), static_cast<int>(in.size()), 2, window));
+    return out;
+}
+
+Floats responseToImpulse(int window, int at) {
+    Floats impulse(window, 0.0f);
+    impulse[at] = 1.0f;
+    return smoothed(impulse, window);
+}
+
+TEST(FilterUsingSGolay, weights_are_as_published_and_rounded_once) {
+    const std::tuple<int, int, double, std::vector<int>> cases[] = {
+        {5, 0, 35, {31, 9, -3, -5, 3}},
+        {5, 1, 35, {9, 13, 12, 6, -5}},
+        {5, 2, 35, {-3, 12, 17, 12, -3}},
+        {7, 3, 21, {-2, 3, 6, 7, 6, 3, -2}},
+        {15, 7, 1105, {-78, -13, 42, 87, 122, 147, 162, 167}},
+        {23, 11, 805, {-42, -21, -2, 15, 30, 43, 54, 63, 70, 75, 78, 79}},
+        {31, 15, 9889, {-406, -261, -126, -1, 114, 219, 314, 399, 474, 539}},
+        {51, 25, 44149, {-1176, -931, -696, -471, -256, -51, 144, 329}}};
+    for (const auto& [window, row, denominator, leading] : cases) {
+        for (int k = 0; k < static_cast<int>(leading.size()); ++k) {
+            const float weight = static_cast<float>(leading[k] / denominator);
+            EXPECT_EQ(weight, responseToImpulse(window, k)[row]) << window << ", " << k;
+            EXPECT_EQ(weight, responseToImpulse(window, window - 1 - k)[window - 1 - row]) << window << ", " << k;
+        }
+    }
+    for (int window : kWindows) {
+        Floats table(static_cast<std::size_t>(window) * window);
+        ASSERT_EQ(0, plain::loadSGolayTable(table.data(), 2, window));
+        for (int i = 0; i < window * window; ++i)
+            ASSERT_TRUE(sameBits(table[i], responseToImpulse(window, i % window)[i / window])) << window << ", " << i;
+    }
+}
+
+TEST(FilterUsingSGolay, smooths_noise_and_keeps_quadratics) {
+    const Floats out = smoothed({1000.00616f, 1004.82458f, 1005.27625f, 1005.48053f, 1010.90253f, 1011.40149f}, 5);
+    EXPECT_NEAR(1000.94538749, out[0], 5e-4);
+    EXPECT_NEAR(1002.98458775, out[1], 5e-4);
+    EXPECT_NEAR(1006.81817278, out[3], 5e-4);
+    for (int window : kWindows) {
+        Floats quadratic;
+        for (int t = 0; t < 150; ++t)
+            quadratic.push_back(static_cast<float>(t * t - 150 * t));
+        for (int t = 0; t < 150; ++t)
+            EXPECT_NEAR(quadratic[t], smoothed(quadratic, window)[t], 0.01) << window << ", " << t;
+    }
+}
+
+TEST(FilterUsingSGolay, equals_the_sums_in_order) {
+    for (int kind = 0; kind < 5; ++kind) {
+        for (int window : kWindows) {
+            for (int more : {-1, 0, 1, 2, 14, 15, 16, 17, 31, 32, 33, 63, 64, 65, 400, 1100}) {
+                const int n = window + more;
+                const Floats in = make(kind, n);
+                const auto [expected, actual] = both(Floats(in.size() + 1, kPoison), plain::filterUsingSGolay,
+                                                     filterUsingSGolay, in.data(), n, 2, window);
+                ASSERT_TRUE(sameBitsOrNanEverywhere(expected, actual)) << kind << ", " << window << ", n = " << n;
+            }
+        }
+    }
+}
+
+TEST(Filters, impossible_arguments_change_nothing) {
+    const Words image = {5, 1, 4, 2, 3, 9};
+    const Floats values = make(2, 99);
+    Words pixels = image;
+    Floats data = values;
+    Floats out(121, kPoison);
+    for (const int n : {INT_MIN, -1, 0, 4}) {
+        medianFilter(data.data(), n, 2);
+        hisEqualization(pixels.data(), std::min(n, 0));
+        EXPECT_EQ(0, filterImg(pixels.data(), n, n));
+        EXPECT_EQ(0, filterImg(pixels.data(), std::min(n, 0), 6));
+        EXPECT_EQ(0, getMedianImage(out.data(), pixels.data(), n, 11));
+        EXPECT_EQ(0, getMedianImage(out.data(), pixels.data(), 11, n));
+        EXPECT_EQ(1, filterUsingSGolay(out.data(), values.data(), n, 2, 5));
+    }
+    for (const int r : {INT_MIN, -1, 3, 1 << 30, INT_MAX})
+        medianFilter(data.data(), 5, r);
+    for (const int window : {INT_MIN, -5, 0, 1, 2, 3, 4, 6, 9, 14, 16, 21, 25, 32, 49, 53, INT_MAX})
+        EXPECT_EQ(1, filterUsingSGolay(out.data(), values.data(), 99, 2, window)) << window;
+    for (const int order : {INT_MIN, -2, 0, 1, 3, 4})
+        EXPECT_EQ(1, filterUsingSGolay(out.data(), values.data(), 5, order, 5)) << order;
+    medianFilter(nullptr, 5, 1);
+    hisEqualization(nullptr, 1);
+    EXPECT_EQ(1057, filterImg(nullptr, 1, 5));
+    EXPECT_EQ(1057, getMedianImage(nullptr, image.data(), 11, 11));
+    EXPECT_EQ(1057, getMedianImage(out.data(), nullptr, 11, 11));
+    EXPECT_EQ(1057, filterUsingSGolay(nullptr, values.data(), 5, 2, 5));
+    EXPECT_EQ(1057, filterUsingSGolay(out.data(), nullptr, 5, 2, 5));
+    EXPECT_EQ(image, pixels);
+    EXPECT_EQ(values, data);
+    EXPECT_EQ(Floats(121, kPoison), out);
+}
+
+}  // namespace

@@ -1,0 +1,417 @@
+#include "BinaryFields.h"
+#include "DetectorFixture.h"
+#include "reference/quality/PlainAcquisition.h"
+
+#include <QxUtils/Quality.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <tuple>
+
+namespace {
+
+using namespace qx::test;
+namespace plain = qx::plain;
+using Lines = std::vector<std::string>;
+using Words = std::vector<WORD>;
+
+std::string entries(int first, int count) {
+    std::string list;
+    for (int i = 0; i < count; ++i)
+        list += std::to_string(first + i) + ";";
+    return list;
+}
+
+TEST(CheckDarkTimeRepeat, finds_a_time_among_the_entries) {
+    const struct {
+        std::string list;
+        std::vector<int> listed, missing;
+    } cases[] = {{"500;1000;", {500, 1000}, {0, 300, 5001000}},
+                 {"", {}, {0}},
+                 {";500;;;1000;;", {500, 1000}, {0}},
+                 {" 500 ; \t1000", {500, 1000}, {0}},
+                 {"7; ", {7, 0}, {}},
+                 {"-5;+7", {-5, 7}, {5, 0}},
+                 {"5 0;1e3;12ms;b", {5, 1, 12, 0}, {50, 1000}},
+                 // Nine characters an entry.
+                 {"123456789;5", {123456789, 5}, {}},
+                 {"1234567890;5", {123456789, 5}, {0, 1234567890}},
+                 {"0000000005", {0}, {5}},
+                 // 256 entries; empty ones do not count.
+                 {entries(1000, 300), {1000, 1255}, {1256, 1299}},
+                 {std::string(300, ';') + entries(1000, 257), {1255}, {1256}},
+                 // 2559 characters.
+                 {std::string(2558, ';') + "5", {5}, {}},
+                 {std::string(2559, ';') + "5", {}, {5, 0}},
+                 {std::string(2556, ';') + "1234", {123}, {1234, 4}},
+                 {std::string(10000, '3'), {333333333}, {3}}};
+    for (const auto& c : cases) {
+        for (const int time : c.listed)
+            EXPECT_EQ(0, CheckDarkTimeRepeat(c.list.c_str(), time)) << c.list.substr(0, 30) << ": " << time;
+        for (const int time : c.missing)
+            EXPECT_EQ(1, CheckDarkTimeRepeat(c.list.c_str(), time)) << c.list.substr(0, 30) << ": " << time;
+    }
+    EXPECT_EQ(1057, CheckDarkTimeRepeat(nullptr, 1057));
+}
+
+// count values, every other one of either.
+Words alternating(std::size_t count, WORD first, WORD second) {
+    Words words(count, first);
+    for (std::size_t i = 1; i < count; i += 2)
+        words[i] = second;
+    return words;
+}
+
+class CheckGainImgGroup : public DetectorFixture {
+protected:
+    static void setLimit(float limit) { detector().config.gainGroupCvLimit = limit; }
+
+    // Writes the files and returns what the check returns; a file that is "-" is missing.
+    int check(const Lines& contents) {
+        Lines paths;
+        for (const std::string& content : contents) {
+            paths.push_back(folder() / ("gain" + std::to_string(paths.size()) + ".raw"));
+            std::filesystem::remove(paths.back());
+            if (content != "-")
+                writeFile(paths.back(), content);
+        }
+        std::vector<const char*> pointers;
+        for (const std::string& path : paths)
+            pointers.push_back(path.c_str());
+        return checkPaths(pointers);
+    }
+    int checkPaths(const std::vector<const char*>& paths) {
+        int code = -1;
+        printed = printedBy([&] { code = checkGainImgGroup(paths.data(), static_cast<int>(paths.size())); });
+        return code;
+    }
+    // The limit from which the files pass.
+    void expectTurn(const Lines& files, float ratio, const std::string& shown) {
+        for (const bool passes : {true, false}) {
+            setLimit(passes ? ratio : std::nextafter(ratio, -1.0f));
+            EXPECT_EQ(passes ? 0 : 1065, check(files)) << shown;
+            EXPECT_EQ("checkGainImgGroup = " + shown + "\n", printed);
+        }
+    }
+
+    std::string printed;
+};
+
+TEST_F(CheckGainImgGroup, by_hand) {
+    const std::string even = words(alternating(40, 100, 300));  // mean 200, deviation 100
+    const std::string level = words(Words(40, 1000));
+    const std::string half = words(alternating(2, 1, 2));  // deviation sqrt(0.5) about 1
+    const struct {
+        Lines files;
+        float ratio;
+        const char* printed;
+    } cases[] = {{{even}, 0.5f, "0.500"},
+                 {{even, level}, 0.0f, "0.000"},
+                 {{even, level, level, even}, 100.0f / 600.0f, "0.167"},
+                 {{half}, static_cast<float>(std::sqrt(0.5)), "0.707"},
+                 // The header counts as pixels, an odd byte at the end does not.
+                 {{std::string(65536, '\0') + words(Words(32768, 1000))}, 1.0f, "1.000"},
+                 {{even + "x", even + "yz"}, 0.5f, "0.500"},
+                 {{even, even + level}, 0.5f, "0.500"}};
+    for (const auto& c : cases)
+        expectTurn(c.files, c.ratio, c.printed);
+}
+
+TEST_F(CheckGainImgGroup, files_that_cannot_be_read) {
+    const std::string level = words(Words(40, 1000));
+    const struct {
+        Lines files;
+        int status;
+    } cases[] = {{{"-"}, 1039}, {{level, "-"}, 1039}, {{level, level.substr(1)}, 1040}, {{level, ""}, 1040}};
+    for (const auto& c : cases) {
+        for (const float limit : {0.2f, 0.0f, -0.0f, -1e-9f}) {
+            setLimit(limit);
+            EXPECT_EQ(limit < 0 ? 1065 : c.status, check(c.files)) << "limit " << limit;
+            EXPECT_EQ("", printed);
+        }
+    }
+    setLimit(0.2f);
+    for (const char* const first : {"", "x"})
+        EXPECT_EQ(1057, check({first, level}));
+    // No level: the ratio is not a number and exceeds nothing.
+    EXPECT_EQ(0, check({std::string(80, '\0')}));
+    const std::string path = folder() / "gain0.raw";
+    EXPECT_EQ(1039, checkPaths({folder().path().c_str()}));
+    EXPECT_EQ(1057, checkPaths({nullptr}));
+    EXPECT_EQ(1057, checkPaths({path.c_str(), nullptr}));
+    EXPECT_EQ(1057, checkGainImgGroup(nullptr, 1));
+    const char* paths[] = {path.c_str()};
+    for (const int count : {0, -1})
+        EXPECT_EQ(1057, checkGainImgGroup(paths, count));
+}
+
+struct FloatImage {
+    int width;
+    int height;
+    std::vector<float> pixels;
+
+    FloatImage(int w, int h, float value) : width(w), height(h), pixels(static_cast<std::size_t>(w * h), value) {}
+    float& at(int row, int col) { return pixels[static_cast<std::size_t>(row * width + col)]; }
+    // Columns and rows from .. to - 1, as far as they lie inside.
+    void fill(int firstRow, int lastRow, int firstCol, int lastCol, float value) {
+        for (int row = std::max(firstRow, 0); row < std::min(lastRow, height); ++row)
+            for (int col = std::max(firstCol, 0); col < std::min(lastCol, width); ++col)
+                at(row, col) = value;
+    }
+};
+
+class CheckFalseTriggAedImage : public DetectorFixture {
+protected:
+    // The verdict; the lines of this call are in logged.
+    int check(const FloatImage& image, int medianFloor) {
+        detector().config.falseTriggerMedianFloor = medianFloor;
+        for (const auto& file : logFiles())
+            std::filesystem::remove(file);
+        const int code = checkFalseTriggAEDImage(image.pixels.data(), image.width, image.height);
+        logged = logLines();
+        for (std::string& line : logged)
+            line.erase(0, line.find("| I | ") + 6);
+        return code;
+    }
+
+    Lines logged;
+};
+
+// 1280 x 256: regions of 256 x 64 from (448, 80), (448, 112), (576, 80) and (576, 112) in a middle of columns 448 to
+// 832 and rows 80 to 176; the outer area has columns 256 to 1024 and rows 32 to 224.
+constexpr int kWidth = 1280;
+constexpr int kHeight = 256;
+
+TEST_F(CheckFalseTriggAedImage, without_an_exposure_anywhere) {
+    FloatImage image(kWidth, kHeight, 100.5f);
+    image.fill(80, 177, 448, 833, 300.5f);
+    const Lines start = {"roiWidth:256, roiHeight:64", "The median of middle area is 300.000000"};
+    EXPECT_EQ(0, check(image, 300));
+    EXPECT_EQ(start, logged);
+    EXPECT_EQ(1094, check(image, 301));
+    EXPECT_EQ(
+        (Lines{start[0], start[1], "The outer ROI is [32,224,256,1024]", "The median of outer area is 100.000000"}),
+        logged);
+    EXPECT_EQ(1094, check(FloatImage(kWidth, kHeight, std::nanf("")), 500));
+    EXPECT_EQ("The median of middle area is -2147483648.000000", logged[1]);
+    // No region fits into the middle of 768 columns.
+    EXPECT_EQ(1094, check(FloatImage(768, 384, 500), 1000));
+    EXPECT_EQ(0, check(FloatImage(1024, 384, 500), 1000));
+    EXPECT_EQ("The area is found. The top-left coordinate is: [384, 128]", logged.back());
+    // The outer area of 256 rows is clipped to the image.
+    EXPECT_EQ(1094, check(FloatImage(1536, 193, 100), 1000));
+    EXPECT_EQ("The outer ROI is [0,192,256,1280]", logged[2]);
+}
+
+TEST_F(CheckFalseTriggAedImage, outer_area_has_to_exceed_half_of_the_floor) {
+    FloatImage image(kWidth, kHeight, 150.9f);
+    for (const int medianFloor : {150, 299, 300, 301, 302}) {
+        EXPECT_EQ(medianFloor < 300 ? 0 : 1094, check(image, medianFloor)) << medianFloor;
+        const std::string area = medianFloor == 150 ? "middle" : "outer";
+        EXPECT_EQ("The median of " + area + " area is 150.000000", logged.back());
+    }
+    // Halves are truncated towards zero: -1 does not exceed -3 / 2.
+    image = FloatImage(kWidth, kHeight, -1.0f);
+    image.fill(80, 177, 448, 833, -5.0f);
+    EXPECT_EQ(1094, check(image, -3));
+    EXPECT_EQ(0, check(image, -4));
+}
+
+TEST_F(CheckFalseTriggAedImage, one_region_above_400_is_enough) {
+    // The last one lies just above half of the second and of the third region: rows come before columns.
+    const struct {
+        int row, col, foundCol, foundRow;
+    } cases[] = {
+        {80, 448, 448, 80}, {113, 448, 448, 112}, {80, 577, 576, 80}, {113, 577, 576, 112}, {112, 576, 448, 112}};
+    for (const auto& c : cases) {
+        FloatImage image(kWidth, kHeight, 100.0f);
+        image.fill(c.row, c.row + 65, c.col, c.col + 257, 401.0f);
+        EXPECT_EQ(0, check(image, 2000));
+        EXPECT_EQ((Lines{"roiWidth:256, roiHeight:64", "The area is found. The top-left coordinate is: [" +
+                                                           std::to_string(c.foundCol) + ", " +
+                                                           std::to_string(c.foundRow) + "]"}),
+                  logged);
+        image.fill(c.row, c.row + 65, c.col, c.col + 257, 400.9f);
+        EXPECT_EQ(1094, check(image, 2000));
+    }
+    // Half of a region's rows or columns but one is not enough, and bright surroundings do not count.
+    FloatImage upper(kWidth, kHeight, 100.0f);
+    upper.fill(80, 112, 0, kWidth, 900.0f);
+    FloatImage left(kWidth, kHeight, 100.0f);
+    left.fill(0, kHeight, 448, 576, 900.0f);
+    FloatImage around(kWidth, kHeight, 900.0f);
+    around.fill(80, 177, 448, 833, 100.0f);
+    for (const FloatImage& image : {upper, left, around})
+        EXPECT_EQ(1094, check(image, 2000));
+}
+
+TEST_F(CheckFalseTriggAedImage, agrees_with_the_plain_method) {
+    const struct {
+        int width, height;
+    } sizes[] = {{768, 96}, {768, 300}, {1024, 128}, {1279, 200}, {1280, 160}, {1025, 450}, {1536, 193}};
+    SplitMix64 random(13);
+    std::multiset<int> verdicts;
+    for (const auto& [w, h] : sizes) {
+        for (int round = 0; round < 4; ++round) {
+            FloatImage image(w, h, 0.0f);
+            const int level = 20 + random.below(200);
+            for (float& pixel : image.pixels)
+                pixel = static_cast<float>(level + 100 * random.uniform());
+            for (int i = 0; i < round % 2 * w; ++i)
+                image.pixels[static_cast<std::size_t>(random.below(w * h))] = std::nanf("");
+            const int row = random.below(h) - h / 4;
+            const int col = random.below(w) - w / 4;
+            image.fill(row, row + h / 2, col, col + w / 3, 450.0f);
+            const int medianFloor = level + random.below(500);
+            const int expected = plain::falseTriggerVerdict(image.pixels.data(), w, h, medianFloor);
+            EXPECT_EQ(expected, check(image, medianFloor)) << w << " x " << h << ", round " << round;
+            verdicts.insert(expected);
+        }
+    }
+    EXPECT_GE(verdicts.count(0), 5u);
+    EXPECT_GE(verdicts.count(1094), 5u);
+}
+
+TEST_F(CheckFalseTriggAedImage, refusals) {
+    const FloatImage image(1024, 128, 900.0f);
+    const struct {
+        int width, height, verdict;
+    } sizes[] = {{768, 96, 0},   {768, 95, 1020}, {767, 170, 1020},    {1024, 127, 1020}, {1, 1, 1020},
+                 {0, 128, 1020}, {1024, 0, 1020}, {-1024, -128, 1020}, {128, 1024, 1020}, {65536, 65536, 1020}};
+    detector().config.falseTriggerMedianFloor = 900;
+    for (const auto& [w, h, verdict] : sizes)
+        EXPECT_EQ(verdict, checkFalseTriggAEDImage(image.pixels.data(), w, h)) << w << " x " << h;
+    EXPECT_EQ(1057, checkFalseTriggAEDImage(nullptr, 1024, 128));
+    EXPECT_EQ(1020, checkFalseTriggAEDImage(image.pixels.data(), 1, 9000000));
+    EXPECT_EQ("Utils  | I | roiWidth:256, roiHeight:2304000000", logLines().back());
+}
+
+class CheckOffsetImageQuality : public DetectorFixture {
+protected:
+    // Verdicts for a detector of 44 read-out channels (tiles of 64 x 64) and one of more (32 x 32).
+    std::pair<int, int> verdicts(const FloatImage& image) { return {check(image, 3), check(image, 1)}; }
+    int check(const FloatImage& image, int type) {
+        detector().type = type;
+        return checkOffsetImageQuality(image.pixels.data(), image.width, image.height);
+    }
+};
+
+using Verdicts = std::pair<int, int>;
+
+TEST_F(CheckOffsetImageQuality, patch_has_to_fill_a_cell_of_a_tested_tile) {
+    // 256 x 256: one row of tiles from row 128 on, four of them. In their order: the first, a middle and the last cell
+    // of a row of large tiles; across four cells; cells of small tiles start in the second row, too; right of and below
+    // the small tiles; above and below all tiles; 230 of 256.
+    const struct {
+        int row, col, rows, cols, large, small;
+    } cases[] = {{128, 0, 16, 16, 1, 1},  {144, 16, 16, 16, 1, 1},  {128, 112, 16, 16, 1, 1}, {136, 8, 16, 16, 0, 0},
+                 {130, 0, 15, 16, 0, 1},  {128, 128, 16, 16, 1, 0}, {176, 240, 16, 16, 1, 0}, {112, 0, 16, 256, 0, 0},
+                 {192, 0, 64, 256, 0, 0}, {128, 0, 14, 16, 0, 0}};
+    FloatImage image(256, 256, 200.0f);
+    for (const auto& c : cases) {
+        image.fill(0, 256, 0, 256, 200.0f);
+        image.fill(142, 143, 0, c.rows == 14 ? 6 : 0, 100.0f);
+        image.fill(c.row, c.row + c.rows, c.col, c.col + c.cols, 100.0f);
+        EXPECT_EQ((Verdicts{c.large, c.small}), verdicts(image)) << c.row << ", " << c.col;
+    }
+    image.at(142, 6) = 100.0f;  // 231
+    EXPECT_EQ((Verdicts{1, 1}), verdicts(image));
+}
+
+TEST_F(CheckOffsetImageQuality, only_values_from_1_to_999_have_a_level) {
+    const float kNan = std::nanf("");
+    // Without a level what is 0 is marked; a flat tile has none. Values are truncated and keep their low 16 bits; what
+    // no integer holds is 0.
+    const struct {
+        float background, patch;
+        int verdict;
+    } cases[] = {{1500, 999, 1},    {1500, 1000, 0}, {1500, 1, 1},    {200, 300, 1},   {1500, 0, 1},      {200, 200, 0},
+                 {1, 1, 0},         {999, 999, 0},   {0, 0, 1},       {0.9f, 0.9f, 1}, {-0.5f, -0.5f, 1}, {-1, -1, 0},
+                 {65536, 65536, 1}, {200, 65636, 1}, {kNan, kNan, 1}, {3e9f, -3e9f, 1}};
+    for (const auto& c : cases) {
+        FloatImage image(64, 256, c.background);
+        image.fill(128, 144, 0, 16, c.patch);
+        EXPECT_EQ((Verdicts{c.verdict, c.verdict}), verdicts(image)) << c.patch << " on " << c.background;
+    }
+}
+
+TEST_F(CheckOffsetImageQuality, first_of_equally_good_levels_splits_the_tile) {
+    // A quarter of the tile has the lowest value, every third pixel of rows 0 to 47, and a quarter the highest one,
+    // rows 48 to 63. The upper level would fill cells.
+    FloatImage image(64, 256, 200.0f);
+    image.fill(128 + 48, 128 + 64, 0, 64, 300.0f);
+    for (int i = 0; i < 48 * 64; i += 3)
+        image.at(128 + i / 64, i % 64) = 100.0f;
+    EXPECT_EQ(0, check(image, 3));
+    image.at(128 + 48, 0) = 200.0f;  // now a quarter less one is above: the upper level is the worse one
+    EXPECT_EQ(0, check(image, 3));
+    image.at(128, 0) = 200.0f;  // and now both are alike again
+    EXPECT_EQ(0, check(image, 3));
+    image.at(128, 3) = 200.0f;
+    EXPECT_EQ(1, check(image, 3));
+}
+
+TEST_F(CheckOffsetImageQuality, short_and_narrow_images_pass) {
+    FloatImage image(256, 256, 200.0f);
+    image.fill(128, 144, 0, 16, 100.0f);
+    for (const auto& [w, h, code] : {std::tuple{256, 256, 1}, {256, 255, 0}, {256, 1, 0}, {63, 256, 0}}) {
+        image.width = w;
+        image.height = h;
+        EXPECT_EQ((Verdicts{code, code}), verdicts(image)) << w << " x " << h;
+    }
+    EXPECT_EQ(1057, checkOffsetImageQuality(nullptr, 256, 256));
+    for (const auto& [w, h] : {std::pair{0, 256}, {256, 0}, {-256, -256}, {65536, 65536}})
+        EXPECT_EQ(1020, checkOffsetImageQuality(image.pixels.data(), w, h)) << w << " x " << h;
+}
+
+TEST_F(CheckOffsetImageQuality, split_detectors_are_tested_up_to_four_times) {
+    const auto timesTested = [&] {
+        const Lines lines = logLines();
+        return std::count(lines.begin(), lines.end(), "Corr   | I | <getReadOutChannels> begins");
+    };
+    // Only tiles of 64 x 64 see a patch from row 160 on.
+    const struct {
+        int type, mode, times, large;
+    } cases[] = {{1, 16, 1, 0},  {3, 16, 1, 1}, {6, 16, 1, 1}, {7, 1, 1, 0},   {7, 16, 4, 0}, {12, 15, 1, 1},
+                 {12, 16, 4, 1}, {5, 1, 4, 0},  {13, 1, 4, 0}, {25, 16, 4, 0}, {9, 1, 1, 1}};
+    for (const auto& c : cases) {
+        detector().mode = c.mode;
+        for (const float level : {200.0f, 100.0f}) {
+            FloatImage image(256, 256, 200.0f);
+            image.fill(160, 176, 0, 16, level);
+            const auto before = timesTested();
+            const int found = level < 200.0f ? c.large : 0;
+            EXPECT_EQ(found, check(image, c.type)) << c.type << ", mode " << c.mode;
+            EXPECT_EQ(found == 1 ? 1 : c.times, timesTested() - before) << c.type << ", mode " << c.mode;
+        }
+    }
+}
+
+TEST_F(CheckOffsetImageQuality, agrees_with_the_plain_method) {
+    SplitMix64 random(17);
+    std::set<Verdicts> seen;
+    for (const auto& [w, h] : {std::pair{64, 256}, {130, 319}, {191, 320}, {200, 450}}) {
+        for (int round = 0; round < 12; ++round) {
+            FloatImage image(w, h, 0.0f);
+            const double sigma = 1 + random.below(30);
+            const double level = random.below(3) == 0 ? 985 : 60 + random.below(500);
+            const double depth = sigma * (1 + 3 * random.uniform());
+            const int row = 126 + random.below(9) + 16 * random.below(5);
+            const int col = 16 * random.below(w / 16);
+            const int side = 14 + random.below(6);
+            image.fill(row, row + side, col, col + side, static_cast<float>(-depth));
+            for (float& pixel : image.pixels)
+                pixel += static_cast<float>(level + sigma * random.gaussian());
+            for (int i = 0; i < 40; ++i)
+                image.pixels[static_cast<std::size_t>(random.below(w * h))] = i % 2 == 0 ? std::nanf("") : 5000.0f;
+            const Verdicts expected = {plain::offsetPatchVerdict(image.pixels.data(), w, h, 64),
+                                       plain::offsetPatchVerdict(image.pixels.data(), w, h, 32)};
+            EXPECT_EQ(expected, verdicts(image)) << w << " x " << h << ", round " << round;
+            seen.insert(expected);
+        }
+    }
+    EXPECT_GE(seen.size(), 3u);
+}
+
+}  // namespace

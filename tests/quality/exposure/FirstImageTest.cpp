@@ -1,0 +1,364 @@
+#include "DetectorFixture.h"
+#include "reference/quality/PlainFirstImage.h"
+#include "reference/quality/PlainUniformity.h"
+
+#include <QxUtils/Correction.h>
+#include <QxUtils/Quality.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+using namespace qx::test;
+namespace plain = qx::plain;
+using Lines = std::vector<std::string>;
+
+constexpr WORD kDarkLevel = 200;
+
+// Pixels lie so much above the dark level as levelAt(row, column).
+template <class LevelAt>
+TestImage lit(int width, int height, LevelAt levelAt) {
+    TestImage image = constantImage(width, height, kDarkLevel);
+    for (int i = 0; i < width * height; ++i)
+        image.at(i / width, i % width) = static_cast<WORD>(kDarkLevel + levelAt(i / width, i % width));
+    return image;
+}
+
+// The same for rows and columns of blocks of 32 x 32 pixels.
+template <class LevelAt>
+TestImage exposed(int width, int height, LevelAt levelAt) {
+    return lit(width, height, [&](int row, int col) { return levelAt(row / 32, col / 32); });
+}
+
+TestImage flat(int width, int height, int level) {
+    return exposed(width, height, [=](int, int) { return level; });
+}
+
+Lines asLogged(Lines texts) {
+    for (std::string& text : texts)
+        text.insert(0, text.empty() ? "" : "Utils  | I | ");
+    return texts;
+}
+
+class FirstImage : public DetectorFixture {
+protected:
+    FirstImage() { setLimits(100, 1 << 20); }
+
+    // A block floor, and an AFE width: one AFE for the whole of an image leaves it as it is.
+    static void setLimits(int blockFloor, int afeWidth) {
+        detector().config.exposedBlockFloor = blockFloor;
+        detector().afeWidth = afeWidth;
+    }
+
+    // The verdict of a check and what it printed.
+    template <class Check>
+    int verdict(Check check, const TestImage& image, const TestImage& dark) {
+        int code = -1;
+        printed = printedBy([&] { code = check(image.data(), dark.data(), image.width, image.height); });
+        return code;
+    }
+    int first(const TestImage& image, const TestImage& dark) {
+        detector().afeWidth = std::min(detector().afeWidth, image.width);
+        return verdict(checkFirstImg, image, dark);
+    }
+    int first(const TestImage& image) { return first(image, constantImage(image.width, image.height, kDarkLevel)); }
+    int preview(const TestImage& image) {
+        return verdict(checkPreImg, image, constantImage(image.width, image.height, kDarkLevel));
+    }
+
+    std::string printed;  // by the last check
+
+    // What was logged since the last call.
+    Lines logged() const {
+        const Lines lines = logLines();
+        for (const auto& file : logFiles())
+            std::filesystem::remove(file);
+        return lines;
+    }
+    bool logHolds(const std::string& text) const {
+        const Lines lines = logged();
+        return std::count(lines.begin(), lines.end(), "Utils  | I | " + text) == 1;
+    }
+};
+
+using CheckFirstImg = FirstImage;
+using CheckPreImg = FirstImage;
+
+TEST_F(CheckFirstImg, block_at_the_floor_passes_and_one_below_does_not) {
+    setLimits(5000, 512);
+    const auto blockAt = [](int level) {
+        return exposed(512, 512, [=](int row, int col) { return row == 2 && col == 5 ? level : 5000; });
+    };
+    EXPECT_EQ(1068, first(blockAt(4999)));
+    EXPECT_EQ(asLogged({"<checkFirstImg> begins", "value=4999.000000, index=37", "result is 1068",
+                        "<checkFirstImg> terminates with a return value 1068"}),
+              logged());
+    // The upper middle of 1024 pixels decides.
+    TestImage image = blockAt(5000);
+    for (int i = 0; i < 512; ++i)
+        image.at(64 + i / 32, 160 + i % 32) = 0;
+    EXPECT_EQ(0, first(image));
+    image.at(95, 191) = 0;
+    EXPECT_EQ(1068, first(image));
+}
+
+TEST_F(CheckFirstImg, image_like_or_below_its_dark_image_was_not_exposed) {
+    const TestImage dark = randomImage(512, 512, 500, 60000, 1);
+    EXPECT_EQ(1068, first(dark, dark));
+    EXPECT_TRUE(logHolds("value=0.000000, index=0"));
+    EXPECT_EQ(1068, first(constantImage(512, 512, 300), dark));
+    setLimits(0, 512);
+    EXPECT_EQ(1062, first(dark, dark));
+}
+
+// 16 x 16 blocks with a corner of 4 x 5 dark ones, top left or bottom right: in their smoothed image five lie below the
+// limit. A brighter block beside the corner lifts one of them, and the maximum little.
+TestImage cornerShadow(int besideLevel, bool turned) {
+    return exposed(512, 512, [=](int row, int col) {
+        const int down = turned ? 15 - row : row;
+        const int right = turned ? 15 - col : col;
+        if (down < 4 && right < 5)
+            return 0;
+        return down == 4 && right == 4 ? besideLevel : 10000;
+    });
+}
+
+TEST_F(CheckFirstImg, shadow_of_four_blocks_passes_and_one_of_five_does_not) {
+    setLimits(0, 512);
+    const std::string five = "find 5 binning pixels whose value is less than 33 percent of maximum";
+    for (const bool turned : {false, true}) {
+        EXPECT_EQ(0, first(cornerShadow(30000, turned)));
+        EXPECT_EQ("", printed);
+        EXPECT_TRUE(logHolds("find 4 binning pixels whose value is less than 33 percent of maximum"));
+        EXPECT_EQ(1062, first(cornerShadow(10000, turned)));
+        EXPECT_EQ(five + "\n", printed);
+        EXPECT_EQ(asLogged({"<checkFirstImg> begins", "finish binning", five, "", five, "", "check collimator error.",
+                            "result is 1062", "<checkFirstImg> terminates with a return value 1062"}),
+                  logged());
+    }
+}
+
+// 24 x 24 blocks in four quarters; without the border each quarter is one corner of 8 x 8.
+TestImage quarters(int leftTop, int leftBottom, int rightTop, int rightBottom) {
+    return exposed(768, 768, [=](int row, int col) {
+        return row < 12 ? (col < 12 ? leftTop : rightTop) : (col < 12 ? leftBottom : rightBottom);
+    });
+}
+
+TEST_F(CheckFirstImg, corners_may_differ_by_three_tenths_of_their_mean) {
+    const struct {
+        int levels[4];
+        int verdict;
+        const char* degrees;
+    } cases[] = {{{115, 115, 85, 85}, 0, "horAysmDegree=0.300000, verAysmDegree=0.000000"},
+                 {{8499, 11501, 10000, 10000}, 1069, "horAysmDegree=0.162279, verAysmDegree=0.300200"}};
+    setLimits(10, 768);
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.verdict, first(quarters(c.levels[0], c.levels[1], c.levels[2], c.levels[3]))) << c.degrees;
+        EXPECT_TRUE(logHolds(c.degrees));
+    }
+    // A shadow goes before corners that differ.
+    const auto shadow = [](int row, int col) { return row < 7 && col < 7 ? 500 : (row < 12 ? 10000 : 4000); };
+    EXPECT_EQ(1062, first(exposed(768, 768, shadow)));
+    logged();
+    // What AFEs differ in is balanced before.
+    setLimits(10, 128);
+    EXPECT_EQ(0, first(quarters(10000, 10000, 6000, 6000)));
+    setLimits(10, 768);
+    EXPECT_EQ(1069, first(quarters(101, 102, 103, 60)));
+    const Lines expected =
+        asLogged({"count=64, lt=101", "count=64, lb=102", "count=64, rt=103", "count=64, rb=60",
+                  "horAysmDegree=0.518519, verAysmDegree=0.527607", "checkSymmetry failed, asymDegree=0.5276071069",
+                  "<checkFirstImgForFactoryCalibration> terminates with a return value 1069", "result is 1069",
+                  "<checkFirstImg> terminates with a return value 1069"});
+    Lines lines = logged();
+    lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), expected[0]));
+    EXPECT_EQ(expected, lines);
+}
+
+// Numbers become '#'.
+std::string shapeOf(const std::string& line) {
+    std::string shape;
+    for (const char c : line) {
+        const bool isNumber = (c >= '0' && c <= '9') || c == '.' || c == '-';
+        if (!isNumber || !shape.ends_with('#'))
+            shape += isNumber ? '#' : c;
+    }
+    return shape;
+}
+
+// A paraboloid with its peak in column 330 and row 270, behind AFEs of different gain.
+TestImage paraboloid(int width, int height) {
+    static constexpr double kGains[] = {1.0, 1.03, 0.98, 1.01, 0.96, 1.0};
+    return lit(width, height, [](int row, int col) {
+        const double squares = (col - 330) * (col - 330) + (row - 270) * (row - 270);
+        return 30000 * (1 - 1.2e-6 * squares) * kGains[col / 128];
+    });
+}
+
+// What is logged of the surface that is fitted to a passing image.
+Lines peakLines(const TestImage& image, int afeWidth) {
+    const TestImage dark = constantImage(image.width, image.height, kDarkLevel);
+    const std::vector<WORD> difference = plain::darkSubtracted(image.data(), dark.data(), image.width, image.height);
+    const plain::TubePeak p =
+        plain::tubePeak(plain::illumination(difference.data(), image.width, image.height, afeWidth));
+    char model[200];
+    std::snprintf(model, sizeof model, "a=%f,b=%f,c=%f,d=%f,x0=%d,y0=%d", p.model[0], p.model[1], p.model[2],
+                  p.model[3], p.x0, p.y0);
+    const auto position = [](int x, int y) { return "x0=" + std::to_string(x) + ",y0=" + std::to_string(y); };
+    return asLogged({"tube center center calculated by fit image: " + position(p.blockX, p.blockY),
+                     "tube center center calculated by fit coes: " + position(p.x0, p.y0), model});
+}
+
+TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the_tube) {
+    setLimits(100, 128);
+    const TestImage image = paraboloid(768, 640);
+    EXPECT_EQ(0, first(image));
+    EXPECT_EQ("", printed);
+    Lines lines = logged();
+    EXPECT_EQ(peakLines(image, 128), Lines(lines.end() - 6, lines.end() - 3));
+    EXPECT_EQ(lines.back(), "Utils  | I | <checkFirstImg> terminates with a return value 0");
+    int centres = 0;
+    for (std::string& line : lines) {
+        int x0 = 0;
+        int y0 = 0;
+        if (std::sscanf(line.c_str() + std::min(line.find("x0="), line.size()), "x0=%d,y0=%d", &x0, &y0) == 2) {
+            EXPECT_NEAR(330, x0, 32) << line;
+            EXPECT_NEAR(270, y0, 32) << line;
+            ++centres;
+        }
+        line = shapeOf(line);
+    }
+    EXPECT_EQ(4, centres);
+    EXPECT_EQ(asLogged(splitLines("<checkFirstImg> begins\nfinish binning\n<overwriteBadLineAroundAFEEdge> begins\n"
+                                  "<overwriteBadLineAroundAFEEdge> terminates\n"
+                                  "tube center calculate by poly fit, x#=#,y#=#\n"
+                                  "<checkFirstImgForFactoryCalibration> begins\n<correctRDwithoutRgain> begins\n"
+                                  "<overwriteBadLineAroundAFEEdge> begins\n<overwriteBadLineAroundAFEEdge> terminates\n"
+                                  "<correctRDwithoutRgain> terminates#\ncount=#, lt=#\ncount=#, lb=#\n"
+                                  "count=#, rt=#\ncount=#, rb=#\nhorAysmDegree=#, verAysmDegree=#\n"
+                                  "<svdfit> begins\nfitResult=#\n<svdfit> terminates with a return value #\n"
+                                  "tube center center calculated by fit image: x#=#,y#=#\n"
+                                  "tube center center calculated by fit coes: x#=#,y#=#\na=#,b=#,c=#,d=#,x#=#,y#=#\n"
+                                  "<checkFirstImgForFactoryCalibration> terminates with a return value #\n"
+                                  "result is #\n<checkFirstImg> terminates with a return value #\n")),
+              lines);
+    // The fit to a flat image is highest in two corners: columns come before rows.
+    for (const TestImage& other : {flat(512, 512, 5000), paraboloid(577, 801), paraboloid(640, 700)}) {
+        const int afeWidth = other.width == 577 ? 100 : 128;
+        setLimits(100, afeWidth);
+        EXPECT_EQ(0, first(other));
+        lines = logged();
+        EXPECT_EQ(peakLines(other, afeWidth), Lines(lines.end() - 6, lines.end() - 3));
+    }
+}
+
+// Pixels below the dark level on both sides of every boundary: their differences, and what they are raised to, have a
+// ratio of 1. The parabola through the levels 4900, 4400 and 2500 of 4, 2 and 2 blocks has its vertex at -2.53.
+TEST_F(CheckFirstImg, afes_without_signal_at_their_edges_keep_their_levels) {
+    setLimits(1, 64);
+    const TestImage image = lit(512, 512, [](int, int col) {
+        const bool isEdge = col % 64 < 4 || col % 64 >= 60;
+        return (isEdge ? 60 : col < 256 ? 5000 : col < 320 ? 4500 : 2600) - kDarkLevel;
+    });
+    EXPECT_EQ(0, first(image, constantImage(512, 512, 100)));
+    Lines lines = logged();
+    for (std::string& line : lines)
+        line.resize(std::min(line.find(",y0="), line.size()));
+    for (const char* const text :
+         {"count=64, lt=4175", "count=64, rt=4175", "tube center calculate by poly fit, x0=191"})
+        EXPECT_EQ(1, std::count(lines.begin(), lines.end(), asLogged({text})[0])) << text;
+}
+
+TEST_F(CheckFirstImg, refusals) {
+    const TestImage image = flat(512, 512, 1000);
+    const TestImage dark = constantImage(512, 512, kDarkLevel);
+    EXPECT_EQ(1057, checkFirstImg(nullptr, image.data(), 512, 512));
+    EXPECT_EQ(1057, checkFirstImg(image.data(), nullptr, 512, 512));
+    setLimits(100, 9);
+    for (const auto& [w, h] : {std::pair{512, 511}, {511, 512}, {0, 512}, {512, 0}, {-512, -512}, {1 << 16, 1 << 16}})
+        EXPECT_EQ(1020, checkFirstImg(image.data(), dark.data(), w, h)) << w << " x " << h;
+    for (const auto& [afeWidth, code] : {std::pair{0, 1020}, {-32, 1020}, {8, 1020}, {9, 0}, {512, 0}, {513, 1020}}) {
+        setLimits(100, afeWidth);
+        EXPECT_EQ(code, verdict(checkFirstImg, image, dark)) << afeWidth;
+        EXPECT_EQ(code == 0 ? "" : "calcuate ratio between neighbour AFE fail during calibration!\n", printed);
+    }
+    setLimits(100, 0);
+    detector().faults.getAFEWidthByDetectorDescription = 5;
+    EXPECT_EQ(0, checkFirstImg(image.data(), dark.data(), 512, 512));
+}
+
+TEST_F(CheckPreImg, last_block_row_and_column_are_not_examined) {
+    const struct {
+        int width, height, dimRow, dimColumn, first, preview;
+    } cases[] = {{512, 512, 0, 0, 1068, 1068}, {512, 512, 14, 14, 1068, 1068}, {512, 512, 15, 3, 1068, 0},
+                 {512, 512, 3, 15, 1068, 0},   {513, 513, 15, 15, 1068, 1068}, {512, 513, 15, 15, 1068, 0},
+                 {513, 512, 15, 15, 1068, 0},  {543, 543, 16, 16, 0, 0},       {544, 544, 16, 16, 1068, 0}};
+    for (const auto& c : cases) {
+        const TestImage image = exposed(
+            c.width, c.height, [&](int row, int col) { return row == c.dimRow && col == c.dimColumn ? 99 : 1000; });
+        EXPECT_EQ(c.first, first(image)) << "case " << &c - cases;
+        EXPECT_EQ(c.preview, preview(image)) << "case " << &c - cases;
+    }
+}
+
+TEST_F(CheckPreImg, floor_comes_before_uniformity_and_the_course_is_logged) {
+    const TestImage uneven = exposed(160, 160, [](int row, int) { return row < 2 ? 100 : 5000; });
+    for (const int code : {1062, 1068, 0}) {
+        setLimits(code == 1068 ? 101 : 100, 0);
+        EXPECT_EQ(code, preview(code == 0 ? flat(160, 160, 5000) : uneven));
+        EXPECT_EQ(asLogged({"<checkPreImg> begins", "result is " + std::to_string(code),
+                            "<checkPreImg> terminates with a return value " + std::to_string(code)}),
+                  logged());
+    }
+}
+
+TEST_F(CheckPreImg, agrees_with_the_plain_method_at_both_sides_of_the_limit) {
+    for (const auto& [w, h] : {std::pair{77, 77}, {96, 128}, {129, 95}, {160, 300}, {301, 160}}) {
+        const TestImage image = randomImage(w, h, 1000, 9000, static_cast<std::uint64_t>(w));
+        const TestImage dark = constantImage(w, h, kDarkLevel);
+        const std::vector<WORD> difference = plain::darkSubtracted(image.data(), dark.data(), w, h);
+        const float spread = plain::squareSpread(difference.data(), w, h).spread;
+        for (const float limit : {spread, std::nextafter(spread, 1.0f)}) {
+            detector().config.uniformityCvLimit = limit;
+            for (int floor = 4500; floor < 5000; floor += 40) {
+                setLimits(floor, 0);
+                EXPECT_EQ(plain::previewVerdict(image.data(), dark.data(), w, h, floor, limit), preview(image))
+                    << w << " x " << h << ", floor " << floor << ", limit " << limit;
+            }
+        }
+    }
+}
+
+TEST_F(CheckPreImg, refusals) {
+    const TestImage image = flat(128, 128, 1000);
+    EXPECT_EQ(1057, checkPreImg(nullptr, image.data(), 128, 128));
+    EXPECT_EQ(1057, checkPreImg(image.data(), nullptr, 128, 128));
+    setLimits(1, 0);
+    const struct {
+        int width, height, verdict;
+    } sizes[] = {{75, 100, 1068}, {33, 33, 1068},  {32, 128, 1020},    {128, 32, 1020},         {1, 512, 1020},
+                 {0, 100, 1020},  {100, -1, 1020}, {-128, -128, 1020}, {1 << 16, 1 << 16, 1020}};
+    for (const auto& [w, h, code] : sizes)
+        EXPECT_EQ(code, checkPreImg(image.data(), image.data(), w, h)) << w << " x " << h;
+    setLimits(0, 0);
+    EXPECT_EQ(1020, checkPreImg(image.data(), image.data(), 75, 100));
+}
+
+TEST(ChecksWithoutAVerdict, pass_whatever_they_are_given) {
+    TestImage image = flat(64, 64, 1000);
+    const TestImage before = image;
+    for (WORD* pixels : {static_cast<WORD*>(nullptr), image.pixels.data()}) {
+        for (const int size : {64, 0, -1}) {
+            const std::vector<int> statuses = {
+                checkCollimator(pixels, size, size), checkSync(pixels, size, size), checkTube(pixels, size, size),
+                jingtaiEnhance(pixels, "dir", size, size, 1), precisionEnhance(pixels, nullptr, size, size)};
+            EXPECT_EQ(std::vector<int>(5, 0), statuses);
+        }
+    }
+    EXPECT_EQ(before.pixels, image.pixels);
+}
+
+}  // namespace

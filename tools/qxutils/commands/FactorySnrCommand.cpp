@@ -1,0 +1,57 @@
+#include "commands/Command.h"
+#include "common/FileAccess.h"
+#include "common/LibraryFile.h"
+#include "snr/FactorySnrFile.h"
+
+#include <QxUtils.h>
+#include <VirtualDetector.h>
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace qx::tool {
+namespace {
+
+struct FactorySnrOptions {
+    std::string folder;
+    std::optional<int> detectorType;
+};
+
+// The file's name, which the library makes of the detector's name.
+std::string factorySnrName() {
+    const std::string product = "Halbrook";
+    const std::string& description = qxkit::virtualDetector().description;
+    const std::size_t found = description.find(product);
+    return found == std::string::npos ? "" : description.substr(found + product.size()) + "-SNR.raw";
+}
+
+ExitCode measureFactorySnr(const FactorySnrOptions& options) {
+    requireFolder(options.folder, "a folder with folders of images, such as 500ms");
+    const int type = options.detectorType.value_or(qxkit::virtualDetector().type);
+    const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
+    if (status != StatusOk) {
+        throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +
+                        "); give folders of as many images each, named as 500ms, of the size that --detector tells");
+    }
+    const std::string file = (std::filesystem::path(options.folder) / factorySnrName()).string();
+    printFactorySnr(loadFactorySnrFile(file));
+    std::cout << "  written to " << file << '\n';
+    return ExitCode::Passed;
+}
+
+}  // namespace
+
+void addFactorySnrCommand(CLI::App& app, Command& chosen) {
+    auto options = std::make_shared<FactorySnrOptions>();
+    CLI::App* command = app.add_subcommand("factory-snr", "Measure the SNR of factory images into a file");
+    command->add_option("DIR", options->folder, "Folder with a folder of images for each integration time")->required();
+    command->add_option("--detector-type", options->detectorType, "Detector type to store; the detector's if left out");
+    command->callback([options, &chosen] { chosen = [options] { return measureFactorySnr(*options); }; });
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,108 @@
+#include "commands/Command.h"
+#include "common/NumberText.h"
+#include "common/TextTable.h"
+#include "image/ImageFiles.h"
+#include "picture/Comparison.h"
+#include "picture/PngWriter.h"
+
+#include <QxUtils.h>
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qx::tool {
+namespace {
+
+struct ResizeOptions {
+    ImageFiles files;
+    std::string to;
+    std::optional<int> type;
+    std::optional<std::string> zoom;
+};
+
+Shape standardShape(const std::string& text, int type) {
+    const std::optional<int> index = parseInteger(text);
+    Shape shape;
+    if (!index || getIntepolationSize(shape.width, shape.height, *index, type) != StatusOk) {
+        throw ToolError("\"" + text + "\" is no size; give WIDTHxHEIGHT or the index of a standard size from 1 to 4",
+                        ExitCode::Usage);
+    }
+    return shape;
+}
+
+Shape wantedShape(const ResizeOptions& options) {
+    const bool isShape = options.to.find('x') != std::string::npos;
+    if (isShape && options.type)
+        throw ToolError("--type needs a standard size; give --to an index from 1 to 4", ExitCode::Usage);
+    const Shape shape = isShape ? parseShape(options.to) : standardShape(options.to, options.type.value_or(0));
+    if (shape.width == 1 || shape.height == 1)
+        throw ToolError("--to " + options.to + ": one row or column has no spacing; give sides from 2",
+                        ExitCode::Usage);
+    return shape;
+}
+
+// The addresses that interpImg2D takes are those of the first pixels, whatever their type says.
+WORD** firstPixel(RawImage& image) {
+    return reinterpret_cast<WORD**>(image.pixels.data());
+}
+
+RawImage resize(RawImage image, const Shape& shape) {
+    RawImage resized{shape, false, std::vector<WORD>(static_cast<std::size_t>(shape.pixelCount()))};
+    interpImg2D(firstPixel(resized), shape.height, shape.width, firstPixel(image), image.shape.height,
+                image.shape.width);
+    return resized;
+}
+
+std::string spacing(int from, int to) {
+    return formatNumber(static_cast<double>(from - 1) / (to - 1), 4);
+}
+
+void printSizes(const Shape& from, const Shape& to) {
+    TextTable table({"image", "width", "height", "column spacing", "row spacing"});
+    table.addRow({"before", std::to_string(from.width), std::to_string(from.height), "1.0000", "1.0000"});
+    table.addRow({"after", std::to_string(to.width), std::to_string(to.height), spacing(from.width, to.width),
+                  spacing(from.height, to.height)});
+    table.print(std::cout);
+}
+
+Canvas drawResized(const RawImage& before, const RawImage& after, const Region& region) {
+    const GreyWindow window = windowOf(before, region);
+    return drawComparison(
+        {compared(before, window, toText(before.shape)), compared(after, window, toText(after.shape))}, region, 2);
+}
+
+ExitCode runResize(const ResizeOptions& options) {
+    const Shape shape = wantedShape(options);
+    const RawImage image = options.files.load();
+    options.files.requireOutputs();
+    const Region region = parseRegion(options.zoom, image.shape);
+    const RawImage resized = resize(image, shape);
+    saveRawImage(options.files.output, resized);
+    printSizes(image.shape, shape);
+    if (options.files.picture)
+        writePng(*options.files.picture, drawResized(image, resized, region));
+    return ExitCode::Passed;
+}
+
+}  // namespace
+
+void addResizeCommand(CLI::App& app, Command& chosen) {
+    auto options = std::make_shared<ResizeOptions>();
+    CLI::App* command = app.add_subcommand("resize", "Resample a raw 16-bit image by cubic splines");
+    addInput(*command, options->files);
+    command
+        ->add_option("--to", options->to,
+                     "WIDTHxHEIGHT, or the index of a standard size from 1 to 4, whose first number is the width")
+        ->required();
+    command->add_option("--type", options->type, "Detector type of a standard size; 4 and 9 make it a square");
+    addOutputs(*command, options->files, "Picture of the image before and after");
+    addZoom(*command, options->zoom);
+    command->callback([options, &chosen] { chosen = [options] { return runResize(*options); }; });
+}
+
+}  // namespace qx::tool

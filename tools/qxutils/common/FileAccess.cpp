@@ -1,0 +1,80 @@
+#include "common/FileAccess.h"
+
+#include "commands/Command.h"
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+namespace qx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Not every platform can tell whether two existing names are one file, and none can when the output does not exist.
+bool isSameFile(const std::string& first, const std::string& second) {
+    std::error_code error;
+    if (fs::equivalent(first, second, error))
+        return true;
+    const auto plainName = [](const std::string& path) {
+        std::error_code unknown;
+        const fs::path canonical = fs::weakly_canonical(path, unknown);
+        return fs::absolute(unknown ? fs::path(path) : canonical, unknown).lexically_normal();
+    };
+    return plainName(first) == plainName(second);
+}
+
+}  // namespace
+
+void requireName(const std::string& path, const std::string& wanted) {
+    if (path.empty())
+        throw ToolError("a file or folder name is empty; give " + wanted, ExitCode::Usage);
+}
+
+std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
+    requireName(path, wanted);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+        throw ToolError(path + ": no such file; check the name");
+    if (fs::is_directory(status))
+        throw ToolError(path + ": is a directory; give " + wanted);
+    const std::uintmax_t bytes = fs::file_size(path, error);
+    if (error)
+        throw ToolError(path + ": cannot tell its size (" + error.message() + "); give " + wanted);
+    return static_cast<std::int64_t>(bytes);
+}
+
+void requireFolder(const std::string& path, const std::string& wanted) {
+    requireName(path, wanted);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+        throw ToolError(path + ": no such folder; check the name");
+    if (!fs::is_directory(status))
+        throw ToolError(path + ": is no folder; give " + wanted);
+}
+
+void requireOtherFile(const std::string& output, const std::string& input) {
+    if (isSameFile(output, input))
+        throw ToolError(output + ": would overwrite the file it is made from; give another name", ExitCode::Usage);
+}
+
+void createFolder(const std::string& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (!fs::is_directory(path, error))
+        throw ToolError(path + ": cannot be created as a folder; give another --out");
+}
+
+void writeFile(const std::string& path, std::string_view content) {
+    std::ofstream file(path, std::ios::binary);
+    if (!file)
+        throw ToolError(path + ": cannot be written; check that the folder exists and may be written to");
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file)
+        throw ToolError(path + ": cannot be written completely; check that there is room");
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,37 @@
+#include "common/LibraryFile.h"
+
+#include "commands/Command.h"
+
+#include <QxUtils/StatusCode.h>
+
+#include <cstddef>
+
+namespace qx::tool {
+namespace {
+
+constexpr std::size_t kMaxLibraryPath = 255;
+
+}  // namespace
+
+LibraryPath toLibraryPath(const std::string& path) {
+    if (path.size() > kMaxLibraryPath - 2) {
+        throw ToolError(path + ": the path is longer than " + std::to_string(kMaxLibraryPath - 2) +
+                        " characters; run qxutils closer to the file");
+    }
+    const std::size_t slash = path.find_last_of("/\\");
+    if (slash == std::string::npos)
+        return {"./", path};
+    return {path.substr(0, slash + 1), path.substr(slash + 1)};
+}
+
+std::string statusText(int status) {
+    const char* message = getStatusMessage(status);
+    return "status " + std::to_string(status) + ": " + (message == nullptr ? "never assigned" : message);
+}
+
+void requireRead(const std::string& path, int status) {
+    if (status != StatusOk)
+        throw ToolError(path + ": cannot be read (" + statusText(status) + "); check that you may read it");
+}
+
+}  // namespace qx::tool

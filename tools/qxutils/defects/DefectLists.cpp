@@ -1,0 +1,92 @@
+#include "defects/DefectLists.h"
+
+#include "commands/Command.h"
+#include "common/FileAccess.h"
+#include "common/LibraryFile.h"
+
+#include <QxUtils.h>
+
+#include <cstdint>
+#include <utility>
+
+namespace qx::tool {
+namespace {
+
+constexpr const char* kWanted = "a defect file";
+constexpr int kClusterEnd = -1;
+
+// Points of the image by their indices.
+class PixelGrid {
+public:
+    explicit PixelGrid(std::uint32_t width) : width_(width) {}
+
+    Point at(int index) const { return {static_cast<int>(index % width_), static_cast<int>(index / width_)}; }
+
+private:
+    std::int64_t width_;
+};
+
+void addClassic(const VectorDefect& classic, const PixelGrid& grid, DefectLists& lists) {
+    for (const int index : classic.points)
+        lists.points.push_back(grid.at(index));
+    std::vector<Point> cluster;
+    for (const int index : classic.clusters) {
+        if (index != kClusterEnd)
+            cluster.push_back(grid.at(index));
+        else if (!cluster.empty())
+            lists.clusters.push_back(std::exchange(cluster, {}));
+    }
+    if (!cluster.empty())
+        lists.clusters.push_back(cluster);
+    lists.rows.insert(lists.rows.end(), classic.rows.begin(), classic.rows.end());
+    lists.columns.insert(lists.columns.end(), classic.columns.begin(), classic.columns.end());
+}
+
+std::vector<Point> pointsOf(const std::vector<DefectEntry>& entries) {
+    std::vector<Point> points;
+    for (const DefectEntry& entry : entries)
+        points.push_back({entry.x1, entry.y1});
+    return points;
+}
+
+void addStructured(const DefectInfo& structured, DefectLists& lists) {
+    for (const Point& point : pointsOf(structured.points))
+        lists.points.push_back(point);
+    for (const ClusterGroup& group : structured.clusters)
+        lists.clusters.push_back(pointsOf(group.entries));
+    for (const LineGroup& group : structured.rows) {
+        for (const DefectEntry& entry : group.entries)
+            lists.rows.push_back(entry.y1);
+    }
+    for (const LineGroup& group : structured.columns) {
+        for (const DefectEntry& entry : group.entries)
+            lists.columns.push_back(entry.x1);
+    }
+}
+
+void requireDefects(const std::string& path, int status) {
+    if (status != StatusOk)
+        throw ToolError(path + ": no defects can be read (" + statusText(status) + "); give " + kWanted);
+}
+
+}  // namespace
+
+DefectLists loadDefectLists(const std::string& path) {
+    fileBytes(path, kWanted);
+    const LibraryPath file = toLibraryPath(path);
+    FileHeadInfo info{};
+    requireDefects(path, getDefectHeadInfo(file.directory.c_str(), file.name.c_str(), &info));
+    if (info.imageWidth == 0)
+        throw ToolError(path + ": the header tells no image width; give " + kWanted);
+    // The file's name decides which of the two is filled.
+    VectorDefect classic;
+    DefectInfo structured;
+    requireDefects(path,
+                   getDefectIndexFromDefectFile(file.directory.c_str(), file.name.c_str(), &classic, &structured));
+    DefectLists lists{{static_cast<int>(info.imageWidth), static_cast<int>(info.imageHeight)}, {}, {}, {}, {}};
+    addClassic(classic, PixelGrid(info.imageWidth), lists);
+    addStructured(structured, lists);
+    return lists;
+}
+
+}  // namespace qx::tool

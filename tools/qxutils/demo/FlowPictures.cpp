@@ -1,0 +1,81 @@
+#include "demo/FlowPictures.h"
+
+#include "checks/CheckMeasures.h"
+
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace qx::tool {
+namespace {
+
+// Wide enough for the steps between AFEs and the fall of light towards the corners.
+constexpr double kBalanceContrast = 0.12;
+
+RawImage toRawImage(const FloatImage& image) {
+    RawImage raw{image.shape, false, {}};
+    std::transform(image.pixels.begin(), image.pixels.end(), std::back_inserter(raw.pixels),
+                   [](float value) { return static_cast<WORD>(std::clamp(value, 0.0f, 65535.0f)); });
+    return raw;
+}
+
+GreyWindow windowAroundMedian(const RawImage& image) {
+    const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
+    return {median * (1.0 - kBalanceContrast), median * (1.0 + kBalanceContrast)};
+}
+
+GreyPicture enlarge(const GreyPicture& picture, int scale) {
+    GreyPicture large{{picture.shape.width * scale, picture.shape.height * scale}, {}};
+    for (int row = 0; row < large.shape.height; ++row) {
+        const auto line = picture.pixels.begin() + std::ptrdiff_t{row / scale} * picture.shape.width;
+        for (int column = 0; column < large.shape.width; ++column)
+            large.pixels.push_back(line[column / scale]);
+    }
+    return large;
+}
+
+// The edges of the blocks at which the region ends.
+std::vector<Line> outline(const ShadowRegion& shadow, const Shape& blocks, int scale) {
+    const auto isInside = [&](int row, int column) {
+        return row >= 0 && row < blocks.height && column >= 0 && column < blocks.width &&
+               shadow.isInside[static_cast<std::size_t>(row * blocks.width + column)] != 0;
+    };
+    std::vector<Line> lines;
+    for (int row = 0; row <= blocks.height; ++row) {
+        for (int column = 0; column <= blocks.width; ++column) {
+            const Point corner{std::max(column * scale, 1), std::max(row * scale, 1)};
+            if (isInside(row, column) != isInside(row - 1, column))
+                lines.push_back({corner, {(column + 1) * scale, corner.y}});
+            if (isInside(row, column) != isInside(row, column - 1))
+                lines.push_back({corner, {corner.x, (row + 1) * scale}});
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::vector<Tile> drawBalance(const CalibrationFlow& flow, int side) {
+    FloatImage image = subtractDark(flow.flat, flow.dark);
+    const RawImage before = toRawImage(image);
+    correctRDwithoutRgain(image.pixels.data(), image.shape.width, image.shape.height);
+    const GreyWindow window = windowAroundMedian(before);
+    return {{makePreview(before, window, side), "before the AFE balance", "dark image subtracted", kTileText},
+            {makePreview(toRawImage(image), window, side), "after the AFE balance", "AFEs at one level", kTilePassed}};
+}
+
+Tile drawShadow(const CalibrationFlow& flow, int side) {
+    const FloatImage blocks = blockMedians(subtractDark(flow.collimated, flow.dark));
+    const ShadowRegion shadow = findShadow(blocks);
+    const int scale = std::max(1, side / blocks.shape.width);
+    // Above the brightest block, so that the steps between AFEs show.
+    const double white = 1.1 * static_cast<double>(*std::max_element(blocks.pixels.begin(), blocks.pixels.end()));
+    const GreyPicture picture = makePreview(toRawImage(blocks), GreyWindow{0.0, white}, blocks.shape.width);
+    const std::string verdict =
+        "status " + std::to_string(StatusUniformityUnqualified) + ": " + std::to_string(shadow.size) + " blocks";
+    return {enlarge(picture, scale), "shutter half open, blocks", verdict, kTileNotPassed,
+            outline(shadow, blocks.shape, scale)};
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,80 @@
+#include "ndt/NdtDefects.h"
+
+#include "common/FileAccess.h"
+
+#include <QxUtils/Files.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+namespace qx::tool {
+namespace {
+
+constexpr int kClusterEnd = -1;
+
+// Where the header tells what the file holds; rows and columns lie in one section.
+constexpr std::size_t kWidthOffset = 12;
+constexpr std::size_t kHeightOffset = 16;
+constexpr std::size_t kPointOffset = 40;
+constexpr std::size_t kRowOffset = 48;
+constexpr std::size_t kColumnOffset = 56;
+constexpr std::size_t kClusterOffset = 64;
+
+void putBigEndian(std::string& bytes, std::size_t offset, std::size_t value) {
+    for (std::size_t i = 0; i < 4; ++i)
+        bytes[offset + i] = static_cast<char>(value >> (24 - 8 * i) & 0xFF);
+}
+
+void appendWords(std::string& bytes, std::initializer_list<int> words) {
+    for (const int word : words) {
+        bytes += static_cast<char>(word & 0xFF);
+        bytes += static_cast<char>(word >> 8 & 0xFF);
+    }
+}
+
+// Count and place of the section that begins here.
+void announce(std::string& bytes, std::size_t offset, std::size_t count) {
+    putBigEndian(bytes, offset, count);
+    putBigEndian(bytes, offset + 4, bytes.size());
+}
+
+void appendClusters(std::string& bytes, const std::vector<int>& clusters, int width) {
+    for (const int pixel : clusters) {
+        if (pixel == kClusterEnd)
+            appendWords(bytes, {kClusterEnd});
+        else
+            appendWords(bytes, {pixel % width, pixel / width});
+    }
+    if (!clusters.empty() && clusters.back() != kClusterEnd)
+        appendWords(bytes, {kClusterEnd});
+}
+
+std::size_t clusterCount(const std::vector<int>& clusters) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < clusters.size(); ++i)
+        count += clusters[i] != kClusterEnd && (i == 0 || clusters[i - 1] == kClusterEnd);
+    return count;
+}
+
+}  // namespace
+
+void writeClassicDefects(const std::string& path, const Shape& shape, const VectorDefect& defects) {
+    std::string bytes(kImageHeaderBytes, '\0');
+    putBigEndian(bytes, kWidthOffset, static_cast<std::size_t>(shape.width));
+    putBigEndian(bytes, kHeightOffset, static_cast<std::size_t>(shape.height));
+    announce(bytes, kPointOffset, defects.points.size());
+    for (const int pixel : defects.points)
+        appendWords(bytes, {pixel % shape.width, pixel / shape.width});
+    announce(bytes, kRowOffset, defects.rows.size());
+    putBigEndian(bytes, kColumnOffset, defects.columns.size());
+    for (const int row : defects.rows)
+        appendWords(bytes, {0, row, shape.width - 1, row});
+    for (const int column : defects.columns)
+        appendWords(bytes, {column, 0, column, shape.height - 1});
+    announce(bytes, kClusterOffset, clusterCount(defects.clusters));
+    appendClusters(bytes, defects.clusters, shape.width);
+    writeFile(path, bytes);
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,126 @@
+#include "snr/FactorySeries.h"
+
+#include "commands/Command.h"
+#include "common/FileAccess.h"
+#include "snr/FactorySnrFile.h"
+
+#include <nlohmann/json.hpp>
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <string_view>
+
+namespace qx::tool {
+namespace {
+
+constexpr std::int64_t kMaxFileBytes = 1 << 20;
+constexpr const char* kWanted = "a text, TOML or JSON file with SNR values";
+
+std::string readText(const std::string& path) {
+    if (fileBytes(path, kWanted) > kMaxFileBytes)
+        throw ToolError(path + ": too long for a list of SNR values; give " + kWanted);
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file || !text)
+        throw ToolError(path + ": cannot be read; check that you may read it and that it is not empty");
+    return text.str();
+}
+
+// 0, which no series may hold, for a number that is none or has no place in a float.
+float toSnr(std::optional<double> value) {
+    return value && *value > 0 && *value <= std::numeric_limits<float>::max() ? static_cast<float>(*value) : 0.0f;
+}
+
+SnrSeries parseToml(const std::string& text) {
+    const toml::table table = toml::parse(text);
+    const toml::array* list = table["snr"].as_array();
+    if (list == nullptr)
+        throw std::runtime_error("no list named snr");
+    SnrSeries series;
+    for (const toml::node& node : *list)
+        series.push_back(toSnr(node.value<double>()));
+    return series;
+}
+
+SnrSeries parseJson(const std::string& text) {
+    nlohmann::json list = nlohmann::json::parse(text, nullptr, false);
+    if (list.is_discarded())
+        throw std::runtime_error("not valid JSON");
+    if (list.is_object())
+        list = list.value("snr", nlohmann::json());
+    if (!list.is_array())
+        throw std::runtime_error("no list named snr");
+    SnrSeries series;
+    for (const nlohmann::json& item : list)
+        series.push_back(toSnr(item.is_number() ? std::optional(item.get<double>()) : std::nullopt));
+    return series;
+}
+
+SnrSeries parsePlain(const std::string& text) {
+    SnrSeries series;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        float value = 0;
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+        if (error != std::errc{} || end != word.data() + word.size())
+            throw std::runtime_error("\"" + word.substr(0, 40) + "\" is not a number");
+        series.push_back(value);
+    }
+    return series;
+}
+
+SnrSeries parseSeries(const std::string& path) {
+    const std::string text = readText(path);
+    const std::filesystem::path extension = std::filesystem::path(path).extension();
+    try {
+        if (extension == ".toml")
+            return parseToml(text);
+        return extension == ".json" ? parseJson(text) : parsePlain(text);
+    } catch (const std::exception& error) {
+        std::string reason = error.what();
+        std::replace(reason.begin(), reason.end(), '\n', ' ');
+        throw ToolError(path + ": " + reason + "; give a list of SNR values, smallest square first");
+    }
+}
+
+// The number with the fewest digits that reads back as the same float.
+double shortestDecimal(float value) {
+    char text[32];
+    const auto written = std::to_chars(text, text + sizeof(text), value);
+    double decimal = 0;
+    std::from_chars(text, written.ptr, decimal);
+    return decimal;
+}
+
+}  // namespace
+
+SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount, std::optional<float> integrationTimeMs) {
+    SnrSeries series =
+        isFactorySnrName(path) ? nearestRecord(loadFactorySnrFile(path), integrationTimeMs).snr : parseSeries(path);
+    const auto isUsable = [](float value) { return std::isfinite(value) && value > 0; };
+    if (!std::all_of(series.begin(), series.end(), isUsable))
+        throw ToolError(path + ": every SNR value must be a positive number");
+    if (series.size() < minimumCount) {
+        throw ToolError(path + ": " + std::to_string(series.size()) + " SNR values, but an image of this shape needs " +
+                        std::to_string(minimumCount) + "; measure the factory series on images of the same shape");
+    }
+    return series;
+}
+
+void saveFactorySeries(const std::string& path, const SnrSeries& series) {
+    toml::array list;
+    for (const float value : series)
+        list.push_back(shortestDecimal(value));
+    std::ostringstream text;
+    text << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';
+    writeFile(path, text.str());
+}
+
+}  // namespace qx::tool

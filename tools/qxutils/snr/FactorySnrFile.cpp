@@ -1,0 +1,72 @@
+#include "snr/FactorySnrFile.h"
+
+#include "commands/Command.h"
+#include "common/FileAccess.h"
+#include "common/LibraryFile.h"
+#include "common/TextTable.h"
+#include "image/RawImage.h"
+
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <string_view>
+
+namespace qx::tool {
+namespace {
+
+constexpr const char* kWanted = "a factory SNR file, as qxutils factory-snr writes it";
+constexpr std::size_t kDetectorTypeOffset = kImageHeaderBytes + 12;
+constexpr std::size_t kRecordsOffset = kDetectorTypeOffset + 4;
+
+std::int32_t detectorTypeOf(const std::string& path) {
+    if (fileBytes(path, kWanted) < static_cast<std::int64_t>(kRecordsOffset))
+        throw ToolError(path + ": too short; give " + kWanted);
+    std::int32_t type = 0;
+    std::memcpy(&type, loadBytes(path, kRecordsOffset).data() + kDetectorTypeOffset, sizeof type);
+    return type;
+}
+
+}  // namespace
+
+bool isFactorySnrName(const std::string& path) {
+    return std::string_view(path).ends_with("-SNR.raw");
+}
+
+FactoryDiffIntSNRList loadFactorySnrFile(const std::string& path) {
+    const int type = detectorTypeOf(path);
+    const LibraryPath file = toLibraryPath(path);
+    FactoryDiffIntSNRList list;
+    const int status = loadAllSNRFromFactory(file.directory.c_str(), file.name.c_str(), list, type);
+    if (status != StatusOk)
+        throw ToolError(path + ": no records can be read (" + statusText(status) + "); give " + kWanted);
+    if (list.records.empty())
+        throw ToolError(path + ": holds no records; give " + kWanted);
+    return list;
+}
+
+const FactorySNRRecord& nearestRecord(const FactoryDiffIntSNRList& list, std::optional<float> integrationTimeMs) {
+    if (!integrationTimeMs)
+        return list.records.front();
+    const auto distance = [&](const FactorySNRRecord& record) {
+        return std::abs(double{*integrationTimeMs} - record.integrationTime);
+    };
+    return *std::ranges::min_element(list.records, {}, distance);
+}
+
+void printFactorySnr(const FactoryDiffIntSNRList& list) {
+    TextTable table({"integration time", "mean", "squares", "first SNR", "last SNR"});
+    for (const FactorySNRRecord& record : list.records) {
+        const bool isEmpty = record.snr.empty();
+        table.addRow({std::to_string(record.integrationTime) + " ms",
+                      formatNumber(static_cast<double>(record.meanGray), 1), std::to_string(record.snr.size()),
+                      isEmpty ? "" : formatNumber(static_cast<double>(record.snr.front()), 1),
+                      isEmpty ? "" : formatNumber(static_cast<double>(record.snr.back()), 1)});
+    }
+    table.print(std::cout);
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,86 @@
+#include "stripe/StripeCorrection.h"
+
+#include "commands/Command.h"
+
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace qx::tool {
+namespace {
+
+constexpr double kPedestal = 208.0;
+
+struct MethodLimits {
+    int rowsAbove;
+    int rowsFrom;  // the trigger line and below
+    int width;
+};
+
+MethodLimits limitsOf(StripeMethod method) {
+    return method == StripeMethod::Clinic ? MethodLimits{26, 10, 1} : MethodLimits{26, 40, 1002};
+}
+
+void requireFit(const Shape& shape, int triggerLine, StripeMethod method) {
+    const MethodLimits limits = limitsOf(method);
+    if (shape.width < limits.width) {
+        throw ToolError(toText(shape) + ": this method needs " + std::to_string(limits.width) +
+                            " columns or more; use --method clinic",
+                        ExitCode::Usage);
+    }
+    if (triggerLine < limits.rowsAbove || shape.height - triggerLine < limits.rowsFrom) {
+        throw ToolError("trigger line " + std::to_string(triggerLine) + " is too close to the edge: there must be " +
+                            std::to_string(limits.rowsAbove) + " rows above it, and " +
+                            std::to_string(limits.rowsFrom) + " from it on; give another --trigger",
+                        ExitCode::Usage);
+    }
+}
+
+}  // namespace
+
+RawImage correctStripe(const RawImage& image, const RawImage& reference, int triggerLine, StripeMethod method) {
+    requireFit(image.shape, triggerLine, method);
+    if (reference.shape.height - triggerLine < limitsOf(method).rowsFrom)
+        throw ToolError("the reference ends too close to the trigger line; give one of more rows");
+    RawImage corrected = image;
+    const auto [width, height] = image.shape;
+    const int status = method == StripeMethod::Clinic
+                           ? correctAedStripeClinic(corrected.pixels.data(), reference.pixels.data(), width,
+                                                    reference.shape.width, height, triggerLine)
+                           : correctAedStripe(corrected.pixels.data(), width, height, 0, 0, triggerLine);
+    if (status == -1)
+        throw ToolError("no stripe that can be measured above row " + std::to_string(triggerLine) +
+                        "; give another --trigger or a --reference that shows it");
+    if (status != StatusOk)
+        throw ToolError("not corrected: status " + std::to_string(status) + ": " + getStatusMessage(status));
+    return corrected;
+}
+
+std::vector<double> rowLevels(const RawImage& image, int first, int end) {
+    std::vector<double> levels;
+    for (int row = first; row < end; ++row) {
+        const WORD* const pixels = image.pixels.data() + std::ptrdiff_t{row} * image.shape.width;
+        levels.push_back(getMedian(pixels, image.shape.width));
+    }
+    return levels;
+}
+
+StripeProfile profileOf(const RawImage& image, int triggerLine) {
+    std::vector<double> levels = rowLevels(image, triggerLine - kStripeRows - 1, triggerLine + 1);
+    const double above = levels.front();
+    const double trigger = levels.back();
+    StripeProfile profile;
+    for (int i = 1; i <= kStripeRows; ++i) {
+        const double level = levels[static_cast<std::size_t>(i)];
+        const double straight = above + (trigger - above) * i / (kStripeRows + 1);
+        profile.levels.push_back(level);
+        profile.straight.push_back(straight);
+        profile.contrast = std::max(profile.contrast, std::fabs(level - straight));
+    }
+    profile.percent = 100.0 * profile.contrast / std::max(1.0, std::fabs(trigger - kPedestal));
+    return profile;
+}
+
+}  // namespace qx::tool

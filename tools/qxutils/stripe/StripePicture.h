@@ -1,0 +1,30 @@
+#pragma once
+
+#include "image/RawImage.h"
+#include "picture/Canvas.h"
+
+#include <string>
+#include <vector>
+
+namespace qx::tool {
+
+// An image around its trigger line, with a caption.
+struct StripeView {
+    const RawImage& image;
+    std::string caption;
+    std::string verdict;
+    Colour verdictColour;
+};
+
+// The rows around the trigger line of each view, enlarged, all with the same brightness window; beside each the levels
+// of its rows, and those of the last view's when `truth` names them.
+Canvas drawStripe(const std::vector<StripeView>& views, int triggerLine, const std::vector<double>& truth);
+
+// The rows that drawStripe shows.
+struct RowRange {
+    int first;
+    int end;
+};
+RowRange stripeRows(const Shape& shape, int triggerLine);
+
+}  // namespace qx::tool
