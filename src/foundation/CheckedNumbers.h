@@ -20,13 +20,4 @@ inline int wrappedDifference(int a, int b) noexcept {
     return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
 
-// Number of pixels of an image. False when a side is below 1 or the number does not fit in 32 bits.
-inline bool pixelCount(int width, int height, int& count) noexcept {
-    const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
-    if (width < 1 || height < 1 || pixels > INT_MAX)
-        return false;
-    count = static_cast<int>(pixels);
-    return true;
-}
-
 }  // namespace qx

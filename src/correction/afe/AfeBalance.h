@@ -3,8 +3,8 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "correction/afe/AfeMeasurement.h"
-#include "foundation/CheckedNumbers.h"
 #include "foundation/FloatRows.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 
 namespace qx {
@@ -22,8 +22,7 @@ int balanceAfes(FloatRows* rows, int width, int height, Apply apply) {
             return StatusNullImage;
         }
         const AfeBlocks blocks{width, detectorAfeWidth()};
-        int count = 0;
-        if (!pixelCount(width, height, count) || !measurable(blocks))
+        if (!isImageSize(width, height) || !measurable(blocks))
             return StatusWrongParameter;
         AfeMeasurement measurement(blocks, height);
         if (!measurement) {

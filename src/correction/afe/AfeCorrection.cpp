@@ -33,8 +33,7 @@ private:
 };
 
 bool isImage(int width, int height) {
-    int count = 0;
-    return qx::pixelCount(width, height, count);
+    return qx::isImageSize(width, height);
 }
 
 bool hasBlocks(const AfeBlocks& blocks) {

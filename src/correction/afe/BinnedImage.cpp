@@ -1,7 +1,7 @@
 #include "QxUtils/Correction.h"
 
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "numerics/statistics/BlockMedians.h"
 
 #include <algorithm>
@@ -11,8 +11,7 @@
 int cutBinningImage(float* out, const float* image, int width, int height, int border) {
     if (out == nullptr || image == nullptr)
         return StatusNullArgument;
-    int count = 0;
-    if (border < 0 || !qx::pixelCount(width, height, count))
+    if (border < 0 || !qx::isImageSize(width, height))
         return StatusWrongParameter;
     const std::int64_t columns = width - 2 * static_cast<std::int64_t>(border);
     if (columns < 1)
@@ -25,8 +24,7 @@ int cutBinningImage(float* out, const float* image, int width, int height, int b
 int doBinningSample(float* out, const float* image, int width, int height) {
     if (out == nullptr || image == nullptr)
         return StatusNullArgument;
-    int count = 0;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     const int blocks = width / qx::kBlockSide;
     const std::ptrdiff_t blockRow = static_cast<std::ptrdiff_t>(qx::kBlockSide) * width;

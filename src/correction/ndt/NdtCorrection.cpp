@@ -4,7 +4,7 @@
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
 #include "kernels/FrameKernels.h"
 #include "platform/FileSystem.h"
@@ -245,8 +245,8 @@ int NdtCorrection::correctDefects(int method, float* results) noexcept {
     const int status = getModeInfo(&mode);
     if (status != StatusOk)
         return status;
-    int pixels = 0;
-    if (!pixelCount(mode.width, mode.height, pixels) || static_cast<std::size_t>(pixels) > count_)
+    if (!isImageSize(mode.width, mode.height) ||
+        static_cast<std::size_t>(mode.width) * static_cast<std::size_t>(mode.height) > count_)
         return StatusWrongParameter;
     try {
         return method == kClassicDefects ? correctByClassicList(results, mode.width, mode.height)

@@ -2,6 +2,7 @@
 
 #include "QxUtils/Numerics.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
 #include "foundation/Scratch.h"
 #include "platform/Clock.h"
@@ -121,8 +122,7 @@ std::size_t recordCapacity(int blocks) {
 
 void recordAedTrainStepInfo(const WORD* image, int width, int height) {
     const char* const workDirectory = textOrEmpty(getWorkDir());
-    int count = 0;
-    if (image == nullptr || !qx::pixelCount(width, height, count) || *workDirectory == '\0')
+    if (image == nullptr || !qx::isImageSize(width, height) || *workDirectory == '\0')
         return;
     const int blocks = width / kBlockColumns;
     BlockLine above(blocks);

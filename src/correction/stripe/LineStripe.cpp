@@ -3,7 +3,6 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "correction/stripe/StripeSuppression.h"
-#include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "kernels/PixelKernels.h"
@@ -110,8 +109,7 @@ int correctAedStripe(WORD* image, int width, int height, int, int, int triggerLi
     if (image == nullptr)
         return StatusAllocationFailed;
     qx::logInfo(kLogNoValue, "New AED Stripe Correction Method");
-    int count = 0;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     if (triggerLine < kMinTriggerLine || static_cast<long long>(height) - triggerLine < kFitRows) {
         qx::logInfo(kLogNoValue, "%s", qx::kBandOutsideWindow);

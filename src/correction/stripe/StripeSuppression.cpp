@@ -4,6 +4,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 
 #include <QxSysMgt.h>
@@ -114,10 +115,9 @@ int removeGenericStripe(WORD* destination, const WORD* source, int width, const 
 
 int correctAedStripeClinic(WORD* image, const WORD* referenceImage, int width, int referenceWidth, int height,
                            int triggerLine) {
-    int count = 0;
     if (image == nullptr || referenceImage == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count) || !qx::pixelCount(referenceWidth, height, count))
+    if (!qx::isImageSize(width, height) || !qx::isImageSize(referenceWidth, height))
         return StatusWrongParameter;
     return qx::suppressStripe(image, referenceImage, width, referenceWidth, height, triggerLine);
 }

@@ -1,7 +1,7 @@
 #include "numerics/fits/OrthogonalSurfaceFit.h"
 
 #include "QxUtils/Numerics.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 
 #include <algorithm>
@@ -183,10 +183,9 @@ void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y,
 
 bool qx::fitSurfaceGrid(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n, int m,
                         int p, int q) noexcept {
-    int count = 0;
     if (x == nullptr || y == nullptr || z == nullptr || a == nullptr || dt == nullptr)
         return false;
-    if (!pixelCount(n, m, count) || p < 1 || q < 1)
+    if (!isImageSize(n, m) || p < 1 || q < 1)
         return false;
     const int powersOfX = std::min({p, n, kMaxPowers});
     const int powersOfY = std::min({q, m, kTableColumns});

@@ -1,7 +1,6 @@
 #include "QxUtils/Numerics.h"
 
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
@@ -27,9 +26,9 @@ using Table = float[kTableSide][kTableSide];
 // False, with nothing written, when there is no fit.
 bool fitBasis(const float* image, int width, int height, int terms, qx::FitBasis basis, float* coefficients,
               float& quality, float& chiSquare) {
-    int count = 0;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return false;
+    const int count = width * height;
     const auto pixels = static_cast<std::size_t>(count);
     const auto columns = static_cast<std::size_t>(terms);
     qx::Scratch<float> abscissas(pixels);
@@ -220,8 +219,7 @@ void printModel(const float* model) {
 
 int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,
                  float* residuals) {
-    int count = 0;
-    if (anyNull({model, image, coefficients, residuals}) || !qx::pixelCount(width, height, count))
+    if (anyNull({model, image, coefficients, residuals}) || !qx::isImageSize(width, height))
         return StatusOk;
     qx::Scratch<float> x(static_cast<std::size_t>(height));
     qx::Scratch<float> y(static_cast<std::size_t>(width));

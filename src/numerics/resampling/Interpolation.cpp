@@ -254,9 +254,7 @@ void resample(qx::ImageView<const WORD> in, qx::ImageView<WORD> out) {
 }  // namespace
 
 void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns) {
-    int count = 0;
-    if (out == nullptr || in == nullptr || !qx::pixelCount(outColumns, outRows, count) ||
-        !qx::pixelCount(inColumns, inRows, count))
+    if (out == nullptr || in == nullptr || !qx::isImageSize(outColumns, outRows) || !qx::isImageSize(inColumns, inRows))
         return;
     // Kept: the addresses are those of the first pixels.
     resample({reinterpret_cast<const WORD*>(in), inColumns, inRows},

@@ -1,7 +1,6 @@
 #include "QxUtils/Numerics.h"
 
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
@@ -54,8 +53,7 @@ void panelMedians(const View& image, int firstColumn, int columns, float* median
 int calcMedianPerColumn(float* medians, const float* image, int width, int height) {
     if (medians == nullptr || image == nullptr)
         return StatusNullArgument;
-    int count = 0;
-    if (width < 1 || (height > 0 && !qx::pixelCount(width, height, count)))
+    if (width < 1 || (height > 0 && !qx::isImageSize(width, height)))
         return StatusWrongParameter;
     if (height < 1) {
         // Kept: the status code stands in for the medians.

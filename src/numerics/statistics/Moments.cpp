@@ -2,6 +2,7 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "kernels/PixelKernels.h"
 
 #include <cmath>
@@ -20,8 +21,10 @@ bool countElements(const void* image, int width, int height, int& count, float& 
         result = StatusNullArgument;
         return false;
     }
-    if (qx::pixelCount(width, height, count))
+    if (qx::isImageSize(width, height)) {
+        count = width * height;
         return true;
+    }
     const bool empty = width < 1 || height < 1;
     result = empty ? std::numeric_limits<float>::quiet_NaN() : static_cast<float>(StatusWrongParameter);
     return false;

@@ -3,6 +3,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "numerics/statistics/RegionMedian.h"
 
@@ -109,10 +110,9 @@ int judge(const FloatImage& image) {
 }  // namespace
 
 int checkFalseTriggAEDImage(const float* image, int width, int height) {
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     return judge({image, width, height});
 }

@@ -129,10 +129,9 @@ bool isSplit() {
 
 int checkOffsetImageQuality(const float* image, int width, int height) {
     constexpr int kParityClasses = 4;
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     const View view{image, width, height};
     // Kept: a split image is examined as a whole for each of its classes.

@@ -3,7 +3,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "files/RawImageReader.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 #include "kernels/SumKernels.h"
 #include "quality/dark/RowSteps.h"
@@ -43,8 +43,7 @@ void qx::RowSteps::add(const float* rows, int count) noexcept {
 }
 
 int analysisRcn(int width, int height) {
-    int count = 0;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     // The image is read a few rows at a time.
     const int rowsAtOnce = std::min(qx::RowSteps::kRows, height);

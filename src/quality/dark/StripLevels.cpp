@@ -63,10 +63,9 @@ void copyStrip(const qx::ImageView<const WORD>& image, int strip, WORD* pixels) 
 }  // namespace
 
 int analysisStrip(const WORD* image, int width, int height) {
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     StripMeans means(image, width, height);
     if (!means)
@@ -79,10 +78,9 @@ int analysisStrip(const WORD* image, int width, int height) {
 }
 
 int darkImgGrayAnalysis(const WORD* image, int width, int height) {
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (width < kStripColumns || !qx::pixelCount(width, height, count))
+    if (width < kStripColumns || !qx::isImageSize(width, height))
         return StatusWrongParameter;
     StripMeans means(image, width, height);
     qx::Scratch<WORD> pixels(static_cast<std::size_t>(kStripColumns) * static_cast<std::size_t>(height));

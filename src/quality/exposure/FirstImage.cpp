@@ -1,7 +1,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "quality/exposure/DarkRegions.h"
@@ -61,10 +61,9 @@ void measureBlocks(const Exposure& exposure, float* blocks) {
 }
 
 int checkPair(const Exposure& exposure) {
-    int count = 0;
     if (exposure.image == nullptr || exposure.dark == nullptr)
         return StatusNullArgument;
-    return qx::pixelCount(exposure.width, exposure.height, count) ? StatusOk : StatusWrongParameter;
+    return qx::isImageSize(exposure.width, exposure.height) ? StatusOk : StatusWrongParameter;
 }
 
 int examineFirst(const Exposure& exposure) {

@@ -1,7 +1,7 @@
 #include "QxUtils/Numerics.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
-#include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "numerics/statistics/BlockMedians.h"
@@ -40,10 +40,9 @@ float meanOf(std::span<const float> values) {
 
 int judgeGrid(const WORD* image, int width, int height, float limit) {
     const InnerBlocks inner(width, height);
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count) || !inner.exist())
+    if (!qx::isImageSize(width, height) || !inner.exist())
         return StatusWrongParameter;
     qx::Scratch<float> deviations(inner.count());
     if (!deviations)

@@ -4,6 +4,7 @@
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 
 #include <QxSysMgt.h>
 
@@ -79,10 +80,9 @@ int judgeUniformity(const Exposure& exposure) noexcept {
 }  // namespace qx
 
 int getUniform(const WORD* image, int width, int height) {
-    int count = 0;
     if (image == nullptr)
         return StatusNullArgument;
-    if (!qx::pixelCount(width, height, count))
+    if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
     return qx::judgeUniformity({image, nullptr, width, height});
 }

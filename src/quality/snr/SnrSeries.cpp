@@ -2,6 +2,7 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "kernels/PixelKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
@@ -161,8 +162,7 @@ int snrCount(int width, int height) noexcept {
 }
 
 bool snrMeasurable(int width, int height) noexcept {
-    int pixels = 0;
-    return std::min(width, height) >= kSmallestSide && pixelCount(width, height, pixels);
+    return std::min(width, height) >= kSmallestSide && isImageSize(width, height);
 }
 
 int snrSquareSide(int k) noexcept {
