@@ -1,9 +1,9 @@
 #include "checks/ImageChecks.h"
 
 #include "checks/CheckMeasures.h"
-#include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>

@@ -1,7 +1,7 @@
 #include "common/DetectorFile.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
+#include "common/ToolError.h"
 
 #include <VirtualDetector.h>
 

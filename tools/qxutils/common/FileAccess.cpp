@@ -1,6 +1,6 @@
 #include "common/FileAccess.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <filesystem>
 #include <fstream>

@@ -15,6 +15,12 @@ struct Shape {
     bool operator==(const Shape&) const = default;
 };
 
+// A pixel of an image or a place in a picture, from the top left corner.
+struct Point {
+    int x = 0;
+    int y = 0;
+};
+
 // The largest side accepted; panels stay far below.
 inline constexpr int kMaxSide = 16384;
 

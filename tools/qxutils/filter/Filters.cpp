@@ -1,6 +1,6 @@
 #include "filter/Filters.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 

@@ -1,8 +1,8 @@
 #include "image/RawImage.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 

@@ -1,7 +1,7 @@
 #include "image/Region.h"
 
-#include "commands/Command.h"
 #include "common/NumberText.h"
+#include "common/ToolError.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "common/Shape.h"
 #include "image/RawImage.h"
-#include "picture/Canvas.h"
 
 #include <optional>
 #include <string>

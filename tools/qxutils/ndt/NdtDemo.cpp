@@ -1,9 +1,9 @@
 #include "ndt/NdtDemo.h"
 
-#include "commands/Command.h"
 #include "common/DetectorScope.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 #include "ndt/NdtDefects.h"
 
 #include <QxUtils.h>

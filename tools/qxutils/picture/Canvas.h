@@ -15,11 +15,6 @@ struct Colour {
     std::uint8_t blue = 0;
 };
 
-struct Point {
-    int x = 0;
-    int y = 0;
-};
-
 // A colour picture to draw on. Whatever lies outside it is cut off.
 class Canvas {
 public:

@@ -1,7 +1,7 @@
 #include "snr/FactorySeries.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
+#include "common/ToolError.h"
 #include "snr/FactorySnrFile.h"
 
 #include <nlohmann/json.hpp>

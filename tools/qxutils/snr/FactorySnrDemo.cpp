@@ -1,9 +1,9 @@
 #include "snr/FactorySnrDemo.h"
 
-#include "commands/Command.h"
 #include "common/DetectorScope.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 #include "snr/SnrRule.h"
 
 #include <QxSysMgt.h>

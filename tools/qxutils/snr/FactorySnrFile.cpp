@@ -1,9 +1,9 @@
 #include "snr/FactorySnrFile.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 #include "image/RawImage.h"
 
 #include <QxUtils.h>

@@ -1,6 +1,6 @@
 #include "snr/SnrJudgement.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 #include "snr/SnrRule.h"
 
 #include <QxUtils.h>

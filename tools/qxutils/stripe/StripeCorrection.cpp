@@ -1,6 +1,6 @@
 #include "stripe/StripeCorrection.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 
