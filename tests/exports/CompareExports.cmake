@@ -1,9 +1,9 @@
 # Compares the symbols that LIBRARY exports with the sorted list in PINNED; with UPDATE the list is rewritten instead.
-# TOOL is nm for an ELF library and objdump for a DLL.
+# TOOL is nm for an ELF library and objdump for a DLL, FILT turns mangled names into signatures.
 cmake_minimum_required(VERSION 3.25)
 
 function(read_elf_exports result)
-  execute_process(COMMAND ${TOOL} --dynamic --defined-only --demangle ${LIBRARY}
+  execute_process(COMMAND ${TOOL} --dynamic --defined-only ${LIBRARY} COMMAND ${FILT}
     OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "[0-9a-f]+ [A-Za-z] [^\n]+" lines "${text}")
   list(TRANSFORM lines REPLACE "^[0-9a-f]+ [A-Za-z] " "")
@@ -11,7 +11,7 @@ function(read_elf_exports result)
 endfunction()
 
 function(read_dll_exports result)
-  execute_process(COMMAND ${TOOL} -p ${LIBRARY} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${TOOL} -p ${LIBRARY} COMMAND ${FILT} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" text "${text}")
   string(REGEX REPLACE "\n\n.*" "" text "${text}")
   string(REGEX MATCHALL "\\[ *[0-9]+\\][^\n]+" lines "${text}")
