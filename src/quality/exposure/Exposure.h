@@ -41,7 +41,8 @@ template <float (*difference)(WORD bright, WORD dark) noexcept>
 class ExposureRows final : public FloatRows {
 public:
     explicit ExposureRows(const Exposure& exposure) noexcept
-        : exposure_(exposure), row_(static_cast<std::size_t>(exposure.width)) {}
+        : FloatRows(exposure.width, exposure.height), exposure_(exposure),
+          row_(static_cast<std::size_t>(exposure.width)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(row_); }
 

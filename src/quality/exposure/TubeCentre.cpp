@@ -42,7 +42,7 @@ public:
 
     explicit operator bool() const noexcept { return blocks_ && inner_; }
 
-    float* blocks() noexcept { return blocks_.data(); }
+    ImageView<float> blocks() noexcept { return {blocks_.data(), columns_, rows_}; }
     void cut() noexcept { cutBinningImage(inner_.data(), blocks_.data(), columns_, rows_, kIlluminationBorder); }
 
     const float* inner() noexcept { return inner_.data(); }
@@ -160,9 +160,11 @@ int binBalanced(const Exposure& exposure, Illumination& illumination) {
     ExposureRows<raisedDifference> rows(exposure);
     if (!rows)
         return StatusAllocationFailed;
-    return balanceAfes(&rows, exposure.width, exposure.height, [&](AfeMeasurement& measurement) {
-        const auto scale = [&](float* row) { scaleRow(row, measurement.blocks(), measurement.columnGains()); };
-        return binRows(rows, exposure.width, exposure.height, scale, illumination.blocks());
+    return balanceAfes(&rows, [&](const AfeMeasurement& measurement) {
+        const auto scale = [&](std::span<float> row) {
+            scaleRow(row, measurement.blocks(), measurement.columnGains());
+        };
+        return binRows(rows, scale, illumination.blocks());
     });
 }
 
@@ -206,12 +208,12 @@ int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
     int status = measurement.measure(rows);
     if (status != StatusOk)
         return status;
-    const auto repairAndScale = [&](float* row) {
+    const auto repairAndScale = [&](std::span<float> row) {
         for (const ColumnReplacement& replacement : measurement.replacements())
             row[replacement.column] = row[replacement.source];
         scaleRow(row, blocks, measurement.columnGains());
     };
-    status = binRows(rows, exposure.width, exposure.height, repairAndScale, illumination.blocks());
+    status = binRows(rows, repairAndScale, illumination.blocks());
     if (status != StatusOk)
         return status;
     illumination.cut();

@@ -5,7 +5,8 @@
 #include "levels/AtVectorLevel.h"
 #include "reference/correction/PlainStripe.h"
 
-#include "correction/stripe/StripeSuppression.h"
+#include "correction/stripe/HomogeneousColumns.h"
+#include "correction/stripe/StripeRatio.h"
 
 #include <QxUtils/Correction.h>
 
@@ -19,6 +20,8 @@ using namespace qx;
 using namespace qx::test;
 using Lines = std::vector<std::string>;
 using Ratios = std::vector<double>;
+using RatioSpan = std::span<double, kBandRows>;
+using ConstRatioSpan = std::span<const double, kBandRows>;
 
 constexpr double kPoison = -4711.0;
 
@@ -29,7 +32,7 @@ protected:
     // Returns the number of rows; `ratio` and the log are what the call left.
     int measure(const TestImage& band) {
         ratio.assign(kBandRows, kPoison);
-        return calcStripeRatio(ratio.data(), band.data(), band.width);
+        return calcStripeRatio({band.data(), band.width, kBandRows}, RatioSpan(ratio));
     }
 
     Ratios ratio;
@@ -88,13 +91,13 @@ TEST_F(CountRowsToCompensate, by_hand) {
                  {parabola(15), 23},
                  {parabola(15.001), 14}};
     for (const auto& c : cases)
-        EXPECT_EQ(c.expected, countRowsToCompensate(c.ratio.data())) << "case " << &c - cases;
+        EXPECT_EQ(c.expected, countRowsToCompensate(ConstRatioSpan(c.ratio))) << "case " << &c - cases;
 }
 
 std::vector<int> homogeneousColumns(const std::vector<double>& sampled) {
     std::vector<int> columns(sampled.size() / kBandRows + 1, -7);
     const int count = static_cast<int>(columns.size()) - 1;
-    const int found = findHomogeneousColumns(sampled.data(), count, columns.data());
+    const int found = findHomogeneousColumns({sampled.data(), count, kBandRows}, columns);
     EXPECT_EQ(-7, columns.back());
     columns.resize(static_cast<std::size_t>(std::clamp(found, 0, count)));
     return columns;
@@ -292,7 +295,8 @@ TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
                 plain::LogTexts log;
                 plain::removeGenericStripe(expected.pixels.data(), source.data(), width, values.data(), rows, ceiling,
                                            &log);
-                EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), width, values.data(), rows));
+                EXPECT_EQ(0, removeGenericStripe({actual.pixels.data(), width, kBandRows},
+                                                 {source.data(), width, kBandRows}, ConstRatioSpan(values), rows));
                 EXPECT_TRUE(sameBitsEverywhere(expected.pixels, actual.pixels))
                     << ceiling << ", " << width << " columns, " << rows << " rows";
                 EXPECT_EQ(log, takeLog());
