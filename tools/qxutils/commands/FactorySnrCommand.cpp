@@ -1,7 +1,7 @@
 #include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>

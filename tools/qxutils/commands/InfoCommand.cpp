@@ -2,8 +2,8 @@
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
 #include "image/RawImage.h"
+#include "info/FileHeader.h"
 #include "info/Geometry.h"
-#include "info/HeaderText.h"
 
 #include <QxUtils.h>
 

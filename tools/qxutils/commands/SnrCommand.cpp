@@ -1,7 +1,7 @@
 #include "commands/Command.h"
 #include "common/TextTable.h"
 #include "image/RawImage.h"
-#include "info/HeaderText.h"
+#include "info/FileHeader.h"
 #include "snr/FactorySeries.h"
 #include "snr/SnrJudgement.h"
 #include "snr/SnrRule.h"

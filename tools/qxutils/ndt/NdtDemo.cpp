@@ -4,7 +4,7 @@
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
 #include "common/ToolError.h"
-#include "ndt/NdtDefects.h"
+#include "ndt/ClassicDefectFile.h"
 
 #include <QxUtils.h>
 #include <VirtualPanel.h>

@@ -1,9 +1,9 @@
-#include "info/HeaderText.h"
+#include "info/FileHeader.h"
 
 #include "common/TextTable.h"
 #include "defects/DefectLists.h"
 #include "image/RawImage.h"
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 

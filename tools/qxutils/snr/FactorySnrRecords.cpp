@@ -1,4 +1,4 @@
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"

@@ -1,4 +1,4 @@
-#include "common/DetectorFile.h"
+#include "common/DetectorSetup.h"
 
 #include "common/FileAccess.h"
 #include "common/ToolError.h"

@@ -1,4 +1,4 @@
-#include "ndt/NdtDefects.h"
+#include "ndt/ClassicDefectFile.h"
 
 #include "common/FileAccess.h"
 
