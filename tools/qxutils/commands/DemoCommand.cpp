@@ -1,11 +1,12 @@
-#include "checks/CheckTable.h"
 #include "commands/Command.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
 #include "demo/CalibrationFlow.h"
 #include "demo/DemoPictures.h"
 #include "demo/DemoScene.h"
 #include "demo/FlowPictures.h"
+#include "image/RawImage.h"
 #include "ndt/NdtDemo.h"
 #include "ndt/NdtPicture.h"
 #include "picture/PngWriter.h"
@@ -14,7 +15,6 @@
 #include "snr/FactorySnrDemo.h"
 #include "snr/SnrRule.h"
 #include "stripe/StripeDemo.h"
-#include "stripe/StripePicture.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>
@@ -79,11 +79,9 @@ std::string createOutputDirectory(const std::string& text) {
 
 // The library asks the detector where to log.
 void configureDetector(const std::string& directory, const Shape& shape) {
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    detector.workDirectory = directory + "\\";
-    detector.width = detector.modeWidth = shape.width;
-    detector.height = detector.modeHeight = shape.height;
-    detector.config.loggingEnabled = 1;
+    setPanelSize(shape);
+    qxkit::virtualDetector().workDirectory = directory + "\\";
+    qxkit::virtualDetector().config.loggingEnabled = 1;
 }
 
 std::vector<JudgedExposure> judgeField(const DemoScene& scene, const SnrSeries& factory) {
@@ -132,21 +130,6 @@ void printVerdicts(const std::vector<JudgedExposure>& exposures) {
         std::cout << "  " << code << "  " << getStatusMessage(code) << '\n';
 }
 
-// Returns the number of verdicts that are not as they should be.
-int printFlow(const CalibrationFlow& flow) {
-    const auto unexpected = [](const FlowStep& step) { return step.row.result.status != step.expected; };
-    int wrong = 0;
-    std::vector<CheckRow> rows;
-    for (const auto* steps : {&flow.good, &flow.bad}) {
-        wrong += static_cast<int>(std::count_if(steps->begin(), steps->end(), unexpected));
-        for (const FlowStep& step : *steps)
-            rows.push_back(step.row);
-    }
-    std::cout << "\nThe calibration flow on a panel as it should be, then on what it must refuse:\n";
-    printChecks(std::cout, rows);
-    return wrong;
-}
-
 void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
     constexpr int kSmall = 288;
     constexpr int kLarge = 576;
@@ -155,18 +138,6 @@ void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
     writePng((folder / "flow.png").string(), drawTiles(tiles, 3));
     writePng((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
     writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
-}
-
-// Every case before and after, with the true levels beside them.
-void writeStripePictures(const fs::path& folder, const std::vector<StripeCase>& cases) {
-    for (const StripeCase& stripe : cases) {
-        const RowRange rows = stripeRows(stripe.clean.shape, kDemoTriggerLine);
-        const bool isClinic = stripe.method == StripeMethod::Clinic;
-        const Canvas picture = drawStripe({{stripe.striped, "as it was read", "stripe above the line", kTileNotPassed},
-                                           {stripe.corrected, "corrected", stripe.name, kTilePassed}},
-                                          kDemoTriggerLine, rowLevels(stripe.clean, rows.first, rows.end));
-        writePng((folder / (isClinic ? "stripe.png" : "stripe-line.png")).string(), picture);
-    }
 }
 
 void writePictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
@@ -212,7 +183,7 @@ ExitCode runDemo(const DemoOptions& options) {
     printVerdicts(exposures);
     std::cout << "\nWalking through the calibration flow" << std::endl;
     const CalibrationFlow flow = runCalibrationFlow(options.seed, folder + "/flow");
-    const int wrongVerdicts = printFlow(flow);
+    const int wrongVerdicts = printFlow(std::cout, flow);
 
     std::cout << "\nCorrecting images that triggered themselves" << std::endl;
     const std::vector<StripeCase> stripes = correctDemoStripes(options.seed);
@@ -226,7 +197,8 @@ ExitCode runDemo(const DemoOptions& options) {
     printFactorySnrDemo(std::cout, runFactorySnrDemo(options.seed, folder + "/factory"));
 
     writeFlowPictures(folder, flow);
-    writeStripePictures(folder, stripes);
+    writePng(folder + "/stripe.png", drawStripeCase(stripes.front()));
+    writePng(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
     writePng(folder + "/ndt.png", drawNdt(ndt, kNdtPreviewWidth));
     saveRawImage(folder + "/striped.raw", stripes.front().striped);
     writePictures(folder, scene, exposures, factory);

@@ -28,11 +28,12 @@ std::string headerText(bool hasHeader) {
     return hasHeader ? "behind a header" : "no header";
 }
 
-void printStatistics(const RawImage& image) {
-    const auto count = static_cast<int>(image.shape.pixelCount());
+void printStatistics(const std::string& file, const Shape& shape) {
+    const RawImage image = loadRawImage(file, shape);
+    const auto count = image.pixelCount();
     const WORD* pixels = image.pixels.data();
     const auto [width, height] = image.shape;
-    std::cout << "  statistics for " << toText(image.shape) << ", " << headerText(image.hasHeader) << '\n';
+    std::cout << "  statistics for " << toText(image.shape) << ", " << headerText(hasImageHeader(file, shape)) << '\n';
     std::cout << "    min " << pixels[getMinIndex(pixels, count)] << ", max "
               << *std::max_element(image.pixels.begin(), image.pixels.end()) << ", mean "
               << formatNumber(getMean(pixels, count), 2) << ", stdev "
@@ -58,7 +59,7 @@ void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     std::cout << file << "\n  " << bytes << " bytes\n";
     const Content content = printContent(file, bytes);
     if (shape) {
-        printStatistics(loadRawImage(file, *shape));
+        printStatistics(file, *shape);
         return;
     }
     if (content != Content::Image)
@@ -66,7 +67,7 @@ void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     const std::vector<Geometry> geometries = plausibleGeometries(bytes);
     printGeometries(geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
-        printStatistics(loadRawImage(file, geometry->shape));
+        printStatistics(file, geometry->shape);
     else
         std::cout << "  give --shape for statistics\n";
 }

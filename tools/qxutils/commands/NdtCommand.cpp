@@ -1,4 +1,5 @@
 #include "commands/Command.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
 #include "common/TextTable.h"
@@ -50,13 +51,9 @@ void configureDetector(const std::string& folder, const Shape& shape) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
     }
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    const std::string workDirectory = detector.workDirectory;
-    if (const std::string problem = qxkit::setDirectories(qxkit::nativePath(folder)); !problem.empty())
+    if (const std::string problem = setCalibrationFolder(qxkit::nativePath(folder)); !problem.empty())
         throw ToolError(problem + "; give another folder");
-    detector.workDirectory = workDirectory;
-    detector.modeWidth = shape.width;
-    detector.modeHeight = shape.height;
+    setModeSize(shape);
 }
 
 void addStatistics(TextTable& table, const std::string& name, const LongImage& image) {

@@ -52,7 +52,7 @@ WORD** firstPixel(RawImage& image) {
 }
 
 RawImage resize(RawImage image, const Shape& shape) {
-    RawImage resized{shape, false, std::vector<WORD>(static_cast<std::size_t>(shape.pixelCount()))};
+    RawImage resized = filledImage<WORD>(shape, 0);
     interpImg2D(firstPixel(resized), shape.height, shape.width, firstPixel(image), image.shape.height,
                 image.shape.width);
     return resized;

@@ -51,7 +51,7 @@ ExitCode printSnr(const SnrOptions& options) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const auto time = image.hasHeader ? headerIntegrationTime(options.file) : std::nullopt;
+    const auto time = hasImageHeader(options.file, shape) ? headerIntegrationTime(options.file) : std::nullopt;
     const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), time);
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);

@@ -5,8 +5,6 @@
 #include "snr/SnrPlot.h"
 #include "snr/SnrRule.h"
 
-#include <QxUtils/Numerics.h>
-
 #include <iterator>
 
 namespace qx::tool {
@@ -22,16 +20,12 @@ constexpr Colour kExpectedColour{160, 160, 160};
 // Corrected tiles share one contrast, so that a good one looks even.
 constexpr double kTileContrast = 0.02;
 
-GreyWindow windowAroundMedian(const RawImage& image) {
-    const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
-    return {median * (1.0 - kTileContrast), median * (1.0 + kTileContrast)};
-}
-
 Tile makeTile(const JudgedExposure& judged) {
     const SnrJudgement& judgement = judged.judgement;
     const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
-    return {makePreview(judged.image, windowAroundMedian(judged.image), kTileWidth), judged.exposure.caption,
-            verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kTilePassed : kTileNotPassed};
+    return {makePreview(judged.image, windowAroundMedian(judged.image, kTileContrast), kTileWidth),
+            judged.exposure.caption, verdict + ", " + gradeName(judgement.grade),
+            judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
 std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
@@ -59,11 +53,11 @@ Canvas drawSquares(const RawImage& image) {
     canvas.drawPicture({0, 0}, preview);
     for (const int side : snrSquareSides(image.shape)) {
         const Point corner{(image.shape.width - side) / 2 / scale, (image.shape.height - side) / 2 / scale};
-        canvas.outlineRectangle(corner, side / scale, side / scale, 2, kTileMark);
+        canvas.outlineRectangle(corner, {side / scale, side / scale}, 2, kTileMark);
         const std::string label = std::to_string(side);
         const int labelHeight = (kTextHeight + 2) * kTileTextScale;
         if (textWidth(label, kTileTextScale) + 6 < side / scale) {
-            canvas.fillRectangle(corner, textWidth(label, kTileTextScale) + 8, labelHeight, kTileMark);
+            canvas.fillRectangle(corner, {textWidth(label, kTileTextScale) + 8, labelHeight}, kTileMark);
             canvas.drawText({corner.x + 4, corner.y + 4}, label, kTileTextScale, kTilePaper);
         }
     }

@@ -35,4 +35,9 @@ void addOutputs(CLI::App& command, ImageFiles& files, const std::string& picture
     command.add_option("--png", files.picture, pictured);
 }
 
+void addZoom(CLI::App& command, std::optional<std::string>& zoom) {
+    command.add_option("--zoom", zoom, "WIDTHxHEIGHT+X+Y: the part that the picture shows; all of it when left out")
+        ->needs(command.get_option("--png"));
+}
+
 }  // namespace qx::tool

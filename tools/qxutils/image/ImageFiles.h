@@ -28,4 +28,7 @@ struct ImageFiles {
 void addInput(CLI::App& command, ImageFiles& files);
 void addOutputs(CLI::App& command, ImageFiles& files, const std::string& pictured);
 
+// Declares --zoom, which needs --png.
+void addZoom(CLI::App& command, std::optional<std::string>& zoom);
+
 }  // namespace qx::tool
