@@ -5,6 +5,7 @@
 #include "snr/SnrPlot.h"
 #include "snr/SnrRule.h"
 
+#include <cstddef>
 #include <iterator>
 
 namespace qx::tool {
@@ -28,19 +29,12 @@ Tile makeTile(const JudgedExposure& judged) {
             judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
-std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, series.front());
+// Of the factory series, scaled so that both agree on the smallest square of the image.
+std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory, const SnrJudgement& judgement) {
+    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
     std::vector<float> shares;
     for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
-    return shares;
-}
-
-std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
-    std::vector<float> shares;
-    for (std::size_t square = 0; square < scaled.size(); ++square)
-        shares.push_back(judgement.expected[square] / scaled[square]);
     return shares;
 }
 
@@ -73,13 +67,15 @@ Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& 
 }
 
 Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+    const SnrJudgement& first = exposures.front().judgement;
     std::vector<PlotLine> lines = {
         {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
-        {"expected at least", kExpectedColour, expectedShares(exposures.front().judgement, factory)},
+        {"expected at least", kExpectedColour, sharesOf(first.expected, factory, first)},
     };
-    for (std::size_t index = 0; index < exposures.size(); ++index) {
-        lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
-                         sharesOf(exposures[index].judgement.measured, factory)});
+    std::size_t index = 0;
+    for (const auto& [exposure, image, judgement] : exposures) {
+        const Colour colour = kLineColours[index++ % std::size(kLineColours)];
+        lines.push_back({exposure.caption, colour, sharesOf(judgement.measured, factory, judgement)});
     }
     return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
 }

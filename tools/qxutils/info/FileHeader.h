@@ -1,16 +1,28 @@
 #pragma once
 
+#include <QxUtils/Records.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace qx::tool {
 
-enum class Content { Image, Defects, FactorySnr };
+// What the header at the beginning of an image, defect or factory SNR file says.
+struct FileHeader {
+    DetectorFileHead file{};
+    DetectorInfoHead detector{};
 
-// Tells what the header of a file says, if it looks filled, and what a defect file (*.cal) or a factory SNR file
-// (*-SNR.raw) holds. Returns what the file is; one without room for a header counts as an image.
-Content printContent(const std::string& path, std::int64_t bytes);
+    // Whether its width and height make up the file's length, with 2 or 4 bytes a pixel.
+    bool fits(std::int64_t fileBytes) const;
+};
+
+FileHeader loadFileHeader(const std::string& path);
+
+// Of a factory SNR file, which keeps its size in the processor's order.
+FileHeader loadFactorySnrHeader(const std::string& path);
+
+void printHeader(const FileHeader& header);
 
 // The integration time in the header of an image file, in ms; none when it does not tell.
 std::optional<float> headerIntegrationTime(const std::string& path);
