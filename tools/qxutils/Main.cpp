@@ -1,5 +1,5 @@
 #include "commands/Command.h"
-#include "common/DetectorFile.h"
+#include "common/DetectorSetup.h"
 
 #include <QxUtils/Foundation.h>
 #include <VirtualDetector.h>

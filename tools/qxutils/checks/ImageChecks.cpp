@@ -54,13 +54,6 @@ CheckResult verdictOf(const std::string& check, int status, std::initializer_lis
     return {check, status, getStatusMessage(status), {}};
 }
 
-RawImage toRawImage(const FloatImage& image) {
-    RawImage raw{image.shape, false, {}};
-    std::transform(image.pixels.begin(), image.pixels.end(), std::back_inserter(raw.pixels),
-                   [](float value) { return static_cast<WORD>(value); });
-    return raw;
-}
-
 std::string averageDarkName() {
     return "dark-" + std::to_string(getCurrentExpTime()) + "ms-std-gain" + std::to_string(getGainId()) + ".raw";
 }
@@ -106,7 +99,7 @@ CheckResult checkPreview(const RawImage& image, const RawImage& dark) {
     const Shape examined{(width - 1) / kBlockSide, (height - 1) / kBlockSide};
     result.findings.push_back(findBlock(blockMedians(exposed), examined));
     if (result.status != StatusPanelNotExposed)
-        result.findings.push_back(findSquares(toRawImage(exposed)));
+        result.findings.push_back(findSquares(truncatedCounts(exposed)));
     return result;
 }
 

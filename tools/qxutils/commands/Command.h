@@ -4,6 +4,8 @@
 
 #include <functional>
 
+// What a command is to the program, and where all of them are found.
+
 namespace CLI {
 class App;
 }

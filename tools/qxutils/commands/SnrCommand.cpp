@@ -1,7 +1,7 @@
 #include "commands/Command.h"
 #include "common/TextTable.h"
 #include "image/RawImage.h"
-#include "info/HeaderText.h"
+#include "info/FileHeader.h"
 #include "snr/FactorySeries.h"
 #include "snr/SnrJudgement.h"
 #include "snr/SnrRule.h"
@@ -51,7 +51,7 @@ ExitCode printSnr(const SnrOptions& options) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const auto time = image.hasHeader ? headerIntegrationTime(options.file) : std::nullopt;
+    const auto time = hasImageHeader(options.file, shape) ? headerIntegrationTime(options.file) : std::nullopt;
     const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), time);
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);

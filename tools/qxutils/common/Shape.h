@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+// Sizes of images and places in them.
+
 namespace qx::tool {
 
 // Width and height of an image in pixels.

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+// How the program ends when it cannot do what it was told.
+
 namespace qx::tool {
 
 // What the program tells its caller; scripts rely on the numbers.

@@ -1,39 +1,17 @@
 #include "demo/FlowPictures.h"
 
 #include "checks/CheckMeasures.h"
+#include "image/Region.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
-#include <iterator>
 
 namespace qx::tool {
 namespace {
 
 // Wide enough for the steps between AFEs and the fall of light towards the corners.
 constexpr double kBalanceContrast = 0.12;
-
-RawImage toRawImage(const FloatImage& image) {
-    RawImage raw{image.shape, false, {}};
-    std::transform(image.pixels.begin(), image.pixels.end(), std::back_inserter(raw.pixels),
-                   [](float value) { return static_cast<WORD>(std::clamp(value, 0.0f, 65535.0f)); });
-    return raw;
-}
-
-GreyWindow windowAroundMedian(const RawImage& image) {
-    const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
-    return {median * (1.0 - kBalanceContrast), median * (1.0 + kBalanceContrast)};
-}
-
-GreyPicture enlarge(const GreyPicture& picture, int scale) {
-    GreyPicture large{{picture.shape.width * scale, picture.shape.height * scale}, {}};
-    for (int row = 0; row < large.shape.height; ++row) {
-        const auto line = picture.pixels.begin() + std::ptrdiff_t{row / scale} * picture.shape.width;
-        for (int column = 0; column < large.shape.width; ++column)
-            large.pixels.push_back(line[column / scale]);
-    }
-    return large;
-}
 
 // The edges of the blocks at which the region ends.
 std::vector<Line> outline(const ShadowRegion& shadow, const Shape& blocks, int scale) {
@@ -58,11 +36,12 @@ std::vector<Line> outline(const ShadowRegion& shadow, const Shape& blocks, int s
 
 std::vector<Tile> drawBalance(const CalibrationFlow& flow, int side) {
     FloatImage image = subtractDark(flow.flat, flow.dark);
-    const RawImage before = toRawImage(image);
+    const RawImage before = truncatedCounts(image);
     correctRDwithoutRgain(image.pixels.data(), image.shape.width, image.shape.height);
-    const GreyWindow window = windowAroundMedian(before);
-    return {{makePreview(before, window, side), "before the AFE balance", "dark image subtracted", kTileText},
-            {makePreview(toRawImage(image), window, side), "after the AFE balance", "AFEs at one level", kTilePassed}};
+    const GreyWindow window = windowAroundMedian(before, kBalanceContrast);
+    return {
+        {makePreview(before, window, side), "before the AFE balance", "dark image subtracted", kTileText},
+        {makePreview(truncatedCounts(image), window, side), "after the AFE balance", "AFEs at one level", kTilePassed}};
 }
 
 Tile drawShadow(const CalibrationFlow& flow, int side) {
@@ -70,12 +49,13 @@ Tile drawShadow(const CalibrationFlow& flow, int side) {
     const ShadowRegion shadow = findShadow(blocks);
     const int scale = std::max(1, side / blocks.shape.width);
     // Above the brightest block, so that the steps between AFEs show.
-    const double white = 1.1 * static_cast<double>(*std::max_element(blocks.pixels.begin(), blocks.pixels.end()));
-    const GreyPicture picture = makePreview(toRawImage(blocks), GreyWindow{0.0, white}, blocks.shape.width);
+    const double white = 1.1 * *std::max_element(blocks.pixels.begin(), blocks.pixels.end());
+    const Shape picture{blocks.shape.width * scale, blocks.shape.height * scale};
+    const RawImage enlarged = fit(truncatedCounts(blocks), wholeOf(blocks.shape), picture);
     const std::string verdict =
         "status " + std::to_string(StatusUniformityUnqualified) + ": " + std::to_string(shadow.size) + " blocks";
-    return {enlarge(picture, scale), "shutter half open, blocks", verdict, kTileNotPassed,
-            outline(shadow, blocks.shape, scale)};
+    return {makePreview(enlarged, GreyWindow{0.0, white}, picture.width), "shutter half open, blocks", verdict,
+            kTileNotPassed, outline(shadow, blocks.shape, scale)};
 }
 
 }  // namespace qx::tool

@@ -2,7 +2,7 @@
 
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>

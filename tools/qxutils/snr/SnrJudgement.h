@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 #include <string>
 #include <vector>
