@@ -61,10 +61,10 @@ public:
     void fill() noexcept {
         static const LogTable table;
         for (int i = 0; i < count_; ++i) {
-            double* const logs = row(i) + i;
-            productsOf(i, i, count_ - i, logs);
-            for (int k = 0; k < count_ - i; ++k)
-                logs[k] = table.at(logs[k]);
+            const std::span<double> values(row(i) + i, count_ - i);
+            productsOf(i, i, values);
+            for (double& value : values)
+                value = table.at(value);
         }
     }
 
@@ -79,7 +79,7 @@ public:
     double approximate(int i, int j) const noexcept { return i <= j ? row(i)[j] : row(j)[i]; }
     double exact(int i, int j) const noexcept {
         double product = 0.0;
-        productsOf(i, j, 1, &product);
+        productsOf(i, j, std::span(&product, 1));
         return std::log10(product);
     }
 
@@ -111,12 +111,13 @@ private:
     const double* row(int i) const noexcept { return values_.data() + rowStart(i); }
     double* row(int i) noexcept { return values_.data() + rowStart(i); }
 
-    // The sums of the products of column i with `columns` of them from j on, in the order of the rows.
-    void productsOf(int i, int j, int columns, double* sums) const noexcept {
+    // The sums of the products of column i with as many columns from j on, in the order of the rows.
+    void productsOf(int i, int j, std::span<double> sums) const noexcept {
         std::array<double, kBandRows> column;
         for (int r = 0; r < kBandRows; ++r)
             column[r] = sampled_.at(r, i);
-        sumKernels().columnProducts(column.data(), kBandRows, sampled_.row(0) + j, count_, columns, sums);
+        sumKernels().columnProducts(column.data(), kBandRows, sampled_.row(0) + j, count_,
+                                    static_cast<int>(sums.size()), sums.data());
     }
 
     ImageView<const double> sampled_;

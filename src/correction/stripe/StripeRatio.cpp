@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <numeric>
 
@@ -54,7 +55,7 @@ private:
     Scratch<double> row_;
 };
 
-// Columns whose pixels all lie between `lowest` and kUsableShare of the largest gray value.
+// Columns whose pixels all lie between `lowest` and four fifths of the largest gray value.
 class UsableColumns {
 public:
     explicit UsableColumns(int width) noexcept : lowest_(width), highest_(width), columns_(width) {}
@@ -68,7 +69,7 @@ public:
         std::copy_n(band.row(0), band.width, lowest_.data());
         std::copy_n(band.row(0), band.width, highest_.data());
         for (int r = 1; r < kBandRows; ++r)
-            widen(band.row(r), band.width, lowest_.data(), highest_.data());
+            widen(band.rowSpan(r), lowest_.data(), highest_.data());
         count_ = 0;
         for (int c = 0; c < band.width; ++c) {
             if (lowest_[c] >= lowest && highest_[c] <= ceiling) {
@@ -81,10 +82,10 @@ public:
     std::span<const int> columns() const noexcept { return columns_.span().first(count_); }
 
 private:
-    static void widen(const WORD* pixels, int width, WORD* __restrict lowest, WORD* __restrict highest) noexcept {
-        for (int c = 0; c < width; ++c) {
-            lowest[c] = std::min(lowest[c], pixels[c]);
-            highest[c] = std::max(highest[c], pixels[c]);
+    static void widen(std::span<const WORD> row, WORD* __restrict lowest, WORD* __restrict highest) noexcept {
+        for (std::size_t c = 0; c < row.size(); ++c) {
+            lowest[c] = std::min(lowest[c], row[c]);
+            highest[c] = std::max(highest[c], row[c]);
         }
     }
 
@@ -94,11 +95,13 @@ private:
     int count_ = 0;
 };
 
-// About 500 of the band's columns, evenly spread.
+// About kSampledColumns of the band's columns, evenly spread.
+constexpr double kSampledColumns = 500.0;
+
 class SampledBand {
 public:
     explicit SampledBand(int width) noexcept
-        : step_(static_cast<int>(std::ceil(static_cast<float>(width / 500.0)))),
+        : step_(static_cast<int>(std::ceil(static_cast<float>(width / kSampledColumns)))),
           values_(1 + (width - 1) / step_, kBandRows) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(values_); }
