@@ -1,5 +1,6 @@
 #include "checks/CheckTable.h"
 #include "commands/Command.h"
+#include "common/ComparedNumbers.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
 #include "demo/CalibrationFlow.h"
@@ -12,7 +13,7 @@
 #include "picture/Tiles.h"
 #include "snr/FactorySeries.h"
 #include "snr/FactorySnrDemo.h"
-#include "snr/SnrRule.h"
+#include "snr/SnrJudgement.h"
 #include "stripe/StripeDemo.h"
 #include "stripe/StripePicture.h"
 
@@ -106,8 +107,8 @@ void printSquares(const std::vector<JudgedExposure>& exposures, const SnrSeries&
     for (std::size_t square = 0; square < sides.size(); ++square) {
         std::vector<std::string> row = {std::to_string(sides[square]), formatNumber(factory[square], 1)};
         for (const auto& [exposure, image, judgement] : exposures) {
-            row.push_back(formatNumber(judgement.measured[square], 1) + (judgement.isBelow(square) ? " < " : " / ") +
-                          formatNumber(judgement.expected[square], 1));
+            const auto [measured, expected] = textsCompared(judgement.measured[square], judgement.expected[square], 1);
+            row.push_back(measured + (judgement.isBelow(square) ? " < " : " / ") + expected);
         }
         table.addRow(row);
     }

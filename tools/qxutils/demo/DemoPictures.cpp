@@ -3,7 +3,7 @@
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
 #include "snr/SnrPlot.h"
-#include "snr/SnrRule.h"
+#include "snr/SnrJudgement.h"
 
 #include <QxUtils/Numerics.h>
 
@@ -34,19 +34,10 @@ Tile makeTile(const JudgedExposure& judged) {
             verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
-std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, series.front());
+std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
     std::vector<float> shares;
     for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
-    return shares;
-}
-
-std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
-    std::vector<float> shares;
-    for (std::size_t square = 0; square < scaled.size(); ++square)
-        shares.push_back(judgement.expected[square] / scaled[square]);
     return shares;
 }
 
@@ -79,13 +70,14 @@ Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& 
 }
 
 Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+    const SnrJudgement& first = exposures.front().judgement;
     std::vector<PlotLine> lines = {
         {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
-        {"expected at least", kExpectedColour, expectedShares(exposures.front().judgement, factory)},
+        {"expected at least", kExpectedColour, sharesOf(first.expected, first.scaled)},
     };
     for (std::size_t index = 0; index < exposures.size(); ++index) {
         lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
-                         sharesOf(exposures[index].judgement.measured, factory)});
+                         sharesOf(exposures[index].judgement.measured, exposures[index].judgement.scaled)});
     }
     return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
 }

@@ -1,6 +1,5 @@
 #include "demo/DemoScene.h"
 
-#include "snr/SnrRule.h"
 
 #include <algorithm>
 

@@ -4,7 +4,6 @@
 #include "common/DetectorScope.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
-#include "snr/SnrRule.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
