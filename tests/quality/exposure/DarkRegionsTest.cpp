@@ -57,7 +57,7 @@ int floodFilled(Map map) {
 void expectFloodFilled(const Map& map) {
     const int expected = floodFilled(map);
     EXPECT_EQ(expected, plain::largestRegion(map.marked.data(), map.width, map.height));
-    EXPECT_EQ(expected, largestRegion(map.marked.data(), map.width, map.height)) << map.width << " x " << map.height;
+    EXPECT_EQ(expected, largestRegion({map.marked.data(), map.width, map.height})) << map.width << " x " << map.height;
 }
 
 TEST(LargestRegion, of_known_maps) {
@@ -115,7 +115,7 @@ protected:
     int find(const std::vector<float>& blocks, int width, float fraction, int allowedSize) {
         const int height = static_cast<int>(blocks.size()) / width;
         int verdict = -1;
-        printed = printedBy([&] { verdict = findDarkRegion(blocks.data(), width, height, fraction, allowedSize); });
+        printed = printedBy([&] { verdict = findDarkRegion({blocks.data(), width, height}, fraction, allowedSize); });
         return verdict;
     }
 
@@ -198,17 +198,17 @@ std::vector<float> cornered(float leftTop, float leftBottom, float rightTop, flo
 
 TEST_F(CheckSymmetry, largest_difference_of_neighbouring_corners_decides) {
     float degree = -1;
-    EXPECT_EQ(0, checkSymmetry(cornered(100, 90, 80, 70).data(), 20, 18, degree));
+    EXPECT_EQ(0, checkSymmetry({cornered(100, 90, 80, 70).data(), 20, 18}, degree));
     EXPECT_TRUE(sameBits(0.25f, degree));
     EXPECT_EQ((Lines{"Utils  | I | count=64, lt=100", "Utils  | I | count=64, lb=90", "Utils  | I | count=64, rt=80",
                      "Utils  | I | count=64, rb=70", "Utils  | I | horAysmDegree=0.250000, verAysmDegree=0.133333"}),
               logLines());
     // Opposite corners are not compared.
-    EXPECT_EQ(0, checkSymmetry(cornered(100, 120, 120, 150).data(), 20, 18, degree));
-    EXPECT_EQ(0, checkSymmetry(cornered(115, 115, 85, 85).data(), 20, 18, degree));
+    EXPECT_EQ(0, checkSymmetry({cornered(100, 120, 120, 150).data(), 20, 18}, degree));
+    EXPECT_EQ(0, checkSymmetry({cornered(115, 115, 85, 85).data(), 20, 18}, degree));
     EXPECT_TRUE(sameBits(0.3f, degree));
-    EXPECT_EQ(1069, checkSymmetry(cornered(1151, 850, 1151, 850).data(), 20, 18, degree));
-    EXPECT_EQ(0, checkSymmetry(cornered(0, 0, 0, 0).data(), 20, 18, degree));
+    EXPECT_EQ(1069, checkSymmetry({cornered(1151, 850, 1151, 850).data(), 20, 18}, degree));
+    EXPECT_EQ(0, checkSymmetry({cornered(0, 0, 0, 0).data(), 20, 18}, degree));
     EXPECT_TRUE(std::isnan(degree));
 }
 
@@ -217,10 +217,10 @@ TEST_F(CheckSymmetry, sums_are_truncated_after_every_addition) {
     for (std::size_t i = 0; i < 64; ++i)
         blocks[i / 8 * 20 + i % 8] = i % 2 == 0 ? 2.5f : 1.5f;
     float degree = -1;
-    EXPECT_EQ(1069, checkSymmetry(blocks.data(), 20, 18, degree));
+    EXPECT_EQ(1069, checkSymmetry({blocks.data(), 20, 18}, degree));
     EXPECT_TRUE(sameBits(static_cast<float>(2.0 / 3.0), degree));
     EXPECT_EQ("Utils  | I | count=64, lt=1", logLines()[0]);
-    EXPECT_EQ(0, checkSymmetry(cornered(5.99f, 5, 5.5f, 5).data(), 20, 18, degree));
+    EXPECT_EQ(0, checkSymmetry({cornered(5.99f, 5, 5.5f, 5).data(), 20, 18}, degree));
     EXPECT_TRUE(sameBits(0.0f, degree));
 }
 
@@ -237,7 +237,7 @@ TEST_F(CheckSymmetry, agrees_with_the_plain_method) {
         blocks[static_cast<std::size_t>(random.below(width * height))] = odd[std::min(round % 20, 3)];
         const plain::Symmetry expected = plain::symmetry(blocks.data(), width, height);
         float degree = -1;
-        EXPECT_EQ(expected.verdict, checkSymmetry(blocks.data(), width, height, degree)) << "round " << round;
+        EXPECT_EQ(expected.verdict, checkSymmetry({blocks.data(), width, height}, degree)) << "round " << round;
         EXPECT_EQ(expected.degree, degree) << "round " << round;
     }
 }

@@ -2,8 +2,8 @@
 
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
+#include "snr/SnrJudgement.h"
 #include "snr/SnrPlot.h"
-#include "snr/SnrRule.h"
 
 #include <cstddef>
 #include <iterator>
@@ -29,9 +29,7 @@ Tile makeTile(const JudgedExposure& judged) {
             judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
-// Of the factory series, scaled so that both agree on the smallest square of the image.
-std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory, const SnrJudgement& judgement) {
-    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
+std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
     std::vector<float> shares;
     for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
@@ -70,12 +68,11 @@ Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSer
     const SnrJudgement& first = exposures.front().judgement;
     std::vector<PlotLine> lines = {
         {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
-        {"expected at least", kExpectedColour, sharesOf(first.expected, factory, first)},
+        {"expected at least", kExpectedColour, sharesOf(first.expected, first.scaled)},
     };
-    std::size_t index = 0;
-    for (const auto& [exposure, image, judgement] : exposures) {
-        const Colour colour = kLineColours[index++ % std::size(kLineColours)];
-        lines.push_back({exposure.caption, colour, sharesOf(judgement.measured, factory, judgement)});
+    for (std::size_t index = 0; index < exposures.size(); ++index) {
+        lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
+                         sharesOf(exposures[index].judgement.measured, exposures[index].judgement.scaled)});
     }
     return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
 }

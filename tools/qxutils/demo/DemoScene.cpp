@@ -1,7 +1,6 @@
 #include "demo/DemoScene.h"
 
 #include "image/PanelFrames.h"
-#include "snr/SnrRule.h"
 
 #include <algorithm>
 

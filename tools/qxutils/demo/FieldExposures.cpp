@@ -1,7 +1,8 @@
 #include "demo/FieldExposures.h"
 
+#include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
-#include "snr/SnrRule.h"
+#include "snr/SnrJudgement.h"
 
 #include <QxUtils/StatusCode.h>
 
@@ -23,8 +24,8 @@ void printSquares(std::ostream& out, const std::vector<JudgedExposure>& exposure
     for (std::size_t square = 0; square < sides.size(); ++square) {
         std::vector<std::string> row = {std::to_string(sides[square]), formatNumber(factory[square], 1)};
         for (const auto& [exposure, image, judgement] : exposures) {
-            row.push_back(formatNumber(judgement.measured[square], 1) + (judgement.isBelow(square) ? " < " : " / ") +
-                          formatNumber(judgement.expected[square], 1));
+            const auto [measured, expected] = textsCompared(judgement.measured[square], judgement.expected[square], 1);
+            row.push_back(measured + (judgement.isBelow(square) ? " < " : " / ") + expected);
         }
         table.addRow(row);
     }

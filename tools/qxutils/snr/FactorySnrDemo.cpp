@@ -6,7 +6,6 @@
 #include "common/ToolError.h"
 #include "image/PanelFrames.h"
 #include "image/RawImage.h"
-#include "snr/SnrRule.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
