@@ -36,7 +36,8 @@ struct FloatImage {
     int height;
 
     int medianOf(const Area& area, int& median) const {
-        return qx::regionMedian(data, area.top, area.bottom, area.left, area.right, width, median);
+        return qx::regionMedian({data, width, height},
+                                {area.top, area.left, area.bottom - area.top + 1, area.right - area.left + 1}, median);
     }
 };
 

@@ -11,7 +11,7 @@ WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexce
     for (int i = 0; i < kBlockSide; ++i)
         exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide,
                              pixels.data() + i * kBlockSide);
-    return upperMiddle(pixels.data(), pixels.size());
+    return upperMiddle(pixels);
 }
 
 }  // namespace qx
