@@ -64,10 +64,6 @@ bool isLine(const Rect& area) {
     return area.height < 2 || area.width < 2;
 }
 
-int medianOf(const Image& image, const Rect& area, int& median) {
-    return qx::regionMedian(image.data, area.top, area.bottom() - 1, area.left, area.right() - 1, image.width, median);
-}
-
 // Looks for a region that is exposed, column by column.
 int searchRegions(const Image& image, const Rect& middle, int height, TriggerListener& listener, bool& exposed) {
     std::optional<int> brightest;
@@ -78,7 +74,7 @@ int searchRegions(const Image& image, const Rect& middle, int height, TriggerLis
             // Kept: a region, too, holds one row and column more.
             region = {y, x, height + 1, kRegionWidth + 1};
             int median = 0;
-            const int status = medianOf(image, region, median);
+            const int status = qx::regionMedian(image, region, median);
             if (status != StatusOk)
                 return status;
             brightest = std::max(brightest.value_or(median), median);
@@ -111,7 +107,7 @@ int measureTrigger(const Image& image, TriggerListener& listener, bool& exposed)
     if (status != StatusOk || exposed)
         return status;
     int median = 0;
-    status = medianOf(image, middle, median);
+    status = qx::regionMedian(image, middle, median);
     if (status != StatusOk)
         return status;
     const qx::Measure middleMedian(median, MeasureAtLeast, floor);
@@ -119,7 +115,7 @@ int measureTrigger(const Image& image, TriggerListener& listener, bool& exposed)
     exposed = middleMedian.met();
     if (exposed)
         return StatusOk;
-    status = medianOf(image, outer, median);
+    status = qx::regionMedian(image, outer, median);
     if (status != StatusOk)
         return status;
     // Kept: the outer area must exceed half of the floor, the middle one only reach it.

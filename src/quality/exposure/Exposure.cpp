@@ -10,7 +10,7 @@ WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexce
     std::array<WORD, kBlockSide * kBlockSide> pixels;
     for (int i = 0; i < kBlockSide; ++i)
         exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide, &pixels[i * kBlockSide]);
-    return upperMiddle(pixels.data(), pixels.size());
+    return upperMiddle(pixels);
 }
 
 }  // namespace qx
