@@ -23,13 +23,7 @@ constexpr int kType = 7;
 
 class FactorySnrFixture : public DetectorFixture {
 protected:
-    // Information of this library is logged as its text alone.
-    void expectLog(const std::string& expected) const {
-        std::string lines;
-        for (const std::string& line : logLines())
-            lines += line.substr(line.starts_with("Utils  | I | ") ? 13 : 0) + '\n';
-        EXPECT_EQ(expected, lines);
-    }
+    void expectLog(const std::string& expected) const { EXPECT_EQ(splitLines(expected), takeLog()); }
     void expectList(const std::vector<int>& times, const std::vector<SnrFileRecord>& records) const {
         EXPECT_EQ(times, list_.integrationTimes);
         std::vector<SnrFileRecord> actual;
