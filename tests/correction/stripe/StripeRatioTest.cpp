@@ -287,7 +287,8 @@ TEST_F(RemoveGenericStripe, more_than_24_rows_become_24_with_a_warning) {
                             " to 24 to pass the range check");
         lines.insert(lines.end(), gains.begin(), gains.end());
         lines.push_back("<removeGenericStripe> terminates");
-        removeGenericStripe(band.pixels.data(), band.data(), 1, Ratios(kBandRows, 1.0).data(), rows);
+        removeGenericStripe({band.pixels.data(), 1, kBandHeight}, {band.data(), 1, kBandHeight},
+                            ConstRatioSpan(Ratios(kBandRows, 1.0)), rows);
         EXPECT_EQ(lines, takeLog());
     }
 }
