@@ -162,40 +162,29 @@ int countRowsToCompensate(const double* ratio) {
     return 1 + static_cast<int>(std::min_element(cost, cost + firstFailing) - cost);
 }
 
-// The band as calcStripeRatio sees it.
-struct BandView {
-    const WORD* pixels;
-    const std::vector<double>& normalised;
-    int width;
-    std::uint32_t maxGrayValue;
-};
-
-bool isUsable(const BandView& band, int column, int lowest) {
-    const WORD ceiling = truncateToWord(static_cast<float>(band.maxGrayValue) * 0.8f);
-    for (int r = 0; r < kRows; ++r) {
-        const WORD pixel = band.pixels[at(r, column, band.width)];
-        if (pixel < lowest || pixel > ceiling)
-            return false;
+// Those whose pixels all lie between the limits.
+std::vector<int> usableColumns(const WORD* band, int width, int lowest, std::uint32_t maxGrayValue) {
+    const WORD ceiling = truncateToWord(static_cast<float>(maxGrayValue) * 0.8f);
+    std::vector<int> columns;
+    for (int c = 0; c < width; ++c) {
+        bool isUsable = true;
+        for (int r = 0; r < kRows; ++r) {
+            const WORD pixel = band[at(r, c, width)];
+            isUsable = isUsable && pixel >= lowest && pixel <= ceiling;
+        }
+        if (isUsable)
+            columns.push_back(c);
     }
-    return true;
+    return columns;
 }
 
-// The mean of the usable columns; false, with the ratio as it was, when there are none.
-bool meanOfUsableColumns(double* ratio, const BandView& band, int lowest) {
-    std::vector<double> sums(kRows, 0.0);
-    int count = 0;
-    for (int c = 0; c < band.width; ++c) {
-        if (!isUsable(band, c, lowest))
-            continue;
-        ++count;
-        for (int r = 0; r < kRows; ++r)
-            sums[static_cast<std::size_t>(r)] += band.normalised[at(r, c, band.width)];
+void meanOfColumns(double* ratio, const std::vector<double>& values, int width, const std::vector<int>& columns) {
+    for (int r = 0; r < kRows; ++r) {
+        double sum = 0.0;
+        for (const int c : columns)
+            sum += values[at(r, c, width)];
+        ratio[r] = sum / static_cast<double>(columns.size());
     }
-    if (count == 0)
-        return false;
-    for (int r = 0; r < kRows; ++r)
-        ratio[r] = sums[static_cast<std::size_t>(r)] / count;
-    return true;
 }
 
 // The number of rows that fall towards row 24 in the smoothed ratio, or -1.
@@ -222,32 +211,27 @@ int stripeWidth(const double* unsmoothed) {
     return rows == 0 ? 1 : rows;
 }
 
-int ratioOfHomogeneousColumns(double* ratio, const BandView& band, const std::vector<double>& sampled,
-                              const std::vector<int>& homogeneous) {
-    const int count = static_cast<int>(sampled.size()) / kRows;
-    for (int r = 0; r < kRows; ++r) {
-        double sum = 0.0;
-        for (const int k : homogeneous)
-            sum += sampled[at(r, k, count)];
-        ratio[r] = sum / static_cast<double>(homogeneous.size());
-    }
-    const int rows = stripeWidth(ratio);
-    if (rows < 0 || ratio[kTriggerRow] > 1.1 || !meanOfUsableColumns(ratio, band, 1000))
-        return rows;
-    return countRowsToCompensate(ratio);
-}
-
 }  // namespace
 
 int calcStripeRatio(double* ratio, const WORD* band, int width, std::uint32_t maxGrayValue) {
     const std::vector<double> normalised = normalisedBand(band, width);
     const std::vector<double> sampled = sampledBand(normalised, width);
-    const std::vector<int> homogeneous =
-        findHomogeneousColumns(sampled.data(), static_cast<int>(sampled.size()) / kRows);
-    const BandView view{band, normalised, width, maxGrayValue};
-    if (homogeneous.size() >= 20)
-        return ratioOfHomogeneousColumns(ratio, view, sampled, homogeneous);
-    return meanOfUsableColumns(ratio, view, 500) ? countRowsToCompensate(ratio) : -1;
+    const int count = static_cast<int>(sampled.size()) / kRows;
+    const std::vector<int> homogeneous = findHomogeneousColumns(sampled.data(), count);
+    int lowest = 500;
+    int rows = -1;
+    if (homogeneous.size() >= 20) {
+        meanOfColumns(ratio, sampled, count, homogeneous);
+        rows = stripeWidth(ratio);
+        if (rows < 0 || ratio[kTriggerRow] > 1.1)
+            return rows;
+        lowest = 1000;
+    }
+    const std::vector<int> usable = usableColumns(band, width, lowest, maxGrayValue);
+    if (usable.empty())
+        return rows;
+    meanOfColumns(ratio, normalised, width, usable);
+    return countRowsToCompensate(ratio);
 }
 
 void removeGenericStripe(WORD* destination, const WORD* source, int width, const double* ratio, int rows,

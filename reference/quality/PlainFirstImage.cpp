@@ -21,34 +21,18 @@ std::size_t at(int row, int col, int width) {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(col);
 }
 
-std::vector<float> floatsOf(const WORD* image, int width, int height) {
-    return {image, image + at(height, 0, width)};
-}
-
-float blockMedian(const WORD* image, int width, int top, int left) {
-    std::vector<float> block;
-    for (int row = top; row < top + kBlock; ++row) {
-        for (int col = left; col < left + kBlock; ++col)
-            block.push_back(static_cast<float>(image[at(row, col, width)]));
-    }
-    return getFloatMedianByQuickMethod(block.data(), kBlock * kBlock);
-}
-
-bool anyBlockBelow(float floor, const WORD* image, int width, int height) {
-    for (int top = 0; top + kBlock <= height; top += kBlock) {
-        for (int left = 0; left + kBlock <= width; left += kBlock) {
-            if (blockMedian(image, width, top, left) < floor)
-                return true;
-        }
-    }
-    return false;
+// The medians of the blocks of 32 x 32 values.
+std::vector<float> binned(const std::vector<float>& image, int width, int height) {
+    std::vector<float> blocks(at(height / kBlock, 0, width / kBlock));
+    doBinningSample(blocks.data(), image.data(), width, height);
+    return blocks;
 }
 
 // 0 where the dark image is brighter.
-std::vector<WORD> darkSubtracted(const WORD* image, const WORD* dark, int width, int height) {
-    std::vector<WORD> difference;
+std::vector<float> darkSubtracted(const WORD* image, const WORD* dark, int width, int height) {
+    std::vector<float> difference;
     for (std::size_t i = 0; i < at(height, 0, width); ++i)
-        difference.push_back(static_cast<WORD>(image[i] > dark[i] ? image[i] - dark[i] : 0));
+        difference.push_back(static_cast<float>(image[i] > dark[i] ? image[i] - dark[i] : 0));
     return difference;
 }
 
@@ -113,13 +97,11 @@ int largestRegion(const std::uint8_t* marked, int width, int height) {
 
 namespace {
 
-bool isShadowed(const WORD* image, int width, int height) {
-    const std::vector<float> floats = floatsOf(image, width, height);
+bool isShadowed(const std::vector<float>& image, int width, int height) {
     const int columns = width / kBlock;
     const int rows = height / kBlock;
-    std::vector<float> blocks(at(rows, 0, columns));
-    doBinningSample(blocks.data(), floats.data(), width, height);
-    const std::vector<std::uint8_t> marked = darkMarks(boxMean(blocks, columns, rows).data(), columns, rows, 0.25f);
+    const std::vector<float> smoothed = boxMean(binned(image, width, height), columns, rows);
+    const std::vector<std::uint8_t> marked = darkMarks(smoothed.data(), columns, rows, 0.25f);
     return largestRegion(marked.data(), columns, rows) > 4;
 }
 
@@ -147,29 +129,26 @@ float asymmetry(const float* blocks, int width, int height) {
 }
 
 // Of the block medians after the AFE balance, without a border of four blocks.
-float illuminationAsymmetry(const WORD* image, int width, int height, int afeWidth) {
-    std::vector<float> floats = floatsOf(image, width, height);
-    correctRDwithoutRgain(floats.data(), width, height, afeWidth);
-    const int blockColumns = width / kBlock;
-    const int blockRows = height / kBlock;
-    std::vector<float> blocks(at(blockRows, 0, blockColumns));
-    doBinningSample(blocks.data(), floats.data(), width, height);
-    const int columns = blockColumns - 2 * kBorder;
-    const int rows = blockRows - 2 * kBorder;
+float illuminationAsymmetry(std::vector<float> image, int width, int height, int afeWidth) {
+    correctRDwithoutRgain(image.data(), width, height, afeWidth);
+    const int columns = width / kBlock - 2 * kBorder;
+    const int rows = height / kBlock - 2 * kBorder;
     std::vector<float> cut(at(rows, 0, columns));
-    cutBinningImage(cut.data(), blocks.data(), blockColumns, blockRows, kBorder);
+    cutBinningImage(cut.data(), binned(image, width, height).data(), width / kBlock, height / kBlock, kBorder);
     return asymmetry(cut.data(), columns, rows);
 }
 
 }  // namespace
 
 int firstImageVerdict(const WORD* image, const WORD* dark, int width, int height, int blockFloor, int afeWidth) {
-    const std::vector<WORD> difference = darkSubtracted(image, dark, width, height);
-    if (anyBlockBelow(static_cast<float>(blockFloor), difference.data(), width, height))
-        return 1068;
-    if (isShadowed(difference.data(), width, height))
+    const std::vector<float> difference = darkSubtracted(image, dark, width, height);
+    for (const float median : binned(difference, width, height)) {
+        if (median < static_cast<float>(blockFloor))
+            return 1068;
+    }
+    if (isShadowed(difference, width, height))
         return 1062;
-    return illuminationAsymmetry(difference.data(), width, height, afeWidth) > 0.3f ? 1069 : 0;
+    return illuminationAsymmetry(difference, width, height, afeWidth) > 0.3f ? 1069 : 0;
 }
 
 }  // namespace qx::plain

@@ -14,10 +14,10 @@ std::string imageFile(const TestImage& image, float integrationTimeMs) {
     return bytes + words(image.pixels);
 }
 
-std::string snrPayload(const SnrFileFields& fields, const std::vector<SnrFileRecord>& records) {
+std::string snrPayload(const SnrFileFields& fields, const std::vector<FactorySNRRecord>& records) {
     std::string bytes;
     append(bytes, fields);
-    for (const SnrFileRecord& record : records) {
+    for (const FactorySNRRecord& record : records) {
         append(bytes, record.integrationTime);
         append(bytes, record.snrCount);
         append(bytes, record.meanGray);

@@ -2,6 +2,8 @@
 
 #include "Builders.h"
 
+#include <QxUtils/Records.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -12,13 +14,6 @@ namespace qx::test {
 // A raw image behind a header that tells its size and integration time.
 std::string imageFile(const TestImage& image, float integrationTimeMs);
 
-struct SnrFileRecord {
-    std::int32_t integrationTime;
-    std::int32_t snrCount;
-    float meanGray;
-    std::vector<float> snr;
-};
-
 // What the file tells ahead of its records.
 struct SnrFileFields {
     std::int32_t integrationTimes;
@@ -28,6 +23,6 @@ struct SnrFileFields {
 };
 
 // The file behind its 65536-byte header.
-std::string snrPayload(const SnrFileFields& fields, const std::vector<SnrFileRecord>& records);
+std::string snrPayload(const SnrFileFields& fields, const std::vector<FactorySNRRecord>& records);
 
 }  // namespace qx::test

@@ -22,27 +22,6 @@ constexpr int kHighest = std::numeric_limits<int>::max();
 const float kBelowWhite = std::nextafter(65535.0f, 0.0f);
 const float kAboveWhite = std::nextafter(65535.0f, kInfinity);
 
-enum class Kind { Replaced, ReplacedBeyondMedian, OnlyLogged };
-
-// What is found at one edge of a block. The last two kinds belong to the left edge's pattern of three steps.
-struct EdgeRepair {
-    Kind kind;
-    int column, source;
-};
-
-// Adds what the edge search writes into the log.
-void appendEdgeCourse(Lines& lines, const std::vector<EdgeRepair>& found) {
-    lines.push_back("<overwriteBadLineAroundAFEEdge> begins");
-    for (const auto& [kind, column, source] : found) {
-        const std::string text =
-            "find bad column at " + std::to_string(column) + ", replace it by column " + std::to_string(source);
-        if (kind == Kind::ReplacedBeyondMedian)
-            lines.push_back("loc, " + text);
-        lines.push_back(text);
-    }
-    lines.push_back("<overwriteBadLineAroundAFEEdge> terminates");
-}
-
 // `each` of 60 pixels have one of the values, each of them.
 struct Content {
     float noise;
@@ -145,61 +124,63 @@ TEST_F(AfeCorrection, abnormal_pixels_become_a_tenth) {
     EXPECT_TRUE(sameBitsEverywhere({0.1f, 0.1f, 0.1f, 0.1f, 0.1f, kTiny, 0.05f, kNaN, kInfinity}, image));
 }
 
-// What a pattern of steps does to either edge of a block. Steps go from the edge inwards, 'y' is one of `step`.
-struct EdgePattern {
-    const char* steps;
-    float step;
-    int leftFrom;  // columns between the edge and what the log calls its replacement; 0: nothing is found
-    Kind leftKind;
-    int rightFrom;
-};
+const Lines kEdgesBegin = {"<overwriteBadLineAroundAFEEdge> begins"};
+const Lines kEdgesEnd = {"<overwriteBadLineAroundAFEEdge> terminates"};
 
-constexpr EdgePattern kPatterns[] = {{"nnn", 10, 0, Kind::Replaced, 0},
-                                     {"nny", 10, 0, Kind::Replaced, 0},
-                                     {"nyn", 10, 2, Kind::Replaced, 2},
-                                     {"nyy", 10, 0, Kind::Replaced, 0},
-                                     {"ynn", 10, 1, Kind::Replaced, 1},
-                                     {"yny", 10, 0, Kind::Replaced, 0},
-                                     {"yyn", 10, 0, Kind::Replaced, 0},
-                                     {"yyy", 10, 1, Kind::OnlyLogged, 1},
-                                     {"ynn", -300, 1, Kind::Replaced, 1},
-                                     {"yyy", 100, 1, Kind::ReplacedBeyondMedian, 1},
-                                     {"yyy", -100, 1, Kind::ReplacedBeyondMedian, 1}};
+Lines joined(std::initializer_list<Lines> parts) {
+    Lines all;
+    for (const Lines& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
 
+// Steps go from an edge of the middle block inwards, 'y' is one of `step`. Left and right tell how far from its edge
+// the column lies that replaces it, 0 that the edge stays.
 TEST_F(OverwriteBadLine, edge_patterns) {
-    constexpr int kAfe = 16;
-    constexpr int kWidth = 3 * kAfe;
-    constexpr int kEnd = 2 * kAfe - 1;
-    Lines expectedLines;
-    for (const EdgePattern& left : kPatterns) {
-        for (const EdgePattern& right : kPatterns) {
-            Floats means(kWidth, 1000.0f);
-            for (std::size_t i = 3; i-- > 0;) {
-                means[kAfe + i] = means[kAfe + i + 1] + (left.steps[i] == 'y' ? left.step : 0.0f);
-                means[kEnd - i] = means[kEnd - i - 1] + (right.steps[i] == 'y' ? right.step : 0.0f);
-            }
-            // Two rows with these means whose difference tells every column from the others.
-            Floats image(2 * kWidth);
-            for (std::size_t i = 0; i < kWidth; ++i) {
-                image[i] = means[i] + 0.5f * static_cast<float>(i + 1);
-                image[kWidth + i] = means[i] - 0.5f * static_cast<float>(i + 1);
-            }
-            Floats expected = image;
-            std::vector<EdgeRepair> found;
-            if (left.leftFrom != 0)
-                found.push_back({left.leftKind, kAfe, kAfe + left.leftFrom});
-            if (right.rightFrom != 0)
-                found.push_back({Kind::Replaced, kEnd, kEnd - right.rightFrom});
-            for (const EdgeRepair& repair : found)
-                for (int row = 0; row < 2 && repair.kind != Kind::OnlyLogged; ++row)
-                    expected[static_cast<std::size_t>(row * kWidth + repair.column)] =
-                        expected[static_cast<std::size_t>(row * kWidth + repair.source)];
-            appendEdgeCourse(expectedLines, found);
-            overwriteBadLineAroundAFEEdge(image.data(), kWidth, 2, kAfe);
-            EXPECT_EQ(expected, image) << left.steps << " " << left.step << ", " << right.steps << " " << right.step;
+    constexpr int kFirst = 16, kLast = 31, kWidth = 48;
+    const std::string left = "find bad column at 16, replace it by column 17";
+    const std::string right = "find bad column at 31, replace it by column 30";
+    const struct {
+        const char* steps;
+        float step;
+        int left, right;
+        Lines log;
+    } cases[] = {{"nnn", 10, 0, 0, {}},
+                 {"nny", 10, 0, 0, {}},
+                 {"nyn",
+                  10,
+                  2,
+                  2,
+                  {"find bad column at 16, replace it by column 18", "find bad column at 31, replace it by column 29"}},
+                 {"nyy", 10, 0, 0, {}},
+                 {"ynn", 10, 1, 1, {left, right}},
+                 {"yny", 10, 0, 0, {}},
+                 {"yyn", 10, 0, 0, {}},
+                 {"yyy", 10, 0, 1, {left, right}},
+                 {"ynn", -300, 1, 1, {left, right}},
+                 {"yyy", 100, 1, 1, {"loc, " + left, left, right}},
+                 {"yyy", -100, 1, 1, {"loc, " + left, left, right}}};
+    for (const auto& c : cases) {
+        Floats means(kWidth, 1000.0f);
+        for (std::size_t i = 3; i-- > 0;) {
+            means[kFirst + i] = means[kFirst + i + 1] + (c.steps[i] == 'y' ? c.step : 0.0f);
+            means[kLast - i] = means[kLast - i - 1] + (c.steps[i] == 'y' ? c.step : 0.0f);
         }
+        // Two rows with these means whose difference tells every column from the others.
+        Floats image(2 * kWidth);
+        for (std::size_t i = 0; i < kWidth; ++i) {
+            image[i] = means[i] + 0.5f * static_cast<float>(i + 1);
+            image[kWidth + i] = means[i] - 0.5f * static_cast<float>(i + 1);
+        }
+        Floats expected = image;
+        for (const std::size_t row : {0, kWidth}) {
+            expected[row + kFirst] = image[row + kFirst + static_cast<std::size_t>(c.left)];
+            expected[row + kLast] = image[row + kLast - static_cast<std::size_t>(c.right)];
+        }
+        overwriteBadLineAroundAFEEdge(image.data(), kWidth, 2, 16);
+        EXPECT_EQ(expected, image) << c.steps << " " << c.step;
+        EXPECT_EQ(joined({kEdgesBegin, c.log, kEdgesEnd}), takeLog());
     }
-    EXPECT_EQ(expectedLines, takeLog());
 }
 
 // The only block of an image of one row: its means are its pixels.
@@ -275,17 +256,20 @@ TEST_F(CorrectRdWithoutRgain, bad_edge_columns_are_left_out_of_the_measurement_b
     }
     EXPECT_EQ(0, correctRDwithoutRgain(image.data(), 27, 3));
     EXPECT_EQ(expected, image);
-    const std::string begins = "<correctRDwithoutRgain> begins";
-    Lines lines = {begins};
-    appendEdgeCourse(lines, {{Kind::Replaced, 9, 10}, {Kind::Replaced, 26, 25}});
-    lines.push_back("<correctRDwithoutRgain> terminates0");
+    const Lines begin = {"<correctRDwithoutRgain> begins"};
+    EXPECT_EQ(
+        joined({begin,
+                kEdgesBegin,
+                {"find bad column at 9, replace it by column 10", "find bad column at 26, replace it by column 25"},
+                kEdgesEnd,
+                {"<correctRDwithoutRgain> terminates0"}}),
+        takeLog());
     // A missing image goes before an impossible size.
     for (const int afeWidth : {9, 0}) {
         detector().afeWidth = afeWidth;
         EXPECT_EQ(1017, correctRDwithoutRgain(nullptr, 64 * afeWidth, 64));
-        lines.insert(lines.end(), {begins, "rad image is null", "<correctRDwithoutRgain> terminates1017"});
+        EXPECT_EQ(joined({begin, {"rad image is null", "<correctRDwithoutRgain> terminates1017"}}), takeLog());
     }
-    EXPECT_EQ(lines, takeLog());
 }
 
 TEST_F(CorrectRdWithoutRgain, afe_width_is_the_kits_or_32) {

@@ -90,6 +90,7 @@ TEST_F(GetUniform, by_hand) {
         }
     }
     EXPECT_EQ(0, uniform(fiveSquares({0, 0, 0, 0, 4}), -1.0f));  // the mean of 0.8 is truncated
+    EXPECT_EQ(1062, uniform(constantImage(76, 76, 7), 0.0f));    // the smallest image: squares at its very edges
 }
 
 // Images that are even, uneven, dark, bright and of all values.

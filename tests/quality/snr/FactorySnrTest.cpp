@@ -24,13 +24,10 @@ constexpr int kType = 7;
 class FactorySnrFixture : public DetectorFixture {
 protected:
     void expectLog(const std::string& expected) const { EXPECT_EQ(splitLines(expected), takeLog()); }
-    void expectList(const std::vector<int>& times, const std::vector<SnrFileRecord>& records) const {
+    void expectList(const std::vector<int>& times, const std::vector<FactorySNRRecord>& records) const {
         EXPECT_EQ(times, list_.integrationTimes);
-        std::vector<SnrFileRecord> actual;
-        for (const FactorySNRRecord& record : list_.records)
-            actual.push_back({record.integrationTime, record.snrCount, record.meanGray, record.snr});
-        ASSERT_EQ(records.size(), actual.size());
-        EXPECT_EQ(snrPayload({}, records), snrPayload({}, actual));
+        ASSERT_EQ(records.size(), list_.records.size());
+        EXPECT_EQ(snrPayload({}, records), snrPayload({}, list_.records));
     }
 
     FactoryDiffIntSNRList list_;
@@ -48,10 +45,11 @@ protected:
     int loadPayload(const std::string& payload) { return loadBytes(randomBytes(65536, 1) + payload); }
 };
 
-const std::vector<SnrFileRecord> kRecords = {{500, 3, 1000.5f, {1.0f, 2.0f, 3.5f}},
-                                             {300, 3, 2000.25f, {4.0f, std::numeric_limits<float>::infinity(), -0.0f}},
-                                             {500, -9, std::numeric_limits<float>::quiet_NaN(), {7.0f, 8.0f, 9.0f}},
-                                             {-1, INT_MAX, 0.0f, {0.0f, 0.0f, 0.0f}}};
+const std::vector<FactorySNRRecord> kRecords = {
+    {500, 3, 1000.5f, {1.0f, 2.0f, 3.5f}},
+    {300, 3, 2000.25f, {4.0f, std::numeric_limits<float>::infinity(), -0.0f}},
+    {500, -9, std::numeric_limits<float>::quiet_NaN(), {7.0f, 8.0f, 9.0f}},
+    {-1, INT_MAX, 0.0f, {0.0f, 0.0f, 0.0f}}};
 const SnrFileFields kFields = {2, 2, 3, kType};
 const std::string kOpening = "<loadAllSNRFromFactory> begins\nreadImageFromDisk success\n";
 
@@ -61,9 +59,9 @@ TEST_F(LoadAllSnrFromFactory, appends_every_record) {
     const std::string end = "<loadAllSNRFromFactory> terminates0\n";
     EXPECT_EQ(0, loadPayload(snrPayload(kFields, kRecords)));
     expectList({500, 300, -1}, kRecords);
-    const std::vector<SnrFileRecord> more = {{300, 0, 1.0f, {}}, {9, 0, 2.0f, {}}};
+    const std::vector<FactorySNRRecord> more = {{300, 0, 1.0f, {}}, {9, 0, 2.0f, {}}};
     EXPECT_EQ(0, loadPayload(snrPayload({1, 2, 0, kType}, more)));
-    std::vector<SnrFileRecord> records = kRecords;
+    std::vector<FactorySNRRecord> records = kRecords;
     records.insert(records.end(), more.begin(), more.end());
     expectList({500, 300, -1, 9}, records);
     expectLog(kOpening + "snrLen=3, oneImgSNRSize=24, dose=2, inteNum=2, detectorType=7\n" + push + push + push + end +
@@ -144,7 +142,8 @@ protected:
     fs::path resultFile() const { return root() / "4343 x-SNR.raw"; }
 
     // Stores an image of a directory and returns what its record should be.
-    SnrFileRecord place(const std::string& directory, const std::string& name, float time, std::uint64_t seed) const {
+    FactorySNRRecord place(const std::string& directory, const std::string& name, float time,
+                           std::uint64_t seed) const {
         const TestImage image = flatImage(kWidth, kHeight, 3000.0 + 1000.0 * static_cast<double>(seed), 25, seed);
         fs::create_directories(root() / directory);
         writeFile(root() / directory / name, imageFile(image, time));
@@ -171,7 +170,7 @@ protected:
     }
 
     // The file as it should be: the kit's header with three fields set by the library.
-    static std::string expectedFile(int times, int dose, const std::vector<SnrFileRecord>& records) {
+    static std::string expectedFile(int times, int dose, const std::vector<FactorySNRRecord>& records) {
         std::string header(65536, '\0');
         fillImgHead(header.data(), 17, 1);
         putLittle(header, 12, kWidth);
@@ -179,9 +178,9 @@ protected:
         putBig(header, 16424, kType);
         return header + snrPayload({times, dose, 3, kType}, records);
     }
-    static std::string expectedConsole(const std::vector<SnrFileRecord>& records) {
+    static std::string expectedConsole(const std::vector<FactorySNRRecord>& records) {
         std::string text;
-        for (const SnrFileRecord& record : records) {
+        for (const FactorySNRRecord& record : records) {
             char numbers[200];
             std::snprintf(numbers, sizeof numbers, "%.1f\t%.1f\t%.1f\tsnrLen=3\n", static_cast<double>(record.snr[0]),
                           static_cast<double>(record.snr[1]), static_cast<double>(record.snr[2]));
@@ -201,8 +200,8 @@ protected:
 // Directories and images in the order of their names; files beside and directories below are passed over.
 TEST_F(RetrieveAllSnrForQualityCheck, measures_the_images_of_every_integration_time) {
     detector().integrationTimeMs = 42;
-    const SnrFileRecord d = place("500ms", "b", 500.9f, 4);
-    const std::vector<SnrFileRecord> records = {
+    const FactorySNRRecord d = place("500ms", "b", 500.9f, 4);
+    const std::vector<FactorySNRRecord> records = {
         place("1000ms", "x.raw", 1000.0f, 1), place("1000ms", "y.raw", 1000.0f, 2), place("500ms", "a", 500.0f, 3), d};
     place("dark", "z.raw", 1.0f, 5);
     place("MS", "z.raw", 1.0f, 5);
@@ -217,7 +216,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, measures_the_images_of_every_integration_t
 }
 
 TEST_F(RetrieveAllSnrForQualityCheck, separator_is_added_and_the_result_replaces_an_old_one) {
-    const SnrFileRecord record = place("items", "one", 100.0f, 1);  // "100" is in the path
+    const FactorySNRRecord record = place("items", "one", 100.0f, 1);  // "100" is in the path
     writeFile(resultFile(), std::string(200000, 'x'));
     EXPECT_EQ(0, retrieve(dir().substr(0, dir().size() - 1)));
     EXPECT_EQ(expectedFile(1, 1, {record}), readFile(resultFile()));
@@ -226,7 +225,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, separator_is_added_and_the_result_replaces
 
 // A header that cannot be filled stays empty but for the three fields.
 TEST_F(RetrieveAllSnrForQualityCheck, time_that_the_path_does_not_name_is_an_error_line_only) {
-    const SnrFileRecord record = place("500ms", "one", 987654.0f, 1);
+    const FactorySNRRecord record = place("500ms", "one", 987654.0f, 1);
     detector().faults.fillImgHead = 9;
     EXPECT_EQ(0, retrieve());
     EXPECT_EQ(expectedFile(1, 1, {record}), readFile(resultFile()));
@@ -237,7 +236,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, time_that_the_path_does_not_name_is_an_err
 }
 
 TEST_F(RetrieveAllSnrForQualityCheck, images_that_cannot_be_measured_are_left_out) {
-    const SnrFileRecord record = place("500ms", "e", 500.0f, 1);
+    const FactorySNRRecord record = place("500ms", "e", 500.0f, 1);
     const std::string whole = readFile(root() / "500ms" / "e");
     std::string wide = whole;
     std::string high = whole;

@@ -24,7 +24,7 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 using CalcGlobalSnr = qx::test::DetectorFixture;
 
 // The measured series with two entries behind it that have to stay.
-void expectOracleSeries(const TestImage& image, const std::string& what) {
+void expectPlainSeries(const TestImage& image, const std::string& what) {
     Series expected = plain::snrSeries(image.data(), image.width, image.height);
     expected.insert(expected.end(), {kPoison, kPoison});
     Series actual(expected.size(), kPoison);
@@ -48,7 +48,7 @@ TEST_F(CalcGlobalSnr, agrees_with_the_plain_method) {
                                     qx::test::twoValuedImage(w, h, 300, 301, 7),
                                     qx::test::saturatedImage(w, h, 8)};
         for (const TestImage& image : images)
-            expectOracleSeries(image, "content " + std::to_string(&image - images));
+            expectPlainSeries(image, "content " + std::to_string(&image - images));
     }
 }
 
@@ -81,7 +81,7 @@ TEST_F(CalcGlobalSnr, limits_are_rounded_to_single_precision) {
     EXPECT_EQ(0, calcGlobalSNR(image.data(), 128, 128, snr));
     const float expected = 50000.0f / static_cast<float>(std::sqrt(2 * 14 * 14 / 4096.0));
     EXPECT_EQ((Series{expected, expected}), snr);
-    expectOracleSeries(image, "rounded limits");
+    expectPlainSeries(image, "rounded limits");
 }
 
 TEST_F(CalcGlobalSnr, images_without_noise) {
