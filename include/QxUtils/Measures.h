@@ -130,7 +130,8 @@ QXUTILS_API int measureSNRSquares(const WORD* image, int width, int height, cons
                                   SNRSquare* squares, int capacity, int* count);
 
 // The dark region that checkFirstImg judges, block by block: 1 for a block of 32 x 32 pixels inside it, else 0; none is
-// where a block lies below the floor, at which the check stops. blocks holds (height / 32) rows of (width / 32) blocks; capacity is its room. Returns 0; 1057 for a null pointer; 1020 for
-// an impossible size or too little room; 1035 when memory is short.
+// where a block lies below the floor, at which the check stops. blocks holds (height / 32) rows of (width / 32) blocks;
+// capacity is its room. Returns 0; 1057 for a null pointer; 1020 for an impossible size or too little room; 1035 when
+// memory is short.
 QXUTILS_API int locateShadow(const WORD* image, const WORD* dark, int width, int height, unsigned char* blocks,
                              int capacity);

@@ -90,15 +90,13 @@ int inSmoothed(const Blocks& blocks, Look look) {
 
 // Looks for the shadow of the collimator in the block medians.
 int findShadow(const Blocks& blocks) {
-    return inSmoothed(blocks, [](const Blocks& smoothed) {
-        return qx::findDarkRegion(smoothed, kShadowShare, kToleratedShadow);
-    });
+    return inSmoothed(
+        blocks, [](const Blocks& smoothed) { return qx::findDarkRegion(smoothed, kShadowShare, kToleratedShadow); });
 }
 
 int measureShadow(const Blocks& blocks, qx::DarkRegion& region, const qx::ImageView<std::uint8_t>& inside = {}) {
-    return inSmoothed(blocks, [&](const Blocks& smoothed) {
-        return qx::measureDarkRegion(smoothed, kShadowShare, region, inside);
-    });
+    return inSmoothed(
+        blocks, [&](const Blocks& smoothed) { return qx::measureDarkRegion(smoothed, kShadowShare, region, inside); });
 }
 
 int checkPair(const Exposure& exposure) {
@@ -184,8 +182,9 @@ int checkFirstImg(const WORD* image, const WORD* dark, int width, int height) {
 }
 
 int measureFirstImg(const WORD* image, const WORD* dark, int width, int height, CheckMeasures* measures) {
-    return qx::recordMeasures(
-        measures, [&](MeasureRecords& records) { return measureFirst({image, dark, width, height}, records); });
+    return qx::recordMeasures(measures, [&](MeasureRecords& records) {
+        return measureFirst({image, dark, width, height}, records);
+    });
 }
 
 int locateShadow(const WORD* image, const WORD* dark, int width, int height, unsigned char* blocks, int capacity) {

@@ -18,8 +18,8 @@ bool showsIllumination(const Exposure& exposure) noexcept;
 // not fit, 1035 when memory is short.
 int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result);
 
-// Measures the corners that checkFirstImgForFactoryCalibration judges. Returns 0, 1020 for an image or an AFE width that
-// does not fit, 1035 when memory is short.
+// Measures the corners that checkFirstImgForFactoryCalibration judges. Returns 0, 1020 for an image or an AFE width
+// that does not fit, 1035 when memory is short.
 int measureCorners(const Exposure& exposure, CornerSymmetry& corners);
 
 // Measures the symmetry of the illumination and fits its peak: fills all fields but the evaluation. Returns 0; 1069 for

@@ -137,8 +137,7 @@ std::string fileNameOf(const DetectorInformation& detector) {
     return std::string(description.substr(product + kProductWord.size())) + "-SNR.raw";
 }
 
-int writeFile(const FactoryImages& images, const std::string& root, int detectorType,
-              qx::LoggedOperation& operation) {
+int writeFile(const FactoryImages& images, const std::string& root, int detectorType, qx::LoggedOperation& operation) {
     const std::int64_t bytes = images.fileBytes();
     if (bytes > INT_MAX)
         return StatusWrongParameter;

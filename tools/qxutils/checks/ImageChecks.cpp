@@ -119,9 +119,7 @@ CheckResult checkBlocks(const RawImage& image, float blockLimit) {
 CheckResult checkStrips(const RawImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureStrip(image.pixels.data(), width, height, taken);
-    };
+    const auto measure = [&](CheckMeasures* taken) { return measureStrip(image.pixels.data(), width, height, taken); };
     return resultOf("analysisStrip", analysisStrip(image.pixels.data(), width, height), {StatusStripMeansUnqualified},
                     measure, {0});
 }
@@ -142,8 +140,9 @@ CheckResult checkOffset(const FloatImage& image) {
     const auto measure = [&](CheckMeasures* taken) {
         return measureOffsetImageQuality(image.pixels.data(), width, height, taken);
     };
-    CheckResult result = resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height),
-                                  {kStatusOne}, measure, {2});
+    CheckResult result =
+        resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height), {kStatusOne},
+                 measure, {2});
     if (result.status == kStatusOne)
         result.meaning = "The dark image shows structured patches.";
     return result;
@@ -166,15 +165,14 @@ CheckResult checkGainGroup(const std::vector<std::string>& files) {
     std::transform(files.begin(), files.end(), std::back_inserter(paths),
                    [](const auto& file) { return file.c_str(); });
     const int count = static_cast<int>(paths.size());
-    return resultOf(
-        "checkGainImgGroup", checkGainImgGroup(paths.data(), count), {StatusLinearityUnqualified},
-        [&](CheckMeasures* taken) { return measureGainImgGroup(paths.data(), count, taken); }, {3});
+    return resultOf("checkGainImgGroup", checkGainImgGroup(paths.data(), count), {StatusLinearityUnqualified},
+                    [&](CheckMeasures* taken) { return measureGainImgGroup(paths.data(), count, taken); }, {3});
 }
 
 CheckResult checkDarkTime(const std::string& list, int timeMs) {
-    CheckResult result = resultOf(
-        "CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne},
-        [&](CheckMeasures* taken) { return measureDarkTimeRepeat(list.c_str(), timeMs, taken); }, {0});
+    CheckResult result =
+        resultOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne},
+                 [&](CheckMeasures* taken) { return measureDarkTimeRepeat(list.c_str(), timeMs, taken); }, {0});
     if (result.status == kStatusOne)
         result.meaning = "The exposure time is not in the list.";
     return result;
@@ -183,9 +181,8 @@ CheckResult checkDarkTime(const std::string& list, int timeMs) {
 CheckResult checkRowNoise(const Shape& shape) {
     // Tells what is wrong with the file, if anything is.
     loadFloatImage(averageDarkPath(), shape);
-    return resultOf(
-        "analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified},
-        [&](CheckMeasures* taken) { return measureRcn(shape.width, shape.height, taken); }, {0});
+    return resultOf("analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified},
+                    [&](CheckMeasures* taken) { return measureRcn(shape.width, shape.height, taken); }, {0});
 }
 
 void storeAverageDark(const std::string& folder, const FloatImage& image) {

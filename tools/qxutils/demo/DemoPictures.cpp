@@ -2,8 +2,8 @@
 
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
-#include "snr/SnrPlot.h"
 #include "snr/SnrJudgement.h"
+#include "snr/SnrPlot.h"
 
 #include <QxUtils/Numerics.h>
 
