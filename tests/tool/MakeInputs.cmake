@@ -62,6 +62,7 @@ file(WRITE ${INPUTS}/star.b64 "Zm9v\n*mFy")
 file(WRITE ${INPUTS}/cut.b64 "Zm9vYm")
 
 file(WRITE ${INPUTS}/strict.toml "[limits]\ndarkLevelFloor = 13000\n")
+file(WRITE ${INPUTS}/same.toml "[limits]\ndarkLevelFloor = 12351\n")
 file(WRITE ${INPUTS}/stored.toml "[directories]\noffset = \"offset\"\n")
 file(MAKE_DIRECTORY ${INPUTS}/offset)
 file(COPY_FILE ${INPUTS}/rows.float ${INPUTS}/offset/dark-500ms-std-gain2.raw)

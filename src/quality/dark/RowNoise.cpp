@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kRefusedSteps = 500;
 
-// The average dark image of the current exposure time and gain.
+// The average dark image of the current exposure time and gain. Kept: a failed read of the gain stands for its id.
 std::array<char, 256> darkImageName() {
     std::array<char, 256> name{};
     std::snprintf(name.data(), name.size(), "%s%d%s%d%s", "dark-", getCurrentExpTime(), "ms-std-gain", getGainId(),

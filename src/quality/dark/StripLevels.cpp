@@ -17,7 +17,7 @@ namespace {
 using qx::kStripColumns;
 using Image = qx::ImageView<const WORD>;
 
-// Means of the strips of 32 columns: sums in single precision over rows, then columns. Test before use.
+// Means of the strips of 32 columns; test before use. Kept: sums in single precision over rows, then columns.
 class StripMeans {
 public:
     explicit StripMeans(const Image& image) noexcept : means_(lastStripsUnexamined(image.width)) {

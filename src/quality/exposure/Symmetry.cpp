@@ -27,7 +27,7 @@ float difference(double p, double q) noexcept {
     return static_cast<float>(std::abs(p - q) * 2.0 / (p + q));
 }
 
-// Kept: a first one that is not a number is passed over.
+// A first one that is not a number is passed over.
 float larger(float a, float b) noexcept {
     return a > b ? a : b;
 }

@@ -121,6 +121,7 @@ void fillHeader(char* header, int width, int height, int detectorType) {
     constexpr int kOption = 1;
     fillImgHead(header, kFactorySnrHeader, kOption);
     const std::uint32_t type = qx::networkToHost(detectorType);
+    // Kept: width and height in the processor's order, unlike in every other image header.
     std::memcpy(header + kWidthOffset, &width, sizeof width);
     std::memcpy(header + kHeightOffset, &height, sizeof height);
     std::memcpy(header + kDetectorTypeOffset, &type, sizeof type);

@@ -55,7 +55,7 @@ FactorySNRRecord readRecord(qx::ByteCursor& cursor, int snrLength) {
     return record;
 }
 
-// Appends the records; all of them or none.
+// Appends the records, all of them or none. Kept: what the list held before stays in it.
 void appendRecords(qx::ByteCursor& cursor, const FileFields& fields, FactoryDiffIntSNRList& list) {
     FactoryDiffIntSNRList longer = list;
     for (std::int64_t i = 0; i < fields.records(); ++i) {

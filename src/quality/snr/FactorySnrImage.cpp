@@ -50,6 +50,7 @@ int checkLength(const std::string& directory, const char* name, const ImageSize&
     return StatusOk;
 }
 
+// Kept: an image in another directory than its time's is told of, and measured all the same.
 void compareWithPath(int integrationTime, const std::string& directory, const char* name) {
     if (directory.find(std::to_string(integrationTime)) != std::string::npos)
         return;

@@ -155,6 +155,7 @@ const char* gradeText(int grade) {
 
 int calcGlobalSNR(const WORD* image, int width, int height, std::vector<float>& snr) {
     const Image view{image, width, height};
+    // Kept: a code of its own, and a series that is never resized.
     if (image == nullptr)
         return StatusNullImage;
     if (!isComparable(view, std::ssize(snr)))

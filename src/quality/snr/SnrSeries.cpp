@@ -121,6 +121,7 @@ float SquareContent::deviation(const Cleaning& cleaning) const {
     const std::int64_t substituted = pixels - kept.count;
     const std::int64_t sum = kept.sum + substituted * cleaning.substitute - pixels * kPedestal;
     const auto mean = static_cast<float>(sum / count);
+    // Kept: about the mean's integer part.
     const int centre = truncateToInt(mean) + kPedestal;
     return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / count));
 }
@@ -171,6 +172,7 @@ SNRSquare snrSquare(int k, std::span<const float> measured, std::span<const floa
     if (factory.empty())
         return square;
     square.factory = factory[k];
+    // Kept: scaled to itself, the smallest square cannot fall below its share.
     square.scaled = measured[0] / factory[0] * factory[k];
     square.expected = square.scaled * square.factor;
     square.belowScaled = square.measured - square.scaled < 0;
