@@ -30,10 +30,13 @@ PowerSums sumPowers(const float* const* points, int pointCount, int order) {
         const float x = points[i][0];
         const float y = points[i][1];
         float power = 1.0f;
-        for (int k = 0; k <= 2 * order; ++k) {
+        for (int k = 0; k <= order; ++k) {
             sums.ofX[k] += power;
-            if (k <= order)
-                sums.ofXY[k] += power * y;
+            sums.ofXY[k] += power * y;
+            power *= x;
+        }
+        for (int k = order + 1; k <= 2 * order; ++k) {
+            sums.ofX[k] += power;
             power *= x;
         }
     }

@@ -43,19 +43,21 @@ float rootOfMean(double squares, int count) {
 }
 
 template <class T>
-float meanInSingle(std::span<const T> data, int count) {
+float meanInSingle(ImageView<const T> image) {
     double sum = 0;
-    for (const double value : data)
+    for (int i = 0; i < image.pixels(); ++i) {
+        const double value = image.data[i];
         sum += value;
-    return meanOf(sum, count);
+    }
+    return meanOf(sum, image.pixels());
 }
 
 // Sums squares in order; deviationOf gives an element's deviation in single precision.
 template <class T, class Deviation>
-double orderedSquares(std::span<const T> data, Deviation deviationOf) {
+double orderedSquares(ImageView<const T> image, Deviation deviationOf) {
     double squares = 0;
-    for (const T element : data) {
-        const float deviation = deviationOf(element);
+    for (int i = 0; i < image.pixels(); ++i) {
+        const float deviation = deviationOf(image.data[i]);
         const double square = deviation * deviation;
         squares += square;
     }
@@ -92,7 +94,7 @@ double squaresAboutTruncatedMean(Pixels image) {
                                : kernels.squares(pixels.data(), pixels.size(), centre);
     if (squares < qx::kExactSumLimit)
         return squares;
-    return orderedSquares(pixels, [centre](WORD value) -> float { return value - centre; });
+    return orderedSquares(image, [centre](WORD value) -> float { return value - centre; });
 }
 
 }  // namespace
@@ -110,17 +112,17 @@ float getStdev(const int* image, int width, int height) {
     if (const auto instead = resultWithoutElements(view))
         return *instead;
     // Kept: the spread is measured about the integer part of the mean.
-    const int truncatedMean = qx::truncateToInt(meanInSingle(view.span(), view.pixels()));
+    const int truncatedMean = qx::truncateToInt(meanInSingle(view));
     const auto deviation = [=](int value) -> float { return qx::wrappedDifference(value, truncatedMean); };
-    return rootOfMean(orderedSquares(view.span(), deviation), view.pixels());
+    return rootOfMean(orderedSquares(view, deviation), view.pixels());
 }
 
 float getStdev(const float* image, int width, int height) {
     const ImageView<const float> view{image, width, height};
     if (const auto instead = resultWithoutElements(view))
         return *instead;
-    const float mean = meanInSingle(view.span(), view.pixels());
-    return rootOfMean(orderedSquares(view.span(), [mean](float value) { return value - mean; }), view.pixels());
+    const float mean = meanInSingle(view);
+    return rootOfMean(orderedSquares(view, [mean](float value) { return value - mean; }), view.pixels());
 }
 
 void getStdevAndMean(const int* image, int width, int height, float& mean, float& stdev) {
@@ -130,10 +132,10 @@ void getStdevAndMean(const int* image, int width, int height, float& mean, float
             mean = stdev = *instead;
         return;
     }
-    const float measured = meanInSingle(view.span(), view.pixels());
+    const float measured = meanInSingle(view);
     const auto deviation = [measured](int value) { return static_cast<float>(value) - measured; };
     mean = measured;
-    stdev = rootOfMean(orderedSquares(view.span(), deviation), view.pixels());
+    stdev = rootOfMean(orderedSquares(view, deviation), view.pixels());
 }
 
 template <class T>
