@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -73,9 +75,6 @@ struct WindowKernels {
 // The kernels of the vector level in use.
 const WindowKernels& windowKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const WindowKernels kWindowKernelsBaseline;
-extern const WindowKernels kWindowKernelsV3;
-extern const WindowKernels kWindowKernelsV4;
+QX_DECLARE_TABLES(WindowKernels)
 
 }  // namespace qx

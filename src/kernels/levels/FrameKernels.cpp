@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/FrameKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -127,7 +125,6 @@ void truncated(const float* values, std::size_t count, std::uint32_t* results) n
 
 }  // namespace
 
-const FrameKernels QX_OF_LEVEL(kFrameKernels, QX_LEVEL) = {differenceSum, differenceRatios, multiplied, divided,
-                                                           truncated};
+QX_TABLE_OF_LEVEL(FrameKernels) = {differenceSum, differenceRatios, multiplied, divided, truncated};
 
 }  // namespace qx

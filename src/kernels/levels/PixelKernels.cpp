@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/PixelKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -218,7 +216,6 @@ double histogramSquares(const std::uint32_t* counts, int first, int last, int ce
 
 }  // namespace
 
-const PixelKernels QX_OF_LEVEL(kPixelKernels, QX_LEVEL) = {sum,   narrowMoments, squares,
-                                                           shift, histogramSum,  histogramSquares};
+QX_TABLE_OF_LEVEL(PixelKernels) = {sum, narrowMoments, squares, shift, histogramSum, histogramSquares};
 
 }  // namespace qx

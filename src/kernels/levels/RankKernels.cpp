@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/RankKernels.h"
 #include "kernels/levels/RankSearch.h"
 #include "kernels/levels/VectorLanes.h"
@@ -371,6 +369,6 @@ std::uint16_t pixelRank(const std::uint16_t* pixels, std::size_t count, std::siz
 
 }  // namespace
 
-const RankKernels QX_OF_LEVEL(kRankKernels, QX_LEVEL) = {blockRank, columnRanks, pixelRank, pixelBlockRank};
+QX_TABLE_OF_LEVEL(RankKernels) = {blockRank, columnRanks, pixelRank, pixelBlockRank};
 
 }  // namespace qx

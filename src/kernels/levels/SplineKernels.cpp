@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/SplineKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -154,6 +152,6 @@ void pixels(const SplineLines& lines, const SplinePoint* points, int count, int 
 
 }  // namespace
 
-const SplineKernels QX_OF_LEVEL(kSplineKernels, QX_LEVEL) = {loadKnots, eliminate, substitute, values, pixels};
+QX_TABLE_OF_LEVEL(SplineKernels) = {loadKnots, eliminate, substitute, values, pixels};
 
 }  // namespace qx

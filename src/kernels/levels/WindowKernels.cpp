@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/WindowKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -392,7 +390,7 @@ void rollingMedians(const float* samples, int steps, int count, const RollingWin
 
 }  // namespace
 
-const WindowKernels QX_OF_LEVEL(kWindowKernels, QX_LEVEL) = {
-    mediansOfFive, split, orderFours, mediansOfEleven, ratios, shortMedians, rollingMedians};
+QX_TABLE_OF_LEVEL(WindowKernels) = {mediansOfFive, split,        orderFours,    mediansOfEleven,
+                                    ratios,        shortMedians, rollingMedians};
 
 }  // namespace qx
