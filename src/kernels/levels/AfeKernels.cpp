@@ -43,7 +43,7 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
         fetchAhead(row + x);
         for (int i = x; i < x + kCacheLineFloats; i += kLanes) {
             const Floats values = loadFloats(row + i);
-            storeInts(row + i, Ints(values < limit ? values * loadFloats(factors + i) : values));
+            store(row + i, values < limit ? values * loadFloats(factors + i) : values);
         }
     }
     scaleEachBelow(row + x, count - x, factors + x, limit);

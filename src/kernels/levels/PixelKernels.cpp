@@ -149,7 +149,7 @@ void shiftBy(std::uint16_t* pixels, std::size_t count, float offset, const Whole
         fetchAhead(pixels + i);
         const Bits old = Bits(loadShorts(pixels + i));
         const Bits isUp = Bits((Shorts(QX_WIDE(subs_epu16)(firstUp, old)) == 0) & anyUp);
-        storeInts(pixels + i, Ints(shifted(old, whole, isUp)));
+        store(pixels + i, shifted(old, whole, isUp));
     }
     for (; i < count; ++i)
         pixels[i] = shiftedPixel(pixels[i], offset);

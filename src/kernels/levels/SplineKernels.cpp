@@ -17,9 +17,9 @@ struct Lines {
         return lines;
     }
 
-    void store(float* values) const {
+    void storeTo(float* values) const {
         for (int v = 0; v < kLineVectors; ++v)
-            storeInts(values + v * kLanes, Ints(at[v]));
+            store(values + v * kLanes, at[v]);
     }
 };
 
@@ -34,7 +34,7 @@ void transposeSquare(const Floats* columns, float* rows, std::ptrdiff_t stride) 
     Floats square[kLanes];
     transposeLanes(columns, square);
     for (int i = 0; i < kLanes; ++i)
-        storeInts(rows + i * stride, Ints(square[i]));
+        store(rows + i * stride, square[i]);
 }
 
 constexpr int kPixelsAhead = 128;
@@ -80,11 +80,11 @@ void eliminate(const float* knots, const SplineStep* steps, int count, float* st
             const Floats bend = 6.0f * (next.at[v] - 2.0f * here.at[v] + before.at[v]);
             solved.at[v] = (bend - solved.at[v]) / steps[i].pivot;
         }
-        solved.store(place(eliminated, i));
+        solved.storeTo(place(eliminated, i));
         before = here;
         here = next;
     }
-    solved.store(state);
+    solved.storeTo(state);
 }
 
 void substitute(float* eliminated, const SplineStep* steps, int count, float* state) noexcept {
@@ -93,9 +93,9 @@ void substitute(float* eliminated, const SplineStep* steps, int count, float* st
         const Lines here = Lines::load(place(eliminated, i));
         for (int v = 0; v < kLineVectors; ++v)
             behind.at[v] = steps[i].reduced * behind.at[v] + here.at[v];
-        behind.store(place(eliminated, i));
+        behind.storeTo(place(eliminated, i));
     }
-    behind.store(state);
+    behind.storeTo(state);
 }
 
 [[gnu::always_inline]] inline Lines valueAt(const SplineLines& lines, const SplinePoint& point) {

@@ -179,7 +179,7 @@ void productsFrom(const double* factors, int rows, const double* columns, std::p
         for (int v = 0; v < vectors; ++v)
             running[v] += factors[r] * loadDoubles(columns + r * stride + v * (kLanes / 2));
     for (int v = 0; v < vectors; ++v)
-        storeInts(sums + v * (kLanes / 2), Ints(running[v]));
+        store(sums + v * (kLanes / 2), running[v]);
 }
 
 void columnProducts(const double* factors, int rows, const double* columns, std::ptrdiff_t stride, int count,

@@ -284,7 +284,8 @@ inline void fetchAhead(const void* values) {
     fetchFrom(values, 64 * kCacheLineBytes);
 }
 
-inline void storeInts(void* target, Ints v) {
+template <class Vector>
+inline void store(void* target, Vector v) {
     __builtin_memcpy(target, &v, sizeof v);
 }
 
