@@ -13,7 +13,6 @@
 namespace qx {
 namespace {
 
-constexpr float kPedestal = 208.0f;
 constexpr float kFaintest = 5e-5f;
 constexpr int kReferenceRow = kTriggerRow - 1;
 constexpr int kMinHomogeneousColumns = 20;

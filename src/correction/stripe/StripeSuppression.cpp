@@ -17,7 +17,6 @@ namespace qx {
 namespace {
 
 constexpr int kMaxRows = kTriggerRow - 1;
-constexpr int kPedestal = 208;
 constexpr char kSource[] = "StripeSuppression";
 
 // Where the band lies in the code, as the error lines tell it.
