@@ -42,11 +42,18 @@ std::string checkSelection(const std::string& text) {
     return any ? "" : "no row's name contains \"" + text + '"';
 }
 
+std::vector<std::string> levelNames() {
+    std::vector<std::string> names{"best"};
+    for (const qx::VectorLevel level : qx::kEveryVectorLevel)
+        names.emplace_back(qx::vectorLevelName(level));
+    return names;
+}
+
 void addOptions(CLI::App& app, Options& options) {
     app.add_option("--only", options.only, "Measure the rows whose name contains this text")->check(checkSelection);
     auto* json = app.add_option("--json", options.jsonFile, "Write the medians to this file, one object a row");
     app.add_option("--level", options.level, "Vector level of the library")
-        ->check(CLI::IsMember({"baseline", "v3", "v4", "best"}))
+        ->transform(CLI::IsMember(levelNames(), CLI::ignore_case))
         ->capture_default_str();
     // The times of a dry run mean nothing and must not end up in a file.
     app.add_flag("--dry-run", options.dryRun, "Run every row once on small data and compare the results")
@@ -56,12 +63,11 @@ void addOptions(CLI::App& app, Options& options) {
         ->capture_default_str();
 }
 
+// "best" is what is in use anyway.
 void chooseLevel(const std::string& name) {
-    const std::map<std::string, qx::VectorLevel> levels{
-        {"baseline", qx::VectorLevel::Baseline}, {"v3", qx::VectorLevel::V3}, {"v4", qx::VectorLevel::V4}};
-    const auto level = levels.find(name);
-    if (level != levels.end() && !qx::forceVectorLevel(level->second))
-        throw std::runtime_error("this processor lacks the vector level " + name);
+    for (const qx::VectorLevel level : qx::kEveryVectorLevel)
+        if (name == qx::vectorLevelName(level) && !qx::forceVectorLevel(level))
+            throw std::runtime_error("this processor lacks the vector level " + name);
 }
 
 // Peers that use threads read these when they are loaded.
@@ -75,7 +81,7 @@ RowReport reportOf(const RowEntry& entry, const Options& options) {
         const Row row = entry.prepare(Scale{options.dryRun});
         const Effort effort{options.dryRun ? 1 : options.repetitions, options.dryRun};
         const RowTimes times = measureRow(row, effort);
-        const std::string level = row.level.empty() ? qx::vectorLevelName(qx::vectorLevel()) : row.level;
+        const std::string level = row.level.empty() ? qx::instructionSetName(qx::vectorLevel()) : row.level;
         return {entry.work, row.peerName, row.limitName, level, times};
     } catch (const std::exception& failure) {
         throw std::runtime_error(entry.work + ": " + failure.what());

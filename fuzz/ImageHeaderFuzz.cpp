@@ -9,15 +9,12 @@ using namespace qx::fuzz;
 
 namespace {
 
-constexpr std::size_t kInfo = 16384;
-constexpr std::size_t kPc = 32768;
-
 // A header of the three regions, no longer than what is read of it.
 std::vector<char> headerOf(const std::string& file, const std::string& information, const std::string& pc) {
-    std::vector<char> header(kPc + pc.size());
+    std::vector<char> header(kPcImgHeadOffset + pc.size());
     std::memcpy(header.data(), file.data(), file.size());
-    std::memcpy(header.data() + kInfo, information.data(), information.size());
-    std::memcpy(header.data() + kPc, pc.data(), pc.size());
+    std::memcpy(header.data() + kDetectorInfoHeadOffset, information.data(), information.size());
+    std::memcpy(header.data() + kPcImgHeadOffset, pc.data(), pc.size());
     return header;
 }
 

@@ -15,8 +15,6 @@ namespace {
 
 using namespace qx::bench;
 
-constexpr int kPedestal = 208;
-
 // A frame whose rows above the trigger line lack up to a quarter of their signal. The columns' levels differ by
 // `variety`: alike ones serve the first method, others the second.
 Image stripedFrame(int width, int height, int triggerLine, double variety) {

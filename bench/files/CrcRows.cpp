@@ -1,5 +1,4 @@
 #include "Rows.h"
-#include "files/Crc32.h"
 #include "harness/FileReading.h"
 #include "harness/Images.h"
 #include "kernels/VectorLevel.h"
@@ -9,41 +8,23 @@
 
 #include <QxUtils/Files.h>
 
-#include <optional>
 #include <stdexcept>
 
 namespace {
 
 using namespace qx::bench;
 
-// Keeps the library's CRC on one path while a row exists.
-class HeldCrcPath {
+// Keeps the library at a vector level while a row exists.
+class HeldLevel {
 public:
-    explicit HeldCrcPath(qx::CrcPath path) { qx::forceCrcPath(path); }
-    ~HeldCrcPath() { qx::forceCrcPath(qx::bestCrcPath()); }
-    HeldCrcPath(const HeldCrcPath&) = delete;
-    HeldCrcPath& operator=(const HeldCrcPath&) = delete;
+    explicit HeldLevel(qx::VectorLevel level) { qx::forceVectorLevel(level); }
+    ~HeldLevel() { qx::forceVectorLevel(before_); }
+    HeldLevel(const HeldLevel&) = delete;
+    HeldLevel& operator=(const HeldLevel&) = delete;
+
+private:
+    qx::VectorLevel before_ = qx::vectorLevel();
 };
-
-const char* nameOf(qx::CrcPath path) {
-    switch (path) {
-    case qx::CrcPath::WideProducts:
-        return "wide products";
-    case qx::CrcPath::Products:
-        return "products";
-    default:
-        return "tables";
-    }
-}
-
-// The wide products are AVX-512 code, so a lower vector level leaves them out. Empty when the processor multiplies
-// without carry at no width.
-std::optional<qx::CrcPath> productsPath() {
-    const qx::CrcPath best = qx::bestCrcPath();
-    if (best == qx::CrcPath::Tables)
-        return std::nullopt;
-    return qx::vectorLevel() == qx::VectorLevel::V4 ? best : qx::CrcPath::Products;
-}
 
 // A file of random bytes in a directory of its own. It was just written, so every method finds it in the page cache.
 class RandomFile {
@@ -73,9 +54,10 @@ std::uint32_t plainCrc(const std::string& path) {
     return qx::plain::crcByTable(bytes.data(), bytes.size());
 }
 
-Row crcRow(const Scale& scale, std::optional<qx::CrcPath> path) {
+Row crcRow(const Scale& scale, qx::VectorLevel level) {
     const auto file = std::make_shared<const RandomFile>(scale.pick(3072 * 3072 * 2, 70001));
-    Row row{.plain = [file] { return plainCrc(file->path()); },
+    return {.ours = [file] { return file->readCrc(); },
+            .plain = [file] { return plainCrc(file->path()); },
             .peerName = "zlib crc32",
             .peer = zlibCrc(file->path()),
             .limitName = "reading the file",
@@ -83,21 +65,15 @@ Row crcRow(const Scale& scale, std::optional<qx::CrcPath> path) {
                 [file, buffer = std::vector<std::uint8_t>(kReadBytes)]() mutable {
                     return readInPieces(file->path(), buffer, [](std::span<const std::uint8_t>) {});
                 },
-            .level = "-"};
-    if (path) {
-        row.ours = [file] { return file->readCrc(); };
-        row.level = nameOf(*path);
-        row.keepAlive = std::make_shared<HeldCrcPath>(*path);
-    }
-    return row;
+            .level = qx::instructionSetName(level),
+            .keepAlive = std::make_shared<HeldLevel>(level)};
 }
 
 }  // namespace
 
 std::vector<qx::bench::RowEntry> qx::bench::crcRows() {
     return {
-        {"readLocalCRC 18 MB, carry-less multiplication",
-         [](const Scale& scale) { return crcRow(scale, productsPath()); }},
-        {"readLocalCRC 18 MB, tables alone", [](const Scale& scale) { return crcRow(scale, CrcPath::Tables); }},
+        {"readLocalCRC 18 MB", [](const Scale& scale) { return crcRow(scale, qx::vectorLevel()); }},
+        {"readLocalCRC 18 MB, tables alone", [](const Scale& scale) { return crcRow(scale, VectorLevel::Baseline); }},
     };
 }

@@ -6,7 +6,6 @@ namespace qx::bench {
 
 namespace {
 
-constexpr double kPedestal = 208;
 constexpr double kLevel = 52000;
 constexpr double kVariancePerCount = 0.75;
 const double kSigma = std::sqrt(kVariancePerCount * kLevel);

@@ -18,9 +18,6 @@
 
 #include <vector>
 
-// Length of the image header that precedes the pixels of a calibration or NDT image file.
-inline constexpr int kImageHeaderBytes = 65536;
-
 // Writes size bytes as the whole content of a file; the directory is created when missing (one level).
 // Returns 0, 1057, 1020, 1039, or 1041 when fewer bytes were written (what was written stays on disk).
 QXUTILS_API int writeImageToDisk(const char* dir, const char* name, const char* buffer, int size);

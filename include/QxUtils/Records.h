@@ -58,6 +58,9 @@ static_assert(offsetof(FileHeadInfo, words8) == 32);
 static_assert(offsetof(FileHeadInfo, pointCount) == 64);
 static_assert(offsetof(FileHeadInfo, clusterOffset) == 92);
 
+// Where pointCount lies in the header; what is behind it in the record follows it there, in network order.
+inline constexpr int kDefectSectionsOffset = 40;
+
 // An entry of a structured defect file. A point or cluster entry is the pixel (x1, y1); an entry of a row group names
 // the row y1, one of a column group the column x1.
 struct DefectEntry {
@@ -86,9 +89,16 @@ struct DefectInfo {
     std::vector<LineGroup> columns;
 };
 
-// Regions of the 65536-byte image header. Numbers are in the processor's order here, in network order in the header.
+// Length of the image header that precedes the pixels of a calibration or NDT image file.
+inline constexpr int kImageHeaderBytes = 65536;
 
-// At offset 0. Words without a name belong to the detector.
+// Regions of the image header and where they begin. Numbers are in the processor's order here, in network order in the
+// header.
+inline constexpr int kDetectorFileHeadOffset = 0;
+inline constexpr int kDetectorInfoHeadOffset = 16384;
+inline constexpr int kPcImgHeadOffset = 32768;
+
+// Words without a name belong to the detector.
 struct DetectorFileHead {
     char stored[8];
     std::int32_t word8;
@@ -102,7 +112,7 @@ static_assert(offsetof(DetectorFileHead, width) == 12);
 static_assert(offsetof(DetectorFileHead, height) == 16);
 static_assert(offsetof(DetectorFileHead, words20) == 20);
 
-// At offset 16384. Fields are named after their offsets where their meaning belongs to the detector; "stored" ones keep
+// Fields are named after their offsets where their meaning belongs to the detector; "stored" ones keep
 // their bytes.
 struct DetectorInfoHead {
     std::int32_t word0;
@@ -144,11 +154,20 @@ static_assert(offsetof(DetectorInfoHead, words536) == 536);
 static_assert(offsetof(DetectorInfoHead, words560) == 560);
 static_assert(offsetof(DetectorInfoHead, words640) == 640);
 
-// At offset 32768: written by the host, every byte as it is stored.
+// Written by the host, every byte as it is stored.
 struct PcImgHead {
     char stored[568];
 };
 static_assert(sizeof(PcImgHead) == 568);
+
+// What a factory SNR file tells behind its header, in the processor's order, as all that follows.
+struct FactorySnrFileHead {
+    std::int32_t integrationTimes;
+    std::int32_t dose;       // images an integration time
+    std::int32_t snrLength;  // values in a series
+    std::int32_t detectorType;
+};
+static_assert(sizeof(FactorySnrFileHead) == 16);
 
 // The SNR series of one factory image.
 struct FactorySNRRecord {

@@ -3,7 +3,7 @@
 #include "Export.h"
 
 // Status codes of the detector kit. 0 is success; functions that return a number convert the code to their own type.
-// The texts are the kit's message lists: getStatusMessage gives them, also for the older codes 1 to 58.
+// getStatusMessage gives the kit's texts, also for the older codes 1 to 58.
 enum StatusCode : int {
     StatusOk = 0,
     StatusConnectFailed = 1000,
@@ -106,3 +106,7 @@ enum StatusCode : int {
 // The kit's message for a code of either range (0 to 58, 1000 to 1094); null for a code that was never assigned.
 // The text is static. Safe to call from any thread.
 QXUTILS_API const char* getStatusMessage(int code);
+
+// The codes that have a message, in ascending order, counted from 0; -1 for an index below 0 or behind the last one.
+// Safe to call from any thread.
+QXUTILS_API int getStatusCodeAt(int index);

@@ -6,6 +6,9 @@
 using WORD = unsigned short;
 static_assert(sizeof(WORD) == 2);
 
+// Counts that a corrected image carries without signal.
+inline constexpr int kPedestal = 208;
+
 // One entry of a directory listing, as the platform's own header declares it: on Windows include <windows.h> to look
 // into it. Elsewhere it is this record of the same 320 bytes.
 #ifdef _WIN32

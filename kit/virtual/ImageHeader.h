@@ -1,18 +1,17 @@
 #pragma once
 
-// Where the fields lie in the header of an image file; all are big-endian 32-bit words. The detector information is a
-// record of its own behind the image information.
+#include <QxUtils/Records.h>
+
+#include <cstddef>
+
+// Where the fields lie in the header of an image file; all are big-endian 32-bit words.
 
 namespace qxkit {
 
-inline constexpr int kHeaderBytes = 65536;
-
-inline constexpr int kWidthOffset = 12;
-inline constexpr int kHeightOffset = 16;
-
-inline constexpr int kDetectorInfoOffset = 16384;
-inline constexpr int kDetectorTypeInInfo = 40;
-inline constexpr int kIntegrationTimeInInfo = 80;  // float, ms
-inline constexpr int kTemperatureInInfo = 128;     // float, degrees Celsius
+inline constexpr int kWidthOffset = kDetectorFileHeadOffset + offsetof(DetectorFileHead, width);
+inline constexpr int kHeightOffset = kDetectorFileHeadOffset + offsetof(DetectorFileHead, height);
+inline constexpr int kDetectorTypeOffset = kDetectorInfoHeadOffset + offsetof(DetectorInfoHead, detectorType);
+inline constexpr int kIntegrationTimeOffset = kDetectorInfoHeadOffset + offsetof(DetectorInfoHead, integrationTime);
+inline constexpr int kTemperatureOffset = kDetectorInfoHeadOffset + offsetof(DetectorInfoHead, temperature);
 
 }  // namespace qxkit

@@ -173,13 +173,12 @@ int fillImgHead(char* header, int kind, int) {
     const bool wholePanel = kind == kFactorySnr;
     const int width = wholePanel ? detector.width : detector.modeWidth;
     const int height = wholePanel ? detector.height : detector.modeHeight;
-    std::memset(header, 0, qxkit::kHeaderBytes);
+    std::memset(header, 0, kImageHeaderBytes);
     putBigEndian(header + qxkit::kWidthOffset, static_cast<std::uint32_t>(width));
     putBigEndian(header + qxkit::kHeightOffset, static_cast<std::uint32_t>(height));
-    char* const information = header + qxkit::kDetectorInfoOffset;
-    putBigEndian(information + qxkit::kDetectorTypeInInfo, static_cast<std::uint32_t>(detector.type));
+    putBigEndian(header + qxkit::kDetectorTypeOffset, static_cast<std::uint32_t>(detector.type));
     const auto integrationTimeMs = static_cast<float>(detector.integrationTimeMs);
-    putBigEndian(information + qxkit::kIntegrationTimeInInfo, std::bit_cast<std::uint32_t>(integrationTimeMs));
-    putBigEndian(information + qxkit::kTemperatureInInfo, std::bit_cast<std::uint32_t>(detector.temperatureC));
+    putBigEndian(header + qxkit::kIntegrationTimeOffset, std::bit_cast<std::uint32_t>(integrationTimeMs));
+    putBigEndian(header + qxkit::kTemperatureOffset, std::bit_cast<std::uint32_t>(detector.temperatureC));
     return qxkit::kSuccess;
 }

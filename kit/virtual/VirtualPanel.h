@@ -17,6 +17,7 @@
 // variance below 0 counts as 0. A panel has fewer than 2^31 pixels.
 
 #include <QxUtils/Records.h>
+#include <QxUtils/Types.h>
 
 #include <cstdint>
 #include <vector>
@@ -48,7 +49,7 @@ struct PanelParameters {
     int deadHalfColumns = 3;
     int deadRows = 2;
     int clusters = 6;
-    double pedestal = 208.0;             // of corrected frames, counts
+    double pedestal = kPedestal;         // of corrected frames, counts
     double residualShadingSigma = 5e-4;  // relative slow pattern that correction leaves
 };
 

@@ -1,40 +1,34 @@
 #include "QxUtils/Files.h"
 
-#include "files/Base64Encoding.h"
-#include "kernels/VectorLevel.h"
+#include "kernels/Base64Kernels.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
+#include <string_view>
 
 namespace {
 
-using qx::kBase64Alphabet;
 using qx::kBase64Bytes;
 using qx::kBase64Characters;
 
+constexpr std::string_view kAlphabet = qx::kBase64Alphabet;
 constexpr char kPadding = '=';
 constexpr std::uint8_t kNotInAlphabet = 255;
 
-std::size_t encodeGroups(const unsigned char* bytes, std::size_t length, char* characters) noexcept {
-    const std::size_t shuffled =
-        qx::vectorLevel() >= qx::VectorLevel::V3 ? qx::encodeByShuffles(bytes, length, characters) : 0;
-    return shuffled + qx::encodeByTable(bytes + shuffled * kBase64Bytes, length - shuffled * kBase64Bytes,
-                                        characters + shuffled * kBase64Characters);
-}
-
 // A group that lacks one or two bytes.
-void encodeRest(const unsigned char* bytes, std::size_t length, char* characters) noexcept {
-    const std::array<unsigned char, kBase64Bytes> padded = {bytes[0], length > 1 ? bytes[1] : std::uint8_t{0}, 0};
-    qx::encodeByTable(padded.data(), padded.size(), characters);
-    std::memset(characters + length + 1, kPadding, kBase64Bytes - length);
+void encodeRest(const unsigned char* bytes, int length, char* characters) noexcept {
+    std::array<unsigned char, kBase64Bytes> padded{};
+    std::copy_n(bytes, length, padded.begin());
+    qx::base64Kernels().encode(padded.data(), 1, characters);
+    std::fill_n(characters + length + 1, kBase64Bytes - length, kPadding);
 }
 
 constexpr std::array<std::uint8_t, 256> makeIndices() {
     std::array<std::uint8_t, 256> indices{};
     indices.fill(kNotInAlphabet);
-    for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i)
-        indices[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::uint8_t>(i);
+    for (std::size_t i = 0; i < kAlphabet.size(); ++i)
+        indices[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
     return indices;
 }
 
@@ -60,10 +54,11 @@ char* base64_encode(const char* source, char* destination, int length) {
     if (destination == nullptr)
         return destination;
     const auto* const bytes = reinterpret_cast<const unsigned char*>(source);
-    const std::size_t count = source != nullptr && length > 0 ? static_cast<std::size_t>(length) : 0;
-    const std::size_t groups = encodeGroups(bytes, count, destination);
+    const int count = source != nullptr && length > 0 ? length : 0;
+    const std::ptrdiff_t groups = count / kBase64Bytes;
+    qx::base64Kernels().encode(bytes, groups, destination);
     char* end = destination + groups * kBase64Characters;
-    if (const std::size_t rest = count - groups * kBase64Bytes; rest > 0) {
+    if (const int rest = count % kBase64Bytes; rest > 0) {
         encodeRest(bytes + groups * kBase64Bytes, rest, end);
         end += kBase64Characters;
     }

@@ -2,7 +2,7 @@
 
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
-#include "files/Base64Encoding.h"
+#include "kernels/Base64Kernels.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 

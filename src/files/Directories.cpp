@@ -48,24 +48,25 @@ struct Release {
 class RecordList {
 public:
     void add(const DirectoryRecord& record) noexcept {
-        complete_ = complete_ && reserve(count_ + 1);
+        complete_ = complete_ && count_ < kMostRecords && reserve(count_ + 1);
         if (complete_)
             records_.get()[count_++] = record;
     }
 
     // Puts the records behind the `count` ones of a caller's list; false, and nothing happens, when memory is short.
     bool appendTo(DirectoryRecord*& list, int& count) noexcept {
-        const auto before = static_cast<std::size_t>(count);
-        if (!complete_ || count_ > INT_MAX - before || !grow(list, before + count_))
+        if (!complete_ || count_ > INT_MAX - count || !grow(list, count + count_))
             return false;
         if (count_ > 0)
-            std::memcpy(list + before, records_.get(), count_ * sizeof *list);
-        count = static_cast<int>(before + count_);
+            std::memcpy(list + count, records_.get(), count_ * sizeof *list);
+        count += count_;
         return true;
     }
 
 private:
-    static bool grow(DirectoryRecord*& list, std::size_t count) noexcept {
+    static constexpr int kMostRecords = INT_MAX / 2;
+
+    static bool grow(DirectoryRecord*& list, int count) noexcept {
         if (count == 0)
             return true;
         void* const grown = std::realloc(list, count * sizeof *list);
@@ -74,10 +75,10 @@ private:
         return grown != nullptr;
     }
 
-    bool reserve(std::size_t count) noexcept {
+    bool reserve(int count) noexcept {
         if (count <= capacity_)
             return true;
-        const std::size_t capacity = 2 * count;
+        const int capacity = 2 * count;
         DirectoryRecord* records = records_.release();
         const bool done = grow(records, capacity);
         records_.reset(records);
@@ -86,8 +87,8 @@ private:
     }
 
     std::unique_ptr<DirectoryRecord, Release> records_;
-    std::size_t count_ = 0;
-    std::size_t capacity_ = 0;
+    int count_ = 0;
+    int capacity_ = 0;
     bool complete_ = true;
 };
 
@@ -133,7 +134,7 @@ int sortFileByCreateTime(const char* dir, _WIN32_FIND_DATAA*& list, int& count) 
     if (!found.appendTo(list, count))
         return StatusAllocationFailed;
     if (count > 0)
-        std::qsort(list, static_cast<std::size_t>(count), sizeof *list, compareCreationTimes);
+        std::qsort(list, count, sizeof *list, compareCreationTimes);
     return StatusOk;
 }
 

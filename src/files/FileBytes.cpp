@@ -8,7 +8,7 @@ int FileBytes::load(std::FILE* file) noexcept {
     const std::int64_t length = fileLength(file);
     if (length < 0)
         return StatusFileReadFailed;
-    Scratch<char>& content = content_.emplace(static_cast<std::size_t>(length));
+    Scratch<char>& content = content_.emplace(length);
     if (!content)
         return StatusAllocationFailed;
     return std::fread(content.data(), 1, content.span().size(), file) == content.span().size() ? StatusOk

@@ -1,8 +1,8 @@
 #include "QxUtils/Files.h"
 
 #include "QxUtils/StatusCode.h"
-#include "files/Crc32.h"
 #include "foundation/JoinedPath.h"
+#include "kernels/CrcKernels.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 
@@ -29,7 +29,7 @@ int readLocalCRC(const char* dir, const char* name, unsigned long& crc) {
     std::uint32_t value = 0;
     std::size_t count = 0;
     while ((count = std::fread(chunk.data(), 1, chunk.size(), file.get())) > 0)
-        value = qx::updateCrc32(value, chunk.data(), count);
+        value = qx::crcKernels().update(value, chunk.data(), count);
     if (std::ferror(file.get()) != 0)
         return StatusFileReadFailed;
     crc = value;

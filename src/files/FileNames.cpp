@@ -31,6 +31,7 @@ int getGainExpTime(const char* fileName) {
     if (before == name.npos || end == name.npos || end < before + kBefore.size())
         return StatusWrongParameter;
     const std::string_view number = name.substr(before + kBefore.size(), end - before - kBefore.size());
+    // Kept: no status, the process ends.
     if (number.size() >= kNumberCapacity)
         qx::fatalError("getGainExpTime: 50 or more characters between \"ms-\" and \"-mA\"");
     std::array<char, kNumberCapacity> digits{};

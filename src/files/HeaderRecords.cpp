@@ -1,5 +1,6 @@
 #include "QxUtils/Files.h"
 
+#include "files/HeaderLayout.h"
 #include "platform/ByteOrder.h"
 
 #include <QxCodec.h>
@@ -11,8 +12,6 @@
 
 namespace {
 
-constexpr std::size_t kInfoRegion = 16384;
-constexpr std::size_t kPcRegion = 32768;
 constexpr std::size_t kFieldBytes = 4;
 
 // Neighbouring fields of one kind in a record.
@@ -23,13 +22,19 @@ struct FieldRun {
     FieldKind kind;
 };
 
-constexpr FieldRun kFileHeadFields[] = {{8, 16, FieldKind::Integer}};
+constexpr FieldRun kFileHeadFields[] = {{offsetof(DetectorFileHead, word8), 16, FieldKind::Integer}};
 
 constexpr FieldRun kInfoHeadFields[] = {
-    {0, 2, FieldKind::Integer},   {40, 4, FieldKind::Integer},  {80, 14, FieldKind::Float},
-    {396, 7, FieldKind::Integer}, {484, 8, FieldKind::Float},   {520, 1, FieldKind::Float},
-    {528, 1, FieldKind::Float},   {536, 4, FieldKind::Integer}, {560, 4, FieldKind::Integer},
-    {640, 4, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, word0), 2, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, detectorType), 4, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, integrationTime), 14, FieldKind::Float},
+    {offsetof(DetectorInfoHead, words396), 7, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, floats484), 8, FieldKind::Float},
+    {offsetof(DetectorInfoHead, float520), 1, FieldKind::Float},
+    {offsetof(DetectorInfoHead, float528), 1, FieldKind::Float},
+    {offsetof(DetectorInfoHead, words536), 4, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, words560), 4, FieldKind::Integer},
+    {offsetof(DetectorInfoHead, words640), 4, FieldKind::Integer},
 };
 
 void convertInteger(char* field) {
@@ -62,26 +67,26 @@ void convertFields(void* record, std::span<const FieldRun> runs) {
 void getDetectorFileHeadFromImageHead(DetectorFileHead* record, const char* header) {
     if (record == nullptr || header == nullptr)
         return;
-    std::memcpy(record, header, sizeof *record);
+    std::memcpy(record, header + kDetectorFileHeadOffset, sizeof *record);
     convertFields(record, kFileHeadFields);
 }
 
 void getDetectorInfoHeadFromImageHead(DetectorInfoHead* record, const char* header) {
     if (record == nullptr || header == nullptr)
         return;
-    std::memcpy(record, header + kInfoRegion, sizeof *record);
+    std::memcpy(record, header + kDetectorInfoHeadOffset, sizeof *record);
     convertFields(record, kInfoHeadFields);
 }
 
 void getPcImageHeadFromImageHead(PcImgHead* record, const char* header) {
     if (record == nullptr || header == nullptr)
         return;
-    std::memcpy(record, header + kPcRegion, sizeof *record);
+    std::memcpy(record, header + kPcImgHeadOffset, sizeof *record);
 }
 
 float getTemperatureFromImageHead(const char* header) {
     float temperature = -128.0f;
     if (header != nullptr)
-        reverseCopy(&temperature, header + kInfoRegion + offsetof(DetectorInfoHead, temperature), sizeof temperature);
+        reverseCopy(&temperature, header + qx::kTemperatureOffset, sizeof temperature);
     return temperature;
 }

@@ -42,10 +42,10 @@ int writeImageToDisk(const char* dir, const char* name, const char* buffer, int 
     File file = qx::openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");
     if (!file)
         return StatusFileOpenFailed;
-    const std::size_t written = std::fwrite(buffer, 1, static_cast<std::size_t>(size), file.get());
+    const auto written = static_cast<int>(std::fwrite(buffer, 1, size, file.get()));
     file.reset();
-    qx::printDebug(" fwrite return count=%d\n", static_cast<int>(written));
-    if (written != static_cast<std::size_t>(size)) {
+    qx::printDebug(" fwrite return count=%d\n", written);
+    if (written != size) {
         qx::printDebug("Write file error!\n");
         return StatusFileWriteFailed;
     }
@@ -58,7 +58,7 @@ int readImageFromDisk(const char* dir, const char* name, char* buffer, int size)
     if (size < 0)
         return StatusWrongParameter;
     qx::RawImageReader reader(dir, name);
-    reader.read(buffer, static_cast<std::size_t>(size));
+    reader.read(buffer, size);
     return reader.finish();
 }
 
@@ -86,6 +86,7 @@ int cleanFile(const char* dir, const char* name) {
     if (dir == nullptr || name == nullptr)
         return StatusNullArgument;
     const JoinedPath path(dir, name);
+    // Kept: no status, the process ends.
     if (!path.fits())
         qx::fatalError("cleanFile: the path exceeds 255 characters");
     return qx::openJoined(dir, name, OpenMode::WriteText, "Error create file to write!") ? StatusOk

@@ -77,8 +77,8 @@ void getStrPos(const char* text, const char* pattern, int textLength, int patter
         return;
     }
     // Kept: the last position is not tried, as if the text were a character shorter.
-    const std::string_view tried(text, static_cast<std::size_t>(textLength) - 1);
-    const std::size_t found = tried.find(std::string_view(pattern, static_cast<std::size_t>(patternLength)));
+    const std::string_view tried(text, textLength - 1);
+    const std::size_t found = tried.find(std::string_view(pattern, patternLength));
     position = found != tried.npos ? static_cast<int>(found) : -1;
 }
 

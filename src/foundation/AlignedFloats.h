@@ -3,14 +3,14 @@
 #include "foundation/CacheLine.h"
 #include "foundation/Scratch.h"
 
-#include <cstddef>
+#include <cstdint>
 
 namespace qx {
 
 // Working memory that starts with a cache line. It may be missing.
 class AlignedFloats {
 public:
-    explicit AlignedFloats(std::size_t count) noexcept : memory_(count + kCacheLineBytes / sizeof(float)) {}
+    explicit AlignedFloats(std::int64_t count) noexcept : memory_(count + kCacheLineBytes / sizeof(float)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
     float* data() noexcept { return memory_.data() + valuesBeforeLine(memory_.data()); }

@@ -60,6 +60,7 @@ int getCurrentExpTime() {
     FpgaReg registers{};
     if (getFpgaReg(&registers) != 0)
         return kDefaultExposureTimeMs;
+    // Kept: the half is added in single precision, so that the largest time below it is rounded up as well.
     return qx::truncateToInt(registers.exposureTimeMs + 0.5f);
 }
 
@@ -71,9 +72,8 @@ int getAEDTrigSource() {
 }
 
 int getReadOutChannels() {
-    qx::logBegin("getReadOutChannels", LogModuleCorr);
-    const int channels = channelsOf(get_dtt_type());
+    qx::LoggedOperation operation("getReadOutChannels", " terminates with a return value ", LogModuleCorr);
     // Kept: the line carries 0, not the channel count.
-    qx::logEnd("getReadOutChannels", " terminates with a return value ", 0, LogModuleCorr);
-    return channels;
+    operation.end(0);
+    return channelsOf(get_dtt_type());
 }

@@ -35,6 +35,7 @@ std::string composeLine(const qx::LocalTime& now, int moduleId, int infoType, co
     char number[16] = "";
     if (value != kLogNoValue)
         std::snprintf(number, sizeof number, "%d", value);
+    // Kept: nothing parts the text from the value.
     return std::string(stamp).append(text).append(number).append("\n");
 }
 

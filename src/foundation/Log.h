@@ -52,7 +52,7 @@ private:
     int value_ = kLogNoValue;
 };
 
-// Logs that a buffer could not be allocated, as described for the operation that needs it.
+// Logs that a buffer of an operation could not be allocated.
 void logAllocationFailure(const char* buffer, long long bytes, int value) noexcept;
 
 }  // namespace qx

@@ -27,7 +27,8 @@ int number(std::string_view text, std::size_t position, std::size_t length) noex
     return std::atoi(digits);
 }
 
-// The day number that a log file's name carries; false for names of another shape.
+// The day number that a log file's name carries; false for names of another shape. Kept: a '-' at two places makes the
+// shape, whatever is between and behind them.
 bool dayNumberOfName(std::string_view name, int& dayNumber) noexcept {
     if (name.size() < 8 || name[4] != '-' || name[7] != '-')
         return false;

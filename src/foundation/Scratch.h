@@ -28,12 +28,12 @@ public:
     T* data() noexcept { return data_.get(); }
     const T* data() const noexcept { return data_.get(); }
     std::int64_t count() const noexcept { return count_; }
-    std::span<T> span() noexcept { return {data_.get(), static_cast<std::size_t>(count_)}; }
-    std::span<const T> span() const noexcept { return {data_.get(), static_cast<std::size_t>(count_)}; }
+    std::span<T> span() noexcept { return std::span<T>(data_.get(), count_); }
+    std::span<const T> span() const noexcept { return std::span<const T>(data_.get(), count_); }
     T& operator[](std::ptrdiff_t index) noexcept { return data_.get()[index]; }
     const T& operator[](std::ptrdiff_t index) const noexcept { return data_.get()[index]; }
 
-    void clear() noexcept { std::memset(data_.get(), 0, static_cast<std::size_t>(count_) * sizeof(T)); }
+    void clear() noexcept { std::memset(data_.get(), 0, count_ * sizeof(T)); }
 
 private:
     static constexpr std::int64_t kMaxCount = INT64_MAX / static_cast<std::int64_t>(sizeof(T));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 namespace qx {
 
 // Steps of the AFE balance over a row of values.
@@ -17,9 +19,6 @@ struct AfeKernels {
 // The kernels of the vector level in use.
 const AfeKernels& afeKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const AfeKernels kAfeKernelsBaseline;
-extern const AfeKernels kAfeKernelsV3;
-extern const AfeKernels kAfeKernelsV4;
+QX_DECLARE_TABLES(AfeKernels)
 
 }  // namespace qx

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -30,9 +32,6 @@ struct FrameKernels {
 // The kernels of the vector level in use.
 const FrameKernels& frameKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const FrameKernels kFrameKernelsBaseline;
-extern const FrameKernels kFrameKernelsV3;
-extern const FrameKernels kFrameKernelsV4;
+QX_DECLARE_TABLES(FrameKernels)
 
 }  // namespace qx

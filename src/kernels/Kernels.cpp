@@ -1,4 +1,6 @@
 #include "kernels/AfeKernels.h"
+#include "kernels/Base64Kernels.h"
+#include "kernels/CrcKernels.h"
 #include "kernels/FrameKernels.h"
 #include "kernels/PixelKernels.h"
 #include "kernels/RankKernels.h"
@@ -7,36 +9,44 @@
 #include "kernels/VectorLevel.h"
 #include "kernels/WindowKernels.h"
 
-// Which set of kernels is used.
+#include <algorithm>
+#include <iterator>
+
+// Which table of each purpose is used.
 
 namespace qx {
+namespace {
 
-const AfeKernels& afeKernels() noexcept {
-    return kernelsInUse(kAfeKernelsBaseline, kAfeKernelsV3, kAfeKernelsV4);
+// Products without carry are part of no level. Where the processor lacks those of the level in use, a lower level's
+// table serves.
+VectorLevel highestCrcLevel() noexcept {
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("pclmul"))
+        return VectorLevel::Baseline;
+    return __builtin_cpu_supports("vpclmulqdq") ? std::end(kEveryVectorLevel)[-1] : VectorLevel::V3;
 }
 
-const FrameKernels& frameKernels() noexcept {
-    return kernelsInUse(kFrameKernelsBaseline, kFrameKernelsV3, kFrameKernelsV4);
-}
+const VectorLevel crcLimit = highestCrcLevel();
 
-const PixelKernels& pixelKernels() noexcept {
-    return kernelsInUse(kPixelKernelsBaseline, kPixelKernelsV3, kPixelKernelsV4);
-}
+}  // namespace
 
-const RankKernels& rankKernels() noexcept {
-    return kernelsInUse(kRankKernelsBaseline, kRankKernelsV3, kRankKernelsV4);
-}
+#define QX_CASE(Kernels, level, instructions)                                                                          \
+    case VectorLevel::level:                                                                                           \
+        return k##Kernels##level;
+#define QX_CHOOSE(Kernels, function, chosen)                                                                           \
+    const Kernels& function() noexcept {                                                                               \
+        switch (chosen) { QX_FOR_LEVELS(QX_CASE, Kernels) }                                                            \
+        return k##Kernels##Baseline;                                                                                   \
+    }
 
-const SplineKernels& splineKernels() noexcept {
-    return kernelsInUse(kSplineKernelsBaseline, kSplineKernelsV3, kSplineKernelsV4);
-}
-
-const SumKernels& sumKernels() noexcept {
-    return kernelsInUse(kSumKernelsBaseline, kSumKernelsV3, kSumKernelsV4);
-}
-
-const WindowKernels& windowKernels() noexcept {
-    return kernelsInUse(kWindowKernelsBaseline, kWindowKernelsV3, kWindowKernelsV4);
-}
+QX_CHOOSE(AfeKernels, afeKernels, vectorLevel())
+QX_CHOOSE(Base64Kernels, base64Kernels, vectorLevel())
+QX_CHOOSE(CrcKernels, crcKernels, std::min(vectorLevel(), crcLimit))
+QX_CHOOSE(FrameKernels, frameKernels, vectorLevel())
+QX_CHOOSE(PixelKernels, pixelKernels, vectorLevel())
+QX_CHOOSE(RankKernels, rankKernels, vectorLevel())
+QX_CHOOSE(SplineKernels, splineKernels, vectorLevel())
+QX_CHOOSE(SumKernels, sumKernels, vectorLevel())
+QX_CHOOSE(WindowKernels, windowKernels, vectorLevel())
 
 }  // namespace qx

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -49,9 +51,6 @@ struct PixelKernels {
 // The kernels of the vector level in use.
 const PixelKernels& pixelKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const PixelKernels kPixelKernelsBaseline;
-extern const PixelKernels kPixelKernelsV3;
-extern const PixelKernels kPixelKernelsV4;
+QX_DECLARE_TABLES(PixelKernels)
 
 }  // namespace qx

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -36,9 +38,6 @@ struct RankKernels {
 // The kernels of the vector level in use.
 const RankKernels& rankKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const RankKernels kRankKernelsBaseline;
-extern const RankKernels kRankKernelsV3;
-extern const RankKernels kRankKernelsV4;
+QX_DECLARE_TABLES(RankKernels)
 
 }  // namespace qx

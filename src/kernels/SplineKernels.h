@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -55,9 +57,6 @@ struct SplineKernels {
 // The kernels of the vector level in use.
 const SplineKernels& splineKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const SplineKernels kSplineKernelsBaseline;
-extern const SplineKernels kSplineKernelsV3;
-extern const SplineKernels kSplineKernelsV4;
+QX_DECLARE_TABLES(SplineKernels)
 
 }  // namespace qx

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -31,9 +33,6 @@ struct SumKernels {
 // The kernels of the vector level in use.
 const SumKernels& sumKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const SumKernels kSumKernelsBaseline;
-extern const SumKernels kSumKernelsV3;
-extern const SumKernels kSumKernelsV4;
+QX_DECLARE_TABLES(SumKernels)
 
 }  // namespace qx

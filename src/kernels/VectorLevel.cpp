@@ -3,13 +3,23 @@
 namespace qx {
 namespace {
 
+struct LevelNames {
+    const char* level;
+    const char* instructions;
+};
+
+#define QX_NAMES_OF(unused, level, instructions) {#level, instructions},
+constexpr LevelNames kNames[] = {QX_FOR_LEVELS(QX_NAMES_OF, )};
+
+#define QX_RAISE_TO(best, level, instructions)                                                                         \
+    if (__builtin_cpu_supports(instructions))                                                                          \
+        best = VectorLevel::level;
+
 VectorLevel bestLevel() noexcept {
     __builtin_cpu_init();
-    if (__builtin_cpu_supports("x86-64-v4"))
-        return VectorLevel::V4;
-    if (__builtin_cpu_supports("x86-64-v3"))
-        return VectorLevel::V3;
-    return VectorLevel::Baseline;
+    VectorLevel best = VectorLevel::Baseline;
+    QX_FOR_LEVELS(QX_RAISE_TO, best)
+    return best;
 }
 
 const VectorLevel processorLevel = bestLevel();
@@ -29,8 +39,11 @@ bool forceVectorLevel(VectorLevel level) noexcept {
 }
 
 const char* vectorLevelName(VectorLevel level) noexcept {
-    static constexpr const char* kNames[] = {"x86-64", "x86-64-v3", "x86-64-v4"};
-    return kNames[static_cast<int>(level)];
+    return kNames[static_cast<int>(level)].level;
+}
+
+const char* instructionSetName(VectorLevel level) noexcept {
+    return kNames[static_cast<int>(level)].instructions;
 }
 
 }  // namespace qx

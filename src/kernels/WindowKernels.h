@@ -1,13 +1,16 @@
 #pragma once
 
+#include "kernels/VectorLevel.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace qx {
 
-// Side of the windows of two-dimensional medians. Two neighbouring windows of 11 share 10 values: two fours and a pair.
+// Side of the windows of two-dimensional medians. Two neighbouring windows of 11 share 10 pixels: two times four that
+// are put in order once, for all windows that hold them, and a pair.
 inline constexpr int kRatioWindow = 11;
-inline constexpr int kFour = 4;
+inline constexpr int kOrderedPixels = 4;
 
 // Arrays of pixels have room for whole vectors: so many pixels more than counted may be read and written.
 inline constexpr int kPixelRoom = 64;
@@ -23,8 +26,8 @@ using ConstPixelRow = const std::uint16_t*;
 
 // What two neighbouring windows of 11 hold: four pixels in order, four others, two more, and one each has alone.
 struct WindowPair {
-    ConstPixelRow firstFour[kFour];
-    ConstPixelRow secondFour[kFour];
+    ConstPixelRow firstFour[kOrderedPixels];
+    ConstPixelRow secondFour[kOrderedPixels];
     ConstPixelRow pair[2];
     ConstPixelRow ofFirst;
     ConstPixelRow ofSecond;
@@ -73,9 +76,6 @@ struct WindowKernels {
 // The kernels of the vector level in use.
 const WindowKernels& windowKernels() noexcept;
 
-// One set a level, each compiled for it.
-extern const WindowKernels kWindowKernelsBaseline;
-extern const WindowKernels kWindowKernelsV3;
-extern const WindowKernels kWindowKernelsV4;
+QX_DECLARE_TABLES(WindowKernels)
 
 }  // namespace qx

@@ -33,6 +33,17 @@ TEST(StatusMessages, unassigned_codes_have_none) {
         EXPECT_EQ(nullptr, getStatusMessage(code)) << code;
 }
 
+TEST(StatusMessages, codes_that_have_one_are_walked_in_ascending_order) {
+    int index = 0;
+    for (int code = 0; code < 1200; ++code) {
+        if (getStatusMessage(code) == nullptr)
+            continue;
+        EXPECT_EQ(code, getStatusCodeAt(index++));
+    }
+    for (const int outside : {-1, index, INT_MAX, INT_MIN})
+        EXPECT_EQ(-1, getStatusCodeAt(outside)) << outside;
+}
+
 // The checksum was taken from the published message list, one line "code<tab>text" for each code.
 TEST(StatusMessages, all_of_the_texts_are_the_published_ones) {
     std::string all;

@@ -17,8 +17,6 @@ using qxkit::PanelParameters;
 using qxkit::Rectangle;
 using qxkit::VirtualPanel;
 
-constexpr double kPedestal = 208.0;
-
 class Spread {
 public:
     void add(double value) {

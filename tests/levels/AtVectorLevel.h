@@ -37,10 +37,9 @@ private:
 };
 
 inline std::string levelName(const ::testing::TestParamInfo<VectorLevel>& info) {
-    static constexpr const char* kNames[] = {"Baseline", "V3", "V4"};
-    return kNames[static_cast<int>(info.param)];
+    return vectorLevelName(info.param);
 }
 
-inline const auto kVectorLevels = ::testing::Values(VectorLevel::Baseline, VectorLevel::V3, VectorLevel::V4);
+inline const auto kVectorLevels = ::testing::ValuesIn(kEveryVectorLevel);
 
 }  // namespace qx::test

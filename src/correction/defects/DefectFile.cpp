@@ -4,6 +4,7 @@
 #include "QxUtils/StatusCode.h"
 #include "correction/defects/DefectSections.h"
 #include "files/FileBytes.h"
+#include "files/HeaderLayout.h"
 #include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/ImageView.h"
@@ -20,11 +21,6 @@
 
 namespace {
 
-constexpr std::size_t kSizeOffset = 12;
-constexpr std::size_t kSectionOffset = 40;
-constexpr std::size_t kWords2Offset = 8248;
-constexpr std::size_t kWords8Offset = 8340;
-
 std::uint32_t bigEndian(const char* field) {
     std::uint32_t value = 0;
     reverseCopy(&value, field, sizeof value);
@@ -33,13 +29,13 @@ std::uint32_t bigEndian(const char* field) {
 
 FileHeadInfo headInfoOf(const char* header) {
     FileHeadInfo info{};
-    info.imageWidth = bigEndian(header + kSizeOffset);
-    info.imageHeight = bigEndian(header + kSizeOffset + 4);
-    std::memcpy(info.words2, header + kWords2Offset, sizeof info.words2);
-    std::memcpy(info.words8, header + kWords8Offset, sizeof info.words8);
+    info.imageWidth = bigEndian(header + qx::kWidthOffset);
+    info.imageHeight = bigEndian(header + qx::kHeightOffset);
+    std::memcpy(info.words2, header + qx::kDefectWords2Offset, sizeof info.words2);
+    std::memcpy(info.words8, header + qx::kDefectWords8Offset, sizeof info.words8);
     std::uint32_t* const sections[] = {&info.pointCount,  &info.pointOffset,  &info.rowCount,     &info.rowOffset,
                                        &info.columnCount, &info.columnOffset, &info.clusterCount, &info.clusterOffset};
-    const char* field = header + kSectionOffset;
+    const char* field = header + kDefectSectionsOffset;
     for (std::uint32_t* const section : sections) {
         *section = bigEndian(field);
         field += sizeof *section;

@@ -3,7 +3,6 @@
 #include "correction/stripe/HomogeneousColumns.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
-#include "foundation/Pedestal.h"
 #include "foundation/Scratch.h"
 
 #include <algorithm>

@@ -6,7 +6,6 @@
 #include "correction/stripe/StripeRatio.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
-#include "foundation/Pedestal.h"
 
 #include <QxSysMgt.h>
 

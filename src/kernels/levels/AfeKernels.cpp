@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/AfeKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -45,7 +43,7 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
         fetchAhead(row + x);
         for (int i = x; i < x + kCacheLineFloats; i += kLanes) {
             const Floats values = loadFloats(row + i);
-            storeInts(row + i, Ints(values < limit ? values * loadFloats(factors + i) : values));
+            store(row + i, values < limit ? values * loadFloats(factors + i) : values);
         }
     }
     scaleEachBelow(row + x, count - x, factors + x, limit);
@@ -53,6 +51,6 @@ void scaleBelow(float* row, int count, const float* factors, float limit) noexce
 
 }  // namespace
 
-const AfeKernels QX_OF_LEVEL(kAfeKernels, QX_LEVEL) = {raise, add, scaleBelow};
+QX_TABLE_OF_LEVEL(AfeKernels) = {raise, add, scaleBelow};
 
 }  // namespace qx

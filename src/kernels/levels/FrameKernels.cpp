@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/FrameKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -79,7 +77,7 @@ void multiplied(const std::uint32_t* image, const std::uint32_t* dark, const flo
         fetchAhead(image + i);
         fetchAhead(dark + i);
         fetchAhead(gains + i);
-        storeInts(results + i, Ints(differences(image + i, dark + i) * loadFloats(gains + i) + 0.5f));
+        store(results + i, differences(image + i, dark + i) * loadFloats(gains + i) + 0.5f);
     }
     for (; i < count; ++i)
         results[i] = difference(image[i], dark[i]) * gains[i] + 0.5f;
@@ -94,7 +92,7 @@ void divided(const std::uint32_t* image, const std::uint32_t* dark, const std::u
         fetchAhead(gains + i);
         const Floats values = differences(image + i, dark + i);
         const Floats gain = toFloats(loadPixels(gains + i));
-        storeInts(results + i, Ints(gain == 0.0f ? values : values / gain * kFullGain));
+        store(results + i, gain == 0.0f ? values : values / gain * kFullGain);
     }
     for (; i < count; ++i) {
         const float value = difference(image[i], dark[i]);
@@ -119,7 +117,7 @@ void truncated(const float* values, std::size_t count, std::uint32_t* results) n
         // Less 2^31 above that, which is exact, and then the bit that was taken.
         const Ints isHigh = v >= kTwoTo31;
         const Floats low = isHigh ? v - kTwoTo31 : v;
-        storeInts(results + i, truncatedInts(low) ^ (isHigh & kLowestInt));
+        store(results + i, truncatedInts(low) ^ (isHigh & kLowestInt));
     }
     for (; i < count; ++i)
         results[i] = truncatedLong(values[i]);
@@ -127,7 +125,6 @@ void truncated(const float* values, std::size_t count, std::uint32_t* results) n
 
 }  // namespace
 
-const FrameKernels QX_OF_LEVEL(kFrameKernels, QX_LEVEL) = {differenceSum, differenceRatios, multiplied, divided,
-                                                           truncated};
+QX_TABLE_OF_LEVEL(FrameKernels) = {differenceSum, differenceRatios, multiplied, divided, truncated};
 
 }  // namespace qx

@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/PixelKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -151,7 +149,7 @@ void shiftBy(std::uint16_t* pixels, std::size_t count, float offset, const Whole
         fetchAhead(pixels + i);
         const Bits old = Bits(loadShorts(pixels + i));
         const Bits isUp = Bits((Shorts(QX_WIDE(subs_epu16)(firstUp, old)) == 0) & anyUp);
-        storeInts(pixels + i, Ints(shifted(old, whole, isUp)));
+        store(pixels + i, shifted(old, whole, isUp));
     }
     for (; i < count; ++i)
         pixels[i] = shiftedPixel(pixels[i], offset);
@@ -218,7 +216,6 @@ double histogramSquares(const std::uint32_t* counts, int first, int last, int ce
 
 }  // namespace
 
-const PixelKernels QX_OF_LEVEL(kPixelKernels, QX_LEVEL) = {sum,   narrowMoments, squares,
-                                                           shift, histogramSum,  histogramSquares};
+QX_TABLE_OF_LEVEL(PixelKernels) = {sum, narrowMoments, squares, shift, histogramSum, histogramSquares};
 
 }  // namespace qx

@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/RankKernels.h"
 #include "kernels/levels/RankSearch.h"
 #include "kernels/levels/VectorLanes.h"
@@ -143,7 +141,12 @@ struct Panel {
     Ints row(int y) const { return loadInts(keys + static_cast<std::ptrdiff_t>(y) * kLanes); }
 };
 
-// RankSearch in every lane at once, in offsets from the lane's lowest key.
+// RankSearch in every lane at once, in offsets from the lane's lowest key. The sought key lies between low and high,
+// both included. With `below` keys below the pivot it is
+//   at least the pivot where below <= rank, and the first key from the pivot on where below == rank;
+//   less than the pivot where below > rank, and the last key before the pivot where below == rank + 1.
+// A count alone narrows to the pivot; in those two cases a look at the keys around the pivot ends the lane's search, so
+// the lane keeps its pivot until there is one. A lane whose low and high have met is not changed by either.
 class LaneSearch {
 public:
     LaneSearch(const KeyRange& range, int count, int rank)
@@ -154,7 +157,7 @@ public:
     Ints keys() const { return Ints(Uints(lowest_) + low_); }
     Ints pivots() const { return Ints(Uints(lowest_) + pivot_); }
 
-    void narrow(const Around& around) {
+    void narrowToKeys(const Around& around) {
         const Uints next = Uints(around.next) - Uints(lowest_);
         const Uints previous = Uints(around.previous) - Uints(lowest_);
         narrowTo(around.below, previous, next);
@@ -163,8 +166,8 @@ public:
         pivot_ = nextPivots(around.below);
     }
 
-    // By counts alone. Lanes that meet the rank keep their pivots; false when all of them do.
-    bool narrow(Ints below) {
+    // Whether a lane is left that a further count narrows.
+    bool narrowByCounts(Ints below) {
         const Ints settled = (below == rank_) | (below == rank_ + 1);
         narrowTo(below, pivot_ - 1, pivot_);
         pivot_ = settled ? lastPivot_ : nextPivots(below);
@@ -215,9 +218,9 @@ Ints keysOfRank(const Panel& panel, const KeyRange& range, int rank) {
     const auto keysAt = [&](int y) { return panel.row(y); };
     bool open = search.isOpen();
     for (int step = 0; step < kCountingSteps && open; ++step)
-        open = search.narrow(countBelow(panel.rows, search.pivots(), keysAt));
+        open = search.narrowByCounts(countBelow(panel.rows, search.pivots(), keysAt));
     while (search.isOpen())
-        search.narrow(lookAround(panel.rows, search.pivots(), keysAt));
+        search.narrowToKeys(lookAround(panel.rows, search.pivots(), keysAt));
     return search.keys();
 }
 
@@ -229,7 +232,7 @@ std::uint64_t columnRanks(const float* panel, std::ptrdiff_t stride, int columns
     for (int y = 0; y < rows; ++y) {
         for (int v = 0; v < vectors; ++v) {
             const Ints key = keysOf(loadInts(panel + y * stride + v * kLanes));
-            storeInts(keys + v * vectorKeys + static_cast<std::ptrdiff_t>(y) * kLanes, key);
+            store(keys + v * vectorKeys + static_cast<std::ptrdiff_t>(y) * kLanes, key);
             ranges[v].add(key);
         }
     }
@@ -371,6 +374,6 @@ std::uint16_t pixelRank(const std::uint16_t* pixels, std::size_t count, std::siz
 
 }  // namespace
 
-const RankKernels QX_OF_LEVEL(kRankKernels, QX_LEVEL) = {blockRank, columnRanks, pixelRank, pixelBlockRank};
+QX_TABLE_OF_LEVEL(RankKernels) = {blockRank, columnRanks, pixelRank, pixelBlockRank};
 
 }  // namespace qx

@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/SplineKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -19,9 +17,9 @@ struct Lines {
         return lines;
     }
 
-    void store(float* values) const {
+    void storeTo(float* values) const {
         for (int v = 0; v < kLineVectors; ++v)
-            storeInts(values + v * kLanes, Ints(at[v]));
+            store(values + v * kLanes, at[v]);
     }
 };
 
@@ -36,7 +34,7 @@ void transposeSquare(const Floats* columns, float* rows, std::ptrdiff_t stride) 
     Floats square[kLanes];
     transposeLanes(columns, square);
     for (int i = 0; i < kLanes; ++i)
-        storeInts(rows + i * stride, Ints(square[i]));
+        store(rows + i * stride, square[i]);
 }
 
 constexpr int kPixelsAhead = 128;
@@ -82,11 +80,11 @@ void eliminate(const float* knots, const SplineStep* steps, int count, float* st
             const Floats bend = 6.0f * (next.at[v] - 2.0f * here.at[v] + before.at[v]);
             solved.at[v] = (bend - solved.at[v]) / steps[i].pivot;
         }
-        solved.store(place(eliminated, i));
+        solved.storeTo(place(eliminated, i));
         before = here;
         here = next;
     }
-    solved.store(state);
+    solved.storeTo(state);
 }
 
 void substitute(float* eliminated, const SplineStep* steps, int count, float* state) noexcept {
@@ -95,9 +93,9 @@ void substitute(float* eliminated, const SplineStep* steps, int count, float* st
         const Lines here = Lines::load(place(eliminated, i));
         for (int v = 0; v < kLineVectors; ++v)
             behind.at[v] = steps[i].reduced * behind.at[v] + here.at[v];
-        behind.store(place(eliminated, i));
+        behind.storeTo(place(eliminated, i));
     }
-    behind.store(state);
+    behind.storeTo(state);
 }
 
 [[gnu::always_inline]] inline Lines valueAt(const SplineLines& lines, const SplinePoint& point) {
@@ -154,6 +152,6 @@ void pixels(const SplineLines& lines, const SplinePoint* points, int count, int 
 
 }  // namespace
 
-const SplineKernels QX_OF_LEVEL(kSplineKernels, QX_LEVEL) = {loadKnots, eliminate, substitute, values, pixels};
+QX_TABLE_OF_LEVEL(SplineKernels) = {loadKnots, eliminate, substitute, values, pixels};
 
 }  // namespace qx

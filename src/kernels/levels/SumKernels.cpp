@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/SumKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -181,7 +179,7 @@ void productsFrom(const double* factors, int rows, const double* columns, std::p
         for (int v = 0; v < vectors; ++v)
             running[v] += factors[r] * loadDoubles(columns + r * stride + v * (kLanes / 2));
     for (int v = 0; v < vectors; ++v)
-        storeInts(sums + v * (kLanes / 2), Ints(running[v]));
+        store(sums + v * (kLanes / 2), running[v]);
 }
 
 void columnProducts(const double* factors, int rows, const double* columns, std::ptrdiff_t stride, int count,
@@ -203,6 +201,6 @@ void columnProducts(const double* factors, int rows, const double* columns, std:
 
 }  // namespace
 
-const SumKernels QX_OF_LEVEL(kSumKernels, QX_LEVEL) = {rowSums, stripSums, addMultiple, rotate, columnProducts};
+QX_TABLE_OF_LEVEL(SumKernels) = {rowSums, stripSums, addMultiple, rotate, columnProducts};
 
 }  // namespace qx

@@ -2,15 +2,11 @@
 
 // Vectors of the level that a kernel source is compiled for. Arithmetic is written with the compiler's vector
 // operators; only the conversions between element widths are spelled out. Everything is local to the including
-// source: an inline function shared between levels would carry one level's instructions into the others.
+// source (see VectorLevel.h).
 
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
-
-// A name with the level's behind it: QX_OF_LEVEL(kKernels, QX_LEVEL).
-#define QX_JOIN(a, b) a##b
-#define QX_OF_LEVEL(name, level) QX_JOIN(name, level)
 
 namespace {
 
@@ -288,7 +284,8 @@ inline void fetchAhead(const void* values) {
     fetchFrom(values, 64 * kCacheLineBytes);
 }
 
-inline void storeInts(void* target, Ints v) {
+template <class Vector>
+inline void store(void* target, Vector v) {
     __builtin_memcpy(target, &v, sizeof v);
 }
 

@@ -1,5 +1,3 @@
-// Compiled once a vector level, with QX_LEVEL naming it. Shares no inline function with sources of another level.
-
 #include "kernels/WindowKernels.h"
 #include "kernels/levels/VectorLanes.h"
 
@@ -90,7 +88,7 @@ Pixels pixelsAt(const std::uint16_t* pixels) {
 }
 
 void storePixelsAt(Pixels pixels, std::uint16_t* target) {
-    storeInts(target, Ints(pixels.lanes));
+    store(target, pixels.lanes);
 }
 
 struct Bounds {
@@ -189,15 +187,15 @@ void split(ConstPixelRow pixels, std::ptrdiff_t stride, int count, PixelRow even
 
 void orderFours(const ConstPixelRow* rows, int count, const PixelRow* ordered) noexcept {
     for (int x = 0; x < count; x += kPixelLanes) {
-        Pixels four[kFour];
-        for (int i = 0; i < kFour; ++i)
+        Pixels four[kOrderedPixels];
+        for (int i = 0; i < kOrderedPixels; ++i)
             four[i] = pixelsAt(rows[i] + x);
         order(four[0], four[1]);
         order(four[2], four[3]);
         order(four[0], four[2]);
         order(four[1], four[3]);
         order(four[1], four[2]);
-        for (int i = 0; i < kFour; ++i)
+        for (int i = 0; i < kOrderedPixels; ++i)
             storePixelsAt(four[i], ordered[i] + x);
     }
 }
@@ -215,13 +213,13 @@ void middleOfEight(const Pixels* a, const Pixels* b, Pixels* middle) {
 
 void mediansOfEleven(const WindowPair& windows, int count, PixelRow ofFirst, PixelRow ofSecond) noexcept {
     for (int x = 0; x < count; x += kPixelLanes) {
-        Pixels a[kFour];
-        Pixels b[kFour];
-        for (int i = 0; i < kFour; ++i) {
+        Pixels a[kOrderedPixels];
+        Pixels b[kOrderedPixels];
+        for (int i = 0; i < kOrderedPixels; ++i) {
             a[i] = pixelsAt(windows.firstFour[i] + x);
             b[i] = pixelsAt(windows.secondFour[i] + x);
         }
-        Pixels middle[kFour];
+        Pixels middle[kOrderedPixels];
         middleOfEight(a, b, middle);
         Pixels low = pixelsAt(windows.pair[0] + x);
         Pixels high = pixelsAt(windows.pair[1] + x);
@@ -241,10 +239,10 @@ void ratiosFrom(int x, ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixe
     const ConstPixelRow here = (x % 2 == 0 ? even : odd) + x / 2;
     const ConstPixelRow next = x % 2 == 0 ? odd + x / 2 : even + x / 2 + 1;
     std::uint16_t medians[kPixelLanes];
-    storeInts(medians, loadPixels(here) | (loadPixels(next) << 16));
+    store(medians, loadPixels(here) | (loadPixels(next) << 16));
     for (int half = 0; half < kPixelLanes; half += kLanes) {
         const Floats ratio = toFloats(loadPixels(medians + half)) / toFloats(loadPixels(pixels + x + half));
-        storeInts(ratios + x + half, Ints(ratio));
+        store(ratios + x + half, ratio);
     }
 }
 
@@ -278,7 +276,7 @@ void shortMediansOf(const float* samples, int count, float* medians) {
     };
     int x = 0;
     for (; x + kLanes <= count; x += kLanes)
-        storeInts(medians + x, Ints(mediansAt(x)));
+        store(medians + x, mediansAt(x));
     for (; x < count; ++x) {
         float window[size];
         for (int i = 0; i < size; ++i)
@@ -295,23 +293,27 @@ void shortMedians(const float* samples, int count, int half, float* medians) noe
     kBySize[half - 1](samples, count, medians);
 }
 
-// The windows of kLanes lines that move on together.
+// The windows of kLanes lines that move on together: the samples of each in ascending order, and in the order of their
+// arrival, which tells the oldest.
 class MovingWindows {
 public:
     explicit MovingWindows(const RollingWindows& windows)
         : ordered_(windows.ordered), arrived_(windows.arrived), size_(windows.size) {
         for (std::ptrdiff_t i = 0; i < size_; ++i)
-            storeInts(arrived_ + i * kLanes, Ints(highest()));
+            store(arrived_ + i * kLanes, highest());
         for (std::ptrdiff_t i = 0; i <= size_; ++i)
-            storeInts(ordered_ + i * kLanes, Ints(highest()));
+            store(ordered_ + i * kLanes, highest());
     }
 
-    // Puts a sample in the place of the oldest one; at first there are infinite ones.
+    // Puts a sample in the place of the oldest one; at first there are infinite ones. In one pass over the order o:
+    //   t[i] = max(o[i - 1], min(o[i], sample))        is the order with the sample in it, one longer;
+    //   o[i] = t[i] < removed ? t[i] : t[i + 1]        is that without the removed value.
+    // o[i] is `held` and t[i] `here` when place i is written, so that nothing is read after it was overwritten. The
+    // room behind the order stays infinite.
     void replaceOldest(Floats sample) {
         const Floats removed = loadFloats(arrived_ + oldest_ * kLanes);
-        storeInts(arrived_ + oldest_ * kLanes, Ints(sample));
+        store(arrived_ + oldest_ * kLanes, sample);
         oldest_ = oldest_ + 1 < size_ ? oldest_ + 1 : 0;
-        // From the removed one on, each place takes what the next one has after the sample's insertion.
         float* const end = ordered_ + size_ * kLanes;
         Floats held = loadFloats(ordered_);
         Floats here = smallerOf(held, sample);
@@ -319,7 +321,7 @@ public:
         for (float* place = ordered_; place != end; place += kLanes) {
             const Floats following = loadFloats(place + kLanes);
             const Floats next = largerOf(held, smallerOf(following, sample));
-            storeInts(place, Ints(here >= removed ? next : here));
+            store(place, here >= removed ? next : here);
             held = following;
             here = next;
         }
@@ -357,7 +359,7 @@ void loadPlaces(const float* lines, int steps, int i, Floats* places) {
 // Puts so many values of a vector where there is room for them.
 void storeFirst(Floats values, int count, float* target) {
     if (count >= kLanes)
-        storeInts(target, Ints(values));
+        store(target, values);
     else if (count > 0)
         __builtin_memcpy(target, &values, static_cast<std::size_t>(count) * sizeof *target);
 }
@@ -392,7 +394,7 @@ void rollingMedians(const float* samples, int steps, int count, const RollingWin
 
 }  // namespace
 
-const WindowKernels QX_OF_LEVEL(kWindowKernels, QX_LEVEL) = {
-    mediansOfFive, split, orderFours, mediansOfEleven, ratios, shortMedians, rollingMedians};
+QX_TABLE_OF_LEVEL(WindowKernels) = {mediansOfFive, split,        orderFours,    mediansOfEleven,
+                                    ratios,        shortMedians, rollingMedians};
 
 }  // namespace qx

@@ -32,8 +32,8 @@ public:
     void write(qx::ImageView<float> out) noexcept {
         for (int y = 0; y < image_.height; ++y) {
             addRow(y);
-            if (y % 2 == 0 && y >= qx::kFour)
-                orderRows(y - qx::kFour);
+            if (y % 2 == 0 && y >= qx::kOrderedPixels)
+                orderRows(y - qx::kOrderedPixels);
             if (y % 2 == 1 && y >= qx::kRatioWindow)
                 writeRows(y - qx::kRatioWindow, 2, out);
         }
@@ -50,7 +50,7 @@ private:
     static constexpr int kHalfCapacity = kColumns / 2;
     using Half = std::array<WORD, kHalfCapacity + qx::kPixelRoom>;
     using Row = std::array<WORD, 2 * kHalfCapacity>;
-    using Fours = std::array<Row, qx::kFour>;
+    using Fours = std::array<Row, qx::kOrderedPixels>;
 
     // Medians along a row: those of the windows of even index, then those of odd index.
     void addRow(int y) noexcept {
@@ -58,8 +58,9 @@ private:
                        odd_.data());
         const WORD* const even = even_.data();
         const WORD* const odd = odd_.data();
-        const std::array<const WORD*, qx::kFour> pixels = {odd, even + 1, odd + 1, even + 2};
-        const std::array<WORD*, qx::kFour> f = {fours_[0].data(), fours_[1].data(), fours_[2].data(), fours_[3].data()};
+        const std::array<const WORD*, qx::kOrderedPixels> pixels = {odd, even + 1, odd + 1, even + 2};
+        const std::array<WORD*, qx::kOrderedPixels> f = {fours_[0].data(), fours_[1].data(), fours_[2].data(),
+                                                         fours_[3].data()};
         kernels_.orderFours(pixels.data(), half_ + 2, f.data());
         const qx::WindowPair windows = {
             {f[0], f[1], f[2], f[3]}, {f[0] + 2, f[1] + 2, f[2] + 2, f[3] + 2}, {odd + 4, even + 5}, even, odd + 5};
@@ -69,9 +70,9 @@ private:
 
     // The four rows after an even one.
     void orderRows(int y) noexcept {
-        const std::array<const WORD*, qx::kFour> rows = {row(y + 1), row(y + 2), row(y + 3), row(y + 4)};
+        const std::array<const WORD*, qx::kOrderedPixels> rows = {row(y + 1), row(y + 2), row(y + 3), row(y + 4)};
         Fours& f = foursAfter(y);
-        const std::array<WORD*, qx::kFour> ordered = {f[0].data(), f[1].data(), f[2].data(), f[3].data()};
+        const std::array<WORD*, qx::kOrderedPixels> ordered = {f[0].data(), f[1].data(), f[2].data(), f[3].data()};
         kernels_.orderFours(rows.data(), 2 * half_, ordered.data());
     }
 
@@ -79,7 +80,7 @@ private:
     // Kept: nothing guards a division by a pixel of 0, and the border is not written.
     void writeRows(int y, int count, qx::ImageView<float> out) noexcept {
         const Fours& a = foursAfter(y);
-        const Fours& b = foursAfter(y + qx::kFour);
+        const Fours& b = foursAfter(y + qx::kOrderedPixels);
         const qx::WindowPair windows = {{a[0].data(), a[1].data(), a[2].data(), a[3].data()},
                                         {b[0].data(), b[1].data(), b[2].data(), b[3].data()},
                                         {row(y + 9), row(y + 10)},
@@ -109,7 +110,7 @@ private:
     // Vectors that cross cache lines would take twice as long.
     alignas(kCacheLineBytes) Half even_{};
     alignas(kCacheLineBytes) Half odd_{};
-    alignas(kCacheLineBytes) std::array<Half, qx::kFour> fours_{};
+    alignas(kCacheLineBytes) std::array<Half, qx::kOrderedPixels> fours_{};
     alignas(kCacheLineBytes) std::array<Row, kRowsHeld> medians_{};
     alignas(kCacheLineBytes) std::array<Fours, kFoursHeld> rowFours_{};
 };

@@ -4,6 +4,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
+#include "files/HeaderLayout.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "platform/ByteOrder.h"
@@ -25,9 +26,6 @@
 namespace {
 
 constexpr int kFactorySnrHeader = 17;
-constexpr std::size_t kWidthOffset = 12;
-constexpr std::size_t kHeightOffset = 16;
-constexpr std::size_t kDetectorTypeOffset = 16424;
 constexpr std::string_view kProductWord = "Halbrook";
 
 // Names in a directory in ascending order, whatever order the file system has.
@@ -52,7 +50,8 @@ struct FactoryImages {
     bool even = true;
 
     std::int64_t fileBytes() const {
-        return (std::int64_t{records.front().snrCount} + 3) * integrationTimes * dose * 4 + 16 + kImageHeaderBytes;
+        const std::int64_t recordBytes = qx::kSnrRecordHeadBytes + std::int64_t{4} * records.front().snrCount;
+        return qx::kSnrRecordsOffset + recordBytes * integrationTimes * dose;
     }
 };
 
@@ -104,10 +103,7 @@ private:
 
 void fillPayload(char* payload, const FactoryImages& images, int detectorType) {
     ByteWriter writer(payload);
-    writer.add(images.integrationTimes);
-    writer.add(images.dose);
-    writer.add(images.records.front().snrCount);
-    writer.add(detectorType);
+    writer.add(FactorySnrFileHead{images.integrationTimes, images.dose, images.records.front().snrCount, detectorType});
     for (const FactorySNRRecord& record : images.records) {
         writer.add(record.integrationTime);
         writer.add(record.snrCount);
@@ -122,9 +118,9 @@ void fillHeader(char* header, int width, int height, int detectorType) {
     fillImgHead(header, kFactorySnrHeader, kOption);
     const std::uint32_t type = qx::networkToHost(detectorType);
     // Kept: width and height in the processor's order, unlike in every other image header.
-    std::memcpy(header + kWidthOffset, &width, sizeof width);
-    std::memcpy(header + kHeightOffset, &height, sizeof height);
-    std::memcpy(header + kDetectorTypeOffset, &type, sizeof type);
+    std::memcpy(header + qx::kWidthOffset, &width, sizeof width);
+    std::memcpy(header + qx::kHeightOffset, &height, sizeof height);
+    std::memcpy(header + qx::kDetectorTypeOffset, &type, sizeof type);
     qx::logInfo(kLogNoValue, "width=%d, height=%d, dtttype=%d", width, height, detectorType);
 }
 

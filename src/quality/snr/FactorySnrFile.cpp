@@ -4,6 +4,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
 #include "files/ByteCursor.h"
+#include "files/HeaderLayout.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 
@@ -15,34 +16,21 @@
 
 namespace {
 
-constexpr std::int64_t kRecordsOffset = 65552;
-constexpr std::int64_t kRecordHeadBytes = 12;
-
 // What the file tells ahead of its records.
-struct FileFields {
-    std::int32_t integrationTimes;
-    std::int32_t dose;
-    std::int32_t snrLength;
-    std::int32_t detectorType;
-
-    std::int64_t recordBytes() const { return kRecordHeadBytes + std::int64_t{4} * snrLength; }
+struct FileFields : FactorySnrFileHead {
+    std::int64_t recordBytes() const { return qx::kSnrRecordHeadBytes + std::int64_t{4} * snrLength; }
     std::int64_t records() const { return std::int64_t{dose} * integrationTimes; }
 
     bool describe(std::int64_t fileBytes) const {
         return integrationTimes > 0 && dose > 0 && snrLength >= 0 &&
-               records() <= (fileBytes - kRecordsOffset) / recordBytes() &&
-               records() * recordBytes() == fileBytes - kRecordsOffset;
+               records() <= (fileBytes - qx::kSnrRecordsOffset) / recordBytes() &&
+               records() * recordBytes() == fileBytes - qx::kSnrRecordsOffset;
     }
 };
 
 FileFields readFields(qx::ByteCursor& cursor) {
     cursor.moveTo(kImageHeaderBytes);
-    FileFields fields{};
-    fields.integrationTimes = cursor.read<std::int32_t>();
-    fields.dose = cursor.read<std::int32_t>();
-    fields.snrLength = cursor.read<std::int32_t>();
-    fields.detectorType = cursor.read<std::int32_t>();
-    return fields;
+    return {cursor.read<FactorySnrFileHead>()};
 }
 
 FactorySNRRecord readRecord(qx::ByteCursor& cursor, int snrLength) {

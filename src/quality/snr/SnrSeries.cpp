@@ -19,7 +19,6 @@
 namespace qx {
 namespace {
 
-constexpr int kPedestal = 208;
 constexpr int kSmallestSide = 128;
 constexpr int kImageMargin = 12;
 constexpr int kSideStep = 256;

@@ -16,12 +16,12 @@ namespace {
 constexpr int kClusterEnd = -1;
 
 // Where the header tells what the file holds; rows and columns lie in one section.
-constexpr std::size_t kWidthOffset = 12;
-constexpr std::size_t kHeightOffset = 16;
-constexpr std::size_t kPointOffset = 40;
-constexpr std::size_t kRowOffset = 48;
-constexpr std::size_t kColumnOffset = 56;
-constexpr std::size_t kClusterOffset = 64;
+constexpr std::size_t kWidthOffset = kDetectorFileHeadOffset + offsetof(DetectorFileHead, width);
+constexpr std::size_t kHeightOffset = kDetectorFileHeadOffset + offsetof(DetectorFileHead, height);
+constexpr std::size_t kPointOffset = kDefectSectionsOffset;
+constexpr std::size_t kRowOffset = kPointOffset + 8;
+constexpr std::size_t kColumnOffset = kRowOffset + 8;
+constexpr std::size_t kClusterOffset = kColumnOffset + 8;
 
 void putBigEndian(std::string& bytes, std::size_t offset, std::int64_t value) {
     for (int shift = 24; shift >= 0; shift -= 8)

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
@@ -19,8 +20,8 @@ namespace qx::tool {
 namespace {
 
 constexpr const char* kWanted = "a factory SNR file, as qxutils factory-snr writes it";
-constexpr int kDetectorTypeOffset = kImageHeaderBytes + 12;
-constexpr int kRecordsOffset = kDetectorTypeOffset + 4;
+constexpr std::size_t kDetectorTypeOffset = kImageHeaderBytes + offsetof(FactorySnrFileHead, detectorType);
+constexpr std::size_t kRecordsOffset = kImageHeaderBytes + sizeof(FactorySnrFileHead);
 
 std::int32_t detectorTypeOf(const std::string& path) {
     if (fileBytes(path, kWanted) < kRecordsOffset)

@@ -10,8 +10,6 @@
 namespace qx::tool {
 namespace {
 
-constexpr double kPedestal = 208.0;
-
 struct MethodLimits {
     int rowsAbove;
     int rowsFrom;  // the trigger line and below
