@@ -20,8 +20,8 @@ namespace qx::tool {
 namespace {
 
 constexpr const char* kWanted = "a factory SNR file, as qxutils factory-snr writes it";
-constexpr std::size_t kDetectorTypeOffset = kImageHeaderBytes + offsetof(FactorySnrFileHead, detectorType);
-constexpr std::size_t kRecordsOffset = kImageHeaderBytes + sizeof(FactorySnrFileHead);
+constexpr std::int64_t kDetectorTypeOffset = kImageHeaderBytes + offsetof(FactorySnrFileHead, detectorType);
+constexpr std::int64_t kRecordsOffset = kImageHeaderBytes + sizeof(FactorySnrFileHead);
 
 std::int32_t detectorTypeOf(const std::string& path) {
     if (fileBytes(path, kWanted) < kRecordsOffset)
