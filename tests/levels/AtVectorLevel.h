@@ -6,16 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
-
-namespace qx {
-
-inline void PrintTo(VectorLevel level, std::ostream* out) {
-    *out << vectorLevelName(level);
-}
-
-}  // namespace qx
 
 namespace qx::test {
 
@@ -39,6 +30,19 @@ private:
 inline std::string levelName(const ::testing::TestParamInfo<VectorLevel>& info) {
     static constexpr const char* kNames[] = {"Baseline", "V3", "V4"};
     return kNames[static_cast<int>(info.param)];
+}
+
+// Calls check with the library held to each vector level that the processor has.
+template <class Check>
+void atEachVectorLevel(Check check) {
+    const VectorLevel best = vectorLevel();
+    for (const VectorLevel level : {VectorLevel::Baseline, VectorLevel::V3, VectorLevel::V4}) {
+        if (!forceVectorLevel(level))
+            continue;
+        SCOPED_TRACE(vectorLevelName(level));
+        check();
+    }
+    forceVectorLevel(best);
 }
 
 inline const auto kVectorLevels = ::testing::Values(VectorLevel::Baseline, VectorLevel::V3, VectorLevel::V4);
