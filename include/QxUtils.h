@@ -10,6 +10,7 @@
 #include "QxUtils/Correction.h"
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
+#include "QxUtils/Measures.h"
 #include "QxUtils/Numerics.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/Records.h"

@@ -120,7 +120,7 @@ def measure(words):
 
 Method correction(const std::shared_ptr<const NdtFrames>& frames, const qx::NdtGain& gain) {
     return onOwnImage(NdtImage{frames->object}, [frames, gain](NdtImage& image) {
-        qx::correctOffsetAndGain(image.pixels.data(), frames->dark.data(), gain, frames->count);
+        qx::correctOffsetAndGain({image.pixels, frames->dark, gain});
     });
 }
 
@@ -135,7 +135,7 @@ Method correctionLimit(const std::shared_ptr<const NdtFrames>& frames, const std
 
 Row ndtGainRow(int side) {
     const auto frames = std::make_shared<const NdtFrames>(side);
-    return {.ours = correction(frames, {nullptr, frames->gains.data()}),
+    return {.ours = correction(frames, frames->gains),
             .plain = onOwnImage(NdtImage{frames->object},
                                 [frames](NdtImage& image) {
                                     Floats results(frames->count);
@@ -152,7 +152,7 @@ Row ndtGainRow(int side) {
 
 Row fixedGainRow(int side) {
     const auto frames = std::make_shared<const NdtFrames>(side);
-    return {.ours = correction(frames, {frames->fixedGains.data(), nullptr}),
+    return {.ours = correction(frames, frames->fixedGains),
             .plain = onOwnImage(NdtImage{frames->object},
                                 [frames](NdtImage& image) {
                                     Floats results(frames->count);
@@ -169,10 +169,7 @@ Row calibrationRow(int side) {
     const auto frames = std::make_shared<const NdtFrames>(side);
     const GainMap none{Words(frames->count)};
     return {.ours = onOwnImage(none,
-                               [frames](GainMap& gains) {
-                                   qx::ndtGains(frames->bright.data(), frames->dark.data(), frames->count,
-                                                gains.pixels.data());
-                               }),
+                               [frames](GainMap& gains) { qx::ndtGains(frames->bright, frames->dark, gains.pixels); }),
             .plain = onOwnImage(none,
                                 [frames](GainMap& gains) {
                                     const float scale = qx::plain::ndtGainScale(

@@ -129,11 +129,12 @@ QXUTILS_API int doSurfaceFit(float* model, int n, float& quality, const float* i
                              float* coefficients, float* residuals);
 
 // Fits 1, X, Y, XY, X^2, Y^2 with X = column - width / 2 and Y = row - height / 2 (integer halves): x0 is the peak's
-// column and y0 its row, as offsets from that middle pixel. A is the larger root of A^2 - c1 A + (c5 x0^2 + c6 y0^2), B
-// = c2 / (2 A x0) and C = c3 / (2 A y0): not the peak value, and not a number where the peak lies on the middle column
-// or row. coefficients receives 3 x 3 values, element [i][j] for X^i Y^j. chiSquare receives the sum of the squared
-// residuals. n is not read. A decomposition that does not converge leaves every output as it was; the log tells.
-// Products of X and Y are whole numbers that are rounded once. Images up to 2^24 pixels. Memory: 36 bytes a pixel.
+// column and y0 its row, as offsets from that middle pixel. With c1 .. c6 the terms' coefficients, A is the larger root
+// of A^2 - c1 A + (c5 x0^2 + c6 y0^2), B = c2 / (2 A x0) and C = c3 / (2 A y0): not the peak value, and not a number
+// where the peak lies on the middle column or row. coefficients receives 3 x 3 values, element [i][j] for X^i Y^j.
+// chiSquare receives the sum of the squared residuals. n is not read. A decomposition that does not converge leaves
+// every output as it was; the log tells. Products of X and Y are whole numbers that are rounded once. Images up to 2^24
+// pixels. Memory: 36 bytes a pixel.
 QXUTILS_API int doSurfaceFitUsingGeneralFormula(float* model, int n, float& quality, const float* image, int width,
                                                 int height, float* coefficients, float* chiSquare);
 

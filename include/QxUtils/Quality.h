@@ -49,7 +49,9 @@ QXUTILS_API int loadAllSNRFromFactory(const char* dir, const char* file, Factory
 // images of the detector's size behind their headers, as many in each directory; one that cannot be measured is left
 // out. Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in number,
 // the detector's description does not name it, or the file would be too long; 1035 when memory is short; or what the
-// detector or writing answers with. Logs its course; prints each series.
+// detector or writing answers with. Logs its course; prints each series. The course ends with a line "terminates"
+// whatever is returned, but for a file that cannot be written, where the line tells the status, and a detector that
+// does not answer, of which an error line tells instead.
 QXUTILS_API int retrieveAllSNRForQualityCheck(int detectorType, const char* dir);
 
 // Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated

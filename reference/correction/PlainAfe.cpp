@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <vector>
 
 namespace qx::plain {
 
@@ -14,12 +15,13 @@ std::size_t at(int row, int column, int width) {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(column);
 }
 
-}  // namespace
-
+// The middle one of the whole blocks, the left one of two.
 int referenceBlock(int width, int afeWidth) {
     const int blocks = width / afeWidth;
     return blocks % 2 != 0 ? blocks / 2 : blocks / 2 - 1;
 }
+
+}  // namespace
 
 void calcNeighbourAFERatio(float* ratio, int nAfe, const float* image, int width, int height, int afeWidth) {
     const int reference = referenceBlock(width, afeWidth);
@@ -31,6 +33,8 @@ void calcNeighbourAFERatio(float* ratio, int nAfe, const float* image, int width
         }
     }
 }
+
+namespace {
 
 void calcRgain(float* rgain, const float* medianRatio, int nAfe, int width, int afeWidth) {
     const int reference = referenceBlock(width, afeWidth);
@@ -61,18 +65,6 @@ void correctRDbyRgain(float* image, int width, int height, const float* rgain, i
     }
 }
 
-void correctAbnormalPixelFromRD(float* image, int width, int height) {
-    for (int row = 0; row < height; ++row) {
-        for (int column = 0; column < width; ++column) {
-            float& pixel = image[at(row, column, width)];
-            if (pixel <= 0.0f)
-                pixel = 0.1f;
-        }
-    }
-}
-
-namespace {
-
 std::vector<float> columnMeans(const float* image, int width, int height) {
     std::vector<float> means;
     for (int column = 0; column < width; ++column) {
@@ -84,102 +76,55 @@ std::vector<float> columnMeans(const float* image, int width, int height) {
     return means;
 }
 
-// A block's column means and the steps between them.
-struct BlockProfile {
-    const float* means;
-    std::vector<bool> jump;
-};
-
-BlockProfile blockProfile(const float* means, int afeWidth) {
-    const float median = ascendingMedian(means, afeWidth);
-    BlockProfile profile{means, {}};
-    for (int i = 0; i < afeWidth - 1; ++i)
-        profile.jump.push_back(std::fabs((means[i + 1] - means[i]) / median) > 0.0025f);
-    return profile;
-}
-
-enum class Pattern { Other, Second, First, All };
-
-// The steps from the edge inwards.
-Pattern patternOf(bool first, bool second, bool third) {
+// Which column, counted from an edge inwards, replaces the edge; 0: none. The steps go from the edge inwards.
+int replacingColumn(bool first, bool second, bool third) {
     if (!first && second && !third)
-        return Pattern::Second;
-    if (first && !second && !third)
-        return Pattern::First;
-    if (first && second && third)
-        return Pattern::All;
-    return Pattern::Other;
+        return 2;
+    return first && second == third ? 1 : 0;
 }
 
-void findLeft(std::vector<EdgeRepair>& found, const BlockProfile& block, int start) {
-    switch (patternOf(block.jump[0], block.jump[1], block.jump[2])) {
-    case Pattern::Second:
-        found.push_back({EdgeRepair::Kind::Replaced, start, start + 2});
-        break;
-    case Pattern::First:
-        found.push_back({EdgeRepair::Kind::Replaced, start, start + 1});
-        break;
-    case Pattern::All: {
-        const float median = ascendingMedian(block.means, 9);
-        const bool beyond = std::fabs(block.means[0] - median) / median > 0.25f;
-        found.push_back(
-            {beyond ? EdgeRepair::Kind::ReplacedBeyondMedian : EdgeRepair::Kind::OnlyLogged, start, start + 1});
-        break;
-    }
-    case Pattern::Other:
-        break;
-    }
-}
-
-void findRight(std::vector<EdgeRepair>& found, const BlockProfile& block, int end, int afeWidth) {
-    switch (patternOf(block.jump[afeWidth - 2], block.jump[afeWidth - 3], block.jump[afeWidth - 4])) {
-    case Pattern::Second:
-        found.push_back({EdgeRepair::Kind::Replaced, end, end - 2});
-        break;
-    case Pattern::First:
-    case Pattern::All:
-        found.push_back({EdgeRepair::Kind::Replaced, end, end - 1});
-        break;
-    case Pattern::Other:
-        break;
-    }
+void copyColumn(float* image, int width, int height, int from, int to) {
+    for (int row = 0; row < height && from != to; ++row)
+        image[at(row, to, width)] = image[at(row, from, width)];
 }
 
 }  // namespace
 
-std::vector<EdgeRepair> overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth) {
+void overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth) {
     const std::vector<float> means = columnMeans(image, width, height);
-    std::vector<EdgeRepair> found;
     for (int start = 0; start + afeWidth <= width; start += afeWidth) {
-        const BlockProfile block = blockProfile(means.data() + start, afeWidth);
-        findLeft(found, block, start);
-        findRight(found, block, start + afeWidth - 1, afeWidth);
+        const float* const block = means.data() + start;
+        const float median = ascendingMedian(block, afeWidth);
+        const auto isStep = [&](int i) { return std::fabs((block[i + 1] - block[i]) / median) > 0.0025f; };
+        int left = replacingColumn(isStep(0), isStep(1), isStep(2));
+        // Three steps replace the left edge only when it lies far from the median of its nine columns.
+        const float edgeMedian = ascendingMedian(block, 9);
+        const bool isFar = std::fabs(block[0] - edgeMedian) / edgeMedian > 0.25f;
+        if (isStep(0) && isStep(1) && isStep(2) && !isFar)
+            left = 0;
+        copyColumn(image, width, height, start + left, start);
+        const int end = afeWidth - 1;
+        const int right = replacingColumn(isStep(end - 1), isStep(end - 2), isStep(end - 3));
+        copyColumn(image, width, height, start + end - right, start + end);
     }
-    for (const EdgeRepair& repair : found) {
-        for (int row = 0; row < height && repair.kind != EdgeRepair::Kind::OnlyLogged; ++row)
-            image[at(row, repair.column, width)] = image[at(row, repair.source, width)];
-    }
-    return found;
 }
 
-std::vector<EdgeRepair> correctRDwithoutRgain(float* image, int width, int height, int afeWidth) {
+void correctRDwithoutRgain(float* image, int width, int height, int afeWidth) {
+    const std::size_t pixels = at(height, 0, width);
+    for (std::size_t i = 0; i < pixels; ++i) {
+        if (image[i] <= 0.0f)
+            image[i] = 0.1f;
+    }
+    std::vector<float> copy(image, image + pixels);
+    overwriteBadLineAroundAFEEdge(copy.data(), width, height, afeWidth);
     const int nAfe = width / afeWidth - 1;
     std::vector<float> ratio(at(height, 0, nAfe));
-    correctAbnormalPixelFromRD(image, width, height);
-    std::vector<float> copy(image, image + at(height, 0, width));
-    std::vector<EdgeRepair> found = overwriteBadLineAroundAFEEdge(copy.data(), width, height, afeWidth);
     calcNeighbourAFERatio(ratio.data(), nAfe, copy.data(), width, height, afeWidth);
     std::vector<float> medianRow(static_cast<std::size_t>(nAfe));
     calcMedianPerColumn(medianRow.data(), ratio.data(), nAfe, height);
     std::vector<float> rgain(static_cast<std::size_t>(nAfe));
     calcRgain(rgain.data(), medianRow.data(), nAfe, width, afeWidth);
     correctRDbyRgain(image, width, height, rgain.data(), nAfe, afeWidth);
-    return found;
-}
-
-void subtractImage(float* out, const WORD* a, const WORD* b, int pixelCount) {
-    for (int i = 0; i < pixelCount; ++i)
-        out[i] = static_cast<float>(a[i]) - static_cast<float>(b[i]);
 }
 
 void cutBinningImage(float* out, const float* image, int width, int height, int border) {

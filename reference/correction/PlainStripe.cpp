@@ -18,16 +18,6 @@ std::size_t at(int row, int column, int width) {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(column);
 }
 
-void info(LogTexts* log, const std::string& text) {
-    if (log != nullptr)
-        log->push_back("I | " + text);
-}
-
-void error(LogTexts* log, const std::string& text) {
-    if (log != nullptr)
-        log->push_back("E | " + text);
-}
-
 // The low 16 bits of the truncated value.
 WORD truncateToWord(double value) {
     return static_cast<WORD>(truncateToInt(value));
@@ -36,23 +26,23 @@ WORD truncateToWord(double value) {
 }  // namespace
 
 std::vector<double> normalisedBand(const WORD* band, int width) {
-    std::vector<float> signal;
-    for (std::size_t i = 0; i < at(kRows, 0, width); ++i)
-        signal.push_back(std::fabs(static_cast<float>(band[i]) - 208.0f));
-    for (int c = 0; c < width; ++c) {
-        float& reference = signal[at(kReferenceRow, c, width)];
-        if (reference < 5e-05f)
-            reference = 5e-05f;
-    }
     std::vector<double> normalised;
     for (int r = 0; r < kRows; ++r) {
-        for (int c = 0; c < width; ++c)
-            normalised.push_back(static_cast<double>(signal[at(r, c, width)]) /
-                                 static_cast<double>(signal[at(kReferenceRow, c, width)]));
+        for (int c = 0; c < width; ++c) {
+            const auto signal = [&](int row) {
+                return std::fabs(static_cast<float>(band[at(row, c, width)]) - 208.0f);
+            };
+            const float reference = std::max(signal(kReferenceRow), 5e-05f);
+            normalised.push_back(static_cast<double>(r == kReferenceRow ? reference : signal(r)) /
+                                 static_cast<double>(reference));
+        }
     }
     return normalised;
 }
 
+namespace {
+
+// Every step-th column, as few as 500 or less.
 std::vector<double> sampledBand(const std::vector<double>& normalised, int width) {
     const int step = static_cast<int>(std::ceil(static_cast<float>(width) / 500.0f));
     std::vector<double> sampled;
@@ -63,6 +53,7 @@ std::vector<double> sampledBand(const std::vector<double>& normalised, int width
     return sampled;
 }
 
+// Logarithms of the scalar products of all pairs of columns: count x count values.
 std::vector<double> columnSimilarities(const double* sampled, int count) {
     std::vector<double> similarities;
     for (int i = 0; i < count; ++i) {
@@ -76,6 +67,12 @@ std::vector<double> columnSimilarities(const double* sampled, int count) {
     return similarities;
 }
 
+struct SimilarityBin {
+    double low;
+    double high;
+};
+
+// Of their histogram.
 SimilarityBin fullestBin(const std::vector<double>& similarities) {
     double low = similarities[0];
     double high = similarities[0];
@@ -103,6 +100,8 @@ SimilarityBin fullestBin(const std::vector<double>& similarities) {
     const double left = low + best * binWidth;
     return {left, left + binWidth};
 }
+
+}  // namespace
 
 std::vector<int> findHomogeneousColumns(const double* sampled, int count) {
     std::vector<bool> valid;
@@ -134,6 +133,8 @@ std::vector<int> findHomogeneousColumns(const double* sampled, int count) {
     return homogeneous;
 }
 
+namespace {
+
 int countRowsToCompensate(const double* ratio) {
     constexpr int kCandidates = 23;
     double sum = 0.0;
@@ -160,8 +161,6 @@ int countRowsToCompensate(const double* ratio) {
         return 0;
     return 1 + static_cast<int>(std::min_element(cost, cost + firstFailing) - cost);
 }
-
-namespace {
 
 // The band as calcStripeRatio sees it.
 struct BandView {
@@ -224,71 +223,41 @@ int stripeWidth(const double* unsmoothed) {
 }
 
 int ratioOfHomogeneousColumns(double* ratio, const BandView& band, const std::vector<double>& sampled,
-                              const std::vector<int>& homogeneous, LogTexts* log) {
+                              const std::vector<int>& homogeneous) {
     const int count = static_cast<int>(sampled.size()) / kRows;
-    const int columns = static_cast<int>(homogeneous.size());
     for (int r = 0; r < kRows; ++r) {
         double sum = 0.0;
         for (const int k : homogeneous)
             sum += sampled[at(r, k, count)];
-        ratio[r] = sum / columns;
+        ratio[r] = sum / static_cast<double>(homogeneous.size());
     }
-    int rows = stripeWidth(ratio);
-    if (rows < 0) {
-        info(log, "Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low (almost in the "
-                  "noise level), or the band is too wide (e.g., >15 rows).");
-        return -1;
-    }
-    info(log, "Method 1 finds " + std::to_string(columns) + " homogeneous columns, and " + std::to_string(rows) +
-                  " rows to compensate");
-    if (ratio[kTriggerRow] > 1.1)
+    const int rows = stripeWidth(ratio);
+    if (rows < 0 || ratio[kTriggerRow] > 1.1 || !meanOfUsableColumns(ratio, band, 1000))
         return rows;
-    if (!meanOfUsableColumns(ratio, band, 1000)) {
-        info(log, "No valid columns found. Poor compensation performance is expected.");
-        return rows;
-    }
-    info(log, "Ratio updated.");
-    rows = countRowsToCompensate(ratio);
-    info(log, "Re-evaluate the number of rows to compensate -- " + std::to_string(rows) + " rows.");
-    return rows;
-}
-
-int ratioOfUsableColumns(double* ratio, const BandView& band, LogTexts* log) {
-    if (!meanOfUsableColumns(ratio, band, 500)) {
-        info(log, "Method 2 is unable to proceed since no valid columns could be found.");
-        return -1;
-    }
-    const int rows = countRowsToCompensate(ratio);
-    info(log, "Method 2 finds " + std::to_string(rows) + " rows to compensate");
-    return rows;
+    return countRowsToCompensate(ratio);
 }
 
 }  // namespace
 
-int calcStripeRatio(double* ratio, const WORD* band, int width, std::uint32_t maxGrayValue, LogTexts* log) {
+int calcStripeRatio(double* ratio, const WORD* band, int width, std::uint32_t maxGrayValue) {
     const std::vector<double> normalised = normalisedBand(band, width);
     const std::vector<double> sampled = sampledBand(normalised, width);
     const std::vector<int> homogeneous =
         findHomogeneousColumns(sampled.data(), static_cast<int>(sampled.size()) / kRows);
     const BandView view{band, normalised, width, maxGrayValue};
-    return homogeneous.size() >= 20 ? ratioOfHomogeneousColumns(ratio, view, sampled, homogeneous, log)
-                                    : ratioOfUsableColumns(ratio, view, log);
+    if (homogeneous.size() >= 20)
+        return ratioOfHomogeneousColumns(ratio, view, sampled, homogeneous);
+    return meanOfUsableColumns(ratio, view, 500) ? countRowsToCompensate(ratio) : -1;
 }
 
 void removeGenericStripe(WORD* destination, const WORD* source, int width, const double* ratio, int rows,
-                         std::uint32_t maxGrayValue, LogTexts* log) {
-    info(log, "<removeGenericStripe> begins");
-    if (rows > 24) {
-        info(log, "Warning: reduce the number of rows to correct from " + std::to_string(rows) +
-                      " to 24 to pass the range check");
-        rows = 24;
-    }
+                         std::uint32_t maxGrayValue) {
+    rows = std::min(rows, 24);
     const int start = kTriggerRow - rows;
     std::vector<double> gain;
     for (int i = 0; i < rows; ++i) {
         const float t = static_cast<float>(i + 1) / static_cast<float>(rows + 1);
         gain.push_back(((1 - t) * ratio[start - 1] + t * ratio[kTriggerRow]) / ratio[start + i]);
-        info(log, "gain[" + std::to_string(i) + "] = " + std::to_string(gain.back()));
     }
     for (int b = start; b <= 24; ++b) {
         for (int c = 0; c < width; ++c) {
@@ -303,38 +272,26 @@ void removeGenericStripe(WORD* destination, const WORD* source, int width, const
                 pixel = truncateToWord(v);
         }
     }
-    info(log, "<removeGenericStripe> terminates");
+}
+
+int correctAedStripeClinic(WORD* image, const WORD* reference, int width, int referenceWidth, int height,
+                           int triggerLine, std::uint32_t maxGrayValue) {
+    if (triggerLine <= 25 || height - triggerLine < 10)
+        return 0;
+    const std::vector<WORD> copy(image, image + at(height, 0, width));
+    double ratio[kRows];
+    const int rows =
+        calcStripeRatio(ratio, reference + at(triggerLine - 25, 0, referenceWidth), referenceWidth, maxGrayValue);
+    if (rows < 0)
+        return -1;
+    const std::size_t band = at(triggerLine - 25, 0, width);
+    removeGenericStripe(image + band, copy.data() + band, width, ratio, rows, maxGrayValue);
+    return 0;
 }
 
 namespace {
 
-const char* const kBandOutside = "unable to proceed since the band lays outside the detected window frame, or it is "
-                                 "too close to the upper or lower side of the detected window.";
-
-}  // namespace
-
-int correctAedStripeClinic(WORD* image, const WORD* reference, int width, int referenceWidth, int height,
-                           int triggerLine, std::uint32_t maxGrayValue, LogTexts* log) {
-    info(log, "<correctAedStripe> begins");
-    const std::vector<WORD> copy(image, image + at(height, 0, width));
-    if (triggerLine <= 25 || height - triggerLine < 10) {
-        info(log, kBandOutside);
-        info(log, "<correctAedStripe> terminates");
-        return 0;
-    }
-    double ratio[kRows];
-    const int rows =
-        calcStripeRatio(ratio, reference + at(triggerLine - 25, 0, referenceWidth), referenceWidth, maxGrayValue, log);
-    if (rows < 0) {
-        error(log, "<calcStripeRatio> terminates. Fail to find a band");
-        error(log, "Error occur in StripeSuppression,line 602");
-        return -1;
-    }
-    const std::size_t band = at(triggerLine - 25, 0, width);
-    removeGenericStripe(image + band, copy.data() + band, width, ratio, rows, maxGrayValue, log);
-    return 0;
-}
-
+// The smallest value that 150 of the 301 pixels of a row's segment do not exceed. The row has 1002 pixels or more.
 int segmentMedian(const WORD* row, int width) {
     const int first = width / 2 - 500 - 1;
     std::vector<int> histogram(65536, 0);
@@ -346,23 +303,23 @@ int segmentMedian(const WORD* row, int width) {
     return value;
 }
 
+struct StripeLine {
+    float slope;
+    float intercept;
+};
+
+// The line through the segment medians of the 40 rows below the trigger line, the last row of the image standing for
+// what lies beyond it: slope and value at the trigger line.
 StripeLine lineBelowTrigger(const WORD* image, int width, int height, int triggerLine) {
-    std::vector<double> weights;
-    for (int k = 0; k < 40; ++k)
-        weights.push_back((k - 19.5) / 5330);
-    for (int k = 0; k < 40; ++k)
-        weights.push_back(0.025 - 20.5 * (k - 19.5) / 5330);
     StripeLine line{0.0f, 0.0f};
     for (int k = 0; k < 40; ++k) {
         const int row = std::min(triggerLine + 1 + k, height - 1);
         const int level = segmentMedian(image + at(row, 0, width), width);
-        line.slope = static_cast<float>(line.slope + weights[static_cast<std::size_t>(k)] * level);
-        line.intercept = static_cast<float>(line.intercept + weights[static_cast<std::size_t>(40 + k)] * level);
+        line.slope = static_cast<float>(line.slope + (k - 19.5) / 5330 * level);
+        line.intercept = static_cast<float>(line.intercept + (0.025 - 20.5 * (k - 19.5) / 5330) * level);
     }
     return line;
 }
-
-namespace {
 
 void shiftRow(WORD* row, int width, float offset) {
     for (int c = 0; c < width; ++c) {
@@ -378,30 +335,22 @@ void shiftRow(WORD* row, int width, float offset) {
 
 }  // namespace
 
-int correctAedStripe(WORD* image, int width, int height, int triggerLine, LogTexts* log) {
-    info(log, "New AED Stripe Correction Method");
-    if (triggerLine < 5 || height - triggerLine < 40) {
-        info(log, kBandOutside);
+int correctAedStripe(WORD* image, int width, int height, int triggerLine) {
+    if (triggerLine < 5 || height - triggerLine < 40)
         return 0;
-    }
     if (width < 1002)
         return 1020;
     const int n = std::min(triggerLine, 15);
     const auto [s, i] = lineBelowTrigger(image, width, height, triggerLine);
-    info(log, "s = " + std::to_string(s) + ", i = " + std::to_string(i));
     const int top = triggerLine - n;
-    const auto level = [&](int row) { return segmentMedian(image + at(row, 0, width), width); };
-    const float d0 = static_cast<float>(1 - n) * s + i - static_cast<float>(level(top));
-    for (int row = 0; row < top; ++row)
-        shiftRow(image + at(row, 0, width), width, d0);
-    for (int j = 0; j < n; ++j) {
-        const int x = 1 - n + j;
-        const int median = level(top + j);
-        const float d = static_cast<float>(x) * s + i - static_cast<float>(median);
-        shiftRow(image + at(top + j, 0, width), width, d);
-        info(log, "Correcting AED stripe,current row = " + std::to_string(top + j + 6) +
-                      ", median = " + std::to_string(median) + ", delt = " + std::to_string(d));
-    }
+    // What a row is shifted by, whose place in the line is that of band row j.
+    const auto offset = [&](int row, int j) {
+        return static_cast<float>(1 - n + j) * s + i -
+               static_cast<float>(segmentMedian(image + at(row, 0, width), width));
+    };
+    const float topOffset = offset(top, 0);
+    for (int row = 0; row < triggerLine; ++row)
+        shiftRow(image + at(row, 0, width), width, row < top ? topOffset : offset(row, row - top));
     return 0;
 }
 

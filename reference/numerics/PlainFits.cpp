@@ -17,28 +17,16 @@ using Row = std::vector<float>;
 
 // Row r, column c holds the power sum r + c, the last column the sum of y times the power r.
 std::vector<Row> normalEquations(const float* const* points, int pointCount, int order) {
-    std::vector<Row> powers(pointCount, Row(2 * order + 1, 0.0f));
-    std::vector<Row> products(pointCount, Row(order + 1, 0.0f));
-    for (int i = 0; i < pointCount; ++i) {
-        powers[i][0] = 1.0f;
-        for (int k = 1; k <= 2 * order; ++k)
-            powers[i][k] = powers[i][k - 1] * points[i][0];
-        for (int k = 0; k <= order; ++k)
-            products[i][k] = powers[i][k] * points[i][1];
-    }
-    Row powerSums(2 * order + 1, 0.0f);
-    Row rightSide(order + 1, 0.0f);
-    for (int i = 0; i < pointCount; ++i) {
-        for (int k = 0; k <= 2 * order; ++k)
-            powerSums[k] += powers[i][k];
-        for (int k = 0; k <= order; ++k)
-            rightSide[k] += products[i][k];
-    }
     std::vector<Row> matrix(order + 1, Row(order + 2, 0.0f));
-    for (int r = 0; r <= order; ++r) {
-        for (int c = 0; c <= order; ++c)
-            matrix[r][c] = powerSums[r + c];
-        matrix[r][order + 1] = rightSide[r];
+    for (int i = 0; i < pointCount; ++i) {
+        Row powers(2 * order + 1, 1.0f);
+        for (int k = 1; k <= 2 * order; ++k)
+            powers[k] = powers[k - 1] * points[i][0];
+        for (int r = 0; r <= order; ++r) {
+            for (int c = 0; c <= order; ++c)
+                matrix[r][c] += powers[r + c];
+            matrix[r][order + 1] += powers[r] * points[i][1];
+        }
     }
     return matrix;
 }
@@ -91,11 +79,8 @@ int calcMedianPerColumn(float* medians, const float* image, int width, int heigh
     return 0;
 }
 
-RowMatrix::RowMatrix(int rows, int columns) : pointers_(rows + 1) {
-    for (int row = 0; row <= rows; ++row) {
-        rows_.emplace_back(columns + 1, 0.0f);
-        pointers_[row] = rows_.back().data();
-    }
+RowMatrix rowMatrix(int rows, int columns) {
+    return RowMatrix(rows + 1, Row(columns + 1, 0.0f));
 }
 
 namespace {
@@ -123,7 +108,7 @@ float largerOf(float a, float b) {
 
 // Turns column i below row i into a Householder vector and reflects the columns to its right. Returns the diagonal
 // element.
-float reflectColumn(float** u, int m, int n, int i) {
+float reflectColumn(RowMatrix& u, int m, int n, int i) {
     float scale = 0.0f;
     for (int k = i; k <= m; ++k)
         scale += std::fabs(u[k][i]);
@@ -152,7 +137,7 @@ float reflectColumn(float** u, int m, int n, int i) {
 }
 
 // The same for row i right of the diagonal and the rows below. Returns the element beside the diagonal.
-float reflectRow(float** u, int m, int n, int i, float* e) {
+float reflectRow(RowMatrix& u, int m, int n, int i, float* e) {
     const int l = i + 1;
     float scale = 0.0f;
     for (int k = l; k <= n; ++k)
@@ -183,7 +168,7 @@ float reflectRow(float** u, int m, int n, int i, float* e) {
 }
 
 // Leaves the diagonal in w and the elements beside it in e[2 .. n]. Returns the norm that negligible is measured by.
-float bidiagonalise(float** u, int m, int n, float* w, float* e) {
+float bidiagonalise(RowMatrix& u, int m, int n, float* w, float* e) {
     float norm = 0.0f;
     float beside = 0.0f;
     for (int i = 1; i <= n; ++i) {
@@ -195,7 +180,7 @@ float bidiagonalise(float** u, int m, int n, float* w, float* e) {
     return norm;
 }
 
-void accumulateRight(float** u, int n, const float* e, float** v) {
+void accumulateRight(RowMatrix& u, int n, const float* e, RowMatrix& v) {
     for (int i = n; i >= 1; --i) {
         const int l = i + 1;
         if (i < n && e[l] != 0.0f) {
@@ -215,7 +200,7 @@ void accumulateRight(float** u, int n, const float* e, float** v) {
     }
 }
 
-void accumulateLeft(float** u, int m, int n, const float* w) {
+void accumulateLeft(RowMatrix& u, int m, int n, const float* w) {
     for (int i = std::min(m, n); i >= 1; --i) {
         for (int j = i + 1; j <= n; ++j)
             u[i][j] = 0.0f;
@@ -240,7 +225,7 @@ void accumulateLeft(float** u, int m, int n, const float* w) {
 }
 
 // Turns columns first and second of the matrix by the angle with cosine c and sine s.
-void rotate(float** matrix, int rows, int first, int second, float c, float s) {
+void rotate(RowMatrix& matrix, int rows, int first, int second, float c, float s) {
     for (int k = 1; k <= rows; ++k) {
         const float x = matrix[k][first];
         const float y = matrix[k][second];
@@ -254,7 +239,7 @@ bool negligible(float value, float norm) {
 }
 
 // w[l - 1] is negligible: rotates e[l] away.
-void cancel(float** u, int m, float* w, float* e, int l, int k, float norm) {
+void cancel(RowMatrix& u, int m, float* w, float* e, int l, int k, float norm) {
     float c = 0.0f;
     float s = 1.0f;
     for (int i = l; i <= k; ++i) {
@@ -272,7 +257,7 @@ void cancel(float** u, int m, float* w, float* e, int l, int k, float norm) {
 }
 
 // One sweep over the block l .. k, with the shift from its last 2 x 2 minor.
-void sweep(float** u, int m, int n, float* w, float* e, float** v, int l, int k) {
+void sweep(RowMatrix& u, int m, int n, float* w, float* e, RowMatrix& v, int l, int k) {
     float x = w[l];
     float y = w[k - 1];
     float z = w[k];
@@ -312,7 +297,7 @@ void sweep(float** u, int m, int n, float* w, float* e, float** v, int l, int k)
     w[k] = x;
 }
 
-bool converge(float** u, int m, int n, float* w, float* e, float** v, int k, float norm) {
+bool converge(RowMatrix& u, int m, int n, float* w, float* e, RowMatrix& v, int k, float norm) {
     for (int iteration = 1;; ++iteration) {
         int l = k;
         while (l > 1 && !negligible(e[l], norm) && !negligible(w[l - 1], norm))
@@ -335,7 +320,7 @@ bool converge(float** u, int m, int n, float* w, float* e, float** v, int k, flo
 
 }  // namespace
 
-int svdcmp(float** u, int m, int n, float* w, float** v) {
+int svdcmp(RowMatrix& u, int m, int n, float* w, RowMatrix& v) {
     Row e(n + 1, 0.0f);
     const float norm = bidiagonalise(u, m, n, w, e.data());
     accumulateRight(u, n, e.data(), v);
@@ -347,7 +332,10 @@ int svdcmp(float** u, int m, int n, float* w, float** v) {
     return 0;
 }
 
-void svdBackSubstitute(float** u, const float* w, float** v, int m, int n, const float* b, float* a) {
+namespace {
+
+// Solves U diag(w) V^T a = b, without the components whose singular value is 0.
+void svdBackSubstitute(const RowMatrix& u, const Row& w, const RowMatrix& v, int m, int n, const Row& b, float* a) {
     Row tmp(n + 1, 0.0f);
     for (int j = 1; j <= n; ++j) {
         if (w[j] == 0.0f)
@@ -365,87 +353,71 @@ void svdBackSubstitute(float** u, const float* w, float** v, int m, int n, const
     }
 }
 
-int svdfit(const float* x, const float* y, const float* sigma, int m, int first, int second, float* a, int n, float** u,
-           float** v, float* w, float* chiSquare, FitBasis basis, float& fitResult) {
-    Row b(m + 1);
-    Row values(n + 1);
-    for (int i = 1; i <= m; ++i) {
-        basis(x[i], &values[1], n, first, second);
-        const float weight = static_cast<float>(1.0 / sigma[i]);
-        for (int j = 1; j <= n; ++j)
-            u[i][j] = values[j] * weight;
-        b[i] = y[i] * weight;
-    }
-    if (const int status = svdcmp(u, m, n, w, v); status != 0)
-        return status;
+// 1, x, y, xy, x^2, y^2, and up to ten values x^2 y, x y^2, x^3, y^3, from the centre of the image.
+void basisAt(int index, int width, int height, int count, float* values) {
+    const std::int64_t x = index % width - width / 2;
+    const std::int64_t y = index / width - height / 2;
+    const std::int64_t terms[] = {1, x, y, x * y, x * x, y * y, x * x * y, x * y * y, x * x * x, y * y * y};
+    for (int k = 0; k < count; ++k)
+        values[k] = static_cast<float>(terms[k]);
+}
 
+// One design row a pixel, all of the same weight; c is indexed from 1. Returns false, with everything as it was, when
+// the fit does not converge.
+bool fitPixels(const float* image, int width, int height, int terms, float* c, float& quality, float* chiSquare) {
+    const int count = width * height;
+    RowMatrix u = rowMatrix(count, terms);
+    RowMatrix v = rowMatrix(terms, terms);
+    Row w(terms + 1);
+    Row y(count + 1);
+    for (int i = 1; i <= count; ++i) {
+        basisAt(i - 1, width, height, terms, &u[i][1]);
+        y[i] = image[i - 1];
+    }
+    if (svdcmp(u, count, terms, w.data(), v) != 0)
+        return false;
     float largest = 0.0f;
-    for (int j = 1; j <= n; ++j)
-        largest = largerOf(w[j], largest);
+    for (const float value : w)
+        largest = largerOf(value, largest);
     const float threshold = static_cast<float>(largest * 1e-5);
-    for (int j = 1; j <= n; ++j) {
-        if (w[j] < threshold)
-            w[j] = 0.0f;
+    for (float& value : w) {
+        if (value < threshold)
+            value = 0.0f;
     }
-    svdBackSubstitute(u, w, v, m, n, b.data(), a);
+    svdBackSubstitute(u, w, v, count, terms, y, c);
 
+    Row values(terms);
     const auto fitted = [&](int i) {
-        basis(x[i], &values[1], n, first, second);
-        float sum = 0.0f;
-        for (int j = 1; j <= n; ++j)
-            sum += a[j] * values[j];
-        return sum;
+        basisAt(i - 1, width, height, terms, values.data());
+        return std::inner_product(values.begin(), values.end(), c + 1, 0.0f);
     };
     float chi = 0.0f;
     float dataMean = 0.0f;
     float fitMean = 0.0f;
-    for (int i = 1; i <= m; ++i) {
+    for (int i = 1; i <= count; ++i) {
         const float f = fitted(i);
-        const float deviation = (y[i] - f) / sigma[i];
-        chi += deviation * deviation;
+        chi += (y[i] - f) * (y[i] - f);
         dataMean += y[i];
         fitMean += f;
     }
     *chiSquare = chi;
-    dataMean /= static_cast<float>(m);
-    fitMean /= static_cast<float>(m);
+    dataMean /= static_cast<float>(count);
+    fitMean /= static_cast<float>(count);
     float mixed = 0.0f;
     float fitSquares = 0.0f;
     float dataSquares = 0.0f;
-    for (int i = 1; i <= m; ++i) {
+    for (int i = 1; i <= count; ++i) {
         const float f = fitted(i);
         mixed += (y[i] - dataMean) * (f - fitMean);
         fitSquares += (f - fitMean) * (f - fitMean);
         dataSquares += (y[i] - dataMean) * (y[i] - dataMean);
     }
     const float correlation = mixed / std::sqrt(fitSquares * dataSquares);
-    fitResult = correlation * correlation;
-    return 0;
+    quality = correlation * correlation;
+    return true;
 }
 
-void quadraticBasis(float abscissa, float* values, int, int width, int height) {
-    const int index = static_cast<int>(abscissa - 1.0f);
-    const std::int64_t x = index % width - width / 2;
-    const std::int64_t y = index / width - height / 2;
-    values[0] = 1.0f;
-    values[1] = static_cast<float>(x);
-    values[2] = static_cast<float>(y);
-    values[3] = static_cast<float>(x * y);
-    values[4] = static_cast<float>(x * x);
-    values[5] = static_cast<float>(y * y);
-}
-
-void cubicBasis(float abscissa, float* values, int count, int width, int height) {
-    quadraticBasis(abscissa, values, count, width, height);
-    const int index = static_cast<int>(abscissa - 1.0f);
-    const std::int64_t x = index % width - width / 2;
-    const std::int64_t y = index / width - height / 2;
-    values[6] = static_cast<float>(x * x * y);
-    values[7] = static_cast<float>(x * y * y);
-    values[8] = static_cast<float>(x * x * x);
-    values[9] = static_cast<float>(y * y * y);
-}
-
+// c holds six coefficients from index 0.
 void quadricToPeakModel(const float* c, float* model) {
     const float x0 = -c[1] / (2.0f * c[4]);
     const float y0 = -c[2] / (2.0f * c[5]);
@@ -459,32 +431,12 @@ void quadricToPeakModel(const float* c, float* model) {
     model[5] = y0;
 }
 
-namespace {
-
-// One design row a pixel. Returns false, with everything as it was, when the fit does not converge.
-bool fitPixels(const float* image, int width, int height, int terms, FitBasis basis, float* c, float& quality,
-               float* chiSquare) {
-    const int count = width * height;
-    Row x(count + 1);
-    Row y(count + 1);
-    Row sigma(count + 1, 1.0f);
-    for (int k = 1; k <= count; ++k) {
-        x[k] = static_cast<float>(k);
-        y[k] = image[k - 1];
-    }
-    RowMatrix u(count, terms);
-    RowMatrix v(terms, terms);
-    Row w(terms + 1);
-    return svdfit(x.data(), y.data(), sigma.data(), count, width, height, c, terms, u.rows(), v.rows(), w.data(),
-                  chiSquare, basis, quality) == 0;
-}
-
 }  // namespace
 
 int doSurfaceFitUsingGeneralFormula(float* model, int, float& quality, const float* image, int width, int height,
                                     float* coefficients, float* chiSquare) {
     float c[7];
-    if (!fitPixels(image, width, height, 6, quadraticBasis, c, quality, chiSquare))
+    if (!fitPixels(image, width, height, 6, c, quality, chiSquare))
         return 0;
     quadricToPeakModel(c + 1, model);
     const float table[9] = {c[1], c[3], c[6], c[2], c[4], 0.0f, c[5], 0.0f, 0.0f};
@@ -495,7 +447,7 @@ int doSurfaceFitUsingGeneralFormula(float* model, int, float& quality, const flo
 int doSurfaceFitUsingCubFormula(float* model, int n, float& quality, const float* image, int width, int height,
                                 float* coefficients, float* chiSquare) {
     float c[11];
-    if (!fitPixels(image, width, height, 10, cubicBasis, c, quality, chiSquare))
+    if (!fitPixels(image, width, height, 10, c, quality, chiSquare))
         return 0;
     quadricToPeakModel(c + 1, model);
     std::copy(c + 1, c + 1 + n, coefficients);
@@ -613,6 +565,9 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
     }
 }
 
+namespace {
+
+// a holds 3 x 3 coefficients of offsets from the mean row and column.
 void centredFitToPeakModel(const float* a, float meanRow, float meanColumn, float* model) {
     const float dx = -a[3] / (2.0f * a[6]);
     const float dy = -a[1] / (2.0f * a[2]);
@@ -623,6 +578,8 @@ void centredFitToPeakModel(const float* a, float meanRow, float meanColumn, floa
     model[4] = meanRow + dx;
     model[5] = meanColumn + dy;
 }
+
+}  // namespace
 
 int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,
                  float* residuals) {

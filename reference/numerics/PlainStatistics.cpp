@@ -16,7 +16,7 @@ std::int32_t truncateToInt(double value) noexcept {
 float ascendingMedianInPlace(float* data, int n) {
     if (data == nullptr || n < 1)
         return 1057.0f;
-    exchangeSortAscending(data, n);
+    exchangeSort(data, n, std::less<>());
     return data[n / 2];
 }
 
@@ -199,25 +199,6 @@ double getMean(const WORD* data, int n) {
 namespace {
 
 template <class T>
-int borderedExtremum(const T* data, int n, bool wantMin) {
-    T minimum = 10000;
-    T maximum = 0;
-    int minIndex = 0;
-    int maxIndex = 0;
-    for (int i = 16; i <= n - 17; ++i) {
-        if (minimum >= data[i]) {
-            minimum = data[i];
-            minIndex = i;
-        }
-        if (data[i] >= maximum) {
-            maximum = data[i];
-            maxIndex = i;
-        }
-    }
-    return wantMin ? minIndex : maxIndex;
-}
-
-template <class T>
 std::vector<T> regionCopy(const T* image, int rowStart, int rowEnd, int colStart, int colEnd, int width) {
     std::vector<T> region;
     for (int row = rowStart; row <= rowEnd; ++row) {
@@ -228,14 +209,6 @@ std::vector<T> regionCopy(const T* image, int rowStart, int rowEnd, int colStart
 }
 
 }  // namespace
-
-int getMaxandMinIndex(const double* data, int n, bool wantMin) {
-    return borderedExtremum(data, n, wantMin);
-}
-
-int getMaxandMinIndex(const float* data, int n, bool wantMin) {
-    return borderedExtremum(data, n, wantMin);
-}
 
 int findidxbigger(const float* data, int n, float threshold) {
     for (int i = 0; i < n; ++i) {

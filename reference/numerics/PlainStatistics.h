@@ -3,6 +3,8 @@
 #include <QxUtils/Types.h>
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 #include <vector>
 
 // The statistics written out step by step, without any shortcut: what the library's fast methods are compared with,
@@ -13,29 +15,13 @@ namespace qx::plain {
 // x86 truncation of a number to a 32-bit integer: INT_MIN for NaN and for what does not fit.
 std::int32_t truncateToInt(double value) noexcept;
 
-// The quadratic exchange sort. Comparisons with NaN are false, so a NaN never moves.
-template <class T>
-void exchangeSortDescending(T* data, int n) {
+// The quadratic exchange sort; isBefore is the order. Comparisons with NaN are false, so a NaN never moves.
+template <class T, class Order>
+void exchangeSort(T* data, int n, Order isBefore) {
     for (int i = 1; i < n; ++i) {
         for (int j = 0; j < i; ++j) {
-            if (data[i] > data[j]) {
-                const T kept = data[i];
-                data[i] = data[j];
-                data[j] = kept;
-            }
-        }
-    }
-}
-
-template <class T>
-void exchangeSortAscending(T* data, int n) {
-    for (int i = 1; i < n; ++i) {
-        for (int j = 0; j < i; ++j) {
-            if (data[j] > data[i]) {
-                const T kept = data[i];
-                data[i] = data[j];
-                data[j] = kept;
-            }
+            if (isBefore(data[i], data[j]))
+                std::swap(data[i], data[j]);
         }
     }
 }
@@ -46,7 +32,7 @@ T descendingMedian(const T* data, int n) {
     if (data == nullptr || n < 1)
         return static_cast<T>(1057);
     std::vector<T> copy(data, data + n);
-    exchangeSortDescending(copy.data(), n);
+    exchangeSort(copy.data(), n, std::greater<>());
     return copy[n / 2];
 }
 
@@ -68,8 +54,19 @@ float getStdev(const float* image, int width, int height);
 void getStdevAndMean(const int* image, int width, int height, float& mean, float& stdev);
 double getMean(const WORD* data, int n);
 
-int getMaxandMinIndex(const double* data, int n, bool wantMin);
-int getMaxandMinIndex(const float* data, int n, bool wantMin);
+// The last smallest value up to 10000 or the last largest one from 0 on, the 16 outermost values left out.
+template <class T>
+int getMaxandMinIndex(const T* data, int n, bool wantMin) {
+    T extremum = wantMin ? 10000 : 0;
+    int index = 0;
+    for (int i = 16; i <= n - 17; ++i) {
+        if (wantMin ? extremum >= data[i] : data[i] >= extremum) {
+            extremum = data[i];
+            index = i;
+        }
+    }
+    return index;
+}
 
 // First smallest and last largest element. n is at least 1.
 template <class T>

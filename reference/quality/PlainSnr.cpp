@@ -39,21 +39,13 @@ int snrCount(int width, int height) {
     return (std::min(width, height) - 12) / 256 + 2;
 }
 
-int snrSide(int k) {
-    return k < 2 ? 64 << k : 256 * (k - 1);
-}
-
-float expectedSnrFactor(int k) {
-    return k == 0 ? 0.9f : static_cast<float>(86 - 2 * (k - 1)) / 100.0f;
-}
-
 std::vector<float> snrSeries(const WORD* image, int width, int height) {
     std::vector<std::int32_t> work(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     for (std::size_t i = 0; i < work.size(); ++i)
         work[i] = image[i] - kPedestal;
     std::vector<float> series;
     for (int k = 0; k < snrCount(width, height); ++k) {
-        const int side = snrSide(k);
+        const int side = k < 2 ? 64 << k : 256 * (k - 1);
         const int top = (height - side) / 2;
         const int left = (width - side) / 2;
         std::vector<std::int32_t> square;
@@ -64,28 +56,6 @@ std::vector<float> snrSeries(const WORD* image, int width, int height) {
         series.push_back(snrOfSquare(square, side));
     }
     return series;
-}
-
-SnrShortfall compareSnr(const std::vector<float>& measured, const std::vector<float>& factory) {
-    SnrShortfall result{0, 0};
-    for (std::size_t k = 0; k < measured.size(); ++k) {
-        const float scaled = measured[0] / factory[0] * factory[k];
-        const float expected = scaled * expectedSnrFactor(static_cast<int>(k));
-        result.belowScaled += measured[k] - scaled < 0 ? 1 : 0;
-        result.belowExpected += measured[k] - expected < 0 ? 1 : 0;
-    }
-    return result;
-}
-
-int snrCheckCode(const std::vector<float>& measured, const std::vector<float>& factory) {
-    return compareSnr(measured, factory).belowExpected < 3 ? 0 : 1088;
-}
-
-int snrGrade(const std::vector<float>& measured, const std::vector<float>& factory) {
-    const SnrShortfall shortfall = compareSnr(measured, factory);
-    if (shortfall.belowScaled == 0)
-        return 1090;
-    return shortfall.belowExpected < 3 ? 1091 : 1092;
 }
 
 }  // namespace qx::plain

@@ -17,48 +17,7 @@ std::size_t at(int row, int column, int width) {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(column);
 }
 
-float meanAsFloat(const WORD* data, int n) {
-    return static_cast<float>(getMean(data, n));
-}
-
-struct Origin {
-    int row, column;
-};
-
-std::vector<Origin> squareOrigins(int width, int height) {
-    const float dx = static_cast<float>(width) * 0.333f * 0.5f;
-    const float dy = static_cast<float>(height) * 0.333f * 0.5f;
-    const int top = truncateToInt(dy);
-    const int left = truncateToInt(dx);
-    const int bottom = truncateToInt(static_cast<float>(height - kSquare) - dy);
-    const int right = truncateToInt(static_cast<float>(width - kSquare) - dx);
-    return {
-        {(height - kSquare) / 2, (width - kSquare) / 2}, {top, left}, {top, right}, {bottom, left}, {bottom, right}};
-}
-
-WORD truncatedSquareMean(const WORD* image, int width, const Origin& origin) {
-    std::vector<WORD> square;
-    for (int row = origin.row; row < origin.row + kSquare; ++row) {
-        for (int column = origin.column; column < origin.column + kSquare; ++column)
-            square.push_back(image[at(row, column, width)]);
-    }
-    return static_cast<WORD>(truncateToInt(meanAsFloat(square.data(), kSquare * kSquare)));
-}
-
 }  // namespace
-
-SquareSpread squareSpread(const WORD* image, int width, int height) {
-    std::vector<WORD> means;
-    for (const Origin& origin : squareOrigins(width, height))
-        means.push_back(truncatedSquareMean(image, width, origin));
-    const int mean = truncateToInt(meanAsFloat(means.data(), 5));
-    return {mean, getStdev(means.data(), 5, 1) / static_cast<float>(mean)};
-}
-
-int getUniform(const WORD* image, int width, int height, float limit) {
-    const SquareSpread measured = squareSpread(image, width, height);
-    return measured.mean != 0 && limit <= measured.spread ? 1062 : 0;
-}
 
 std::vector<float> stripMeans(const WORD* image, int width, int height) {
     std::vector<float> means;
@@ -82,6 +41,9 @@ int analysisStrip(const WORD* image, int width, int height, int limit) {
     return 0;
 }
 
+namespace {
+
+// First column of the darkest strip.
 int darkestStripStart(const WORD* image, int width, int height) {
     const std::vector<float> means = stripMeans(image, width, height);
     int minimum = 10000;
@@ -95,6 +57,8 @@ int darkestStripStart(const WORD* image, int width, int height) {
     return start;
 }
 
+}  // namespace
+
 float darkLevel(const WORD* image, int width, int height) {
     const int start = darkestStripStart(image, width, height);
     std::vector<WORD> strip;
@@ -102,7 +66,7 @@ float darkLevel(const WORD* image, int width, int height) {
         for (int column = start; column < start + kStrip; ++column)
             strip.push_back(image[at(row, column, width)]);
     }
-    const int mean = truncateToInt(meanAsFloat(strip.data(), kStrip * height));
+    const int mean = truncateToInt(static_cast<float>(getMean(strip.data(), kStrip * height)));
     return static_cast<float>(mean) - 3.0f * getStdev(strip.data(), kStrip, height);
 }
 
@@ -131,10 +95,6 @@ int countRowSteps(const float* image, int width, int height, float limit) {
     return steps;
 }
 
-int analysisRcn(const float* image, int width, int height, float limit) {
-    return countRowSteps(image, width, height, limit) >= 500 ? 1064 : 0;
-}
-
 std::vector<float> blockDeviations(const WORD* image, int width, int height) {
     const int columns = width / kSquare;
     const int rows = height / kSquare;
@@ -150,11 +110,6 @@ std::vector<float> blockDeviations(const WORD* image, int width, int height) {
     for (float& value : inner)
         value = std::fabs(value - reference) / reference;
     return inner;
-}
-
-float loggedDeviation(const std::vector<float>& deviations) {
-    const int index = getMaxandMinIndex(deviations.data(), static_cast<int>(deviations.size()), false);
-    return deviations[static_cast<std::size_t>(index)];
 }
 
 int checkGlobalUniform(const WORD* image, int width, int height, float limit) {

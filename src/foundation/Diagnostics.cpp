@@ -6,17 +6,31 @@ namespace {
 
 int debugFlag = 0;
 
+thread_local constinit int silences = 0;
+
 }  // namespace
 
 namespace qx {
 
 void printDebug(const char* format, ...) noexcept {
-    if (debugFlag == 0)
+    if (debugFlag == 0 || Silence::isKept())
         return;
     std::va_list arguments;
     va_start(arguments, format);
     printConsoleList(format, arguments);
     va_end(arguments);
+}
+
+Silence::Silence() noexcept {
+    ++silences;
+}
+
+Silence::~Silence() {
+    --silences;
+}
+
+bool Silence::isKept() noexcept {
+    return silences > 0;
 }
 
 }  // namespace qx

@@ -44,6 +44,7 @@ struct ImageView {
     T* row(int y) const noexcept { return data + static_cast<std::ptrdiff_t>(y) * width; }
     T& at(int y, int x) const noexcept { return row(y)[x]; }
     std::span<T> rowSpan(int y) const noexcept { return {row(y), static_cast<std::size_t>(width)}; }
+    std::span<T> span() const noexcept { return {data, static_cast<std::size_t>(pixels())}; }
 
     // The same pixels, which may not be changed.
     operator ImageView<const T>() const noexcept requires(!std::is_const_v<T>) { return {data, width, height}; }

@@ -60,6 +60,8 @@ void logCourse(const char* operation, const char* words, int value, LogModuleId 
 }  // namespace
 
 int WriteLogFile(int moduleId, int infoType, const char* text, int value) {
+    if (qx::Silence::isKept())
+        return 0;
     const ConfigInfo* config = getConfigInfo();
     // Kept: goes before every other check.
     if (config == nullptr || config->loggingEnabled == 0)

@@ -33,6 +33,12 @@ public:
     // Returns the value, which the line at the end tells.
     int end(int value) noexcept { return value_ = value; }
 
+    // Returns the value, which the line at the end tells in other words.
+    int end(int value, const char* ending) noexcept {
+        ending_ = ending;
+        return end(value);
+    }
+
     // Returns the value; nothing tells of the end.
     int endUntold(int value) noexcept {
         ending_ = nullptr;

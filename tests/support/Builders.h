@@ -2,6 +2,7 @@
 
 #include <QxUtils/Types.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -27,14 +28,21 @@ private:
     std::uint64_t state_;
 };
 
-struct TestImage {
+template <class Pixel>
+struct ImageOf {
     int width;
     int height;
-    std::vector<WORD> pixels;
+    std::vector<Pixel> pixels;
 
-    const WORD* data() const { return pixels.data(); }
-    WORD& at(int row, int col) { return pixels[static_cast<std::size_t>(row) * width + col]; }
+    const Pixel* data() const { return pixels.data(); }
+    Pixel& at(int row, int col) { return pixels[static_cast<std::size_t>(row) * width + col]; }
+    // Gives a region, which lies inside, one value.
+    void fill(int row, int col, int rows, int cols, Pixel value) {
+        for (int r = row; r < row + rows; ++r)
+            std::fill_n(&at(r, col), cols, value);
+    }
 };
+using TestImage = ImageOf<WORD>;
 
 TestImage constantImage(int width, int height, WORD value);
 // Value start + row * width + col, modulo 2^16.

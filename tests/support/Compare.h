@@ -56,24 +56,17 @@ template <class T, class Same>
         return ::testing::AssertionFailure() << "sizes " << expected.size() << " and " << actual.size();
     std::size_t differing = 0;
     std::size_t first = 0;
-    std::size_t worst = 0;
-    double worstError = -1;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
+    for (std::size_t i = expected.size(); i-- > 0;) {
         if (same(expected[i], actual[i]))
             continue;
-        first = differing++ == 0 ? i : first;
-        const double error = std::fabs(static_cast<double>(expected[i]) - static_cast<double>(actual[i]));
-        if (error > worstError) {
-            worstError = error;
-            worst = i;
-        }
+        first = i;
+        ++differing;
     }
     if (differing == 0)
         return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << differing << " of " << expected.size() << " differ; first at " << first
                                          << ": expected " << described(expected[first]) << ", got "
-                                         << described(actual[first]) << "; worst at " << worst << ": expected "
-                                         << described(expected[worst]) << ", got " << described(actual[worst]);
+                                         << described(actual[first]);
 }
 
 }  // namespace detail

@@ -84,6 +84,17 @@ protected:
         return lines;
     }
 
+    // The lines since the last call. Those that are no information of this library keep "module | letter | ".
+    std::vector<std::string> takeLog() const {
+        static constexpr std::string_view kInformation = "Utils  | I | ";
+        std::vector<std::string> lines = logLines();
+        for (std::string& line : lines)
+            line.erase(0, line.starts_with(kInformation) ? kInformation.size() : 0);
+        for (const auto& file : logFiles())
+            std::filesystem::remove(file);
+        return lines;
+    }
+
 private:
     static void restoreSwitches() {
         setLogLevel(1);

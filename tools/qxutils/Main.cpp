@@ -1,5 +1,5 @@
 #include "commands/Command.h"
-#include "common/DetectorFile.h"
+#include "common/DetectorSetup.h"
 
 #include <QxUtils/Foundation.h>
 #include <VirtualDetector.h>
@@ -72,20 +72,7 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
-    addDemoCommand(app, chosen);
-    addCheckCommand(app, chosen);
-    addSnrCommand(app, chosen);
-    addStripeCommand(app, chosen);
-    addFactorySnrCommand(app, chosen);
-    addNdtCommand(app, chosen);
-    addFilterCommand(app, chosen);
-    addResizeCommand(app, chosen);
-    addInfoCommand(app, chosen);
-    addDefectsCommand(app, chosen);
-    addPreviewCommand(app, chosen);
-    addBase64Command(app, chosen);
-    addExplainCommand(app, chosen);
-    addVersionCommand(app, chosen);
+    addCommands(app, chosen);
 }
 
 int parseAndRun(int argc, char** argv) {

@@ -15,27 +15,22 @@ inline constexpr float kNoSignal = 0.1f;
 // The balance of the detector's AFE blocks over an image without pixels at or below 0: measures it and hands the result
 // to `apply`, which returns a status. No image gives 1017. Logs its course.
 template <class Apply>
-int balanceAfes(FloatRows* rows, int width, int height, Apply apply) {
-    const auto balance = [&]() -> int {
-        if (rows == nullptr) {
-            logInfo(kLogNoValue, "rad image is null");
-            return StatusNullImage;
-        }
-        const AfeBlocks blocks{width, detectorAfeWidth()};
-        if (!isImageSize(width, height) || !measurable(blocks))
-            return StatusWrongParameter;
-        AfeMeasurement measurement(blocks, height);
-        if (!measurement) {
-            measurement.logMissingBuffer();
-            return StatusAllocationFailed;
-        }
-        const int status = measurement.measure(*rows);
-        return status == StatusOk ? apply(measurement) : status;
-    };
-    logBegin("correctRDwithoutRgain");
-    const int status = balance();
-    logEnd("correctRDwithoutRgain", " terminates", status);
-    return status;
+int balanceAfes(FloatRows* rows, Apply apply) {
+    LoggedOperation operation("correctRDwithoutRgain");
+    if (rows == nullptr) {
+        logInfo(kLogNoValue, "rad image is null");
+        return operation.end(StatusNullImage);
+    }
+    const AfeBlocks blocks{rows->width(), detectorAfeWidth()};
+    if (!isImageSize(rows->width(), rows->height()) || !measurable(blocks))
+        return operation.end(StatusWrongParameter);
+    AfeMeasurement measurement(blocks, rows->height());
+    if (!measurement) {
+        measurement.logMissingBuffer();
+        return operation.end(StatusAllocationFailed);
+    }
+    const int status = measurement.measure(*rows);
+    return operation.end(status == StatusOk ? apply(measurement) : status);
 }
 
 }  // namespace qx

@@ -4,14 +4,13 @@
 #include "correction/afe/AfeBalance.h"
 #include "correction/afe/AfeEdges.h"
 #include "correction/afe/AfeMeasurement.h"
-#include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "kernels/AfeKernels.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <span>
 
 namespace {
 
@@ -20,33 +19,40 @@ using qx::AfeBlocks;
 // An image in the caller's memory that loses its pixels without signal as it is read.
 class RaisedRows final : public qx::FloatRows {
 public:
-    explicit RaisedRows(const qx::ImageView<float>& image) noexcept : image_(image) {}
+    explicit RaisedRows(const qx::ImageView<float>& image) noexcept
+        : FloatRows(image.width, image.height), image_(image) {}
 
     const float* row(int y) noexcept override {
         qx::afeKernels().raise(image_.row(y), image_.width, qx::kNoSignal);
         return image_.row(y);
     }
-    float pixel(int y, int x) const noexcept override { return image_.row(y)[x]; }
+    float pixel(int y, int x) const noexcept override { return image_.at(y, x); }
 
 private:
     qx::ImageView<float> image_;
 };
 
-bool isImage(int width, int height) {
-    return qx::isImageSize(width, height);
-}
-
 bool hasBlocks(const AfeBlocks& blocks) {
     return blocks.afeWidth >= 1 && blocks.afeWidth <= blocks.width;
 }
 
+// Whether these are the boundaries of the blocks, of which there has to be one.
+bool areBoundaries(int nAfe, const AfeBlocks& blocks) {
+    return hasBlocks(blocks) && nAfe >= 1 && nAfe == blocks.boundaries();
+}
+
 // Sums of the columns in the order of the rows, divided by their number.
-void columnMeans(const qx::ImageView<float>& image, float* means) {
-    std::fill_n(means, image.width, 0.0f);
+void columnMeans(const qx::ImageView<float>& image, std::span<float> means) {
+    std::ranges::fill(means, 0.0f);
     for (int y = 0; y < image.height; ++y)
-        qx::afeKernels().add(image.row(y), image.width, means);
-    for (int x = 0; x < image.width; ++x)
-        means[x] /= static_cast<float>(image.height);
+        qx::afeKernels().add(image.row(y), image.width, means.data());
+    for (float& sum : means)
+        sum /= image.height;
+}
+
+void scaleImage(const qx::ImageView<float>& image, const AfeBlocks& blocks, std::span<const float> columnGains) {
+    for (int y = 0; y < image.height; ++y)
+        qx::scaleRow(image.rowSpan(y), blocks, columnGains);
 }
 
 }  // namespace
@@ -54,9 +60,8 @@ void columnMeans(const qx::ImageView<float>& image, float* means) {
 int correctRDwithoutRgain(float* image, int width, int height) {
     const qx::ImageView<float> view{image, width, height};
     RaisedRows rows(view);
-    return qx::balanceAfes(image == nullptr ? nullptr : &rows, width, height, [&](qx::AfeMeasurement& measurement) {
-        for (int y = 0; y < height; ++y)
-            qx::scaleRow(view.row(y), measurement.blocks(), measurement.columnGains());
+    return qx::balanceAfes(image == nullptr ? nullptr : &rows, [&](const qx::AfeMeasurement& measurement) {
+        scaleImage(view, measurement.blocks(), measurement.columnGains());
         return StatusOk;
     });
 }
@@ -64,65 +69,65 @@ int correctRDwithoutRgain(float* image, int width, int height) {
 int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth) {
     if (image == nullptr || rgain == nullptr)
         return StatusNullArgument;
+    const qx::ImageView<float> view{image, width, height};
     const AfeBlocks blocks{width, afeWidth};
-    if (!isImage(width, height) || !hasBlocks(blocks) || nAfe < 1)
+    if (!view.exists() || !hasBlocks(blocks) || nAfe < 1)
         return StatusWrongParameter;
-    qx::Scratch<float> columnGains(static_cast<std::size_t>(width));
+    qx::Scratch<float> columnGains(width);
     if (!columnGains)
         return StatusAllocationFailed;
-    qx::spreadGains(blocks, {rgain, static_cast<std::size_t>(nAfe)}, columnGains.data());
-    const qx::ImageView<float> view{image, width, height};
-    for (int y = 0; y < height; ++y)
-        qx::scaleRow(view.row(y), blocks, columnGains.data());
+    qx::spreadGains(std::span(rgain, nAfe), blocks, columnGains.span());
+    scaleImage(view, blocks, columnGains.span());
     return StatusOk;
 }
 
 int correctAbnormalPixelFromRD(float* image, int width, int height) {
     if (image == nullptr)
         return StatusNullArgument;
-    if (!isImage(width, height))
+    const qx::ImageView<float> view{image, width, height};
+    if (!view.exists())
         return StatusWrongParameter;
-    qx::afeKernels().raise(image, width * height, qx::kNoSignal);
+    qx::afeKernels().raise(image, view.pixels(), qx::kNoSignal);
     return StatusOk;
 }
 
 int calcNeighbourAFERatio(float* ratio, int nAfe, const float* image, int width, int height, int afeWidth) {
     if (ratio == nullptr || image == nullptr)
         return StatusNullArgument;
-    const AfeBlocks blocks{width, afeWidth};
-    if (!isImage(width, height) || !hasBlocks(blocks) || nAfe < 1 || nAfe != blocks.boundaries())
-        return StatusWrongParameter;
     const qx::ImageView<const float> view{image, width, height};
+    const AfeBlocks blocks{width, afeWidth};
+    if (!view.exists() || !areBoundaries(nAfe, blocks))
+        return StatusWrongParameter;
+    const qx::ImageView<float> ratios{ratio, nAfe, height};
     for (int y = 0; y < height; ++y)
-        qx::neighbourRatios(view.row(y), blocks, ratio + static_cast<std::ptrdiff_t>(y) * nAfe);
+        qx::neighbourRatios(view.rowSpan(y), blocks, ratios.rowSpan(y));
     return StatusOk;
 }
 
 void overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth) {
+    const qx::ImageView<float> view{image, width, height};
     const AfeBlocks blocks{width, afeWidth};
-    if (image == nullptr || !isImage(width, height) || !qx::measurable(blocks))
+    if (!view.exists() || !qx::measurable(blocks))
         return;
-    qx::Scratch<float> means(static_cast<std::size_t>(width));
+    qx::Scratch<float> means(width);
     qx::AfeEdges edges(blocks);
     if (!means || !edges)
         return;
-    qx::logBegin("overwriteBadLineAroundAFEEdge");
-    const qx::ImageView<float> view{image, width, height};
-    columnMeans(view, means.data());
-    edges.find(means.data());
+    const qx::LoggedOperation operation("overwriteBadLineAroundAFEEdge");
+    columnMeans(view, means.span());
+    edges.find(means.span());
     for (int y = 0; y < height; ++y)
         for (const qx::ColumnReplacement& replacement : edges.replacements())
-            view.row(y)[replacement.column] = view.row(y)[replacement.source];
-    qx::logEnd("overwriteBadLineAroundAFEEdge", " terminates", kLogNoValue);
+            view.at(y, replacement.column) = view.at(y, replacement.source);
 }
 
 int calcRgain(float* rgain, const float* medianRatio, int nAfe, int width, int afeWidth) {
     if (rgain == nullptr || medianRatio == nullptr)
         return StatusNullArgument;
     const AfeBlocks blocks{width, afeWidth};
-    if (!hasBlocks(blocks) || nAfe < 1 || nAfe != blocks.boundaries())
+    if (!areBoundaries(nAfe, blocks))
         return StatusWrongParameter;
-    qx::gainsOf(medianRatio, blocks, rgain);
+    qx::gainsOf(std::span(medianRatio, nAfe), blocks, std::span(rgain, nAfe));
     return StatusOk;
 }
 
@@ -130,5 +135,5 @@ void subtractImage(float* out, const WORD* a, const WORD* b, int pixelCount) {
     if (out == nullptr || a == nullptr || b == nullptr)
         return;
     for (int i = 0; i < pixelCount; ++i)
-        out[i] = static_cast<float>(a[i]) - static_cast<float>(b[i]);
+        out[i] = a[i] - b[i];
 }

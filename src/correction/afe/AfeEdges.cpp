@@ -5,7 +5,6 @@
 #include "numerics/statistics/ExchangeSelection.h"
 
 #include <cmath>
-#include <cstddef>
 
 namespace qx {
 namespace {
@@ -36,14 +35,13 @@ struct AfeEdges::Edge {
 };
 
 AfeEdges::AfeEdges(const AfeBlocks& blocks) noexcept
-    : blocks_(blocks), segment_(static_cast<std::size_t>(blocks.afeWidth)),
-      found_(2 * static_cast<std::size_t>(blocks.count())) {}
+    : blocks_(blocks), sorted_(blocks.afeWidth), found_(2, blocks.count()) {}
 
-void AfeEdges::find(const float* means) noexcept {
+void AfeEdges::find(std::span<const float> means) noexcept {
     count_ = 0;
     for (int block = 0; block < blocks_.count(); ++block) {
-        const float* const segment = means + blocks_.first(block);
-        const float median = middle(segment, blocks_.afeWidth);
+        const std::span<const float> segment = means.subspan(blocks_.first(block), blocks_.afeWidth);
+        const float median = middle(segment);
         const auto jump = [&](int i) { return std::fabs((segment[i + 1] - segment[i]) / median) > kJump; };
         const int last = blocks_.afeWidth - 1;
         judgeLeft(segment, {blocks_.first(block), 1, {jump(0), jump(1), jump(2)}});
@@ -51,14 +49,14 @@ void AfeEdges::find(const float* means) noexcept {
     }
 }
 
-void AfeEdges::judgeLeft(const float* segment, const Edge& edge) noexcept {
+void AfeEdges::judgeLeft(std::span<const float> segment, const Edge& edge) noexcept {
     if (edge.are(false, true, false))
         return replace(edge.by(2));
     if (edge.are(true, false, false))
         return replace(edge.by(1));
     if (!edge.are(true, true, true))
         return;
-    const float median = middle(segment, kMinEdgeBlock);
+    const float median = middle(segment.first<kMinEdgeBlock>());
     if (std::fabs(segment[0] - median) / median > kFarOff) {
         logFound("loc, ", edge.by(1));
         return replace(edge.by(1));
@@ -76,13 +74,14 @@ void AfeEdges::judgeRight(const Edge& edge) noexcept {
 }
 
 // Element n/2 in ascending order.
-float AfeEdges::middle(const float* segment, int count) noexcept {
-    return exchangeMiddle<SortOrder::Ascending>(segment, count, segment_.data());
+float AfeEdges::middle(std::span<const float> segment) noexcept {
+    return exchangeMiddle<SortOrder::Ascending>(segment.data(), static_cast<int>(segment.size()), sorted_.data());
 }
 
 void AfeEdges::replace(const ColumnReplacement& replacement) noexcept {
     logFound("", replacement);
-    found_[count_++] = replacement;
+    found_[count_] = replacement;
+    ++count_;
 }
 
 }  // namespace qx

@@ -23,25 +23,25 @@ public:
     // afeWidth is at least kMinEdgeBlock.
     explicit AfeEdges(const AfeBlocks& blocks) noexcept;
 
-    explicit operator bool() const noexcept { return segment_ && found_; }
+    explicit operator bool() const noexcept { return sorted_ && found_; }
 
     // Judges the means of the columns. Logs every replacement.
-    void find(const float* means) noexcept;
+    void find(std::span<const float> means) noexcept;
 
-    std::span<const ColumnReplacement> replacements() noexcept { return found_.span().first(count_); }
+    std::span<const ColumnReplacement> replacements() const noexcept { return found_.span().first(count_); }
 
 private:
     struct Edge;
 
-    void judgeLeft(const float* segment, const Edge& edge) noexcept;
+    void judgeLeft(std::span<const float> segment, const Edge& edge) noexcept;
     void judgeRight(const Edge& edge) noexcept;
-    float middle(const float* segment, int count) noexcept;
+    float middle(std::span<const float> segment) noexcept;
     void replace(const ColumnReplacement& replacement) noexcept;
 
     AfeBlocks blocks_;
-    Scratch<float> segment_;
+    Scratch<float> sorted_;
     Scratch<ColumnReplacement> found_;
-    std::size_t count_ = 0;
+    int count_ = 0;
 };
 
 }  // namespace qx

@@ -9,16 +9,11 @@
 #include <QxSysMgt.h>
 
 #include <algorithm>
-#include <cstddef>
 
 namespace qx {
 namespace {
 
 constexpr int kDefaultAfeWidth = 32;
-
-std::size_t cells(int rows, int columns) noexcept {
-    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-}
 
 // Kept: the ratio points away from the reference block.
 float ratioAt(int boundary, const AfeBlocks& blocks, float left, float right) noexcept {
@@ -29,20 +24,21 @@ float ratioAt(int boundary, const AfeBlocks& blocks, float left, float right) no
 
 int detectorAfeWidth() noexcept {
     int afeWidth = kDefaultAfeWidth;
+    // Kept: nobody asks whether the query failed.
     getAFEWidthByDetectorDescription(&afeWidth);
     return afeWidth;
 }
 
-void neighbourRatios(const float* row, const AfeBlocks& blocks, float* ratios) noexcept {
+void neighbourRatios(std::span<const float> row, const AfeBlocks& blocks, std::span<float> ratios) noexcept {
     const int reference = blocks.reference();
-    const float* left = row + blocks.last(0);
+    const float* left = row.data() + blocks.last(0);
     for (int k = 0; k < reference; ++k, left += blocks.afeWidth)
         ratios[k] = left[0] / left[1];
     for (int k = reference; k < blocks.boundaries(); ++k, left += blocks.afeWidth)
         ratios[k] = left[1] / left[0];
 }
 
-void gainsOf(const float* medianRatios, const AfeBlocks& blocks, float* gains) noexcept {
+void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::span<float> gains) noexcept {
     const int reference = blocks.reference();
     for (int k = 0; k < blocks.boundaries(); ++k) {
         const int first = k < reference ? k : reference;
@@ -54,33 +50,33 @@ void gainsOf(const float* medianRatios, const AfeBlocks& blocks, float* gains) n
     }
 }
 
-void spreadGains(const AfeBlocks& blocks, std::span<const float> gains, float* columnGains) noexcept {
-    std::fill_n(columnGains, blocks.width, 1.0f);
+void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, std::span<float> columnGains) noexcept {
+    const int reference = blocks.reference();
     for (int x = 0; x < blocks.width; ++x) {
         const int block = x / blocks.afeWidth;
-        const auto index = static_cast<std::size_t>(block < blocks.reference() ? block : block - 1);
-        if (block != blocks.reference() && index < gains.size())
-            columnGains[x] = gains[index];
+        const int gain = block < reference ? block : block - 1;
+        const bool hasGain = block != reference && gain < std::ssize(gains);
+        columnGains[x] = hasGain ? gains[gain] : 1.0f;
     }
 }
 
-void scaleRow(float* row, const AfeBlocks& blocks, const float* columnGains) noexcept {
+void scaleRow(std::span<float> row, const AfeBlocks& blocks, std::span<const float> columnGains) noexcept {
     constexpr float kSaturated = 65535.0f;
     const AfeKernels& kernels = afeKernels();
     const int first = blocks.first(blocks.reference());
     const int end = first + blocks.afeWidth;
-    kernels.scaleBelow(row, first, columnGains, kSaturated);
-    kernels.scaleBelow(row + end, blocks.width - end, columnGains + end, kSaturated);
+    kernels.scaleBelow(row.data(), first, columnGains.data(), kSaturated);
+    kernels.scaleBelow(row.data() + end, blocks.width - end, columnGains.data() + end, kSaturated);
 }
 
 AfeMeasurement::AfeMeasurement(const AfeBlocks& blocks, int height) noexcept
-    : blocks_(blocks), height_(height), ratios_(cells(height, blocks.boundaries())), edges_(blocks),
-      columns_(static_cast<std::size_t>(blocks.width)), medians_(static_cast<std::size_t>(blocks.boundaries())),
-      gains_(static_cast<std::size_t>(blocks.boundaries())) {}
+    : blocks_(blocks), height_(height), ratios_(blocks.boundaries(), height), edges_(blocks), columns_(blocks.width),
+      medians_(blocks.boundaries()), gains_(blocks.boundaries()) {}
 
 void AfeMeasurement::logMissingBuffer() const noexcept {
-    const long long gainBytes = static_cast<long long>(sizeof(float)) * blocks_.boundaries();
-    const long long imageBytes = static_cast<long long>(sizeof(float)) * blocks_.width * height_;
+    constexpr long long kValueBytes = sizeof(float);
+    const long long gainBytes = kValueBytes * blocks_.boundaries();
+    const long long imageBytes = kValueBytes * blocks_.width * height_;
     // The edges and column means stand in for a copy of the image.
     if (!ratios_)
         logAllocationFailure("afeRatio", gainBytes * height_, kLogNoValue);
@@ -96,46 +92,46 @@ int AfeMeasurement::measure(FloatRows& rows) noexcept {
     findEdges(rows);
     useReplacements(rows);
     if (blocks_.boundaries() > 0) {
-        const int status = calcMedianPerColumn(medians_.data(), ratios_.data(), blocks_.boundaries(), height_);
+        const int status = calcMedianPerColumn(medians_.data(), ratios_.view().data, blocks_.boundaries(), height_);
         if (status != StatusOk)
             return status;
     }
-    gainsOf(medians_.data(), blocks_, gains_.data());
-    spreadGains(blocks_, gains_.span(), columns_.data());
+    gainsOf(medians_.span(), blocks_, gains_.span());
+    spreadGains(gains_.span(), blocks_, columns_.span());
     return StatusOk;
 }
 
 // One pass over the image: sums of the columns, in the order of the rows, and the ratios as they are without
 // replacements.
 void AfeMeasurement::findEdges(FloatRows& rows) noexcept {
-    logBegin("overwriteBadLineAroundAFEEdge");
+    const LoggedOperation operation("overwriteBadLineAroundAFEEdge");
     const AfeKernels& kernels = afeKernels();
+    const ImageView<float> ratios = ratios_.view();
     columns_.clear();
     for (int y = 0; y < height_; ++y) {
-        const float* const row = rows.row(y);
-        kernels.add(row, blocks_.width, columns_.data());
-        neighbourRatios(row, blocks_, ratios_.data() + cells(y, blocks_.boundaries()));
+        const std::span row(rows.row(y), columns_.span().size());
+        kernels.add(row.data(), blocks_.width, columns_.data());
+        neighbourRatios(row, blocks_, ratios.rowSpan(y));
     }
-    const auto count = static_cast<float>(height_);
-    std::ranges::for_each(columns_.span(), [count](float& sum) { sum /= count; });
-    edges_.find(columns_.data());
-    logEnd("overwriteBadLineAroundAFEEdge", " terminates", kLogNoValue);
+    for (float& sum : columns_.span())
+        sum /= height_;
+    edges_.find(columns_.span());
 }
 
-// Measures the boundaries next to replaced columns again.
+// Measures the boundaries next to replaced columns again. Kept: the image is left as it is.
 void AfeMeasurement::useReplacements(const FloatRows& rows) noexcept {
     const auto sourceOf = [this](int column) {
         const auto found = std::ranges::lower_bound(replacements(), column, {}, &ColumnReplacement::column);
         return found == replacements().end() || found->column != column ? column : found->source;
     };
+    const ImageView<float> ratios = ratios_.view();
     for (int k = 0; k < blocks_.boundaries(); ++k) {
         const int left = sourceOf(blocks_.last(k));
         const int right = sourceOf(blocks_.first(k + 1));
         if (left == blocks_.last(k) && right == blocks_.first(k + 1))
             continue;
         for (int y = 0; y < height_; ++y)
-            ratios_[cells(y, blocks_.boundaries()) + static_cast<std::size_t>(k)] =
-                ratioAt(k, blocks_, rows.pixel(y, left), rows.pixel(y, right));
+            ratios.at(y, k) = ratioAt(k, blocks_, rows.pixel(y, left), rows.pixel(y, right));
     }
 }
 

@@ -18,16 +18,16 @@ inline bool measurable(const AfeBlocks& blocks) noexcept {
 int detectorAfeWidth() noexcept;
 
 // Ratios at the boundaries of a row: of neighbouring columns, away from the reference block.
-void neighbourRatios(const float* row, const AfeBlocks& blocks, float* ratios) noexcept;
+void neighbourRatios(std::span<const float> row, const AfeBlocks& blocks, std::span<float> ratios) noexcept;
 
 // Gains from the median ratios of the boundaries.
-void gainsOf(const float* medianRatios, const AfeBlocks& blocks, float* gains) noexcept;
+void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::span<float> gains) noexcept;
 
 // One factor a column: its block's gain, or 1 where there is none.
-void spreadGains(const AfeBlocks& blocks, std::span<const float> gains, float* columnGains) noexcept;
+void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, std::span<float> columnGains) noexcept;
 
 // Multiplies a row's pixels outside the reference block by their columns' gains, saturated ones excepted.
-void scaleRow(float* row, const AfeBlocks& blocks, const float* columnGains) noexcept;
+void scaleRow(std::span<float> row, const AfeBlocks& blocks, std::span<const float> columnGains) noexcept;
 
 // Measures the gain steps between the AFE blocks of an image from its rows. The blocks must be measurable.
 class AfeMeasurement {
@@ -45,10 +45,10 @@ public:
     const AfeBlocks& blocks() const noexcept { return blocks_; }
 
     // Replacements of bad edge columns, which the measurement took into account.
-    std::span<const ColumnReplacement> replacements() noexcept { return edges_.replacements(); }
+    std::span<const ColumnReplacement> replacements() const noexcept { return edges_.replacements(); }
 
     // One factor a column.
-    const float* columnGains() noexcept { return columns_.data(); }
+    std::span<const float> columnGains() const noexcept { return columns_.span(); }
 
 private:
     void findEdges(FloatRows& rows) noexcept;
@@ -56,7 +56,7 @@ private:
 
     AfeBlocks blocks_;
     int height_;
-    Scratch<float> ratios_;
+    ScratchImage<float> ratios_;  // one column a boundary
     AfeEdges edges_;
     Scratch<float> columns_;  // sums, then means, then gains
     Scratch<float> medians_;

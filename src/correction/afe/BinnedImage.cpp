@@ -5,19 +5,17 @@
 #include "numerics/statistics/BlockMedians.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 
 int cutBinningImage(float* out, const float* image, int width, int height, int border) {
     if (out == nullptr || image == nullptr)
         return StatusNullArgument;
     if (border < 0 || !qx::isImageSize(width, height))
         return StatusWrongParameter;
-    const std::int64_t columns = width - 2 * static_cast<std::int64_t>(border);
-    if (columns < 1)
+    if (border > std::min(width, height) / 2)
         return StatusOk;
-    for (std::int64_t y = border; y < static_cast<std::int64_t>(height) - border; ++y)
-        out = std::copy_n(image + y * width + border, columns, out);
+    const qx::ImageView<const float> source{image, width, height};
+    for (int y = border; y < height - border; ++y)
+        out = std::copy_n(source.row(y) + border, width - 2 * border, out);
     return StatusOk;
 }
 
@@ -26,9 +24,9 @@ int doBinningSample(float* out, const float* image, int width, int height) {
         return StatusNullArgument;
     if (!qx::isImageSize(width, height))
         return StatusWrongParameter;
-    const int blocks = width / qx::kBlockSide;
-    const std::ptrdiff_t blockRow = static_cast<std::ptrdiff_t>(qx::kBlockSide) * width;
-    for (int row = 0; row < height / qx::kBlockSide; ++row, out += blocks)
-        qx::blockMedians(image + row * blockRow, width, blocks, out);
+    const qx::ImageView<const float> source{image, width, height};
+    const qx::ImageView<float> medians{out, width / qx::kBlockSide, height / qx::kBlockSide};
+    for (int y = 0; y < medians.height; ++y)
+        qx::blockMedians(source.row(y * qx::kBlockSide), width, medians.width, medians.row(y));
     return StatusOk;
 }

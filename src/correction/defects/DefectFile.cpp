@@ -6,6 +6,7 @@
 #include "files/FileBytes.h"
 #include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
+#include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
 
 #include <QxCodec.h>
@@ -57,6 +58,7 @@ void emptyAll(Lists&... lists) {
 }
 
 int readLists(const char* dir, const char* name, VectorDefect* classic, DefectInfo* structured) {
+    // For what it prints while debugging.
     long size = 0;
     getImageSize(dir, name, size);
     FileHeadInfo info{};
@@ -78,6 +80,17 @@ int readLists(const char* dir, const char* name, VectorDefect* classic, DefectIn
     } catch (const std::bad_alloc&) {
         return StatusAllocationFailed;
     }
+}
+
+// Calls work(pixel) for the pixels of a 2 x 2 phase, row by row.
+template <class Pixel, class Work>
+void forPhase(const qx::ImageView<Pixel>& image, int xPhase, int yPhase, Work work) {
+    // Kept: in phase 0 an odd side loses its last pixel.
+    const int yEnd = image.height - 1 + yPhase;
+    const int xEnd = image.width - 1 + xPhase;
+    for (int y = yPhase; y < yEnd; y += 2)
+        for (int x = xPhase; x < xEnd; x += 2)
+            work(image.at(y, x));
 }
 
 }  // namespace
@@ -107,6 +120,7 @@ int getDefectIndexFromDefectFile(const char* dir, const char* name, VectorDefect
     return classic == nullptr ? int{StatusNullArgument} : readLists(dir, name, classic, nullptr);
 }
 
+// Kept: the destination is a copy that is dropped.
 void getRealCoordinate(VectorDefect* source, VectorDefect destination, int sourceWidth, int, int, int,
                        int destinationWidth) {
     if (source == nullptr || sourceWidth == 0)
@@ -134,17 +148,9 @@ void operateSubImage(float* first, const float* second, int width, int height, i
     const auto isPhase = [](int phase) { return phase == 0 || phase == 1; };
     if (width < 1 || height < 1 || !isPhase(xPhase) || !isPhase(yPhase))
         return;
-    // Kept: in phase 0 an odd side loses its last pixel.
-    const int xEnd = width - 1 + xPhase;
-    const int yEnd = height - 1 + yPhase;
-    std::ptrdiff_t k = 0;
-    for (int y = yPhase; y < yEnd; y += 2) {
-        for (int x = xPhase; x < xEnd; x += 2, ++k) {
-            const std::ptrdiff_t pixel = static_cast<std::ptrdiff_t>(y) * width + x;
-            if (extract != 0)
-                first[k] = second[pixel];
-            else
-                first[pixel] = second[k];
-        }
-    }
+    if (extract != 0)
+        forPhase(qx::ImageView<const float>{second, width, height}, xPhase, yPhase,
+                 [&](float pixel) { *first++ = pixel; });
+    else
+        forPhase(qx::ImageView<float>{first, width, height}, xPhase, yPhase, [&](float& pixel) { pixel = *second++; });
 }

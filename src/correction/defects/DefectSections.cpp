@@ -47,20 +47,17 @@ bool areApart(std::array<Section, count> sections, std::uint64_t fileBytes) {
 // The length in bytes of the run of clusters, which the header does not tell: what the other sections leave of the
 // file up to its last separator.
 std::uint64_t clusterBytes(std::span<const char> file, std::uint64_t otherBytes) {
-    const auto size = static_cast<std::int64_t>(file.size());
+    const std::int64_t size = std::ssize(file);
     std::int64_t k = size / 2 - 1;
-    const auto isSeparator = [&](std::int64_t word) {
-        const std::size_t byte = 2 * static_cast<std::size_t>(word);
-        return file[byte] == '\xFF' && file[byte + 1] == '\xFF';
-    };
-    while (k >= 0 && !isSeparator(k))
+    while (k >= 0 && (file[2 * k] != '\xFF' || file[2 * k + 1] != '\xFF'))
         --k;
     constexpr std::int64_t kFirstWord = kImageHeaderBytes / 2;
     const std::int64_t end = 2 * k + 2;
     if (k < 0 || (end != size && k < kFirstWord))
         return 0;
-    const std::int64_t length = end - kImageHeaderBytes - static_cast<std::int64_t>(otherBytes);
-    return static_cast<std::uint64_t>(std::max<std::int64_t>(length, 0));
+    const std::uint64_t bytesBefore = kImageHeaderBytes + otherBytes;
+    const std::uint64_t bytes = end;
+    return bytes > bytesBefore ? bytes - bytesBefore : 0;
 }
 
 // Pixel indices of a classic file.
@@ -98,13 +95,14 @@ void readPoints(ByteCursor& cursor, std::uint32_t count, PixelIndices& indices, 
 
 void readLines(ByteCursor& cursor, std::uint64_t count, VectorDefect& lists) {
     for (std::uint64_t i = 0; i < count && !cursor.failed(); ++i) {
-        std::array<std::uint16_t, 4> line{};
+        std::array<std::int16_t, 4> line{};
         cursor.read(std::span(line));
         const auto [x1, y1, x2, y2] = line;
+        // Kept: a line of one pixel is a column, for x is looked at first.
         if (x1 == x2)
-            lists.columns.push_back(static_cast<std::int16_t>(x1));
+            lists.columns.push_back(x1);
         else if (y1 == y2)
-            lists.rows.push_back(static_cast<std::int16_t>(y1));
+            lists.rows.push_back(y1);
     }
 }
 

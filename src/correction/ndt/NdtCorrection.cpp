@@ -66,11 +66,11 @@ int provideGainFile(const NdtFileName& name) noexcept {
     return download(kGainFile, name) ? StatusOk : StatusCalibrationMissing;
 }
 
-// The lists of a structured record for an image of this size. Pixels outside it belong to no list.
-VectorDefect listsOf(const DefectInfo& record, int width, int height) {
-    const auto addPixel = [=](const DefectEntry& entry, std::vector<int>& list) {
-        if (entry.x1 >= 0 && entry.x1 < width && entry.y1 >= 0 && entry.y1 < height)
-            list.push_back(entry.y1 * width + entry.x1);
+// The lists of a structured record for an image. Pixels outside it belong to no list.
+VectorDefect listsOf(const DefectInfo& record, const ImageView<float>& image) {
+    const auto addPixel = [&](const DefectEntry& entry, std::vector<int>& list) {
+        if (image.contains({entry.y1, entry.x1, 1, 1}))
+            list.push_back(entry.y1 * image.width + entry.x1);
     };
     VectorDefect lists;
     for (const DefectEntry& point : record.points)
@@ -90,34 +90,35 @@ VectorDefect listsOf(const DefectInfo& record, int width, int height) {
     return lists;
 }
 
-int correctByLists(float* results, int width, int height, VectorDefect& lists) {
-    const int status = correctImgDefectMap(results, width, height, &lists, 0);
+int correctByLists(const ImageView<float>& results, VectorDefect& lists) {
+    const int status = correctImgDefectMap(results.data, results.width, results.height, &lists, 0);
     if (status == StatusOk)
         logCorrection(LogInfo, "Correct defects successfully.");
     return status;
 }
 
-int correctByClassicList(float* results, int width, int height) {
+int correctByClassicList(const ImageView<float>& results) {
     VectorDefect lists;
     const int status = getDefectIndexFromDefectFile(getDefectImgDir(), "NormalDefectInfo.cal", &lists, nullptr);
-    return status == StatusOk ? correctByLists(results, width, height, lists) : status;
+    return status == StatusOk ? correctByLists(results, lists) : status;
 }
 
-int correctByStructuredRecord(float* results, int width, int height) {
+int correctByStructuredRecord(const ImageView<float>& results) {
     logCorrection(LogInfo, "new defect method.");
     DefectInfo record;
     int status = getDefectIndexFromDefectFile(getDefectImgDir(), "NormalStructurizedDefect.cal", nullptr, &record);
     if (status != StatusOk)
         return status;
     logCorrection(LogInfo, "Load defect information successfully.");
-    VectorDefect lists = listsOf(record, width, height);
+    VectorDefect lists = listsOf(record, results);
     VectorDefect outSetA;
     VectorDefect outSetB;
-    status = loadDefectFromNoiseAndMultImgs(width, height, &lists, &outSetA, &outSetB);
+    status = loadDefectFromNoiseAndMultImgs(results.width, results.height, &lists, &outSetA, &outSetB);
     if (status != StatusOk)
         return status;
+    // Kept: that is all it says.
     logCorrection(LogInfo, "whatever successfully.");
-    return correctByLists(results, width, height, outSetA);
+    return correctByLists(results, outSetA);
 }
 
 }  // namespace
@@ -139,7 +140,7 @@ int NdtCorrection::run() noexcept {
 }
 
 int NdtCorrection::provideDark() noexcept {
-    if (dark_ != nullptr)
+    if (!dark_.empty())
         return StatusOk;
     if (getNDTFrameNum() == 1) {
         WriteLogFile(LogModuleUtils, LogError, "The input dark image is null.", 0);
@@ -164,7 +165,7 @@ int NdtCorrection::loadDark() noexcept {
         logCorrection(LogInfo, kFailed);
         return status;
     }
-    storedDark_.emplace(static_cast<std::int64_t>(count_ * sizeof *image_));
+    storedDark_.emplace(image_.size_bytes());
     if (!*storedDark_) {
         logError("allocate image buffer error", StatusAllocationFailed, kDarkBufferErrorLine);
         return StatusAllocationFailed;
@@ -184,7 +185,7 @@ int NdtCorrection::provideFixedGain() noexcept {
     int status = provideGainFile(name);
     if (status != StatusOk)
         return status;
-    gain_.emplace(static_cast<std::int64_t>(count_ * sizeof(float)));
+    gain_.emplace(image_.size() * sizeof(float));
     if (!*gain_) {
         logCorrection(LogError, "Allocate buffer for gain image failed!");
         return StatusAllocationFailed;
@@ -196,12 +197,13 @@ int NdtCorrection::provideFixedGain() noexcept {
 }
 
 int NdtCorrection::provideNdtGain() noexcept {
-    gain_.emplace(static_cast<std::int64_t>(count_ * sizeof(std::uint16_t)));
+    gain_.emplace(image_.size() * sizeof(std::uint16_t));
     if (!*gain_) {
         logError("allocate image buffer error", StatusAllocationFailed, kGainBufferErrorLine);
         return StatusAllocationFailed;
     }
     const NdtFileName name = NdtFileName::gain();
+    // Kept: the path is an error line, whatever becomes of it.
     logCorrection(LogError, JoinedPath(getGainImgDir(), name.c_str()).c_str());
     int status = provideGainFile(name);
     if (status != StatusOk)
@@ -215,42 +217,41 @@ int NdtCorrection::provideNdtGain() noexcept {
     return StatusOk;
 }
 
-NdtGain NdtCorrection::gain() noexcept {
+NdtFrame NdtCorrection::frame() noexcept {
     if (isFixedGain_)
-        return {gain_->pixels<const float>(), nullptr};
-    return {nullptr, gain_->pixels<const std::uint16_t>()};
+        return {image_, dark_, gain_->pixels<const float>()};
+    return {image_, dark_, gain_->pixels<const std::uint16_t>()};
 }
 
 void NdtCorrection::correctInPlace() noexcept {
-    correctOffsetAndGain(image_, dark_, gain(), count_);
+    correctOffsetAndGain(frame());
     logCorrection(LogInfo, "Do offset and gain correction successfully.");
 }
 
 int NdtCorrection::correctWithDefects(int method) noexcept {
-    Scratch<float> results(count_);
+    Scratch<float> results(image_.size());
     if (!results) {
         logError("allocate image buffer error", kLogNoValue, kResultBufferErrorLine);
         return StatusAllocationFailed;
     }
-    correctOffsetAndGain(image_, dark_, gain(), 0, count_, results.data());
+    correctOffsetAndGain(frame(), results.span());
     logCorrection(LogInfo, "Do offset and gain correction successfully.");
-    const int status = correctDefects(method, results.data());
+    const int status = correctDefects(method, results.span());
     if (status == StatusOk)
-        frameKernels().truncated(results.data(), count_, image_);
+        frameKernels().truncated(results.data(), image_.size(), image_.data());
     return status;
 }
 
-int NdtCorrection::correctDefects(int method, float* results) noexcept {
+int NdtCorrection::correctDefects(int method, std::span<float> results) noexcept {
     ModeInfo mode{};
     const int status = getModeInfo(&mode);
     if (status != StatusOk)
         return status;
-    if (!isImageSize(mode.width, mode.height) ||
-        static_cast<std::size_t>(mode.width) * static_cast<std::size_t>(mode.height) > count_)
+    const ImageView<float> image{results.data(), mode.width, mode.height};
+    if (!image.exists() || image.pixels() > std::ssize(results))
         return StatusWrongParameter;
     try {
-        return method == kClassicDefects ? correctByClassicList(results, mode.width, mode.height)
-                                         : correctByStructuredRecord(results, mode.width, mode.height);
+        return method == kClassicDefects ? correctByClassicList(image) : correctByStructuredRecord(image);
     } catch (const std::bad_alloc&) {
         return StatusAllocationFailed;
     }
@@ -260,8 +261,8 @@ int NdtCorrection::dump() noexcept {
     const int level = getConfigInfo()->correctedImageDumpLevel;
     if (level != 1 && level != 2)
         return StatusOk;
-    return writeImageToDisk(getTempImgDir(), "Corrected.raw", reinterpret_cast<const char*>(image_),
-                            static_cast<int>(count_ * sizeof *image_));
+    return writeImageToDisk(getTempImgDir(), "Corrected.raw", reinterpret_cast<const char*>(image_.data()),
+                            static_cast<int>(image_.size_bytes()));
 }
 
 }  // namespace qx

@@ -4,9 +4,9 @@
 #include "correction/ndt/NdtArithmetic.h"
 #include "correction/ndt/NdtFiles.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace qx {
 
@@ -14,28 +14,26 @@ namespace qx {
 // more but the dump.
 class NdtCorrection {
 public:
-    // dark may be null: it is loaded then.
-    NdtCorrection(std::uint32_t* image, const std::uint32_t* dark, std::size_t count) noexcept
-        : image_(image), dark_(dark), count_(count) {}
+    // dark may be empty: it is loaded then.
+    NdtCorrection(std::span<std::uint32_t> image, std::span<const std::uint32_t> dark) noexcept
+        : image_(image), dark_(dark) {}
 
     int run() noexcept;
 
 private:
     int provideDark() noexcept;
     int loadDark() noexcept;
-    int downloadDark(const NdtFileName& name) noexcept;
     int provideFixedGain() noexcept;
     int provideNdtGain() noexcept;
 
-    NdtGain gain() noexcept;
+    NdtFrame frame() noexcept;
     void correctInPlace() noexcept;
     int correctWithDefects(int method) noexcept;
-    int correctDefects(int method, float* results) noexcept;
+    int correctDefects(int method, std::span<float> results) noexcept;
     int dump() noexcept;
 
-    std::uint32_t* image_;
-    const std::uint32_t* dark_;
-    std::size_t count_;
+    std::span<std::uint32_t> image_;
+    std::span<const std::uint32_t> dark_;
     std::optional<CalibrationFile> storedDark_;
     std::optional<CalibrationFile> gain_;
     bool isFixedGain_ = false;

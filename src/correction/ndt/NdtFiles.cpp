@@ -36,8 +36,7 @@ bool storesNdtDark() noexcept {
     return getSyncMode() == kAedSynchronisation && getNDTFrameNum() > 1;
 }
 
-CalibrationFile::CalibrationFile(std::int64_t pixelBytes) noexcept
-    : bytes_(static_cast<std::size_t>(kImageHeaderBytes + pixelBytes)) {}
+CalibrationFile::CalibrationFile(std::int64_t pixelBytes) noexcept : bytes_(kImageHeaderBytes + pixelBytes) {}
 
 bool CalibrationFile::fits(std::int64_t pixelBytes) noexcept {
     return pixelBytes <= INT_MAX - kImageHeaderBytes;
@@ -50,20 +49,23 @@ void CalibrationFile::fillHeader(int kind) noexcept {
 }
 
 int CalibrationFile::write(const char* directory, const NdtFileName& name) noexcept {
-    return writeImageToDisk(directory, name.c_str(), bytes_.data(), static_cast<int>(bytes_.span().size()));
+    return writeImageToDisk(directory, name.c_str(), bytes_.data(), size());
 }
 
 int CalibrationFile::read(const char* directory, const NdtFileName& name) noexcept {
-    const auto wanted = static_cast<int>(bytes_.span().size());
-    long size = 0;
-    const int status = getImageSize(directory, name.c_str(), size);
+    long found = 0;
+    const int status = getImageSize(directory, name.c_str(), found);
     if (status != StatusOk)
         return status;
-    return size == wanted ? readImageFromDisk(directory, name.c_str(), bytes_.data(), wanted) : StatusFileReadFailed;
+    return found == size() ? readImageFromDisk(directory, name.c_str(), bytes_.data(), size()) : StatusFileReadFailed;
 }
 
-char* CalibrationFile::pixelBytes() noexcept {
-    return bytes_.data() + kImageHeaderBytes;
+int CalibrationFile::size() const noexcept {
+    return static_cast<int>(bytes_.count());
+}
+
+std::span<char> CalibrationFile::pixelBytes() noexcept {
+    return bytes_.span().subspan(kImageHeaderBytes);
 }
 
 }  // namespace qx

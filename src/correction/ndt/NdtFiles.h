@@ -3,12 +3,13 @@
 #include "foundation/Scratch.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace qx {
 
-// Names of the calibration files of the NDT mode, by the detector's settings at the time.
+// Names of the calibration files of the NDT mode, by the detector's settings at the time. Kept: a gain id that cannot
+// be read is named by the status of reading it.
 class NdtFileName {
 public:
     static NdtFileName dark() noexcept;       // of a multi-frame acquisition in AED synchronisation
@@ -34,8 +35,9 @@ public:
     explicit operator bool() const noexcept { return static_cast<bool>(bytes_); }
 
     template <class Pixel>
-    Pixel* pixels() noexcept {
-        return reinterpret_cast<Pixel*>(pixelBytes());
+    std::span<Pixel> pixels() noexcept {
+        const std::span<char> bytes = pixelBytes();
+        return {reinterpret_cast<Pixel*>(bytes.data()), bytes.size() / sizeof(Pixel)};
     }
 
     // Empties the header and lets the kit fill it.
@@ -46,7 +48,8 @@ public:
     int read(const char* directory, const NdtFileName& name) noexcept;
 
 private:
-    char* pixelBytes() noexcept;
+    int size() const noexcept;
+    std::span<char> pixelBytes() noexcept;
 
     Scratch<char> bytes_;
 };

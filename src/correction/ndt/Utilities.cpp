@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -24,8 +25,10 @@ constexpr int kGainHeader = 19;
 constexpr int kDarkErrorLine = 509;
 constexpr int kGainErrorLine = 563;
 
-bool isImageSize(int pixelCount) {
-    return pixelCount >= 1 && CalibrationFile::fits(std::int64_t{sizeof(std::uint32_t)} * pixelCount);
+// Whether there are pixels, and a file can hold so many.
+bool isPixelCount(int pixelCount) {
+    constexpr std::int64_t kPixelBytes = sizeof(std::uint32_t);
+    return pixelCount >= 1 && CalibrationFile::fits(kPixelBytes * pixelCount);
 }
 
 int writeLogged(CalibrationFile& file, const char* directory, const NdtFileName& name, int errorLine) {
@@ -37,21 +40,21 @@ int writeLogged(CalibrationFile& file, const char* directory, const NdtFileName&
     return status;
 }
 
-int writeDark(const std::uint32_t* dark, std::size_t count) {
-    CalibrationFile file(static_cast<std::int64_t>(count * sizeof *dark));
+int writeDark(std::span<const std::uint32_t> dark) {
+    CalibrationFile file(dark.size_bytes());
     if (!file)
         return StatusAllocationFailed;
     file.fillHeader(kDarkHeader);
-    std::memcpy(file.pixels<std::uint32_t>(), dark, count * sizeof *dark);
+    std::memcpy(file.pixels<std::uint32_t>().data(), dark.data(), dark.size_bytes());
     return writeLogged(file, getOfstImgDir(), NdtFileName::dark(), kDarkErrorLine);
 }
 
-int writeGain(const std::uint32_t* bright, const std::uint32_t* dark, std::size_t count) {
-    CalibrationFile file(static_cast<std::int64_t>(count * sizeof(std::uint16_t)));
+int writeGain(std::span<const std::uint32_t> bright, std::span<const std::uint32_t> dark) {
+    CalibrationFile file(bright.size() * sizeof(std::uint16_t));
     if (!file)
         return StatusAllocationFailed;
     file.fillHeader(kGainHeader);
-    qx::ndtGains(bright, dark, count, file.pixels<std::uint16_t>());
+    qx::ndtGains(bright, dark, file.pixels<std::uint16_t>());
     return writeLogged(file, getGainImgDir(), NdtFileName::gain(), kGainErrorLine);
 }
 
@@ -60,21 +63,22 @@ int writeGain(const std::uint32_t* bright, const std::uint32_t* dark, std::size_
 int executeNDTCAL(const std::uint32_t* brightImage, const std::uint32_t* darkImage, int pixelCount) {
     if (darkImage == nullptr)
         return StatusNullArgument;
-    if (!isImageSize(pixelCount))
+    if (!isPixelCount(pixelCount))
         return StatusWrongParameter;
-    const auto count = static_cast<std::size_t>(pixelCount);
+    const std::span dark(darkImage, pixelCount);
     if (qx::storesNdtDark()) {
-        const int status = writeDark(darkImage, count);
+        const int status = writeDark(dark);
         if (status != StatusOk)
             return status;
     }
-    return brightImage == nullptr ? int{StatusOk} : writeGain(brightImage, darkImage, count);
+    return brightImage == nullptr ? int{StatusOk} : writeGain(std::span(brightImage, pixelCount), dark);
 }
 
 int correctNDTImage(std::uint32_t* image, const std::uint32_t* darkImage, int pixelCount) {
     if (image == nullptr)
         return StatusNullArgument;
-    if (!isImageSize(pixelCount))
+    if (!isPixelCount(pixelCount))
         return StatusWrongParameter;
-    return qx::NdtCorrection(image, darkImage, static_cast<std::size_t>(pixelCount)).run();
+    const std::span dark(darkImage, darkImage == nullptr ? 0 : pixelCount);
+    return qx::NdtCorrection(std::span(image, pixelCount), dark).run();
 }

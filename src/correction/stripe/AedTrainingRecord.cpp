@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -23,6 +22,10 @@ namespace {
 constexpr int kBlockColumns = 64;
 constexpr int kEdgeBlocks = 7;
 
+// The rows that are looked at lie so far from the trigger line.
+constexpr int kNearest = 5;
+constexpr int kFarthest = 25;
+
 const char* textOrEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }
@@ -30,24 +33,24 @@ const char* textOrEmpty(const char* text) {
 // Text of a limited length.
 class RecordText {
 public:
-    explicit RecordText(std::size_t capacity) : text_(capacity) {}
+    explicit RecordText(std::int64_t capacity) : text_(capacity) {}
 
     explicit operator bool() const { return static_cast<bool>(text_); }
-    std::string_view view() const { return {text_.data(), length_}; }
+    std::string_view view() const { return std::string_view(text_.data(), length_); }
 
     QX_PRINTF(2, 3) void add(const char* format, ...) {
         std::va_list arguments;
         va_start(arguments, format);
-        const std::size_t room = text_.span().size() - length_;
+        const std::int64_t room = text_.count() - length_;
         const int written = std::vsnprintf(text_.data() + length_, room, format, arguments);
         va_end(arguments);
         if (written > 0)
-            length_ += std::min(static_cast<std::size_t>(written), room - 1);
+            length_ += std::min<std::int64_t>(written, room - 1);
     }
 
 private:
     qx::Scratch<char> text_;
-    std::size_t length_ = 0;
+    std::int64_t length_ = 0;
 };
 
 struct RowRange {
@@ -57,8 +60,8 @@ struct RowRange {
 
 // Rows relative to the trigger line, each end kept within the image.
 RowRange rowsAt(int triggerLine, int first, int last, int height) {
-    const auto row = [=](int offset) {
-        return static_cast<int>(std::clamp<long long>(static_cast<long long>(triggerLine) + offset, 0, height - 1));
+    const auto row = [=](std::int64_t offset) {
+        return static_cast<int>(std::clamp<std::int64_t>(triggerLine + offset, 0, height - 1));
     };
     return {row(first), row(last)};
 }
@@ -66,23 +69,22 @@ RowRange rowsAt(int triggerLine, int first, int last, int height) {
 // Values of the column blocks, followed by their median and their trimmed mean.
 class BlockLine {
 public:
-    explicit BlockLine(int blocks) : blocks_(blocks), values_(static_cast<std::size_t>(blocks) + 2) {}
+    explicit BlockLine(int blocks) : blocks_(blocks), values_(blocks + 2) {}
 
     explicit operator bool() const { return static_cast<bool>(values_); }
 
-    int value(int block) const { return values_[static_cast<std::size_t>(block)]; }
-    void set(int block, int value) { values_[static_cast<std::size_t>(block)] = value; }
+    int& operator[](int block) { return values_[block]; }
     void finish(float mean) {
-        set(blocks_, getMedian(static_cast<const int*>(values_.data()), blocks_));
-        set(blocks_ + 1, qx::truncateToInt(mean));
+        values_[blocks_] = getMedian(values_.data(), blocks_);
+        values_[blocks_ + 1] = qx::truncateToInt(mean);
     }
 
     // Kept: no guard against 14 blocks and fewer, of which none is left.
     float trimmedMean() const {
         float sum = 0.0f;
         for (int b = kEdgeBlocks; b < blocks_ - kEdgeBlocks; ++b)
-            sum += static_cast<float>(value(b));
-        return sum / static_cast<float>(blocks_ - 2 * kEdgeBlocks);
+            sum += values_[b];
+        return sum / (blocks_ - 2 * kEdgeBlocks);
     }
 
     void print(RecordText& text) const {
@@ -101,6 +103,7 @@ void addInformation(RecordText& text, int triggerLine) {
     getStatusInformation(&status);
     const qx::LocalTime now = qx::localTime();
     const int* const exposureTime = getRadExpTime();
+    // Kept: every record has a header of its own.
     text.add("[INFO]\n");
     text.add("Time\t\t\tMachineID\t\t\tIntegrationTime\t\t\tTemperature\t\t\tTrigLine\t\t\tTimeInterval\n");
     // Kept: the parts of the time are not padded.
@@ -111,11 +114,10 @@ void addInformation(RecordText& text, int triggerLine) {
 }
 
 // Longer than any record of so many blocks.
-std::size_t recordCapacity(int blocks) {
-    constexpr std::size_t kTextOfInformation = 1024;
-    constexpr std::size_t kTextOfNumber = 12;
-    return kTextOfInformation + std::strlen(textOrEmpty(getMachineID())) +
-           3 * kTextOfNumber * (static_cast<std::size_t>(blocks) + 3);
+std::int64_t recordCapacity(std::int64_t blocks) {
+    constexpr int kTextOfInformation = 1024;
+    constexpr int kTextOfNumber = 12;
+    return kTextOfInformation + std::strlen(textOrEmpty(getMachineID())) + 3 * kTextOfNumber * (blocks + 3);
 }
 
 }  // namespace
@@ -133,14 +135,14 @@ void recordAedTrainStepInfo(const WORD* image, int width, int height) {
         return;
 
     const int triggerLine = getAEDRadScanLine();
-    const RowRange rowsAbove = rowsAt(triggerLine, -25, -5, height);
-    const RowRange rowsBelow = rowsAt(triggerLine, 5, 25, height);
+    const RowRange rowsAbove = rowsAt(triggerLine, -kFarthest, -kNearest, height);
+    const RowRange rowsBelow = rowsAt(triggerLine, kNearest, kFarthest, height);
     for (int b = 0; b < blocks; ++b) {
         const int first = b * kBlockColumns;
         const int last = first + kBlockColumns - 1;
-        above.set(b, getROIMedian(image, rowsAbove.first, rowsAbove.last, first, last, width));
-        below.set(b, getROIMedian(image, rowsBelow.first, rowsBelow.last, first, last, width));
-        difference.set(b, above.value(b) - below.value(b));
+        above[b] = getROIMedian(image, rowsAbove.first, rowsAbove.last, first, last, width);
+        below[b] = getROIMedian(image, rowsBelow.first, rowsBelow.last, first, last, width);
+        difference[b] = above[b] - below[b];
     }
     const float meanAbove = above.trimmedMean();
     const float meanBelow = below.trimmedMean();

@@ -1,4 +1,4 @@
-#include "correction/stripe/StripeSuppression.h"
+#include "correction/stripe/HomogeneousColumns.h"
 
 #include "foundation/Scratch.h"
 #include "kernels/SumKernels.h"
@@ -22,25 +22,29 @@ constexpr double kLogError = 1e-7;
 class LogTable {
 public:
     LogTable() noexcept {
-        for (std::size_t i = 0; i < values_.size(); ++i)
-            values_[i] = std::log10(1.0 + static_cast<double>(i) / kParts);
+        for (int i = 0; i <= kParts; ++i)
+            values_[i] = std::log10(1.0 + i * kPartWidth);
     }
 
     // Of a number from 1 on.
     double at(double number) const noexcept {
         constexpr double kLogOfTwo = 0.30102999566398119521;
-        constexpr std::uint64_t kRest = (std::uint64_t{1} << kRestBits) - 1;
-        const auto bits = std::bit_cast<std::uint64_t>(number);
-        const auto exponent = static_cast<int>(bits >> 52) - 1023;
-        const std::size_t part = (bits >> kRestBits) & (kParts - 1);
-        const double rest = static_cast<double>(static_cast<std::int64_t>(bits & kRest)) * kRestShare;
+        constexpr int kFractionBits = 52;
+        constexpr int kExponentOfOne = 1023;
+        const auto bits = std::bit_cast<std::int64_t>(number);
+        const std::int64_t exponent = (bits >> kFractionBits) - kExponentOfOne;
+        const std::int64_t part = (bits >> kRestBits) & (kParts - 1);
+        const double rest = (bits & (kRests - 1)) * kRestWidth;
         return exponent * kLogOfTwo + values_[part] + (values_[part + 1] - values_[part]) * rest;
     }
 
 private:
-    static constexpr std::size_t kParts = 1024;
+    // The highest bits of the fraction choose one of kParts parts, the rest of them lies between its ends.
+    static constexpr int kParts = 1024;
+    static constexpr double kPartWidth = 1.0 / kParts;
     static constexpr int kRestBits = 42;
-    static constexpr double kRestShare = 1.0 / static_cast<double>(std::uint64_t{1} << kRestBits);
+    static constexpr std::int64_t kRests = std::int64_t{1} << kRestBits;
+    static constexpr double kRestWidth = 1.0 / kRests;
 
     std::array<double, kParts + 1> values_;
 };
@@ -49,19 +53,18 @@ private:
 // Approximations are kept; what they leave open, the exact value decides.
 class Similarities {
 public:
-    Similarities(const double* sampled, int count) noexcept
-        : sampled_(sampled), count_(count),
-          values_(static_cast<std::size_t>(count) * (static_cast<std::size_t>(count) + 1) / 2) {}
+    explicit Similarities(const ImageView<const double>& sampled) noexcept
+        : sampled_(sampled), count_(sampled.width), values_(std::int64_t{count_} * (count_ + 1) / 2) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(values_); }
 
     void fill() noexcept {
         static const LogTable table;
         for (int i = 0; i < count_; ++i) {
-            double* const logs = row(i) + i;
-            productsOf(i, i, count_ - i, logs);
-            for (int k = 0; k < count_ - i; ++k)
-                logs[k] = table.at(logs[k]);
+            const std::span<double> values(row(i) + i, count_ - i);
+            productsOf(i, i, values);
+            for (double& value : values)
+                value = table.at(value);
         }
     }
 
@@ -76,7 +79,7 @@ public:
     double approximate(int i, int j) const noexcept { return i <= j ? row(i)[j] : row(j)[i]; }
     double exact(int i, int j) const noexcept {
         double product = 0.0;
-        productsOf(i, j, 1, &product);
+        productsOf(i, j, std::span(&product, 1));
         return std::log10(product);
     }
 
@@ -103,25 +106,29 @@ public:
     }
 
 private:
-    // row(i)[j] for j >= i.
-    std::ptrdiff_t rowOffset(int i) const noexcept {
-        return static_cast<std::ptrdiff_t>(i) * count_ - static_cast<std::ptrdiff_t>(i) * (i + 1) / 2;
-    }
-    const double* row(int i) const noexcept { return values_.data() + rowOffset(i); }
-    double* row(int i) noexcept { return values_.data() + rowOffset(i); }
+    // Row i holds count_ - i values, but is indexed by columns: row(i)[j] for j >= i.
+    std::int64_t rowStart(std::int64_t i) const noexcept { return i * count_ - i * (i + 1) / 2; }
+    const double* row(int i) const noexcept { return values_.data() + rowStart(i); }
+    double* row(int i) noexcept { return values_.data() + rowStart(i); }
 
-    // The sums of the products of column i with `columns` of them from j on, in the order of the rows.
-    void productsOf(int i, int j, int columns, double* sums) const noexcept {
+    // The sums of the products of column i with as many columns from j on, in the order of the rows.
+    void productsOf(int i, int j, std::span<double> sums) const noexcept {
         std::array<double, kBandRows> column;
         for (int r = 0; r < kBandRows; ++r)
-            column[static_cast<std::size_t>(r)] = sampled_[static_cast<std::ptrdiff_t>(r) * count_ + i];
-        sumKernels().columnProducts(column.data(), kBandRows, sampled_ + j, count_, columns, sums);
+            column[r] = sampled_.at(r, i);
+        sumKernels().columnProducts(column.data(), kBandRows, sampled_.row(0) + j, count_,
+                                    static_cast<int>(sums.size()), sums.data());
     }
 
-    const double* sampled_;
+    ImageView<const double> sampled_;
     int count_;
     Scratch<double> values_;
 };
+
+// Where the first of the largest counts stands.
+int placeOfMost(std::span<const int> counts) noexcept {
+    return static_cast<int>(std::ranges::max_element(counts) - counts.begin());
+}
 
 // The similarities of pairs, in bins of about kBinWidth. Every border belongs to both bins beside it.
 class SimilarityHistogram {
@@ -129,40 +136,42 @@ public:
     explicit SimilarityHistogram(const Similarities::Range& range) noexcept
         : lowest_(range.lowest), bins_(static_cast<int>(std::floor((range.highest - range.lowest) / kBinWidth)) + 1),
           width_((range.highest - range.lowest) / bins_), binsPerUnit_(width_ > 0.0 ? 1.0 / width_ : 0.0),
-          borderShare_(2 * kLogError * binsPerUnit_), counts_(static_cast<std::size_t>(bins_)) {
-        if (counts_)
-            std::ranges::fill(counts_.span(), 0);
-    }
+          borderShare_(2 * kLogError * binsPerUnit_), counts_(bins_) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(counts_); }
 
     void fill(const Similarities& similarities) noexcept {
+        counts_.clear();
         similarities.visitPairs([&](int i, int j, double approximation) {
             const int times = i == j ? 1 : 2;
             const double position = (approximation - lowest_) * binsPerUnit_;
             const int bin = static_cast<int>(position);
             const double within = position - bin;
             if (within > borderShare_ && within < 1.0 - borderShare_)
-                counts_[static_cast<std::size_t>(bin)] += times;
+                counts_[bin] += times;
             else
                 addNearBorder(similarities.exact(i, j), times);
         });
     }
 
-    double lowerBorder(int bin) const noexcept { return lowest_ + bin * width_; }
-    double width() const noexcept { return width_; }
-
     // The first of the fullest bins.
-    int mode() const noexcept {
-        return static_cast<int>(std::ranges::max_element(counts_.span()) - counts_.span().begin());
+    struct Bin {
+        double lower;
+        double upper;
+    };
+    Bin fullest() const noexcept {
+        const double lower = lowerBorder(placeOfMost(counts_.span()));
+        return {lower, lower + width_};
     }
 
 private:
+    double lowerBorder(int bin) const noexcept { return lowest_ + bin * width_; }
+
     void addNearBorder(double value, int times) noexcept {
         const int near = static_cast<int>((value - lowest_) * binsPerUnit_);
         for (int bin = std::max(near - 1, 0); bin <= std::min(near + 1, bins_ - 1); ++bin)
             if (value >= lowerBorder(bin) && value <= lowerBorder(bin) + width_)
-                counts_[static_cast<std::size_t>(bin)] += times;
+                counts_[bin] += times;
     }
 
     double lowest_;
@@ -173,55 +182,75 @@ private:
     Scratch<int> counts_;
 };
 
-// The trigger line's neighbour is the darkest row of a column that shows the stripe.
-bool isLowestAboveTrigger(const double* sampled, int count, int column) noexcept {
-    int lowest = 0;
-    const auto at = [=](int r) { return sampled[static_cast<std::ptrdiff_t>(r) * count + column]; };
+// The pairs of columns whose similarity lies above a bin's lower border and up to its upper one.
+class TypicalPairs {
+public:
+    TypicalPairs(const Similarities& similarities, const SimilarityHistogram::Bin& bin) noexcept
+        : similarities_(similarities), bin_(bin) {}
+
+    bool holds(int i, int j) const noexcept { return holds(i, j, similarities_.approximate(i, j)); }
+
+    // Of the valid columns, how many each column makes a pair with.
+    void countPartners(std::span<const unsigned char> isValid, std::span<int> partners) const noexcept {
+        std::ranges::fill(partners, 0);
+        similarities_.visitPairs([&](int i, int j, double approximation) {
+            if (!holds(i, j, approximation))
+                return;
+            partners[i] += isValid[j];
+            if (i != j)
+                partners[j] += isValid[i];
+        });
+    }
+
+private:
+    bool holds(int i, int j, double approximation) const noexcept {
+        if (approximation < bin_.lower - kLogError || approximation > bin_.upper + kLogError)
+            return false;
+        if (approximation > bin_.lower + kLogError && approximation < bin_.upper - kLogError)
+            return true;
+        const double value = similarities_.exact(i, j);
+        return value > bin_.lower && value <= bin_.upper;
+    }
+
+    const Similarities& similarities_;
+    SimilarityHistogram::Bin bin_;
+};
+
+// The reference row is the darkest one of a column that shows the stripe.
+bool showsStripe(const ImageView<const double>& sampled, int column) noexcept {
+    int darkest = 0;
     for (int r = 1; r < kBandRows; ++r)
-        if (at(r) < at(lowest))
-            lowest = r;
-    return lowest == kTriggerRow - 1;
+        if (sampled.at(r, column) < sampled.at(darkest, column))
+            darkest = r;
+    return darkest == kReferenceRow;
 }
 
 }  // namespace
 
-int findHomogeneousColumns(const double* sampled, int count, int* columns) noexcept {
-    Similarities similarities(sampled, count);
-    Scratch<unsigned char> isValid(static_cast<std::size_t>(count));
-    Scratch<int> partners(static_cast<std::size_t>(count));
+int findHomogeneousColumns(const ImageView<const double>& sampled, std::span<int> columns) noexcept {
+    Similarities similarities(sampled);
+    Scratch<unsigned char> isValid(sampled.width);
+    Scratch<int> partners(sampled.width);
     if (!similarities || !isValid || !partners)
         return kNoStripeMemory;
-    for (int k = 0; k < count; ++k)
-        isValid[static_cast<std::size_t>(k)] = isLowestAboveTrigger(sampled, count, k);
+    for (int k = 0; k < sampled.width; ++k)
+        isValid[k] = showsStripe(sampled, k);
     similarities.fill();
     SimilarityHistogram histogram(similarities.range());
     if (!histogram)
         return kNoStripeMemory;
     histogram.fill(similarities);
 
-    const double above = histogram.lowerBorder(histogram.mode());
-    const double upTo = above + histogram.width();
-    const auto isTypical = [&](int i, int j, double approximation) {
-        if (approximation < above - kLogError || approximation > upTo + kLogError)
-            return false;
-        if (approximation > above + kLogError && approximation < upTo - kLogError)
-            return true;
-        const double value = similarities.exact(i, j);
-        return value > above && value <= upTo;
-    };
-    partners.clear();
-    similarities.visitPairs([&](int i, int j, double approximation) {
-        if (!isTypical(i, j, approximation))
-            return;
-        partners[static_cast<std::size_t>(i)] += isValid[static_cast<std::size_t>(j)];
-        if (i != j)
-            partners[static_cast<std::size_t>(j)] += isValid[static_cast<std::size_t>(i)];
-    });
-    const auto chosen = static_cast<int>(std::ranges::max_element(partners.span()) - partners.span().begin());
+    const TypicalPairs typical(similarities, histogram.fullest());
+    typical.countPartners(isValid.span(), partners.span());
+    const int chosen = placeOfMost(partners.span());
     int found = 0;
-    for (int j = 0; j < count; ++j)
-        if (isValid[static_cast<std::size_t>(j)] != 0 && isTypical(chosen, j, similarities.approximate(chosen, j)))
-            columns[found++] = j;
+    for (int j = 0; j < sampled.width; ++j) {
+        if (isValid[j] != 0 && typical.holds(chosen, j)) {
+            columns[found] = j;
+            ++found;
+        }
+    }
     return found;
 }
 

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 
 namespace {
 
@@ -18,7 +17,7 @@ constexpr int kFitRows = 40;
 constexpr int kMaxStripeRows = 15;
 constexpr int kMinTriggerLine = 5;
 
-// The pixels that stand for a row.
+// The pixels that stand for a row. Kept: they lie left of the middle.
 constexpr int kSegmentPixels = 301;
 constexpr int kSegmentRank = 149;
 constexpr int kSegmentOffset = -501;
@@ -30,28 +29,32 @@ struct LineWeights {
 };
 
 LineWeights lineWeights() {
-    constexpr double kMeanPosition = 20.5;
-    constexpr double kSquares = 5330.0;
+    constexpr double kMeanPosition = (kFitRows + 1) / 2.0;
+    constexpr double kSquaredDistances = kFitRows * (kFitRows * kFitRows - 1) / 12.0;
     LineWeights weights{};
     for (int k = 0; k < kFitRows; ++k) {
-        const auto i = static_cast<std::size_t>(k);
-        weights.slope[i] = (k - 19.5) / kSquares;
-        weights.intercept[i] = 0.025 - kMeanPosition * (k - 19.5) / kSquares;
+        const double distance = k + 1 - kMeanPosition;
+        weights.slope[k] = distance / kSquaredDistances;
+        weights.intercept[k] = 1.0 / kFitRows - kMeanPosition * distance / kSquaredDistances;
     }
     return weights;
+}
+
+// Sums are kept in single precision.
+void add(float& sum, double term) {
+    sum = static_cast<float>(static_cast<double>(sum) + term);
 }
 
 struct Line {
     float slope = 0.0f;
     float intercept = 0.0f;
 
-    float at(int position) const { return static_cast<float>(position) * slope + intercept; }
+    float at(int position) const { return position * slope + intercept; }
 };
 
 class LineStripe {
 public:
-    LineStripe(WORD* image, int width, int height, int triggerLine)
-        : image_{image, width, height}, triggerLine_(triggerLine) {}
+    LineStripe(const qx::ImageView<WORD>& image, int triggerLine) : image_(image), triggerLine_(triggerLine) {}
 
     static bool holdsSegment(int width) { return width / 2 + kSegmentOffset >= 0; }
 
@@ -62,12 +65,12 @@ public:
         const int rows = std::min(triggerLine_, kMaxStripeRows);
         const int first = triggerLine_ - rows;
         // Kept: the line's position is one below that of the row whose level it is compared with.
-        const float common = line.at(1 - rows) - static_cast<float>(levelOf(first));
-        shift(0, first, common);
+        const int firstPosition = 1 - rows;
+        shift(0, first, line.at(firstPosition) - levelOf(first));
         for (int j = 0; j < rows; ++j) {
             const int row = first + j;
             const int level = levelOf(row);
-            const float offset = line.at(1 - rows + j) - static_cast<float>(level);
+            const float offset = line.at(firstPosition + j) - level;
             shift(row, 1, offset);
             // Kept: the row is told 6 further down.
             qx::logInfo(kLogNoValue, "Correcting AED stripe,current row = %d, median = %d, delt = %f", row + 6, level,
@@ -80,23 +83,20 @@ private:
         const LineWeights weights = lineWeights();
         Line line;
         for (int k = 0; k < kFitRows; ++k) {
-            const auto i = static_cast<std::size_t>(k);
-            const double level = levelOf(std::min(triggerLine_ + 1 + k, image_.height - 1));
-            line.slope = static_cast<float>(static_cast<double>(line.slope) + weights.slope[i] * level);
-            line.intercept = static_cast<float>(static_cast<double>(line.intercept) + weights.intercept[i] * level);
+            const int level = levelOf(std::min(triggerLine_ + 1 + k, image_.height - 1));
+            add(line.slope, weights.slope[k] * level);
+            add(line.intercept, weights.intercept[k] * level);
         }
         return line;
     }
 
-    // Kept: the segment lies left of the middle.
     int levelOf(int row) const {
         const WORD* const segment = image_.row(row) + image_.width / 2 + kSegmentOffset;
         return qx::rankKernels().pixelRank(segment, kSegmentPixels, kSegmentRank);
     }
 
     void shift(int firstRow, int rows, float offset) const {
-        const auto pixels = static_cast<std::size_t>(rows) * static_cast<std::size_t>(image_.width);
-        qx::pixelKernels().shift(image_.row(firstRow), pixels, offset);
+        qx::pixelKernels().shift(image_.row(firstRow), rows * image_.width, offset);
     }
 
     qx::ImageView<WORD> image_;
@@ -106,17 +106,19 @@ private:
 }  // namespace
 
 int correctAedStripe(WORD* image, int width, int height, int, int, int triggerLine) {
+    // Kept: a null image is answered as missing memory is.
     if (image == nullptr)
         return StatusAllocationFailed;
     qx::logInfo(kLogNoValue, "New AED Stripe Correction Method");
-    if (!qx::isImageSize(width, height))
+    const qx::ImageView<WORD> view{image, width, height};
+    if (!view.exists())
         return StatusWrongParameter;
-    if (triggerLine < kMinTriggerLine || static_cast<long long>(height) - triggerLine < kFitRows) {
+    if (triggerLine < kMinTriggerLine || height - triggerLine < kFitRows) {
         qx::logInfo(kLogNoValue, "%s", qx::kBandOutsideWindow);
         return StatusOk;
     }
     if (!LineStripe::holdsSegment(width))
         return StatusWrongParameter;
-    LineStripe(image, width, height, triggerLine).correct();
+    LineStripe(view, triggerLine).correct();
     return StatusOk;
 }

@@ -1,109 +1,91 @@
-#include "correction/stripe/StripeSuppression.h"
+#include "correction/stripe/StripeRatio.h"
 
+#include "correction/stripe/HomogeneousColumns.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
+#include "foundation/Pedestal.h"
 #include "foundation/Scratch.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <numeric>
 
 namespace qx {
 namespace {
 
-constexpr float kPedestal = 208.0f;
-constexpr float kFaintest = 5e-5f;
-constexpr int kReferenceRow = kTriggerRow - 1;
-constexpr int kMinHomogeneousColumns = 20;
-
 using Ratio = std::array<double, kBandRows>;
+using RatioView = std::span<const double, kBandRows>;
 
-constexpr std::size_t at(int row) {
-    return static_cast<std::size_t>(row);
-}
-
-// A band with every column relative to its pixel above the trigger line.
+// A band with every pixel relative to that of its column in the reference row.
 class NormalisedBand {
 public:
-    NormalisedBand(const WORD* band, int width) noexcept
-        : band_(band), width_(width), reference_(static_cast<std::size_t>(width)),
-          row_(static_cast<std::size_t>(width)) {
+    explicit NormalisedBand(const ImageView<const WORD>& band) noexcept
+        : band_(band), reference_(band.width), row_(band.width) {
         if (!reference_)
             return;
-        for (int c = 0; c < width; ++c)
-            reference_[static_cast<std::size_t>(c)] =
-                static_cast<double>(std::max(signal(kReferenceRow, c), kFaintest));
+        for (int c = 0; c < band.width; ++c)
+            reference_[c] = signal(kReferenceRow, c);
     }
 
     explicit operator bool() const noexcept { return reference_ && row_; }
 
-    int width() const noexcept { return width_; }
-    const WORD* pixels(int row) const noexcept { return band_ + static_cast<std::ptrdiff_t>(row) * width_; }
-
-    double value(int row, int column) const noexcept {
-        const float numerator = row == kReferenceRow ? std::max(signal(row, column), kFaintest) : signal(row, column);
-        return static_cast<double>(numerator) / reference_[static_cast<std::size_t>(column)];
-    }
+    const ImageView<const WORD>& pixels() const noexcept { return band_; }
+    double value(int row, int column) const noexcept { return signal(row, column) / reference_[column]; }
 
     // A row's values, until the next one is asked for.
     const double* row(int row) noexcept {
-        for (int c = 0; c < width_; ++c)
-            row_[static_cast<std::size_t>(c)] = value(row, c);
+        for (int c = 0; c < band_.width; ++c)
+            row_[c] = value(row, c);
         return row_.data();
     }
 
 private:
-    float signal(int row, int column) const noexcept {
-        return std::fabs(static_cast<float>(pixels(row)[column]) - kPedestal);
+    // Never 0 in the reference row, by which others are divided.
+    double signal(int row, int column) const noexcept {
+        constexpr float kFaintest = 5e-5f;
+        const float counts = std::abs(band_.at(row, column) - kPedestal);
+        return row == kReferenceRow ? std::max(counts, kFaintest) : counts;
     }
 
-    const WORD* band_;
-    int width_;
+    ImageView<const WORD> band_;
     Scratch<double> reference_;
     Scratch<double> row_;
 };
 
-// Columns whose pixels all lie between `lowest` and 0.8 of the largest gray value.
+// Columns whose pixels all lie between `lowest` and four fifths of the largest gray value.
 class UsableColumns {
 public:
-    explicit UsableColumns(int width) noexcept
-        : lowest_(static_cast<std::size_t>(width)), highest_(static_cast<std::size_t>(width)),
-          columns_(static_cast<std::size_t>(width)) {}
+    explicit UsableColumns(int width) noexcept : lowest_(width), highest_(width), columns_(width) {}
 
     explicit operator bool() const noexcept { return lowest_ && highest_ && columns_; }
 
-    void find(const NormalisedBand& band, WORD lowest) noexcept {
+    void find(const ImageView<const WORD>& band, WORD lowest) noexcept {
+        constexpr float kUsableShare = 0.8f;
         // Kept: the ceiling is compared as a 16-bit value.
-        const auto ceiling = static_cast<WORD>(truncateToInt(static_cast<float>(maxGrayValue) * 0.8f));
-        std::copy_n(band.pixels(0), band.width(), lowest_.data());
-        std::copy_n(band.pixels(0), band.width(), highest_.data());
+        const auto ceiling = static_cast<WORD>(truncateToInt(maxGrayValue * kUsableShare));
+        std::copy_n(band.row(0), band.width, lowest_.data());
+        std::copy_n(band.row(0), band.width, highest_.data());
         for (int r = 1; r < kBandRows; ++r)
-            widen(band.pixels(r), band.width(), lowest_.data(), highest_.data());
+            widen(band.rowSpan(r), lowest_.data(), highest_.data());
         count_ = 0;
-        for (int c = 0; c < band.width(); ++c)
-            if (lowest_[static_cast<std::size_t>(c)] >= lowest && highest_[static_cast<std::size_t>(c)] <= ceiling)
-                columns_[static_cast<std::size_t>(count_++)] = c;
-    }
-
-    int count() const noexcept { return count_; }
-
-    void meanOf(NormalisedBand& band, double* ratio) const noexcept {
-        for (int r = 0; r < kBandRows; ++r) {
-            const double* const values = band.row(r);
-            double sum = 0.0;
-            for (int i = 0; i < count_; ++i)
-                sum += values[columns_[static_cast<std::size_t>(i)]];
-            ratio[r] = sum / count_;
+        for (int c = 0; c < band.width; ++c) {
+            if (lowest_[c] >= lowest && highest_[c] <= ceiling) {
+                columns_[count_] = c;
+                ++count_;
+            }
         }
     }
 
+    std::span<const int> columns() const noexcept { return columns_.span().first(count_); }
+
 private:
-    static void widen(const WORD* pixels, int width, WORD* __restrict lowest, WORD* __restrict highest) noexcept {
-        for (int c = 0; c < width; ++c) {
-            lowest[c] = std::min(lowest[c], pixels[c]);
-            highest[c] = std::max(highest[c], pixels[c]);
+    static void widen(std::span<const WORD> row, WORD* __restrict lowest, WORD* __restrict highest) noexcept {
+        for (std::size_t c = 0; c < row.size(); ++c) {
+            lowest[c] = std::min(lowest[c], row[c]);
+            highest[c] = std::max(highest[c], row[c]);
         }
     }
 
@@ -113,30 +95,55 @@ private:
     int count_ = 0;
 };
 
-// About 500 of the band's columns, evenly spread.
-struct SampledBand {
+// About kSampledColumns of the band's columns, evenly spread.
+constexpr double kSampledColumns = 500.0;
+
+class SampledBand {
+public:
     explicit SampledBand(int width) noexcept
-        : step(static_cast<int>(std::ceil(static_cast<float>(width / 500.0)))),
-          count(static_cast<int>(std::ceil(static_cast<double>(width) / step))),
-          values(static_cast<std::size_t>(kBandRows) * static_cast<std::size_t>(count)) {}
+        : step_(static_cast<int>(std::ceil(static_cast<float>(width / kSampledColumns)))),
+          values_(1 + (width - 1) / step_, kBandRows) {}
+
+    explicit operator bool() const noexcept { return static_cast<bool>(values_); }
 
     void fill(const NormalisedBand& band) noexcept {
+        const ImageView<double> sampled = view();
         for (int r = 0; r < kBandRows; ++r)
-            for (int k = 0; k < count; ++k)
-                row(r)[k] = band.value(r, k * step);
+            for (int k = 0; k < sampled.width; ++k)
+                sampled.at(r, k) = band.value(r, k * step_);
     }
 
-    double* row(int r) noexcept { return values.data() + static_cast<std::ptrdiff_t>(r) * count; }
+    ImageView<double> view() noexcept { return values_.view(); }
 
-    int step;
-    int count;
-    Scratch<double> values;
+private:
+    int step_;
+    ScratchImage<double> values_;
 };
+
+// What the ratio is measured from.
+struct Measurement {
+    explicit Measurement(const ImageView<const WORD>& band) noexcept
+        : normalised(band), usable(band.width), sampled(band.width) {}
+
+    explicit operator bool() const noexcept { return normalised && usable && sampled; }
+
+    NormalisedBand normalised;
+    UsableColumns usable;
+    SampledBand sampled;
+};
+
+// The mean of some columns of a row.
+double meanOf(const double* row, std::span<const int> columns) noexcept {
+    double sum = 0.0;
+    for (const int column : columns)
+        sum += row[column];
+    return sum / columns.size();
+}
 
 Ratio smoothed(const Ratio& ratio) noexcept {
     Ratio result = ratio;
     for (int i = 1; i < kReferenceRow; ++i)
-        result[at(i)] = (ratio[at(i - 1)] + ratio[at(i)] + ratio[at(i + 1)]) / 3.0;
+        result[i] = (ratio[i - 1] + ratio[i] + ratio[i + 1]) / 3.0;
     return result;
 }
 
@@ -144,81 +151,91 @@ Ratio smoothed(const Ratio& ratio) noexcept {
 std::array<double, kBandRows - 1> stepsOf(const Ratio& ratio) noexcept {
     std::array<double, kBandRows - 1> steps;
     for (int i = 0; i < kBandRows - 1; ++i)
-        steps[at(i)] = ratio[at(i + 1)] - ratio[at(i)];
-    const double base = std::accumulate(steps.begin() + kTriggerRow, steps.end(), 0.0) / 9.0;
+        steps[i] = ratio[i + 1] - ratio[i];
+    const double base = std::accumulate(steps.begin() + kTriggerRow, steps.end(), 0.0) / kRowsBelow;
     for (double& step : steps)
         step -= base;
     return steps;
 }
 
-// Rows above the trigger line that fall towards it; kNoStripeRatio when the last two do not.
+// Rows above the trigger line that fall towards it; kNoStripeRatio when the last two do not. The signal falls row by
+// row and jumps back at the trigger line: steps are measured by that jump, of which they are negative parts.
 int countFallingRows(const Ratio& ratio) noexcept {
+    constexpr double kPlausiblePart = -40.0;
+    constexpr double kFallingPart = -100.0;
     const auto steps = stepsOf(ratio);
     const double jump = steps[kReferenceRow];
-    const double implausible = jump / -40.0;
-    if (steps[kReferenceRow - 2] >= implausible || steps[kReferenceRow - 1] >= implausible)
+    const double plausible = jump / kPlausiblePart;
+    if (steps[kReferenceRow - 2] >= plausible || steps[kReferenceRow - 1] >= plausible)
         return kNoStripeRatio;
-    const double flat = jump / -100.0;
+    const double falling = jump / kFallingPart;
     int rows = 0;
-    for (int i = kReferenceRow - 1; i >= 0 && steps[at(i)] < flat; --i)
+    for (int i = kReferenceRow - 1; i >= 0 && steps[i] < falling; --i)
         ++rows;
     return std::max(rows, 1);
 }
 
-// From the columns that resemble each other.
-int ratioOfHomogeneous(NormalisedBand& band, UsableColumns& usable, SampledBand& sampled, const int* columns, int count,
-                       double* ratio) noexcept {
-    Ratio mean;
-    for (int r = 0; r < kBandRows; ++r) {
-        double sum = 0.0;
-        for (int i = 0; i < count; ++i)
-            sum += sampled.row(r)[columns[i]];
-        mean[at(r)] = sum / count;
-    }
-    // Kept: smoothed values tell where the stripe ends, but do not correct it.
-    int rows = countFallingRows(smoothed(mean));
-    if (rows == kNoStripeRatio) {
-        logInfo(kLogNoValue,
-                "Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low (almost in the "
-                "noise level), or the band is too wide (e.g., >15 rows).");
-        return kNoStripeRatio;
-    }
-    logInfo(kLogNoValue, "Method 1 finds %d homogeneous columns, and %d rows to compensate", count, rows);
-    std::ranges::copy(mean, ratio);
-    constexpr double kSteepest = 1.1;
-    if (!(ratio[kTriggerRow] <= kSteepest))
-        return rows;
+void measureUsable(Measurement& measurement, std::span<double, kBandRows> ratio) noexcept {
+    for (int r = 0; r < kBandRows; ++r)
+        ratio[r] = meanOf(measurement.normalised.row(r), measurement.usable.columns());
+}
+
+// All columns that are bright enough tell the ratio of a faint stripe better than a sample of them.
+int refinedRatio(Measurement& measurement, int rows, std::span<double, kBandRows> ratio) noexcept {
     constexpr WORD kDarkest = 1000;
-    usable.find(band, kDarkest);
-    if (usable.count() == 0) {
+    measurement.usable.find(measurement.normalised.pixels(), kDarkest);
+    if (measurement.usable.columns().empty()) {
         logInfo(kLogNoValue, "No valid columns found. Poor compensation performance is expected.");
         return rows;
     }
-    usable.meanOf(band, ratio);
+    measureUsable(measurement, ratio);
     logInfo(kLogNoValue, "Ratio updated.");
     rows = countRowsToCompensate(ratio);
     logInfo(kLogNoValue, "Re-evaluate the number of rows to compensate -- %d rows.", rows);
     return rows;
 }
 
+// From the columns that resemble each other.
+int ratioOfHomogeneous(Measurement& measurement, std::span<const int> columns,
+                       std::span<double, kBandRows> ratio) noexcept {
+    constexpr double kFaintStripe = 1.1;
+    Ratio mean;
+    for (int r = 0; r < kBandRows; ++r)
+        mean[r] = meanOf(measurement.sampled.view().row(r), columns);
+    // Kept: smoothed values tell where the stripe ends, but do not correct it.
+    const int rows = countFallingRows(smoothed(mean));
+    if (rows == kNoStripeRatio) {
+        // Kept: the second method is not tried.
+        logInfo(kLogNoValue,
+                "Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low (almost in the "
+                "noise level), or the band is too wide (e.g., >15 rows).");
+        return kNoStripeRatio;
+    }
+    logInfo(kLogNoValue, "Method 1 finds %d homogeneous columns, and %d rows to compensate",
+            static_cast<int>(columns.size()), rows);
+    std::ranges::copy(mean, ratio.begin());
+    return ratio[kTriggerRow] <= kFaintStripe ? refinedRatio(measurement, rows, ratio) : rows;
+}
+
 // From all columns that are bright enough.
-int ratioOfUsable(NormalisedBand& band, UsableColumns& usable, double* ratio) noexcept {
+int ratioOfUsable(Measurement& measurement, std::span<double, kBandRows> ratio) noexcept {
     // Kept: darker columns count here than among homogeneous ones.
     constexpr WORD kDarkest = 500;
-    std::fill_n(ratio, kBandRows, 0.0);
-    usable.find(band, kDarkest);
-    if (usable.count() == 0) {
+    std::ranges::fill(ratio, 0.0);
+    measurement.usable.find(measurement.normalised.pixels(), kDarkest);
+    if (measurement.usable.columns().empty()) {
         logInfo(kLogNoValue, "Method 2 is unable to proceed since no valid columns could be found.");
         return kNoStripeRatio;
     }
-    usable.meanOf(band, ratio);
+    measureUsable(measurement, ratio);
     const int rows = countRowsToCompensate(ratio);
     logInfo(kLogNoValue, "Method 2 finds %d rows to compensate", rows);
     return rows;
 }
 
-// Whether no row between row k and the trigger line, d rows below it, lies above the straight line between them.
-bool staysBelowLine(const double* ratio, int k, int d) noexcept {
+// Whether no row between row k and the trigger line lies above the straight line between them.
+bool staysBelowLine(RatioView ratio, int k) noexcept {
+    const int d = kTriggerRow - k;
     for (int m = 1; m < d; ++m)
         if (ratio[k + m] > ((d - m) * ratio[k] + m * ratio[kTriggerRow]) / d)
             return false;
@@ -227,45 +244,43 @@ bool staysBelowLine(const double* ratio, int k, int d) noexcept {
 
 }  // namespace
 
-std::uint32_t maxGrayValue = 0;
-
-int countRowsToCompensate(const double* ratio) noexcept {
-    constexpr int kCandidates = 23;
-    constexpr int kRowsBelow = kBandRows - kTriggerRow - 1;
-    const double below = std::accumulate(ratio + kTriggerRow + 1, ratio + kBandRows, 0.0) / kRowsBelow;
-    const double slopeBelow = (below - ratio[kTriggerRow]) / 5.0;
+// Row k is the last one that keeps its level: the rows between it and the trigger line are to follow the straight line
+// that joins the two. Going up from the row before the reference row, a row counts as long as no row lies above its
+// line. The best line goes on from the rows at either end: its cost is how far its slope differs from the step to row k
+// and from the slope below the trigger line.
+int countRowsToCompensate(RatioView ratio) noexcept {
+    constexpr double kMeanDistanceBelow = (kRowsBelow + 1) / 2.0;
+    const double below = std::accumulate(ratio.begin() + kTriggerRow + 1, ratio.end(), 0.0) / kRowsBelow;
+    const double slopeBelow = (below - ratio[kTriggerRow]) / kMeanDistanceBelow;
     int rows = 0;
     double lowestCost = 0.0;
-    for (int j = 0; j < kCandidates; ++j) {
-        const int k = kCandidates - j;
-        const int d = kTriggerRow - k;
-        if (!staysBelowLine(ratio, k, d))
-            break;
-        const double slope = (ratio[kTriggerRow] - ratio[k]) / d;
+    for (int k = kReferenceRow - 1; k >= 1 && staysBelowLine(ratio, k); --k) {
+        const double slope = (ratio[kTriggerRow] - ratio[k]) / (kTriggerRow - k);
         const double step = ratio[k] - ratio[k - 1];
         const double cost = std::fabs(slope - step) + std::fabs(slopeBelow - slope);
-        if (j == 0 || cost < lowestCost) {
+        if (rows == 0 || cost < lowestCost) {
             lowestCost = cost;
-            rows = j + 1;
+            rows = kReferenceRow - k;
         }
     }
     return rows;
 }
 
-int calcStripeRatio(double* ratio, const WORD* band, int width) noexcept {
-    NormalisedBand normalised(band, width);
-    UsableColumns usable(width);
-    SampledBand sampled(width);
-    Scratch<int> columns(static_cast<std::size_t>(sampled.count));
-    if (!normalised || !usable || !sampled.values || !columns)
+int calcStripeRatio(const ImageView<const WORD>& band, std::span<double, kBandRows> ratio) noexcept {
+    constexpr int kMinHomogeneousColumns = 20;
+    Measurement measurement(band);
+    if (!measurement)
         return kNoStripeMemory;
-    sampled.fill(normalised);
-    const int count = findHomogeneousColumns(sampled.values.data(), sampled.count, columns.data());
+    const ImageView<const double> sampled = measurement.sampled.view();
+    Scratch<int> columns(sampled.width);
+    if (!columns)
+        return kNoStripeMemory;
+    measurement.sampled.fill(measurement.normalised);
+    const int count = findHomogeneousColumns(sampled, columns.span());
     if (count == kNoStripeMemory)
         return kNoStripeMemory;
-    return count >= kMinHomogeneousColumns
-               ? ratioOfHomogeneous(normalised, usable, sampled, columns.data(), count, ratio)
-               : ratioOfUsable(normalised, usable, ratio);
+    return count >= kMinHomogeneousColumns ? ratioOfHomogeneous(measurement, columns.span().first(count), ratio)
+                                           : ratioOfUsable(measurement, ratio);
 }
 
 }  // namespace qx

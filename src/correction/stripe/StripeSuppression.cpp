@@ -3,21 +3,20 @@
 #include "QxUtils/Correction.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
+#include "correction/stripe/StripeRatio.h"
 #include "foundation/CheckedNumbers.h"
-#include "foundation/ImageView.h"
 #include "foundation/Log.h"
+#include "foundation/Pedestal.h"
 
 #include <QxSysMgt.h>
 
 #include <array>
 #include <cmath>
-#include <cstddef>
 
 namespace qx {
 namespace {
 
-constexpr int kMaxRows = kTriggerRow - 1;
-constexpr int kPedestal = 208;
+constexpr int kMaxRows = kReferenceRow;
 constexpr char kSource[] = "StripeSuppression";
 
 // Where the band lies in the code, as the error lines tell it.
@@ -35,79 +34,80 @@ WORD rescaled(WORD pixel, double gain) noexcept {
     return value <= 0.0 ? WORD{0} : static_cast<WORD>(truncateToInt(value));
 }
 
-void rescaleRow(WORD* destination, const WORD* source, int width, double gain) noexcept {
+void rescaleRow(WORD* destination, std::span<const WORD> source, double gain) noexcept {
     constexpr std::uint32_t kLargestPixel = 65535;
     if (maxGrayValue > kLargestPixel || !std::isfinite(gain)) {
-        for (int c = 0; c < width; ++c)
-            destination[c] = rescaled(source[c], gain);
+        for (const WORD pixel : source)
+            *destination++ = rescaled(pixel, gain);
         return;
     }
     // The same without branches.
     const double largest = maxGrayValue;
-    for (int c = 0; c < width; ++c) {
-        const double value = (source[c] - kPedestal) * gain + kPedestal + 0.5;
+    for (const WORD pixel : source) {
+        const double value = (pixel - kPedestal) * gain + kPedestal + 0.5;
         const double limited = value < largest ? value : largest;
-        destination[c] = static_cast<WORD>(static_cast<int>(limited > 0.0 ? limited : 0.0));
+        *destination++ = static_cast<WORD>(static_cast<int>(limited > 0.0 ? limited : 0.0));
     }
 }
 
-const WORD* bandOf(const WORD* image, int width, int triggerLine) noexcept {
-    return image + static_cast<std::ptrdiff_t>(triggerLine - kTriggerRow) * width;
+template <class Pixel>
+ImageView<Pixel> bandOf(const ImageView<Pixel>& image, int triggerLine) noexcept {
+    return {image.row(triggerLine - kTriggerRow), image.width, kBandRows};
 }
 
-int suppressStripe(WORD* image, const WORD* reference, int width, int referenceWidth, int height, int triggerLine) {
-    logBegin("correctAedStripe");
-    if (triggerLine <= kTriggerRow || static_cast<long long>(height) - triggerLine < kBandRows - kTriggerRow) {
+int suppressStripe(const ImageView<WORD>& image, const ImageView<const WORD>& reference, int triggerLine) {
+    // Kept: the log tells the name of the other correction.
+    LoggedOperation operation("correctAedStripe");
+    if (triggerLine <= kTriggerRow || image.height - triggerLine <= kRowsBelow) {
         logInfo(kLogNoValue, "%s", kBandOutsideWindow);
-        logEnd("correctAedStripe", " terminates", kLogNoValue);
         return StatusOk;
     }
     maxGrayValue = getConfigInfo()->maxGrayValue;
     std::array<double, kBandRows> ratio{};
-    const int rows = calcStripeRatio(ratio.data(), bandOf(reference, referenceWidth, triggerLine), referenceWidth);
+    const int rows = calcStripeRatio(bandOf(reference, triggerLine), ratio);
+    // Kept: nothing tells of the end from here on.
     if (rows == kNoStripeMemory) {
         logError("Allocate buff failed.", kLogNoValue);
-        return StatusAllocationFailed;
+        return operation.endUntold(StatusAllocationFailed);
     }
     if (rows < 0) {
         logError("<calcStripeRatio> terminates. Fail to find a band", kLogNoValue);
         WriteErrorLine(LogModuleUtils, kRatioErrorLine, kSource);
-        return kNoStripeRatio;
+        return operation.endUntold(kNoStripeRatio);
     }
     // Every pixel is read before it is written, so the band needs no copy.
-    WORD* const band = image + static_cast<std::ptrdiff_t>(triggerLine - kTriggerRow) * width;
-    const int result = removeGenericStripe(band, band, width, ratio.data(), rows);
+    const ImageView<WORD> band = bandOf(image, triggerLine);
+    const int result = removeGenericStripe(band, band, ratio, rows);
     if (result != StatusOk) {
         logError("<removeGenericStripe> terminates with a return value ", result);
         WriteErrorLine(LogModuleUtils, kRemovalErrorLine, kSource);
     }
-    // Kept: nothing tells of the end here.
-    return result;
+    return operation.endUntold(result);
 }
 
 }  // namespace
 
-int removeGenericStripe(WORD* destination, const WORD* source, int width, const double* ratio, int rows) noexcept {
-    logBegin("removeGenericStripe");
+std::uint32_t maxGrayValue = 0;
+
+int removeGenericStripe(const ImageView<WORD>& destination, const ImageView<const WORD>& source,
+                        std::span<const double, kBandRows> ratio, int rows) noexcept {
+    const LoggedOperation operation("removeGenericStripe");
     if (rows > kMaxRows) {
         logInfo(kLogNoValue, "Warning: reduce the number of rows to correct from %d to %d to pass the range check",
                 rows, kMaxRows);
         rows = kMaxRows;
     }
-    const int start = kTriggerRow - rows;
-    std::array<double, kMaxRows> gains{};
+    const int lastClean = kReferenceRow - rows;
     for (int i = 0; i < rows; ++i) {
-        const float t = static_cast<float>(i + 1) / static_cast<float>(rows + 1);
-        const double line =
-            static_cast<double>(1.0f - t) * ratio[start - 1] + static_cast<double>(t) * ratio[kTriggerRow];
-        gains[static_cast<std::size_t>(i)] = line / ratio[start + i];
-        logInfo(kLogNoValue, "gain[%d] = %f", i, gains[static_cast<std::size_t>(i)]);
+        const int row = lastClean + 1 + i;
+        // How far the row lies on the way from the last clean row to the trigger line.
+        const float way = (i + 1) / (rows + 1.0f);
+        const double shareBelow = way;
+        const double shareAbove = 1.0f - way;
+        const double gain = (shareAbove * ratio[lastClean] + shareBelow * ratio[kTriggerRow]) / ratio[row];
+        logInfo(kLogNoValue, "gain[%d] = %f", i, gain);
+        rescaleRow(destination.row(row), source.rowSpan(row), gain);
     }
-    for (int i = 0; i < rows; ++i) {
-        const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(start + i) * width;
-        rescaleRow(destination + row, source + row, width, gains[static_cast<std::size_t>(i)]);
-    }
-    logEnd("removeGenericStripe", " terminates", kLogNoValue);
     return StatusOk;
 }
 
@@ -117,7 +117,9 @@ int correctAedStripeClinic(WORD* image, const WORD* referenceImage, int width, i
                            int triggerLine) {
     if (image == nullptr || referenceImage == nullptr)
         return StatusNullArgument;
-    if (!qx::isImageSize(width, height) || !qx::isImageSize(referenceWidth, height))
+    const qx::ImageView<WORD> view{image, width, height};
+    const qx::ImageView<const WORD> reference{referenceImage, referenceWidth, height};
+    if (!view.exists() || !reference.exists())
         return StatusWrongParameter;
-    return qx::suppressStripe(image, referenceImage, width, referenceWidth, height, triggerLine);
+    return qx::suppressStripe(view, reference, triggerLine);
 }

@@ -2,6 +2,7 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/CacheLine.h"
+#include "foundation/ImageView.h"
 #include "foundation/Panels.h"
 #include "kernels/WindowKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
@@ -23,19 +24,20 @@ constexpr int kFilteredColumns = 4096;
 // Columns before the first one that starts a cache line in every row.
 int columnsBeforeLine(const WORD* image, int width) noexcept {
     constexpr int kLinePixels = kCacheLineBytes / sizeof(WORD);
-    return width % kLinePixels == 0 ? static_cast<int>(qx::valuesBeforeLine(image)) : 0;
+    return width % kLinePixels == 0 ? qx::valuesBeforeLine(image) : 0;
 }
 
-void filterPanel(WORD* image, std::ptrdiff_t stride, int columns, int height) noexcept {
+void filterPanel(qx::ImageView<WORD> image, int firstColumn, int columns) noexcept {
     struct alignas(kCacheLineBytes) Row : std::array<WORD, kFilteredColumns> {};
     std::array<Row, kColumnHalf> rows;
     const std::array<WORD*, kColumnHalf> above = {rows[0].data(), rows[1].data()};
     for (int y = 0; y < kColumnHalf; ++y)
-        std::copy_n(image + y * stride, columns, above[y]);
+        std::copy_n(image.row(y) + firstColumn, columns, above[y]);
     const qx::WindowKernels& kernels = qx::windowKernels();
     // Kept: the first and the last two rows stay.
-    const int end = height - kColumnHalf;
-    WORD* row = image + kColumnHalf * stride;
+    const int end = image.height - kColumnHalf;
+    const std::ptrdiff_t stride = image.width;
+    WORD* row = image.row(kColumnHalf) + firstColumn;
     for (int y = kColumnHalf; y + 1 < end; y += 2, row += 2 * stride)
         kernels.mediansOfFive(row, stride, columns, above.data(), row + 3 * stride, row + stride);
     if ((end - kColumnHalf) % 2 == 0)
@@ -61,7 +63,7 @@ void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
 void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexcept {
     constexpr std::size_t kAtOnce = 4;
     std::size_t i = 0;
-    const auto level = [=](std::size_t index) { return static_cast<std::uint64_t>(levels[pixels[index]]); };
+    const auto level = [=](std::size_t index) -> std::uint64_t { return levels[pixels[index]]; };
 #pragma GCC unroll 2
     for (; i + kAtOnce <= count; i += kAtOnce) {
         const std::uint64_t four = level(i) | level(i + 1) << 16 | level(i + 2) << 32 | level(i + 3) << 48;
@@ -78,7 +80,7 @@ int filterImg(WORD* image, int width, int height) {
         return StatusNullArgument;
     if (width < 1 || height <= 2 * kColumnHalf)
         return StatusOk;
-    const auto filter = [=](int first, int columns) { filterPanel(image + first, width, columns, height); };
+    const auto filter = [=](int first, int columns) { filterPanel({image, width, height}, first, columns); };
     const int before = columnsBeforeLine(image, width);
     if (before > 0)
         filter(0, before);
@@ -91,7 +93,7 @@ void hisEqualization(WORD* pixels, int n) {
         return;
     std::array<std::uint32_t, qx::kPixelValues> counts{};
     std::array<WORD, qx::kPixelValues> levels;
-    qx::countPixels(pixels, static_cast<std::size_t>(n), counts.data());
+    qx::countPixels(pixels, n, counts.data());
     fillLevels(counts.data(), n, levels.data());
-    replaceByLevels(pixels, static_cast<std::size_t>(n), levels.data());
+    replaceByLevels(pixels, n, levels.data());
 }

@@ -1,6 +1,7 @@
 #include "QxUtils/Numerics.h"
 
 #include "foundation/AlignedFloats.h"
+#include "foundation/Panels.h"
 #include "foundation/Scratch.h"
 #include "kernels/WindowKernels.h"
 #include "numerics/statistics/ExchangeSelection.h"
@@ -8,12 +9,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <span>
 
 namespace {
-
-using qx::WindowKernels;
 
 // Whether a value needs the exchange sort itself: a NaN, which never moves, or a negative zero, which ties with zero.
 bool isIrregular(float value) noexcept {
@@ -26,77 +27,91 @@ bool isIrregular(float value) noexcept {
 bool anyIrregular(std::span<const float> values) noexcept {
     std::uint32_t any = 0;
     for (const float value : values)
-        any |= static_cast<std::uint32_t>(isIrregular(value));
+        any |= isIrregular(value);
     return any != 0;
 }
 
-// Takes the medians of the windows with an irregular sample by the described method. samples holds size - 1 more than
-// medians; copy holds size.
-void mendIrregular(std::span<const float> samples, std::span<float> medians, float* copy) noexcept {
-    const std::size_t size = samples.size() - medians.size() + 1;
-    std::size_t done = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
+// Takes the medians of the windows with an irregular sample as the exchange sort takes them. samples holds size - 1
+// more than medians; copy holds size.
+void mendIrregular(std::span<const float> samples, int size, float* medians, float* copy) noexcept {
+    const std::ptrdiff_t windows = std::ssize(samples) - size + 1;
+    std::ptrdiff_t done = 0;
+    for (std::ptrdiff_t i = 0; i < std::ssize(samples); ++i) {
         if (!isIrregular(samples[i]))
             continue;
-        const std::size_t end = std::min(i + 1, medians.size());
-        for (std::size_t x = std::max(done, i + 1 < size ? 0 : i + 1 - size); x < end; ++x)
-            medians[x] = qx::exchangeMiddle<qx::SortOrder::Descending>(&samples[x], static_cast<int>(size), copy);
+        const std::ptrdiff_t end = std::min(i + 1, windows);
+        for (std::ptrdiff_t x = std::max(done, i + 1 - size); x < end; ++x)
+            medians[x] = qx::exchangeMiddle<qx::SortOrder::Descending>(&samples[x], size, copy);
         done = end;
     }
 }
 
-// Replaces data by medians, piece after piece. buffer holds the samples of a piece as they were; take(samples, medians)
-// takes their medians.
+// Memory for the samples of a piece as they were, of so many medians at most, and for those of a window.
+struct Buffers {
+    float* samples;
+    int medians;
+    float* window;
+};
+
+// Replaces the data by medians, piece after piece; take(samples, count, medians) takes those of a piece.
 template <class Take>
-void filterInPieces(std::span<float> data, std::size_t half, std::span<float> buffer, float* copy, Take take) noexcept {
-    const std::size_t context = 2 * half;
+void filterInPieces(float* data, int n, int half, const Buffers& buffers, Take take) noexcept {
+    const int context = 2 * half;
+    float* const samples = buffers.samples;
+    std::copy_n(data, context, samples);
     // Kept: where no window is centred the samples stay.
-    std::span<float> centres = data.subspan(half, data.size() - context);
-    std::copy_n(data.data(), context, buffer.data());
-    while (!centres.empty()) {
-        const std::span<float> medians = centres.first(std::min(buffer.size() - context, centres.size()));
-        const std::span<const float> samples = buffer.first(medians.size() + context);
-        std::copy_n(medians.data() + half, medians.size(), buffer.data() + context);
-        take(samples, medians);
-        if (anyIrregular(samples))
-            mendIrregular(samples, medians, copy);
-        std::copy_n(buffer.data() + medians.size(), context, buffer.data());
-        centres = centres.subspan(medians.size());
-    }
+    qx::forPanels(n - context, buffers.medians, [&](int first, int count) {
+        float* const medians = data + half + first;
+        std::copy_n(medians + half, count, samples + context);
+        take(samples, count, medians);
+        if (const std::span<const float> piece(samples, samples + context + count); anyIrregular(piece))
+            mendIrregular(piece, context + 1, medians, buffers.window);
+        std::copy_n(samples + count, context, samples);
+    });
 }
 
-void filterShort(std::span<float> data, int half) noexcept {
-    constexpr std::size_t kBuffer = 4096;
-    std::array<float, kBuffer> buffer;
-    std::array<float, 2 * qx::kLargestShortHalf + 1> copy;
-    const WindowKernels& kernels = qx::windowKernels();
-    filterInPieces(data, static_cast<std::size_t>(half), buffer, copy.data(),
-                   [&](std::span<const float> samples, std::span<float> medians) {
-                       kernels.shortMedians(samples.data(), static_cast<int>(medians.size()), half, medians.data());
-                   });
-}
-
-// The lines' windows have to be filled before they move, which the steps have to outweigh.
-void filterRolling(std::span<float> data, int half) noexcept {
-    constexpr std::int64_t kStepsPerSample = 8;
-    constexpr std::int64_t kLines = qx::kRollingLines;
-    const std::int64_t size = 2 * std::int64_t{half} + 1;
-    const std::int64_t allSteps = (static_cast<std::int64_t>(data.size()) - size + kLines) / kLines;
-    const auto steps = static_cast<int>((std::min(kStepsPerSample * size, allSteps) + kLines - 1) / kLines * kLines);
-    const auto places = static_cast<std::size_t>(size) * qx::kRollingLines;
-    qx::Scratch<float> buffer(static_cast<std::size_t>(steps) * qx::kRollingLines + static_cast<std::size_t>(size) - 1);
-    qx::Scratch<float> copy(static_cast<std::size_t>(size));
-    qx::AlignedFloats ordered(places + qx::kRollingLines);
-    qx::AlignedFloats arrived(places);
-    if (!buffer || !copy || !ordered || !arrived)
-        return;
-    buffer.clear();
-    const qx::RollingWindows windows = {static_cast<int>(size), ordered.data(), arrived.data()};
-    const WindowKernels& kernels = qx::windowKernels();
-    const auto take = [&](std::span<const float> piece, std::span<float> medians) {
-        kernels.rollingMedians(piece.data(), steps, static_cast<int>(medians.size()), windows, medians.data());
+void filterShort(float* data, int n, int half) noexcept {
+    constexpr int kBuffer = 4096;
+    std::array<float, kBuffer> samples;
+    std::array<float, 2 * qx::kLargestShortHalf + 1> window;
+    const qx::WindowKernels& kernels = qx::windowKernels();
+    const auto take = [&](const float* piece, int count, float* medians) {
+        kernels.shortMedians(piece, count, half, medians);
     };
-    filterInPieces(data, static_cast<std::size_t>(half), buffer.span(), copy.data(), take);
+    filterInPieces(data, n, half, {samples.data(), kBuffer - 2 * half, window.data()}, take);
+}
+
+constexpr std::int64_t kLines = qx::kRollingLines;
+
+// How many steps each of the lines of a piece takes, one a median: a multiple of kLines.
+// - So many that the lines together take all medians of the data, where a piece can hold them.
+// - Else kStepsPerSample for every sample of a window: before a line takes its first step its window has to be filled,
+//   which the steps have to outweigh.
+int stepsOfLine(std::int64_t medians, std::int64_t windowSize) noexcept {
+    constexpr std::int64_t kStepsPerSample = 8;
+    const auto quotientRoundedUp = [](std::int64_t value) { return (value + kLines - 1) / kLines; };
+    const std::int64_t steps = std::min(kStepsPerSample * windowSize, quotientRoundedUp(medians));
+    return static_cast<int>(quotientRoundedUp(steps) * kLines);
+}
+
+void filterRolling(float* data, int n, int half) noexcept {
+    const int size = 2 * half + 1;
+    const int steps = stepsOfLine(n - size + 1, size);
+    qx::Scratch<float> samples(steps * kLines + size - 1);
+    qx::Scratch<float> window(size);
+    qx::AlignedFloats ordered((size + 1) * kLines);
+    qx::AlignedFloats arrived(size * kLines);
+    if (!samples || !window || !ordered || !arrived)
+        return;
+    // The kernel reads what all lines need, also where the last piece has fewer medians.
+    samples.clear();
+    const qx::RollingWindows windows = {size, ordered.data(), arrived.data()};
+    const qx::WindowKernels& kernels = qx::windowKernels();
+    const auto take = [&](const float* piece, int count, float* medians) {
+        kernels.rollingMedians(piece, steps, count, windows, medians);
+    };
+    const auto medians = static_cast<int>(std::min<std::int64_t>(steps * kLines, n));
+    filterInPieces(data, n, half, {samples.data(), medians, window.data()}, take);
 }
 
 }  // namespace
@@ -104,9 +119,8 @@ void filterRolling(std::span<float> data, int half) noexcept {
 void medianFilter(float* data, int n, int r) {
     if (data == nullptr || r < 1 || n <= 2 * std::int64_t{r})
         return;
-    const std::span<float> samples(data, static_cast<std::size_t>(n));
     if (r <= qx::kLargestShortHalf)
-        filterShort(samples, r);
+        filterShort(data, n, r);
     else
-        filterRolling(samples, r);
+        filterRolling(data, n, r);
 }

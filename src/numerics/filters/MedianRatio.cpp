@@ -2,6 +2,7 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/CacheLine.h"
+#include "foundation/ImageView.h"
 #include "foundation/Panels.h"
 #include "kernels/WindowKernels.h"
 
@@ -13,20 +14,23 @@ namespace {
 
 using qx::kCacheLineBytes;
 
-// A panel of columns. Windows whose first pixels have an even and an odd index form a pair, along
-// the rows as down the columns.
+// A panel of columns. Windows of eleven that start at an even place p and at p + 1 form a pair, along the rows as down
+// the columns. Of the twelve places both together look at, in order,
+//   p | p+1 .. p+4 | p+5 .. p+8 | p+9, p+10 | p+11
+// the first one is the first window's alone, the last one the second window's; they share two fours and two more. Fours
+// are ordered once: the second four of the windows at p is the first one of those at p + 4. Along a row, place p + 2 k
+// is pixel k of the even ones behind p, p + 1 + 2 k that of the odd ones.
 class RatioPanel {
 public:
     static constexpr int kColumns = 384;
 
-    // So many windows side by side, the first ones from `image` on.
-    RatioPanel(const WORD* image, std::ptrdiff_t stride, int columns)
-        : image_(image), stride_(stride), columns_(columns),
+    // So many windows side by side, the first ones from a column on.
+    RatioPanel(qx::ImageView<const WORD> image, int firstColumn, int columns)
+        : image_(image), firstColumn_(firstColumn), columns_(columns),
           half_(((columns + 1) / 2 + qx::kPixelRoom - 1) / qx::kPixelRoom * qx::kPixelRoom) {}
 
-    // out is the place of the first window's ratio.
-    void write(int rows, float* out) noexcept {
-        for (int y = 0; y < rows; ++y) {
+    void write(qx::ImageView<float> out) noexcept {
+        for (int y = 0; y < image_.height; ++y) {
             addRow(y);
             if (y % 2 == 0 && y >= qx::kFour)
                 orderRows(y - qx::kFour);
@@ -34,8 +38,8 @@ public:
                 writeRows(y - qx::kRatioWindow, 2, out);
         }
         // The last windows have no partner when their number is odd.
-        if (rows % 2 == 1)
-            writeRows(rows - qx::kRatioWindow, 1, out);
+        if (image_.height % 2 == 1)
+            writeRows(image_.height - qx::kRatioWindow, 1, out);
     }
 
 private:
@@ -50,7 +54,7 @@ private:
 
     // Medians along a row: those of the windows of even index, then those of odd index.
     void addRow(int y) noexcept {
-        kernels_.split(image_ + y * stride_, kRowsAhead * stride_, columns_ + qx::kRatioWindow - 1, even_.data(),
+        kernels_.split(image_.row(y) + firstColumn_, rowsAhead(), columns_ + qx::kRatioWindow - 1, even_.data(),
                        odd_.data());
         const WORD* const even = even_.data();
         const WORD* const odd = odd_.data();
@@ -71,9 +75,9 @@ private:
         kernels_.orderFours(rows.data(), 2 * half_, ordered.data());
     }
 
-    // Kept: nothing guards a division by a pixel of 0, and the border is not written.
     // Ratios of the windows from an even row on, and of those from the next one on.
-    void writeRows(int y, int count, float* out) noexcept {
+    // Kept: nothing guards a division by a pixel of 0, and the border is not written.
+    void writeRows(int y, int count, qx::ImageView<float> out) noexcept {
         const Fours& a = foursAfter(y);
         const Fours& b = foursAfter(y + qx::kFour);
         const qx::WindowPair windows = {{a[0].data(), a[1].data(), a[2].data(), a[3].data()},
@@ -84,19 +88,22 @@ private:
         alignas(kCacheLineBytes) std::array<Row, 2> medians;
         kernels_.mediansOfEleven(windows, 2 * half_, medians[0].data(), medians[1].data());
         for (int i = 0; i < count; ++i) {
-            const std::ptrdiff_t first = (y + i) * stride_;
-            const WORD* const centre = image_ + first + kCentre * stride_ + kCentre;
-            kernels_.ratios(medians[i].data(), medians[i].data() + half_, centre, columns_, out + first,
-                            kRowsAhead * stride_);
+            const int row = y + i + kCentre;
+            const int column = firstColumn_ + kCentre;
+            kernels_.ratios(medians[i].data(), medians[i].data() + half_, image_.row(row) + column, columns_,
+                            out.row(row) + column, rowsAhead());
         }
     }
 
+    std::ptrdiff_t rowsAhead() const noexcept { return kRowsAhead * std::ptrdiff_t{image_.width}; }
+
+    // Medians along a row, and the ordered fours of the four rows after an even one.
     WORD* row(int y) noexcept { return medians_[y % kRowsHeld].data(); }
     Fours& foursAfter(int y) noexcept { return rowFours_[y / 2 % kFoursHeld]; }
 
     const qx::WindowKernels& kernels_ = qx::windowKernels();
-    const WORD* image_;
-    std::ptrdiff_t stride_;
+    qx::ImageView<const WORD> image_;
+    int firstColumn_;
     int columns_;
     int half_;  // windows of even index, and of odd index, in whole vectors
     // Vectors that cross cache lines would take twice as long.
@@ -114,9 +121,8 @@ int getMedianImage(float* out, const WORD* image, int width, int height) {
         return StatusNullArgument;
     if (width < qx::kRatioWindow || height < qx::kRatioWindow)
         return StatusOk;
-    constexpr int kHalf = qx::kRatioWindow / 2;
-    float* const first = out + static_cast<std::ptrdiff_t>(kHalf) * width + kHalf;
-    qx::forPanels(width - qx::kRatioWindow + 1, RatioPanel::kColumns,
-                  [=](int x, int columns) { RatioPanel(image + x, width, columns).write(height, first + x); });
+    qx::forPanels(width - qx::kRatioWindow + 1, RatioPanel::kColumns, [=](int x, int columns) {
+        RatioPanel({image, width, height}, x, columns).write({out, width, height});
+    });
     return StatusOk;
 }

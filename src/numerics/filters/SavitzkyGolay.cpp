@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdint>
 
 namespace {
@@ -18,8 +17,8 @@ constexpr int kLargestWindow = 51;
 constexpr int kRefused = 1;
 
 // A quotient of integers below 2^53. For the six windows the two roundings give what a single one does.
-float rounded(std::int64_t numerator, std::int64_t denominator) noexcept {
-    return static_cast<float>(static_cast<double>(numerator) / static_cast<double>(denominator));
+float rounded(double numerator, double denominator) noexcept {
+    return static_cast<float>(numerator / denominator);
 }
 
 // Weighted sums of the samples from each of `count` positions on, in the order of the samples.
@@ -61,11 +60,11 @@ int loadSGolayTable(float* table, int order, int window) noexcept {
 int filterUsingSGolay(float* out, const float* in, int n, int order, int window) {
     if (out == nullptr || in == nullptr)
         return StatusNullArgument;
-    std::array<float, static_cast<std::size_t>(kLargestWindow) * kLargestWindow> table;
+    std::array<float, kLargestWindow * kLargestWindow> table;
     if (n < window || qx::loadSGolayTable(table.data(), order, window) != 0)
         return kRefused;
     const int half = window / 2;
-    const auto weights = [&](int row) { return table.data() + static_cast<std::ptrdiff_t>(row) * window; };
+    const auto weights = [&](int row) { return table.data() + row * window; };
     for (int i = 0; i < half; ++i) {
         smooth(out + i, in, 1, weights(i), window);
         smooth(out + n - half + i, in + n - window, 1, weights(window - half + i), window);

@@ -29,10 +29,10 @@ inline void addDotProducts(const float* x, ColumnMatrix matrix, int firstColumn,
         std::array<const float*, kInFlight> columns{};
         const int count = std::min(kInFlight, endColumn - j);
         for (int c = 0; c < count; ++c)
-            columns[static_cast<std::size_t>(c)] = matrix.column(j + c);
+            columns[c] = matrix.column(j + c);
         constexpr std::array kAdd = {addProducts<1>, addProducts<2>, addProducts<3>,
                                      addProducts<4>, addProducts<5>, addProducts<6>};
-        kAdd[static_cast<std::size_t>(count - 1)](x, columns.data(), firstRow, endRow, sums + j);
+        kAdd[count - 1](x, columns.data(), firstRow, endRow, sums + j);
     }
 }
 

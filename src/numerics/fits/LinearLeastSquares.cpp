@@ -23,7 +23,8 @@ void editSingularValues(float* w, int count) noexcept {
     float largest = 0.0f;
     for (int j = 0; j < count; ++j)
         largest = w[j] > largest ? w[j] : largest;
-    const auto threshold = static_cast<float>(static_cast<double>(largest) * kEditingThreshold);
+    const double exact = largest;
+    const auto threshold = static_cast<float>(exact * kEditingThreshold);
     for (int j = 0; j < count; ++j)
         w[j] = w[j] < threshold ? 0.0f : w[j];
 }
@@ -58,9 +59,9 @@ public:
             const float* const data = samples_.y + start;
             const float* const fit = fitted + start;
             for (int i = 0; i < count; ++i)
-                residuals[static_cast<std::size_t>(i)] = (data[i] - fit[i]) / samples_.sigma[start + i];
+                residuals[i] = (data[i] - fit[i]) / samples_.sigma[start + i];
             for (int i = 0; i < count; ++i) {
-                const float residual = residuals[static_cast<std::size_t>(i)];
+                const float residual = residuals[i];
                 chiSquare += residual * residual;
                 dataSum += data[i];
                 fitSum += fit[i];
@@ -124,27 +125,28 @@ private:
 
 }  // namespace
 
+// Kept: a lack of memory leaves the log without a line at the end; it is told on the console whatever the debug flag,
+// without a line end.
 int svdfit(const FitSamples& samples, int first, int second, float* a, const FitWorkspace& workspace, float& chiSquare,
            FitBasis basis, float& fitResult) noexcept {
-    logBegin("svdfit");
-    Scratch<float> scratch(static_cast<std::size_t>(samples.count));
+    LoggedOperation operation("svdfit", " terminates with a return value ");
+    Scratch<float> scratch(samples.count);
     if (!scratch) {
         printConsole("allocation failure in vector()");
-        return StatusAllocationFailed;
+        return operation.endUntold(StatusAllocationFailed);
     }
     Fit fit(samples, basis, first, second, scratch.data());
     const int status = fit.solve(a, workspace);
     if (status == StatusFitNotConverged) {
         printDebug("svdfit failed, no convergence in 30 svdcmp iterations\n");
         WriteLogFile(LogModuleUtils, LogError, "svdfit failed, no convergence in 30 svdcmp iterations", kLogNoValue);
-        logEnd("svdfit", " terminates with a return value ", status);
+        return operation.end(status);
     }
     if (status != StatusOk)
-        return status;
+        return operation.endUntold(status);
     chiSquare = fit.measure(a, workspace.u, fitResult);
     logInfo(kLogNoValue, "fitResult=%.3f", static_cast<double>(fitResult));
-    logEnd("svdfit", " terminates with a return value ", StatusOk);
-    return StatusOk;
+    return operation.end(StatusOk);
 }
 
 }  // namespace qx

@@ -11,8 +11,9 @@
 
 namespace {
 
+using qx::kPowersOfY;
+
 constexpr int kMaxPowers = 20;
-constexpr int kTableColumns = 3;
 constexpr double kRoundingShare = 1e-24;
 
 // Polynomials that are orthogonal over the sample points, by the three-term recurrence
@@ -26,7 +27,7 @@ public:
         std::fill_n(values, pointCount, 1.0);
         powers_[0][0] = 1.0;
         for (int k = 0; k < count; ++k) {
-            squares_[index(k)] = squaresOf(k);
+            squares_[k] = squaresOf(k);
             if (k + 1 < count)
                 extend(points, k);
         }
@@ -38,16 +39,14 @@ public:
 
     // A sum of products with P(k), as the coefficient of P(k). A polynomial that vanishes at every point has none.
     double coefficient(int k, double sum) const noexcept {
-        const double squares = squares_[index(k)];
+        const double squares = squares_[k];
         return squares == 0.0 ? sum : sum / squares;
     }
 
     // The factor of t^power in P(k).
-    double power(int k, int power) const noexcept { return powers_[index(k)][index(power)]; }
+    double power(int k, int power) const noexcept { return powers_[k][power]; }
 
 private:
-    static std::size_t index(int k) noexcept { return static_cast<std::size_t>(k); }
-
     static float meanOf(const float* points, int count) noexcept {
         float sum = 0.0f;
         for (int i = 0; i < count; ++i)
@@ -55,7 +54,7 @@ private:
         return sum / static_cast<float>(count);
     }
 
-    double* of(int k) const noexcept { return values_ + static_cast<std::ptrdiff_t>(k) * pointCount_; }
+    double* of(int k) const noexcept { return values_ + std::ptrdiff_t{k} * pointCount_; }
 
     double squaresOf(int k) const noexcept {
         double sum = 0.0;
@@ -65,16 +64,19 @@ private:
     }
 
     void extend(const float* points, int k) noexcept {
-        const double mean = static_cast<double>(mean_);
+        const double mean = mean_;
         double weighted = 0.0;
-        for (int i = 0; i < pointCount_; ++i)
-            weighted += (static_cast<double>(points[i]) - mean) * of(k)[i] * of(k)[i];
+        for (int i = 0; i < pointCount_; ++i) {
+            const double point = points[i];
+            weighted += (point - mean) * of(k)[i] * of(k)[i];
+        }
         const double alpha = coefficient(k, weighted);
-        const double beta = k > 0 && squares_[index(k - 1)] != 0.0 ? squares_[index(k)] / squares_[index(k - 1)] : 0.0;
+        const double beta = k > 0 && squares_[k - 1] != 0.0 ? squares_[k] / squares_[k - 1] : 0.0;
         double squares = 0.0;
         double terms = 0.0;
         for (int i = 0; i < pointCount_; ++i) {
-            const double raised = (static_cast<double>(points[i]) - mean - alpha) * of(k)[i];
+            const double point = points[i];
+            const double raised = (point - mean - alpha) * of(k)[i];
             const double known = k > 0 ? beta * of(k - 1)[i] : 0.0;
             const double value = raised - known;
             of(k + 1)[i] = value;
@@ -85,9 +87,9 @@ private:
         if (squares <= kRoundingShare * terms)
             std::fill_n(of(k + 1), pointCount_, 0.0);
         for (int power = 0; power <= k + 1; ++power) {
-            const double shifted = power > 0 ? powers_[index(k)][index(power - 1)] : 0.0;
-            const double before = k > 0 ? powers_[index(k - 1)][index(power)] : 0.0;
-            powers_[index(k + 1)][index(power)] = shifted - alpha * powers_[index(k)][index(power)] - beta * before;
+            const double shifted = power > 0 ? powers_[k][power - 1] : 0.0;
+            const double before = k > 0 ? powers_[k - 1][power] : 0.0;
+            powers_[k + 1][power] = shifted - alpha * powers_[k][power] - beta * before;
         }
     }
 
@@ -99,8 +101,8 @@ private:
     std::array<std::array<double, kMaxPowers>, kMaxPowers> powers_{};
 };
 
-using Products = std::array<double, kTableColumns>;
-using Table = float (*)[kTableColumns];
+using Products = std::array<double, kPowersOfY>;
+using Table = float (*)[kPowersOfY];
 
 // Sums of a row's values with each of the polynomials in y: four parts a sum, so that additions do not wait for each
 // other.
@@ -112,10 +114,10 @@ Products rowProducts(const double* row, const OrthogonalPolynomials& inY, int co
         int c = 0;
         for (; c + kParts <= count; c += kParts)
             for (int part = 0; part < kParts; ++part)
-                parts[static_cast<std::size_t>(part)] += row[c + part] * inY.value(j, c + part);
+                parts[part] += row[c + part] * inY.value(j, c + part);
         for (; c < count; ++c)
             parts[0] += row[c] * inY.value(j, c);
-        products[static_cast<std::size_t>(j)] = (parts[0] + parts[1]) + (parts[2] + parts[3]);
+        products[j] = (parts[0] + parts[1]) + (parts[2] + parts[3]);
     }
     return products;
 }
@@ -125,23 +127,24 @@ class GridFit {
 public:
     GridFit(const OrthogonalPolynomials& inX, const OrthogonalPolynomials& inY) noexcept : inX_(inX), inY_(inY) {}
 
-    // z has n rows of m values.
-    // relative holds m numbers.
-    void project(const float* const* z, int n, int m, double* relative) noexcept {
+    // relative holds the values of a row.
+    void project(const qx::SurfaceGrid& grid, double* relative) noexcept {
         // Values are taken relative to the first one, so that a constant surface has no slope at all.
-        const auto base = static_cast<double>(z[0][0]);
-        for (int r = 0; r < n; ++r) {
-            for (int c = 0; c < m; ++c)
-                relative[c] = static_cast<double>(z[r][c]) - base;
-            const Products products = rowProducts(relative, inY_, m);
+        const double base = grid.z[0][0];
+        for (int r = 0; r < grid.rows; ++r) {
+            for (int c = 0; c < grid.columns; ++c) {
+                const double value = grid.z[r][c];
+                relative[c] = value - base;
+            }
+            const Products products = rowProducts(relative, inY_, grid.columns);
             for (int i = 0; i < inX_.count(); ++i)
                 for (int j = 0; j < inY_.count(); ++j)
-                    at(i, j) += inX_.value(i, r) * products[static_cast<std::size_t>(j)];
+                    c_[i][j] += inX_.value(i, r) * products[j];
         }
         for (int i = 0; i < inX_.count(); ++i)
             for (int j = 0; j < inY_.count(); ++j)
-                at(i, j) = inX_.coefficient(i, inY_.coefficient(j, at(i, j)));
-        at(0, 0) += base;
+                c_[i][j] = inX_.coefficient(i, inY_.coefficient(j, c_[i][j]));
+        c_[0][0] += base;
     }
 
     // The coefficient of (x - mean)^i (y - mean)^j; 0 beyond the fit's powers.
@@ -149,13 +152,11 @@ public:
         double sum = 0.0;
         for (int k = i; k < inX_.count(); ++k)
             for (int l = j; l < inY_.count(); ++l)
-                sum += at(k, l) * inX_.power(k, i) * inY_.power(l, j);
+                sum += c_[k][l] * inX_.power(k, i) * inY_.power(l, j);
         return static_cast<float>(sum);
     }
 
 private:
-    double& at(int i, int j) noexcept { return c_[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)]; }
-
     const OrthogonalPolynomials& inX_;
     const OrthogonalPolynomials& inY_;
     std::array<Products, kMaxPowers> c_{};
@@ -166,7 +167,7 @@ void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y,
     std::fill_n(fitted, count, 0.0f);
     float powerOfX = 1.0f;
     for (int i = 0; i < powersOfX; ++i) {
-        std::array<float, kTableColumns> c{};
+        std::array<float, kPowersOfY> c{};
         std::copy_n(a[i], powersOfY, c.begin());
         for (int k = 0; k < count; ++k) {
             float inY = 0.0f;
@@ -179,48 +180,52 @@ void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y,
     }
 }
 
+// The residuals of the table's surface at the samples. x and y are taken relative to their means; offsets and fitted
+// hold the values of a row.
+qx::SurfaceResiduals residualsOf(const qx::SurfaceGrid& grid, Table a, const OrthogonalPolynomials& inX,
+                                 const OrthogonalPolynomials& inY, float* offsets, float* fitted) noexcept {
+    qx::SurfaceResiduals residuals;
+    for (int c = 0; c < grid.columns; ++c)
+        offsets[c] = grid.y[c] - inY.mean();
+    for (int r = 0; r < grid.rows; ++r) {
+        evaluateRow(a, inX.count(), inY.count(), grid.x[r] - inX.mean(), offsets, grid.columns, fitted);
+        for (int c = 0; c < grid.columns; ++c)
+            residuals.add(fitted[c] - grid.z[r][c]);
+    }
+    return residuals;
+}
+
 }  // namespace
 
-bool qx::fitSurfaceGrid(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n, int m,
-                        int p, int q) noexcept {
-    if (x == nullptr || y == nullptr || z == nullptr || a == nullptr || dt == nullptr)
+bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY],
+                        SurfaceResiduals& residuals) noexcept {
+    if (grid.x == nullptr || grid.y == nullptr || grid.z == nullptr || a == nullptr)
         return false;
-    if (!isImageSize(n, m) || p < 1 || q < 1)
+    if (!isImageSize(grid.columns, grid.rows) || p < 1 || q < 1)
         return false;
-    const int powersOfX = std::min({p, n, kMaxPowers});
-    const int powersOfY = std::min({q, m, kTableColumns});
-    qx::Scratch<double> tableX(static_cast<std::size_t>(powersOfX) * static_cast<std::size_t>(n));
-    qx::Scratch<double> tableY(static_cast<std::size_t>(powersOfY) * static_cast<std::size_t>(m));
-    qx::Scratch<double> relative(static_cast<std::size_t>(m));
-    qx::Scratch<float> offsets(static_cast<std::size_t>(m));
-    qx::Scratch<float> fitted(static_cast<std::size_t>(m));
+    const int powersOfX = std::min({p, grid.rows, kMaxPowers});
+    const int powersOfY = std::min({q, grid.columns, kPowersOfY});
+    Scratch<double> tableX(powersOfX, grid.rows);
+    Scratch<double> tableY(powersOfY, grid.columns);
+    Scratch<double> relative(grid.columns);
+    Scratch<float> offsets(grid.columns);
+    Scratch<float> fitted(grid.columns);
     if (!tableX || !tableY || !relative || !offsets || !fitted)
         return false;
-    const OrthogonalPolynomials inX(x, n, powersOfX, tableX.data());
-    const OrthogonalPolynomials inY(y, m, powersOfY, tableY.data());
+    const OrthogonalPolynomials inX(grid.x, grid.rows, powersOfX, tableX.data());
+    const OrthogonalPolynomials inY(grid.y, grid.columns, powersOfY, tableY.data());
     GridFit fit(inX, inY);
-    fit.project(z, n, m, relative.data());
+    fit.project(grid, relative.data());
     for (int i = 0; i < p; ++i)
-        for (int j = 0; j < std::min(q, kTableColumns); ++j)
+        for (int j = 0; j < std::min(q, kPowersOfY); ++j)
             a[i][j] = i < powersOfX && j < powersOfY ? fit.powerCoefficient(i, j) : 0.0f;
-
-    for (int c = 0; c < m; ++c)
-        offsets[static_cast<std::size_t>(c)] = y[c] - inY.mean();
-    std::array<float, 3> residuals{};
-    for (int r = 0; r < n; ++r) {
-        evaluateRow(a, powersOfX, powersOfY, x[r] - inX.mean(), offsets.data(), m, fitted.data());
-        for (int c = 0; c < m; ++c) {
-            const float residual = fitted[static_cast<std::size_t>(c)] - z[r][c];
-            residuals[0] += residual * residual;
-            residuals[1] += std::fabs(residual);
-            residuals[2] = std::max(residuals[2], std::fabs(residual));
-        }
-    }
-    std::copy(residuals.begin(), residuals.end(), dt);
+    residuals = residualsOf(grid, a, inX, inY, offsets.data(), fitted.data());
     return true;
 }
 
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q) {
-    qx::fitSurfaceGrid(x, y, z, a, dt, n, m, p, q);
+    qx::SurfaceResiduals residuals;
+    if (dt != nullptr && qx::fitSurfaceGrid({x, y, z, n, m}, p, q, a, residuals))
+        std::ranges::copy(residuals.values(), dt);
 }

@@ -30,9 +30,9 @@ PowerSums sumPowers(const float* const* points, int pointCount, int order) {
         const float x = points[i][0];
         const float y = points[i][1];
         float power = 1.0f;
-        for (std::size_t k = 0; k <= 2 * static_cast<std::size_t>(order); ++k) {
+        for (int k = 0; k <= 2 * order; ++k) {
             sums.ofX[k] += power;
-            if (k <= static_cast<std::size_t>(order))
+            if (k <= order)
                 sums.ofXY[k] += power * y;
             power *= x;
         }
@@ -42,50 +42,46 @@ PowerSums sumPowers(const float* const* points, int pointCount, int order) {
 
 NormalEquations equationsOf(const PowerSums& sums, int order) {
     NormalEquations equations{order};
-    const auto size = static_cast<std::size_t>(order) + 1;
-    for (std::size_t r = 0; r < size; ++r) {
-        for (std::size_t c = 0; c < size; ++c)
+    for (int r = 0; r <= order; ++r) {
+        for (int c = 0; c <= order; ++c)
             equations.rows[r][c] = sums.ofX[r + c];
-        equations.rows[r][size] = sums.ofXY[r];
+        equations.rows[r][equations.last()] = sums.ofXY[r];
     }
     return equations;
 }
 
 // Brings the largest value of column k to row k; the earlier row on ties.
-void swapPivotRow(NormalEquations& equations, std::size_t k) {
-    const auto size = static_cast<std::size_t>(equations.last());
-    std::size_t pivot = k;
-    for (std::size_t i = k; i < size; ++i)
+void swapPivotRow(NormalEquations& equations, int k) {
+    int pivot = k;
+    for (int i = k; i <= equations.order; ++i)
         if (std::fabs(equations.rows[i][k]) > std::fabs(equations.rows[pivot][k]))
             pivot = i;
-    for (std::size_t j = k; pivot != k && j <= size; ++j)
+    for (int j = k; pivot != k && j <= equations.last(); ++j)
         std::swap(equations.rows[k][j], equations.rows[pivot][j]);
 }
 
 void eliminate(NormalEquations& equations) {
-    const auto size = static_cast<std::size_t>(equations.last());
     auto& a = equations.rows;
-    for (std::size_t k = 0; k + 1 < size; ++k) {
+    for (int k = 0; k < equations.order; ++k) {
         swapPivotRow(equations, k);
         // Kept: a zero pivot is passed over, a singular system not reported.
         if (a[k][k] == 0.0f)
             continue;
-        for (std::size_t i = k + 1; i < size; ++i)
-            for (std::size_t j = k + 1; j <= size; ++j)
+        for (int i = k + 1; i <= equations.order; ++i)
+            for (int j = k + 1; j <= equations.last(); ++j)
                 a[i][j] -= a[i][k] * a[k][j] / a[k][k];
     }
 }
 
 void substituteBack(const NormalEquations& equations, float* c) {
-    const int order = equations.order;
     const auto& a = equations.rows;
-    const auto n = static_cast<std::size_t>(order);
+    const int n = equations.order;
     // Kept: without a pivot the highest coefficient stays the caller's, the others stay undivided.
     if (a[n][n] != 0.0f)
         c[n] = a[n][n + 1] / a[n][n];
-    for (std::size_t i = n; i-- > 0;) {
+    for (int i = n - 1; i >= 0; --i) {
         float sum = 0.0f;
-        for (std::size_t j = i + 1; j <= n; ++j)
+        for (int j = i + 1; j <= n; ++j)
             sum += a[i][j] * c[j];
         c[i] = a[i][n + 1] - sum;
         if (a[i][i] != 0.0f)
@@ -96,6 +92,7 @@ void substituteBack(const NormalEquations& equations, float* c) {
 }  // namespace
 
 void polyFit(float* coefficients, const float* const* points, int pointCount, int order) {
+    // Kept: the status is thrown, before anything else is looked at.
     if (order > kMaxOrder)
         throw StatusPolynomialOrder;
     if (coefficients == nullptr || points == nullptr || pointCount < 0 || order < 0)

@@ -18,32 +18,31 @@ namespace {
 
 using qx::kCubicTerms;
 using qx::kQuadraticTerms;
+using Image = qx::ImageView<const float>;
 
-constexpr int kTableSide = 3;
+constexpr int kTableSide = qx::kPowersOfY;
 using Table = float[kTableSide][kTableSide];
 
 // Fits the first `terms` functions of a basis to every pixel and writes the outputs that the fits have in common.
 // False, with nothing written, when there is no fit.
-bool fitBasis(const float* image, int width, int height, int terms, qx::FitBasis basis, float* coefficients,
-              float& quality, float& chiSquare) {
-    if (!qx::isImageSize(width, height))
+bool fitBasis(Image image, int terms, qx::FitBasis basis, float* coefficients, float& quality, float& chiSquare) {
+    if (!qx::isImageSize(image.width, image.height))
         return false;
-    const int count = width * height;
-    const auto pixels = static_cast<std::size_t>(count);
-    const auto columns = static_cast<std::size_t>(terms);
-    qx::Scratch<float> abscissas(pixels);
-    qx::Scratch<float> sigmas(pixels);
-    qx::Scratch<float> u(pixels * columns);
-    qx::Scratch<float> small(columns * columns + columns);
-    if (!abscissas || !sigmas || !u || !small)
+    const int count = image.pixels();
+    qx::Scratch<float> abscissas(count);
+    qx::Scratch<float> sigmas(count);
+    qx::Scratch<float> u(terms, count);
+    qx::Scratch<float> v(terms, terms);
+    qx::Scratch<float> w(terms);
+    if (!abscissas || !sigmas || !u || !v || !w)
         return false;
-    for (std::size_t k = 0; k < pixels; ++k)
+    for (int k = 0; k < count; ++k)
         abscissas[k] = static_cast<float>(k + 1);
-    std::fill_n(sigmas.data(), pixels, 1.0f);
-    const qx::FitSamples samples{abscissas.data(), image, sigmas.data(), count};
-    const qx::FitWorkspace workspace{
-        {u.data(), count, terms}, {small.data(), terms, terms}, small.data() + columns * columns};
-    return qx::svdfit(samples, width, height, coefficients, workspace, chiSquare, basis, quality) == StatusOk;
+    std::fill_n(sigmas.data(), count, 1.0f);
+    const qx::FitSamples samples{abscissas.data(), image.data, sigmas.data(), count};
+    const qx::FitWorkspace workspace{{u.data(), count, terms}, {v.data(), terms, terms}, w.data()};
+    return qx::svdfit(samples, image.width, image.height, coefficients, workspace, chiSquare, basis, quality) ==
+           StatusOk;
 }
 
 bool anyNull(std::initializer_list<const void*> pointers) {
@@ -62,20 +61,6 @@ float meanOfIndices(int count) {
     return sum / static_cast<float>(count);
 }
 
-// Residuals of a fit, summed in the order of the pixels: squares, magnitudes and the largest magnitude.
-struct Residuals {
-    float squares;
-    float magnitudes;
-    float largest;
-
-    void add(float residual) {
-        const float magnitude = std::fabs(residual);
-        squares += residual * residual;
-        magnitudes += magnitude;
-        largest = std::max(largest, magnitude);
-    }
-};
-
 // The values of a row of the fitted surface.
 void evaluateRow(const Table& a, float x, const float* y, int count, float* __restrict fitted) {
     std::fill_n(fitted, count, 0.0f);
@@ -93,20 +78,19 @@ void evaluateRow(const Table& a, float x, const float* y, int count, float* __re
 // A fitted surface beside the image, some rows at a time: all of them when the image is small.
 class FittedImage {
 public:
-    FittedImage(const qx::ImageView<const float>& image, const Table& a, const Means& means) noexcept
+    FittedImage(const Image& image, const Table& a, const Means& means) noexcept
         : image_(image), a_(a), means_(means), rowsAtOnce_(std::clamp(kValuesAtOnce / image.width, 1, image.height)),
-          columns_(static_cast<std::size_t>(image.width)),
-          fitted_(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(rowsAtOnce_)) {
+          columns_(image.width), fitted_(rowsAtOnce_, image.width) {
         if (!columns_)
             return;
         for (int c = 0; c < image.width; ++c)
-            columns_[static_cast<std::size_t>(c)] = static_cast<float>(c) - means.column;
+            columns_[c] = static_cast<float>(c) - means.column;
     }
 
     explicit operator bool() const noexcept { return columns_ && fitted_; }
 
     // Squared correlation with the image. Adds to the sums over the residuals.
-    float quality(Residuals& sums) noexcept {
+    float quality(qx::SurfaceResiduals& sums) noexcept {
         float fitSum = 0.0f;
         float dataSum = 0.0f;
         visitRows([&](const float* fitted, const float* data, int count) {
@@ -115,13 +99,13 @@ public:
                 dataSum += data[i];
             }
         });
-        const auto size = static_cast<float>(image_.width * image_.height);
+        const auto size = static_cast<float>(image_.pixels());
         const float fitMean = fitSum / size;
         const float dataMean = dataSum / size;
         float mixed = 0.0f;
         float fitSquares = 0.0f;
         float dataSquares = 0.0f;
-        Residuals residuals = sums;
+        qx::SurfaceResiduals residuals = sums;
         visitRows([&](const float* fitted, const float* data, int count) {
             for (int i = 0; i < count; ++i) {
                 const float fitOffset = fitted[i] - fitMean;
@@ -161,12 +145,12 @@ private:
         if (first == evaluated_)
             return;
         evaluated_ = first;
+        const qx::ImageView<float> fitted{fitted_.data(), image_.width, rows};
         for (int r = 0; r < rows; ++r)
-            evaluateRow(a_, static_cast<float>(first + r) - means_.row, columns_.data(), image_.width,
-                        fitted_.data() + static_cast<std::ptrdiff_t>(r) * image_.width);
+            evaluateRow(a_, static_cast<float>(first + r) - means_.row, columns_.data(), image_.width, fitted.row(r));
     }
 
-    qx::ImageView<const float> image_;
+    Image image_;
     const Table& a_;
     Means means_;
     int rowsAtOnce_;
@@ -176,79 +160,80 @@ private:
 };
 
 // The peak model of a surface in (row - mean row) and (column - mean column).
-void peakOf(const Table& a, const Means& means, float* model) {
+// Kept: x counts rows here, from the first one on, and columns in the two formulas, from the middle pixel on.
+qx::PeakModel peakOf(const Table& a, const Means& means) {
     const float dx = -a[1][0] / (2.0f * a[2][0]);
     const float dy = -a[0][1] / (2.0f * a[0][2]);
     const float peak = a[0][0] - a[2][0] * (dx * dx) - a[0][2] * (dy * dy);
-    model[0] = peak;
-    model[1] = -a[2][0] / peak;
-    model[2] = -a[0][2] / peak;
-    model[3] = -a[1][1] / peak;
-    model[4] = means.row + dx;
-    model[5] = means.column + dy;
+    return {peak, -a[2][0] / peak, -a[0][2] / peak, -a[1][1] / peak, means.row + dx, means.column + dy};
+}
+
+void logRow(double first, double second, double third) {
+    qx::logInfo(kLogNoValue, "%f\t%f\t%f", first, second, third);
 }
 
 void logTable(const Table& a) {
     WriteLogFile(LogModuleUtils, LogInfo, "a= ", kLogNoValue);
     for (const auto& row : a)
-        qx::logInfo(kLogNoValue, "%f\t%f\t%f", static_cast<double>(row[0]), static_cast<double>(row[1]),
-                    static_cast<double>(row[2]));
+        logRow(row[0], row[1], row[2]);
 }
 
-void printFit(const Table& a, const float* dt) {
+// Kept: a fit is printed whatever the debug flag.
+void printFit(const Table& a, const qx::SurfaceResiduals& residuals) {
     qx::printConsole("a=\n");
     for (const auto& row : a) {
-        for (const float value : row)
-            qx::printConsole("%f\t", static_cast<double>(value));
+        for (const double value : row)
+            qx::printConsole("%f\t", value);
         qx::printConsole("\n");
     }
     qx::printConsole("dt=\n");
-    for (int i = 0; i < kTableSide; ++i)
-        qx::printConsole("%f\t", static_cast<double>(dt[i]));
+    for (const double value : residuals.values())
+        qx::printConsole("%f\t", value);
     qx::printConsole("\n");
 }
 
-void printModel(const float* model) {
+void printModel(double a, double b, double c, double d, double x0, double y0) {
     qx::printConsole("fit formual:\n");
-    qx::printConsole("F(x,y)=%f[1-%f(x-%f)^2-%f(y-%f)^2-%fxy]\n", static_cast<double>(model[0]),
-                     static_cast<double>(model[1]), static_cast<double>(model[4]), static_cast<double>(model[2]),
-                     static_cast<double>(model[5]), static_cast<double>(model[3]));
+    qx::printConsole("F(x,y)=%f[1-%f(x-%f)^2-%f(y-%f)^2-%fxy]\n", a, b, x0, c, y0, d);
 }
 
 }  // namespace
 
+// Kept: all fits return 0, whether there is a fit or not.
+
 int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,
                  float* residuals) {
-    if (anyNull({model, image, coefficients, residuals}) || !qx::isImageSize(width, height))
+    const Image view{image, width, height};
+    if (anyNull({model, image, coefficients, residuals}) || !view.exists())
         return StatusOk;
-    qx::Scratch<float> x(static_cast<std::size_t>(height));
-    qx::Scratch<float> y(static_cast<std::size_t>(width));
-    qx::Scratch<const float*> rows(static_cast<std::size_t>(height));
+    qx::Scratch<float> x(height);
+    qx::Scratch<float> y(width);
+    qx::Scratch<const float*> rows(height);
     if (!x || !y || !rows)
         return StatusOk;
     for (int r = 0; r < height; ++r) {
-        x[static_cast<std::size_t>(r)] = static_cast<float>(r);
-        rows[static_cast<std::size_t>(r)] = image + static_cast<std::ptrdiff_t>(r) * width;
+        x[r] = static_cast<float>(r);
+        rows[r] = view.row(r);
     }
     for (int c = 0; c < width; ++c)
-        y[static_cast<std::size_t>(c)] = static_cast<float>(c);
+        y[c] = static_cast<float>(c);
     Table a{};
-    std::array<float, kTableSide> dt{};
-    if (!qx::fitSurfaceGrid(x.data(), y.data(), rows.data(), a, dt.data(), height, width, kTableSide, kTableSide))
+    qx::SurfaceResiduals sums;
+    if (!qx::fitSurfaceGrid({x.data(), y.data(), rows.data(), height, width}, kTableSide, kTableSide, a, sums))
         return StatusOk;
 
     const Means means{meanOfIndices(height), meanOfIndices(width)};
-    FittedImage fitted({image, width, height}, a, means);
+    FittedImage fitted(view, a, means);
     if (!fitted)
         return StatusOk;
-    peakOf(a, means, model);
+    const qx::PeakModel peak = peakOf(a, means);
+    peak.store(model);
     logTable(a);
-    printFit(a, dt.data());
+    printFit(a, sums);
     std::copy_n(&a[0][0], kTableSide * kTableSide, coefficients);
-    Residuals sums{dt[0], dt[1], dt[2]};
     quality = fitted.quality(sums);
-    std::ranges::copy(std::array{sums.squares, sums.magnitudes, sums.largest}, residuals);
-    printModel(model);
+    std::ranges::copy(sums.values(), residuals);
+    printModel(peak.a, peak.b, peak.c, peak.d, peak.x0, peak.y0);
     return StatusOk;
 }
 
@@ -256,10 +241,12 @@ int doSurfaceFitUsingGeneralFormula(float* model, int, float& quality, const flo
                                     float* coefficients, float* chiSquare) {
     std::array<float, kQuadraticTerms> c{};
     if (anyNull({model, image, coefficients, chiSquare}) ||
-        !fitBasis(image, width, height, kQuadraticTerms, qx::quadraticBasis, c.data(), quality, *chiSquare))
+        !fitBasis({image, width, height}, kQuadraticTerms, qx::quadraticBasis, c.data(), quality, *chiSquare))
         return StatusOk;
     qx::quadricToPeakModel(c.data(), model);
-    const Table table = {{c[0], c[2], c[5]}, {c[1], c[3], 0.0f}, {c[4], 0.0f, 0.0f}};
+    const Table table = {{c[qx::kTerm1], c[qx::kTermY], c[qx::kTermYY]},
+                         {c[qx::kTermX], c[qx::kTermXY], 0.0f},
+                         {c[qx::kTermXX], 0.0f, 0.0f}};
     std::copy_n(&table[0][0], kTableSide * kTableSide, coefficients);
     return StatusOk;
 }
@@ -268,7 +255,7 @@ int doSurfaceFitUsingCubFormula(float* model, int n, float& quality, const float
                                 float* coefficients, float* chiSquare) {
     std::array<float, kCubicTerms> c{};
     if (anyNull({model, image, coefficients, chiSquare}) ||
-        !fitBasis(image, width, height, kCubicTerms, qx::cubicBasis, c.data(), quality, *chiSquare))
+        !fitBasis({image, width, height}, kCubicTerms, qx::cubicBasis, c.data(), quality, *chiSquare))
         return StatusOk;
     qx::quadricToPeakModel(c.data(), model);
     std::copy_n(c.data(), std::clamp(n, 0, kCubicTerms), coefficients);

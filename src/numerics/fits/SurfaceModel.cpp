@@ -3,6 +3,7 @@
 #include "foundation/CheckedNumbers.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -49,53 +50,59 @@ void multiply(const float* a, const float* b, int count, float* __restrict produ
 
 // The product of three, which double precision still holds.
 void multiply(const float* a, const float* b, const float* c, int count, float* __restrict products) noexcept {
-    for (int i = 0; i < count; ++i)
-        products[i] =
-            static_cast<float>(static_cast<double>(a[i]) * static_cast<double>(b[i]) * static_cast<double>(c[i]));
+    for (int i = 0; i < count; ++i) {
+        const double first = a[i];
+        const double second = b[i];
+        const double third = c[i];
+        products[i] = static_cast<float>(first * second * third);
+    }
 }
 
 }  // namespace
 
 void quadraticBasis(const float* abscissas, ColumnMatrix values, int width, int height) noexcept {
     const int count = values.rows;
-    float* const x = values.column(1);
-    float* const y = values.column(2);
+    float* const x = values.column(kTermX);
+    float* const y = values.column(kTermY);
     PixelOffsets offsets(width, height);
     for (int i = 0; i < count; ++i) {
         offsets.moveTo(abscissas[i]);
         x[i] = offsets.x();
         y[i] = offsets.y();
     }
-    std::fill_n(values.column(0), count, 1.0f);
-    multiply(x, y, count, values.column(3));
-    multiply(x, x, count, values.column(4));
-    multiply(y, y, count, values.column(5));
+    std::fill_n(values.column(kTerm1), count, 1.0f);
+    multiply(x, y, count, values.column(kTermXY));
+    multiply(x, x, count, values.column(kTermXX));
+    multiply(y, y, count, values.column(kTermYY));
 }
 
 void cubicBasis(const float* abscissas, ColumnMatrix values, int width, int height) noexcept {
     quadraticBasis(abscissas, values, width, height);
     const int count = values.rows;
-    const float* const x = values.column(1);
-    const float* const y = values.column(2);
-    multiply(x, x, y, count, values.column(6));
-    multiply(x, y, y, count, values.column(7));
-    multiply(x, x, x, count, values.column(8));
-    multiply(y, y, y, count, values.column(9));
+    const float* const x = values.column(kTermX);
+    const float* const y = values.column(kTermY);
+    multiply(x, x, y, count, values.column(kTermXXY));
+    multiply(x, y, y, count, values.column(kTermXYY));
+    multiply(x, x, x, count, values.column(kTermXXX));
+    multiply(y, y, y, count, values.column(kTermYYY));
 }
 
-void quadricToPeakModel(const float* c, float* model) noexcept {
-    const float x0 = -c[1] / (2.0f * c[4]);
-    const float y0 = -c[2] / (2.0f * c[5]);
-    const float k = c[4] * (x0 * x0) + c[5] * (y0 * y0);
+void PeakModel::store(float* model) const noexcept {
+    std::ranges::copy(std::array{a, b, c, d, x0, y0}, model);
+}
+
+void quadricToPeakModel(const float* coefficients, float* model) noexcept {
+    const float* const c = coefficients;
+    PeakModel peak;
+    peak.x0 = -c[kTermX] / (2.0f * c[kTermXX]);
+    peak.y0 = -c[kTermY] / (2.0f * c[kTermYY]);
+    const float k = c[kTermXX] * (peak.x0 * peak.x0) + c[kTermYY] * (peak.y0 * peak.y0);
     // Kept: A solves a quadratic equation and is not the value at the peak.
-    const float doubled = c[0] + std::sqrt(c[0] * c[0] - 4.0f * k);
-    const auto a = static_cast<float>(static_cast<double>(doubled) * 0.5);
-    model[0] = a;
-    model[1] = c[1] / (2.0f * a * x0);
-    model[2] = c[2] / (2.0f * a * y0);
-    model[3] = -c[3] / a;
-    model[4] = x0;
-    model[5] = y0;
+    peak.a = 0.5f * (c[kTerm1] + std::sqrt(c[kTerm1] * c[kTerm1] - 4.0f * k));
+    peak.b = c[kTermX] / (2.0f * peak.a * peak.x0);
+    peak.c = c[kTermY] / (2.0f * peak.a * peak.y0);
+    peak.d = -c[kTermXY] / peak.a;
+    peak.store(model);
 }
 
 }  // namespace qx

@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace {
 
@@ -29,13 +29,13 @@ constexpr std::array<OutputSize, 4> kOutputSizes = {{{2816, 2304}, {3032, 2480},
 constexpr std::array<int, 2> kSquareTypes = {4, 9};
 
 // Values of all lines at so many positions.
-std::size_t lineValues(int count) noexcept {
-    return static_cast<std::size_t>(count) * kSplineLines;
+std::int64_t lineValues(std::int64_t count) noexcept {
+    return count * kSplineLines;
 }
 
 // So many rows or columns in groups of lines.
-std::size_t lineGroups(int count) noexcept {
-    return (static_cast<std::size_t>(count) + kSplineLines - 1) / kSplineLines;
+int lineGroups(int count) noexcept {
+    return (count - 1) / kSplineLines + 1;
 }
 
 void eliminate(SplineStep* steps, int knots) noexcept {
@@ -60,15 +60,14 @@ SplinePoint pointAt(float position, int knots) noexcept {
 // What the splines of one direction need that depends on the lengths alone.
 class Spacing {
 public:
-    Spacing(int knots, int points)
-        : knots_(knots), steps_(static_cast<std::size_t>(knots)), points_(static_cast<std::size_t>(points)) {
+    Spacing(int knots, int points) : knots_(knots), steps_(knots), points_(points) {
         if (!*this)
             return;
         eliminate(steps_.data(), knots);
         // Kept: one point has no spacing; the position is not a number then.
         const float spacing = static_cast<float>(knots - 1) / static_cast<float>(points - 1);
         for (int i = 0; i < points; ++i)
-            points_[static_cast<std::size_t>(i)] = pointAt(static_cast<float>(i) * spacing, knots);
+            points_[i] = pointAt(static_cast<float>(i) * spacing, knots);
     }
 
     explicit operator bool() const noexcept { return steps_ && points_; }
@@ -82,36 +81,42 @@ private:
     Scratch<SplinePoint> points_;
 };
 
-// Neighbouring knots. The one before the first belongs to them where there is one: an elimination looks at it.
+// The knots first .. last, of which a piece of all splines is worked out. What an elimination takes at a knot depends
+// on the knot before, so the one before the first is loaded as well, where there is one:
+//   start() = first - 1, or 0    the first one in memory, from which places count
+//   firstInner() .. last - 1     the ones that are eliminated: the first knot of a spline and the last one of a range
+//                                are not, as their second derivatives are known beforehand (0, or the state from
+//                                behind)
+//   last + 1                     room behind, which the kernels read
 struct KnotRange {
     int first;
     int last;
 
     int start() const noexcept { return std::max(first - 1, 0); }
-    int count() const noexcept { return last - start() + 1; }
+    int loaded() const noexcept { return last - start() + 1; }
     int firstInner() const noexcept { return std::max(first, 1); }
-    std::size_t values(int knot) const noexcept { return lineValues(knot - start()); }
+    int inner() const noexcept { return std::max(last - firstInner(), 0); }
+    std::int64_t memory() const noexcept { return lineValues(std::int64_t{loaded()} + 1); }
+    std::int64_t place(int knot) const noexcept { return lineValues(knot - start()); }
 };
 
-// Takes the second derivatives in a range. knots starts at the range's start and has a place behind the last one, as
-// curvatures has. eliminated is the elimination's state before the first inner knot, end the second derivative at the
-// last one.
+// Takes the second derivatives in a range. eliminated is the elimination's state before the first inner knot, end the
+// second derivative at the last one.
 qx::SplineLines solve(const Spacing& spacing, const KnotRange& range, float* knots, float* curvatures,
                       float* eliminated, const float* end) noexcept {
     const SplineKernels& kernels = qx::splineKernels();
     const int inner = range.firstInner();
-    const int count = std::max(range.last - inner, 0);
     std::array<float, kSplineLines> state;
     std::copy_n(end, kSplineLines, state.data());
     if (range.start() == 0)
         std::fill_n(curvatures, kSplineLines, 0.0f);
-    std::copy_n(end, kSplineLines, curvatures + range.values(range.last));
+    std::copy_n(end, kSplineLines, curvatures + range.place(range.last));
     for (float* const lines : {knots, curvatures})
-        std::fill_n(lines + lineValues(range.count()), kSplineLines, 0.0f);
-    if (count > 0) {
-        float* const first = curvatures + range.values(inner);
-        kernels.eliminate(knots + range.values(inner - 1), spacing.step(inner), count, eliminated, first);
-        kernels.substitute(first, spacing.step(inner), count, state.data());
+        std::fill_n(lines + range.place(range.last + 1), kSplineLines, 0.0f);
+    if (range.inner() > 0) {
+        float* const first = curvatures + range.place(inner);
+        kernels.eliminate(knots + range.place(inner - 1), spacing.step(inner), range.inner(), eliminated, first);
+        kernels.substitute(first, spacing.step(inner), range.inner(), state.data());
     }
     return {knots, curvatures, range.start()};
 }
@@ -121,16 +126,14 @@ qx::SplineLines solve(const Spacing& spacing, const KnotRange& range, float* kno
 class RowsResampled {
 public:
     RowsResampled(int rows, int columns)
-        : panelValues_((lineGroups(rows) * kSplineLines + 1) * kSplineLines),
+        : panelValues_(lineValues(std::int64_t{lineGroups(rows)} * kSplineLines + 1)),
           values_(panelValues_ * lineGroups(columns)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(values_); }
-    float* panel(int column) noexcept {
-        return values_.data() + panelValues_ * static_cast<std::size_t>(column / kSplineLines);
-    }
+    float* panel(int column) noexcept { return values_.data() + panelValues_ * (column / kSplineLines); }
 
 private:
-    std::size_t panelValues_;
+    std::int64_t panelValues_;
     qx::AlignedFloats values_;
 };
 
@@ -141,10 +144,8 @@ class RowSplines {
 public:
     RowSplines(qx::ImageView<const WORD> in, const Spacing& spacing, int columns)
         : in_(in), spacing_(spacing), columns_(columns), blockColumns_(columnsOfBlock(in.height)),
-          blocks_((columns - 1) / blockColumns_ + 1),
-          states_(lineGroups(in.height) * static_cast<std::size_t>(blocks_) * kSplineLines),
-          ends_(lineGroups(in.height) * kSplineLines), knots_(lineValues(longestRange()) + kSplineLines),
-          curvatures_(lineValues(longestRange()) + kSplineLines) {
+          blocks_((columns - 1) / blockColumns_ + 1), states_(lineValues(lineGroups(in.height)) * blocks_),
+          ends_(lineValues(lineGroups(in.height))), knots_(mostMemory()), curvatures_(mostMemory()) {
         if (*this)
             qx::forPanels(in_.height, kSplineLines, [this](int y, int lines) { eliminateUpToBlocks(y, lines); });
     }
@@ -172,21 +173,22 @@ private:
         return {first, std::min(last, spacing_.lastKnot())};
     }
 
-    int longestRange() const noexcept {
-        int longest = 0;
+    std::int64_t mostMemory() const noexcept {
+        std::int64_t most = 0;
         for (int block = 0; block < blocks_; ++block)
-            longest = std::max(longest, range(block).count());
-        return longest;
+            most = std::max(most, range(block).memory());
+        return most;
     }
 
+    // Of the group of lines from row y on: the elimination's state before a block, and the second derivatives at the
+    // block's last knot, which the block behind it leaves.
     float* state(int y, int block) noexcept {
-        const std::size_t group = static_cast<std::size_t>(y / kSplineLines) * static_cast<std::size_t>(blocks_);
-        return states_.data() + (group + static_cast<std::size_t>(block)) * kSplineLines;
+        return states_.data() + lineValues(std::int64_t{y / kSplineLines} * blocks_ + block);
     }
-    float* end(int y) noexcept { return ends_.data() + static_cast<std::size_t>(y); }
+    float* end(int y) noexcept { return ends_.data() + y; }
 
     void load(int y, int lines, const KnotRange& range) noexcept {
-        qx::splineKernels().loadKnots(in_.row(y) + range.start(), in_.width, lines, range.count(), knots_.data());
+        qx::splineKernels().loadKnots(in_.row(y) + range.start(), in_.width, lines, range.loaded(), knots_.data());
     }
 
     void eliminateUpToBlocks(int y, int lines) noexcept {
@@ -196,12 +198,11 @@ private:
             const KnotRange before = {range(block).first, range(block + 1).first};
             float* const next = state(y, block + 1);
             std::copy_n(state(y, block), kSplineLines, next);
-            if (before.last <= before.firstInner())
+            if (before.inner() == 0)
                 continue;
             load(y, lines, before);
-            qx::splineKernels().eliminate(knots_.data() + before.values(before.firstInner() - 1),
-                                          spacing_.step(before.firstInner()), before.last - before.firstInner(), next,
-                                          curvatures_.data());
+            qx::splineKernels().eliminate(knots_.data() + before.place(before.firstInner() - 1),
+                                          spacing_.step(before.firstInner()), before.inner(), next, curvatures_.data());
         }
     }
 
@@ -210,7 +211,7 @@ private:
         load(y, lines, knots);
         const qx::SplineLines solved =
             solve(spacing_, knots, knots_.data(), curvatures_.data(), state(y, block), end(y));
-        std::copy_n(curvatures_.data() + knots.values(std::min(knots.first + 1, knots.last)), kSplineLines, end(y));
+        std::copy_n(curvatures_.data() + knots.place(std::min(knots.first + 1, knots.last)), kSplineLines, end(y));
         qx::forPanels(columns(block), kSplineLines, [&](int x, int count) {
             qx::splineKernels().values(solved, spacing_.point(firstColumn(block) + x), count,
                                        out.panel(x) + lineValues(y));
@@ -235,7 +236,8 @@ void resample(qx::ImageView<const WORD> in, qx::ImageView<WORD> out) {
         return;
     RowSplines rows(in, alongRows, out.width);
     RowsResampled resampled(in.height, rows.columns(0));
-    qx::AlignedFloats curvatures(lineValues(in.height) + kSplineLines);
+    const KnotRange all{0, downColumns.lastKnot()};
+    qx::AlignedFloats curvatures(all.memory());
     if (!rows || !resampled || !curvatures)
         return;
     for (int block = rows.blocks() - 1; block >= 0; --block) {
@@ -243,8 +245,8 @@ void resample(qx::ImageView<const WORD> in, qx::ImageView<WORD> out) {
         qx::forPanels(rows.columns(block), kSplineLines, [&](int x, int columns) {
             constexpr std::array<float, kSplineLines> kEnd{};
             std::array<float, kSplineLines> state{};
-            const qx::SplineLines solved = solve(downColumns, {0, downColumns.lastKnot()}, resampled.panel(x),
-                                                 curvatures.data(), state.data(), kEnd.data());
+            const qx::SplineLines solved =
+                solve(downColumns, all, resampled.panel(x), curvatures.data(), state.data(), kEnd.data());
             qx::splineKernels().pixels(solved, downColumns.point(0), out.height, columns,
                                        out.row(0) + rows.firstColumn(block) + x, out.width);
         });
@@ -262,9 +264,9 @@ void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows,
 }
 
 int getIntepolationSize(int& firstSize, int& secondSize, int index, int type) {
-    if (index < 1 || index > static_cast<int>(kOutputSizes.size()))
+    if (index < 1 || index > std::ssize(kOutputSizes))
         return StatusWrongParameter;
-    const OutputSize& size = kOutputSizes[static_cast<std::size_t>(index) - 1];
+    const OutputSize& size = kOutputSizes[index - 1];
     const bool square = std::find(kSquareTypes.begin(), kSquareTypes.end(), type) != kSquareTypes.end();
     firstSize = size.first;
     secondSize = square ? size.first : size.second;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kBlockValues = kBlockSide * kBlockSide;
 
-// The method's own steps, for blocks in which the order of the values does not decide alone.
+// The selection's own steps, for blocks with a NaN or a negative zero: which value has the rank depends on them there.
 float steppedMedian(const float* block, std::ptrdiff_t stride) noexcept {
     std::array<float, kBlockValues> values;
     for (int row = 0; row < kBlockSide; ++row)
@@ -23,7 +23,7 @@ float steppedMedian(const float* block, std::ptrdiff_t stride) noexcept {
 void blockMedians(const float* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept {
     const RankKernels& kernels = rankKernels();
     for (int b = 0; b < blocks; ++b) {
-        const float* const block = rows + static_cast<std::ptrdiff_t>(b) * kBlockSide;
+        const float* const block = rows + b * kBlockSide;
         if (!kernels.blockRank(block, stride, kBlockValues / 2, medians + b))
             medians[b] = steppedMedian(block, stride);
     }
@@ -32,11 +32,11 @@ void blockMedians(const float* rows, std::ptrdiff_t stride, int blocks, float* m
 void gridBlockMedians(const WORD* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept {
     constexpr int kPixels = kGridBlockSide * kGridBlockSide;
     for (int b = 0; b < blocks; ++b)
-        medians[b] = static_cast<float>(rankKernels().pixelBlockRank(rows + b * kGridBlockSide, stride, kPixels / 2));
+        medians[b] = rankKernels().pixelBlockRank(rows + b * kGridBlockSide, stride, kPixels / 2);
 }
 
-WORD upperMiddle(const WORD* pixels, std::size_t count) noexcept {
-    return rankKernels().pixelRank(pixels, count, count / 2);
+WORD upperMiddle(std::span<const WORD> pixels) noexcept {
+    return rankKernels().pixelRank(pixels.data(), pixels.size(), pixels.size() / 2);
 }
 
 }  // namespace qx

@@ -8,8 +8,6 @@
 #include "numerics/statistics/ExchangeSelection.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 namespace {
@@ -21,8 +19,7 @@ using View = qx::ImageView<const float>;
 // Memory for the columns of a panel, and for a column that needs the exchange sort's own order.
 struct Workspace {
     Workspace(int width, int height) noexcept
-        : keys(static_cast<std::size_t>(height) * static_cast<std::size_t>(std::min(width, kPanelColumns))),
-          column(static_cast<std::size_t>(height)), copy(static_cast<std::size_t>(height)) {}
+        : keys(height, std::min(width, kPanelColumns)), column(height), copy(height) {}
 
     explicit operator bool() const noexcept { return keys && column && copy; }
 
@@ -33,7 +30,7 @@ struct Workspace {
 
 float exchangeMedian(const View& image, int x, Workspace& workspace) {
     for (int y = 0; y < image.height; ++y)
-        workspace.column[static_cast<std::size_t>(y)] = image.row(y)[x];
+        workspace.column[y] = image.at(y, x);
     return qx::exchangeMiddle<qx::SortOrder::Descending>(workspace.column.data(), image.height, workspace.copy.data());
 }
 
@@ -57,7 +54,7 @@ int calcMedianPerColumn(float* medians, const float* image, int width, int heigh
         return StatusWrongParameter;
     if (height < 1) {
         // Kept: the status code stands in for the medians.
-        std::fill_n(medians, width, static_cast<float>(StatusNullArgument));
+        std::fill_n(medians, width, StatusNullArgument);
         return StatusOk;
     }
     Workspace workspace(width, height);

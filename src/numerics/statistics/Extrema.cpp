@@ -2,8 +2,11 @@
 
 #include "QxUtils/StatusCode.h"
 
+// Kept: a null pointer's status is handed back as an index.
+
 namespace {
 
+// Kept: so many elements at each end are not looked at by getMaxandMinIndex.
 constexpr int kBorder = 16;
 
 template <class T>
@@ -28,6 +31,7 @@ int innerExtremeIndex(const T* data, int n, bool wantMin) {
     return wantMin ? minimumIndex : maximumIndex;
 }
 
+// Kept: the first one on ties here, the last one among maxima.
 template <class T>
 int firstMinimumIndex(const T* data, int n) {
     if (data == nullptr)

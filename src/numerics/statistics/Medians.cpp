@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <span>
 #include <utility>
 
 namespace {
@@ -14,13 +15,15 @@ namespace {
 using qx::SortOrder;
 
 // Element n/2 of a sorted copy.
+// Kept: the lower middle in descending order, the upper one in ascending order, for an even count; and a status is
+// handed back as a number.
 template <SortOrder order, class T>
 T middleOfCopy(const T* data, int n) {
     if (data == nullptr || n < 1)
-        return static_cast<T>(StatusNullArgument);
-    qx::Scratch<T> copy(static_cast<std::size_t>(n));
+        return StatusNullArgument;
+    qx::Scratch<T> copy(n);
     if (!copy)
-        return static_cast<T>(StatusAllocationFailed);
+        return StatusAllocationFailed;
     return qx::exchangeMiddle<order>(data, n, copy.data());
 }
 
@@ -66,12 +69,12 @@ Split splitAtPivot(float* data, int l, int r) noexcept {
 int getMedian(const int* data, int n) {
     if (data == nullptr || n < 1)
         return StatusNullArgument;
-    qx::Scratch<int> copy(static_cast<std::size_t>(n));
+    qx::Scratch<int> copy(n);
     if (!copy)
         return StatusAllocationFailed;
     std::copy_n(data, n, copy.data());
     std::nth_element(copy.data(), copy.data() + n / 2, copy.data() + n, std::greater<>());
-    return copy[static_cast<std::size_t>(n / 2)];
+    return copy[n / 2];
 }
 
 float getMedian(const float* data, int n) {
@@ -85,7 +88,7 @@ double getfloatMedian(const double* data, int n) {
 WORD getMedian(const WORD* data, int n) {
     if (data == nullptr || n < 1)
         return StatusNullArgument;
-    return qx::lowerMiddle(data, static_cast<std::size_t>(n));
+    return qx::lowerMiddle(std::span(data, n));
 }
 
 WORD getWordMedian(const WORD* data, int n) {
@@ -98,14 +101,15 @@ float getFloatMedian(const float* data, int n) {
 
 float getFloatMedian(float* data, int n) {
     if (data == nullptr || n < 1)
-        return static_cast<float>(StatusNullArgument);
+        return StatusNullArgument;
+    // Kept: this member sorts the caller's array, the one for constant arrays a copy.
     qx::exchangeSortFast<SortOrder::Ascending>(data, n);
     return data[n / 2];
 }
 
 float getFloatMedianByQuickMethod(float* data, int n) {
     if (data == nullptr || n < 1)
-        return static_cast<float>(StatusNullArgument);
+        return StatusNullArgument;
     const int k = n / 2;
     int l = 0;
     int r = n - 1;

@@ -5,29 +5,37 @@
 #include "foundation/ImageView.h"
 #include "kernels/PixelKernels.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <span>
 
 namespace {
 
+using qx::ImageView;
 using qx::NarrowMoments;
+using Pixels = ImageView<const WORD>;
 
 constexpr std::size_t kCentreSamples = 256;
 
-// Checks the arguments that the deviations share. False when `result` is the answer already.
-bool countElements(const void* image, int width, int height, int& count, float& result) {
-    if (image == nullptr) {
-        result = StatusNullArgument;
-        return false;
-    }
-    if (qx::isImageSize(width, height)) {
-        count = width * height;
-        return true;
-    }
-    const bool empty = width < 1 || height < 1;
-    result = empty ? std::numeric_limits<float>::quiet_NaN() : static_cast<float>(StatusWrongParameter);
-    return false;
+// What stands in for a deviation where there are no elements to take it of.
+// Kept: a status is handed back as a number.
+template <class T>
+std::optional<float> resultWithoutElements(ImageView<const T> image) {
+    if (image.data == nullptr)
+        return StatusNullArgument;
+    if (qx::isImageSize(image.width, image.height))
+        return std::nullopt;
+    if (image.width < 1 || image.height < 1)
+        return std::numeric_limits<float>::quiet_NaN();
+    return StatusWrongParameter;
+}
+
+float meanOf(double sum, int count) {
+    return static_cast<float>(sum / count);
 }
 
 float rootOfMean(double squares, int count) {
@@ -35,110 +43,106 @@ float rootOfMean(double squares, int count) {
 }
 
 template <class T>
-float meanInSingle(const T* data, int count) {
+float meanInSingle(std::span<const T> data, int count) {
     double sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum += static_cast<double>(data[i]);
-    return static_cast<float>(sum / count);
+    for (const double value : data)
+        sum += value;
+    return meanOf(sum, count);
 }
 
 // Sums squares in order; deviationOf gives an element's deviation in single precision.
 template <class T, class Deviation>
-double orderedSquares(const T* data, int count, Deviation deviationOf) {
+double orderedSquares(std::span<const T> data, Deviation deviationOf) {
     double squares = 0;
-    for (int i = 0; i < count; ++i) {
-        const float deviation = deviationOf(data[i]);
-        squares += static_cast<double>(deviation * deviation);
+    for (const T element : data) {
+        const float deviation = deviationOf(element);
+        const double square = deviation * deviation;
+        squares += square;
     }
     return squares;
 }
 
 // A value near the mean, from pixels spread over the image.
-int likelyCentre(const WORD* pixels, std::size_t count) {
-    const std::size_t step = count / kCentreSamples + 1;
-    std::int64_t sum = 0;
-    std::int64_t samples = 0;
-    for (std::size_t i = step / 2; i < count; i += step, ++samples)
+int likelyCentre(std::span<const WORD> pixels) {
+    const std::size_t step = pixels.size() / kCentreSamples + 1;
+    int sum = 0;
+    int samples = 0;
+    for (std::size_t i = step / 2; i < pixels.size(); i += step, ++samples)
         sum += pixels[i];
-    return samples > 0 ? static_cast<int>(sum / samples) : 0;
+    return samples > 0 ? sum / samples : 0;
 }
 
-bool isNarrowAbout(const NarrowMoments& moments, int shift) {
+bool isNarrowAbout(const NarrowMoments& moments, std::int64_t shift) {
     return moments.lowest - shift >= -qx::kNarrowDeviation && moments.highest - shift <= qx::kNarrowDeviation;
 }
 
 // Sum of the squared deviations from the integer part of the mean, each rounded to single precision. Pixels near each
 // other have exact squares, whose centre can be moved afterwards: one pass over the image. Others take two.
-double squaresAboutTruncatedMean(const WORD* pixels, int count) {
-    const auto size = static_cast<std::size_t>(count);
+double squaresAboutTruncatedMean(Pixels image) {
+    const std::span<const WORD> pixels = image.span();
+    const std::int64_t count = image.pixels();
     const qx::PixelKernels& kernels = qx::pixelKernels();
-    const int likely = likelyCentre(pixels, size);
-    const NarrowMoments narrow = kernels.narrowMoments(pixels, size, likely);
-    const std::int64_t sum =
-        narrow.valid ? narrow.sum + static_cast<std::int64_t>(count) * likely : kernels.sum(pixels, size);
-    const int centre = qx::truncateToInt(static_cast<float>(static_cast<double>(sum) / count));
+    const int likely = likelyCentre(pixels);
+    const NarrowMoments narrow = kernels.narrowMoments(pixels.data(), pixels.size(), likely);
+    const std::int64_t sum = narrow.valid ? narrow.sum + count * likely : kernels.sum(pixels.data(), pixels.size());
+    const int centre = qx::truncateToInt(meanOf(sum, image.pixels()));
     const std::int64_t shift = centre - likely;
-    const double squares = narrow.valid && isNarrowAbout(narrow, static_cast<int>(shift))
-                               ? static_cast<double>(narrow.squares - 2 * shift * narrow.sum + count * shift * shift)
-                               : kernels.squares(pixels, size, centre);
+    const double squares = narrow.valid && isNarrowAbout(narrow, shift)
+                               ? narrow.squares - 2 * shift * narrow.sum + count * shift * shift
+                               : kernels.squares(pixels.data(), pixels.size(), centre);
     if (squares < qx::kExactSumLimit)
         return squares;
-    return orderedSquares(pixels, count, [centre](WORD value) { return static_cast<float>(value - centre); });
+    return orderedSquares(pixels, [centre](WORD value) -> float { return value - centre; });
 }
 
 }  // namespace
 
 float getStdev(const WORD* image, int width, int height) {
-    int count = 0;
-    float result = 0;
-    if (!countElements(image, width, height, count, result))
-        return result;
+    const Pixels view{image, width, height};
+    if (const auto instead = resultWithoutElements(view))
+        return *instead;
     // Kept: the spread is measured about the integer part of the mean.
-    return rootOfMean(squaresAboutTruncatedMean(image, count), count);
+    return rootOfMean(squaresAboutTruncatedMean(view), view.pixels());
 }
 
 float getStdev(const int* image, int width, int height) {
-    int count = 0;
-    float result = 0;
-    if (!countElements(image, width, height, count, result))
-        return result;
+    const ImageView<const int> view{image, width, height};
+    if (const auto instead = resultWithoutElements(view))
+        return *instead;
     // Kept: the spread is measured about the integer part of the mean.
-    const int truncatedMean = qx::truncateToInt(meanInSingle(image, count));
-    const double squares = orderedSquares(image, count, [truncatedMean](int value) {
-        return static_cast<float>(qx::wrappedDifference(value, truncatedMean));
-    });
-    return rootOfMean(squares, count);
+    const int truncatedMean = qx::truncateToInt(meanInSingle(view.span(), view.pixels()));
+    const auto deviation = [=](int value) -> float { return qx::wrappedDifference(value, truncatedMean); };
+    return rootOfMean(orderedSquares(view.span(), deviation), view.pixels());
 }
 
 float getStdev(const float* image, int width, int height) {
-    int count = 0;
-    float result = 0;
-    if (!countElements(image, width, height, count, result))
-        return result;
-    const float mean = meanInSingle(image, count);
-    return rootOfMean(orderedSquares(image, count, [mean](float value) { return value - mean; }), count);
+    const ImageView<const float> view{image, width, height};
+    if (const auto instead = resultWithoutElements(view))
+        return *instead;
+    const float mean = meanInSingle(view.span(), view.pixels());
+    return rootOfMean(orderedSquares(view.span(), [mean](float value) { return value - mean; }), view.pixels());
 }
 
 void getStdevAndMean(const int* image, int width, int height, float& mean, float& stdev) {
-    int count = 0;
-    float result = 0;
-    if (!countElements(image, width, height, count, result)) {
-        if (std::isnan(result))
-            mean = stdev = result;
+    const ImageView<const int> view{image, width, height};
+    if (const auto instead = resultWithoutElements(view)) {
+        if (std::isnan(*instead))
+            mean = stdev = *instead;
         return;
     }
-    const float measured = meanInSingle(image, count);
+    const float measured = meanInSingle(view.span(), view.pixels());
+    const auto deviation = [measured](int value) { return static_cast<float>(value) - measured; };
     mean = measured;
-    stdev = rootOfMean(
-        orderedSquares(image, count, [measured](int value) { return static_cast<float>(value) - measured; }), count);
+    stdev = rootOfMean(orderedSquares(view.span(), deviation), view.pixels());
 }
 
 template <class T>
 double getMean(const T* data, int n) {
+    // Kept: a status is handed back as a number.
     if (data == nullptr)
         return StatusNullArgument;
-    const std::size_t count = n > 0 ? static_cast<std::size_t>(n) : 0;
-    return static_cast<double>(qx::pixelKernels().sum(data, count)) / n;
+    const double sum = qx::pixelKernels().sum(data, std::max(n, 0));
+    return sum / n;
 }
 
 template QXUTILS_API double getMean<WORD>(const WORD* data, int n);

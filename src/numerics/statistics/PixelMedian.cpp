@@ -3,6 +3,8 @@
 #include "kernels/RankKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
 
+#include <cstddef>
+
 namespace qx {
 namespace {
 
@@ -11,16 +13,16 @@ constexpr std::size_t kHistogramFrom = std::size_t{1} << 20;
 
 }  // namespace
 
-WORD lowerMiddle(const WORD* pixels, std::size_t count) noexcept {
-    const std::size_t rank = count - 1 - count / 2;
-    if (count >= kHistogramFrom) {
+WORD lowerMiddle(std::span<const WORD> pixels) noexcept {
+    const std::size_t rank = pixels.size() - 1 - pixels.size() / 2;
+    if (pixels.size() >= kHistogramFrom) {
         PixelHistogram histogram;
         if (histogram) {
-            histogram.add(pixels, count);
+            histogram.add(pixels.data(), pixels.size());
             return static_cast<WORD>(valueOfRank(histogram.counts(), 0, kPixelValues - 1, rank));
         }
     }
-    return rankKernels().pixelRank(pixels, count, rank);
+    return rankKernels().pixelRank(pixels.data(), pixels.size(), rank);
 }
 
 }  // namespace qx

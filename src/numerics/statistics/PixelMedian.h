@@ -2,11 +2,11 @@
 
 #include "QxUtils/Types.h"
 
-#include <cstddef>
+#include <span>
 
 namespace qx {
 
-// The lower of the two middle pixels, or the middle one. count is at least 1.
-WORD lowerMiddle(const WORD* pixels, std::size_t count) noexcept;
+// The lower of the two middle pixels, or the middle one, of at least one pixel.
+WORD lowerMiddle(std::span<const WORD> pixels) noexcept;
 
 }  // namespace qx

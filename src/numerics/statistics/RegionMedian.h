@@ -1,11 +1,12 @@
 #pragma once
 
+#include "foundation/ImageView.h"
+
 namespace qx {
 
-// Rows rowStart..rowEnd and columns columnStart..columnEnd (both inclusive) of a float image whose rows are `width`
-// values apart: the upper middle, truncated, as getROIMedian gives it. Returns 0, or the status that getROIMedian
-// returns in its place; then median stays as it was.
-int regionMedian(const float* image, int rowStart, int rowEnd, int columnStart, int columnEnd, int width,
-                 int& median) noexcept;
+// The upper middle of a region, truncated, as getROIMedian gives it. The region is not clipped to the image, whose
+// height is not looked at. Returns 0, or the status that getROIMedian returns in its place; then median stays as it
+// was.
+int regionMedian(ImageView<const float> image, const Rect& region, int& median) noexcept;
 
 }  // namespace qx

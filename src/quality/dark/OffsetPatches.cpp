@@ -3,13 +3,13 @@
 #include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
+#include "quality/Measure.h"
 
 #include <QxSysMgt.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 
 namespace {
 
@@ -28,18 +28,25 @@ constexpr int kLargeTileChannels = 44;
 
 constexpr int kCells = 4;
 constexpr int kCellSide = 16;
-constexpr float kCellShare = 0.9f;
+constexpr float kCellPixels = kCellSide * kCellSide;
+constexpr float kPatchShare = 0.9f;
 
-constexpr std::size_t kTileCapacity = static_cast<std::size_t>(kLargeTile) * kLargeTile;
-constexpr std::size_t kLevels = 1000;
+constexpr int kLevels = 1000;
 
-using Tile = std::array<WORD, kTileCapacity>;
+// The pixels of a tile, row by row.
+struct Tile {
+    int side;
+    std::array<WORD, kLargeTile * kLargeTile> pixels;
 
-void copyTile(const View& image, int top, int left, int side, Tile& tile) {
-    WORD* next = tile.data();
-    for (int y = top; y < top + side; ++y)
-        next = std::transform(image.row(y) + left, image.row(y) + left + side, next,
-                              [](float value) { return static_cast<WORD>(qx::truncateToInt(value)); });
+    int count() const { return side * side; }
+};
+
+void copyTile(const View& image, int top, int left, Tile& tile) {
+    WORD* next = tile.pixels.data();
+    for (int y = top; y < top + tile.side; ++y) {
+        const float* const row = &image.at(y, left);
+        next = std::transform(row, row + tile.side, next, [](float value) { return qx::truncateToInt(value); });
+    }
 }
 
 float logarithm(float value) {
@@ -53,57 +60,65 @@ float splitEntropy(float p) {
 
 // The level at or below which the split of the values 1 .. 999 has the largest entropy, the lowest such level. A tile
 // of one value has none: 0.
-int splitLevel(const Tile& tile, int side) {
-    const auto size = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
+int splitLevel(const Tile& tile) {
     std::array<int, kLevels> counts{};
-    for (std::size_t i = 0; i < size; ++i)
-        if (tile[i] > 0 && tile[i] < kLevels)
-            ++counts[tile[i]];
+    for (int i = 0; i < tile.count(); ++i)
+        if (tile.pixels[i] > 0 && tile.pixels[i] < kLevels)
+            ++counts[tile.pixels[i]];
     int level = 0;
     float largest = 0.0f;
     float share = 0.0f;
-    for (std::size_t value = 1; value < kLevels; ++value) {
-        share += static_cast<float>(counts[value]) / static_cast<float>(size);
+    const float pixels = tile.count();
+    for (int value = 1; value < kLevels; ++value) {
+        share += counts[value] / pixels;
         if (share == 0.0f)
             continue;
         const float entropy = splitEntropy(share);
         if (entropy > largest) {
             largest = entropy;
-            level = static_cast<int>(value);
+            level = value;
         }
     }
     return level;
 }
 
-// Kept: the cells of a small tile go on beyond its rows, over values that are not marked.
-bool hasFullCell(const Tile& tile, int side, int level) {
-    const auto size = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
-    const auto isMarked = [&](std::size_t i) { return i < size && tile[i] <= level; };
-    for (int cell = 0; cell < kCells * kCells; ++cell) {
-        const int first = cell / kCells * kCellSide * side + cell % kCells * kCellSide;
-        int marks = 0;
-        for (int y = 0; y < kCellSide; ++y)
-            for (int x = 0; x < kCellSide; ++x)
-                marks += isMarked(static_cast<std::size_t>(first + y * side + x));
-        if (static_cast<float>(marks) / (kCellSide * kCellSide) >= kCellShare)
-            return true;
-    }
-    return false;
+// The share of a cell at or below the level. Kept: the cells of a small tile go on beyond its rows, over values that
+// are not marked.
+float markedShare(const Tile& tile, int cell, int level) {
+    const auto isMarked = [&](int i) { return i < tile.count() && tile.pixels[i] <= level; };
+    const int first = cell / kCells * kCellSide * tile.side + cell % kCells * kCellSide;
+    int marks = 0;
+    for (int y = 0; y < kCellSide; ++y)
+        for (int x = 0; x < kCellSide; ++x)
+            marks += isMarked(first + y * tile.side + x);
+    return marks / kCellPixels;
 }
 
-int findPatch(const View& image) {
-    const int side = getReadOutChannels() == kLargeTileChannels ? kLargeTile : kSmallTile;
+qx::Measure measureOf(float share) {
+    return {share, MeasureBelow, kPatchShare};
+}
+
+// Follows the cells of a tile, until one is a patch; share becomes that of the fullest.
+void followCells(const Tile& tile, float& share) {
+    const int level = splitLevel(tile);
+    for (int cell = 0; cell < kCells * kCells && measureOf(share).met(); ++cell)
+        share = std::fmax(share, markedShare(tile, cell, level));
+}
+
+// The share of the fullest cell up to the first patch.
+qx::Measure measurePatch(const View& image) {
+    Tile tile;
+    tile.side = getReadOutChannels() == kLargeTileChannels ? kLargeTile : kSmallTile;
     const int bands = (image.height - kMarginRows) / kLargeTile;
     const int columns = image.width / kLargeTile;
-    Tile tile;
+    float share = qx::kNothingMeasured;
     for (int band = 0; band < bands; ++band) {
-        for (int column = 0; column < columns; ++column) {
-            copyTile(image, kTopRows + band * side, column * side, side, tile);
-            if (hasFullCell(tile, side, splitLevel(tile, side)))
-                return kPatchFound;
+        for (int column = 0; column < columns && measureOf(share).met(); ++column) {
+            copyTile(image, kTopRows + band * tile.side, column * tile.side, tile);
+            followCells(tile, share);
         }
     }
-    return StatusOk;
+    return measureOf(share);
 }
 
 // Whether the four classes of even and odd rows and columns are examined one by one.
@@ -125,19 +140,33 @@ bool isSplit() {
     }
 }
 
+int refusalOf(const View& image) {
+    if (image.data == nullptr)
+        return StatusNullArgument;
+    return image.exists() ? StatusOk : StatusWrongParameter;
+}
+
 }  // namespace
 
 int checkOffsetImageQuality(const float* image, int width, int height) {
     constexpr int kParityClasses = 4;
-    if (image == nullptr)
-        return StatusNullArgument;
-    if (!qx::isImageSize(width, height))
-        return StatusWrongParameter;
     const View view{image, width, height};
+    int result = refusalOf(view);
+    if (result != StatusOk)
+        return result;
     // Kept: a split image is examined as a whole for each of its classes.
     const int runs = isSplit() ? kParityClasses : 1;
-    int result = StatusOk;
     for (int run = 0; run < runs && result == StatusOk; ++run)
-        result = findPatch(view);
+        result = qx::verdictOn(measurePatch(view), result, kPatchFound);
     return result;
+}
+
+int measureOffsetImageQuality(const float* image, int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        const View view{image, width, height};
+        const int status = refusalOf(view);
+        if (status == StatusOk)
+            records.add(measurePatch(view), "", "dark share of a cell");
+        return status;
+    });
 }

@@ -1,11 +1,11 @@
-#include "QxUtils/Quality.h"
-
 #include "QxUtils/Foundation.h"
+#include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
 #include "files/RawImageReader.h"
 #include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 #include "kernels/SumKernels.h"
+#include "quality/Measure.h"
 #include "quality/dark/RowSteps.h"
 
 #include <QxSysMgt.h>
@@ -13,13 +13,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
 namespace {
 
-constexpr int kToleratedSteps = 499;
+constexpr int kRefusedSteps = 500;
 
 // The average dark image of the current exposure time and gain.
 std::array<char, 256> darkImageName() {
@@ -29,12 +28,32 @@ std::array<char, 256> darkImageName() {
     return name;
 }
 
+int measureSteps(int width, int height, qx::Measure& stepping) {
+    if (!qx::isImageSize(width, height))
+        return StatusWrongParameter;
+    // The image is read a few rows at a time.
+    const int rowsAtOnce = std::min(qx::RowSteps::kRows, height);
+    qx::Scratch<float> rows(rowsAtOnce, width);
+    qx::RowSteps steps(width);
+    if (!rows || !steps)
+        return StatusAllocationFailed;
+    qx::RawImageReader reader(getOfstImgDir(), darkImageName().data());
+    for (int y = 0; y < height; y += rowsAtOnce) {
+        const int now = std::min(rowsAtOnce, height - y);
+        if (!reader.read(reinterpret_cast<char*>(rows.data()), std::int64_t{now} * width * sizeof(float)))
+            break;
+        steps.add(rows.data(), now);
+    }
+    stepping = {steps.count(), MeasureBelow, kRefusedSteps};
+    return reader.finish();
+}
+
 }  // namespace
 
 void qx::RowSteps::add(const float* rows, int count) noexcept {
     sumKernels().rowSums(rows, width_, count, width_, sums_.data());
     for (int i = 0; i < count; ++i) {
-        const float mean = sums_[static_cast<std::size_t>(i)] / static_cast<float>(width_);
+        const float mean = sums_[i] / width_;
         if (!first_ && std::fabs(mean - previous_) >= getConfigInfo()->rcnRowDiffLimit)
             ++count_;
         previous_ = mean;
@@ -43,24 +62,17 @@ void qx::RowSteps::add(const float* rows, int count) noexcept {
 }
 
 int analysisRcn(int width, int height) {
-    if (!qx::isImageSize(width, height))
-        return StatusWrongParameter;
-    // The image is read a few rows at a time.
-    const int rowsAtOnce = std::min(qx::RowSteps::kRows, height);
-    qx::Scratch<float> rows(static_cast<std::size_t>(rowsAtOnce) * static_cast<std::size_t>(width));
-    qx::RowSteps steps(width);
-    if (!rows || !steps)
-        return StatusAllocationFailed;
-    qx::RawImageReader reader(getOfstImgDir(), darkImageName().data());
-    for (int y = 0; y < height; y += rowsAtOnce) {
-        const int now = std::min(rowsAtOnce, height - y);
-        const std::size_t bytes = static_cast<std::size_t>(now) * static_cast<std::size_t>(width) * sizeof(float);
-        if (!reader.read(reinterpret_cast<char*>(rows.data()), bytes))
-            break;
-        steps.add(rows.data(), now);
-    }
-    const int status = reader.finish();
-    if (status != StatusOk)
+    qx::Measure stepping;
+    const int status = measureSteps(width, height, stepping);
+    return qx::verdictOn(stepping, status, StatusRowNoiseUnqualified);
+}
+
+int measureRcn(int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        qx::Measure stepping;
+        const int status = measureSteps(width, height, stepping);
+        const double limit = static_cast<double>(getConfigInfo()->rcnRowDiffLimit);
+        records.add(stepping, "rows", "rows that step by %g", limit);
         return status;
-    return steps.count() > kToleratedSteps ? StatusRowNoiseUnqualified : StatusOk;
+    });
 }

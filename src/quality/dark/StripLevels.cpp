@@ -5,90 +5,128 @@
 #include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 #include "kernels/SumKernels.h"
+#include "quality/Measure.h"
 
 #include <QxSysMgt.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 
 namespace {
 
 using qx::kStripColumns;
+using Image = qx::ImageView<const WORD>;
 
-// Means of the strips of 32 columns: sums in single precision over rows, then columns.
+// Means of the strips of 32 columns: sums in single precision over rows, then columns. Test before use.
 class StripMeans {
 public:
-    StripMeans(const WORD* image, int width, int height) noexcept
-        : count_(stripCount(width)), means_(static_cast<std::size_t>(count_)) {
+    explicit StripMeans(const Image& image) noexcept : means_(lastStripsUnexamined(image.width)) {
         if (!means_)
             return;
-        qx::sumKernels().stripSums(image, width, height, count_, means_.data());
-        const auto pixels = static_cast<float>(static_cast<std::int64_t>(kStripColumns) * height);
+        qx::sumKernels().stripSums(image.data, image.width, image.height, count(), means_.data());
+        const float pixels = std::int64_t{kStripColumns} * image.height;
         for (float& mean : means_.span())
             mean /= pixels;
     }
 
     explicit operator bool() const noexcept { return static_cast<bool>(means_); }
-    std::span<const float> values() noexcept { return means_.span(); }
+    int count() const noexcept { return means_.count(); }
+    float operator[](int strip) const noexcept { return means_[strip]; }
 
 private:
     // Kept: a strip is examined while columns are left beyond it, so the last 32 to 63 are not.
-    static int stripCount(int width) noexcept { return width > kStripColumns ? (width - 1) / kStripColumns : 0; }
+    static int lastStripsUnexamined(int width) noexcept {
+        return width > kStripColumns ? (width - 1) / kStripColumns : 0;
+    }
 
-    int count_;
     qx::Scratch<float> means_;
 };
 
+float largestStep(const StripMeans& means) {
+    float largest = means.count() > 1 ? 0.0f : qx::kNothingMeasured;
+    for (int i = 1; i < means.count(); ++i)
+        largest = std::max(largest, std::fabs(means[i - 1] - means[i]));
+    return largest;
+}
+
+int measureSteps(const Image& image, qx::Measure& step) {
+    if (image.data == nullptr)
+        return StatusNullArgument;
+    if (!image.exists())
+        return StatusWrongParameter;
+    const StripMeans means(image);
+    if (!means)
+        return StatusAllocationFailed;
+    const float limit = getConfigInfo()->stripMeanDiffLimit;
+    step = {largestStep(means), MeasureBelow, limit};
+    return StatusOk;
+}
+
 // The strip with the lowest mean below 10000, the earlier one on ties; the first strip when there is none.
-int darkestStrip(std::span<const float> means) {
+int darkestStrip(const StripMeans& means) {
     constexpr int kBrightest = 10000;
     int level = kBrightest;
-    std::size_t darkest = 0;
-    for (std::size_t i = 0; i < means.size(); ++i) {
-        if (means[i] < static_cast<float>(level)) {
+    int darkest = 0;
+    for (int i = 0; i < means.count(); ++i) {
+        if (means[i] < level) {
             // Kept: compared with the integer part of the level before.
             level = qx::truncateToInt(means[i]);
             darkest = i;
         }
     }
-    return static_cast<int>(darkest);
+    return darkest;
 }
 
-void copyStrip(const qx::ImageView<const WORD>& image, int strip, WORD* pixels) {
+void copyStrip(const Image& image, int strip, WORD* pixels) {
     for (int y = 0; y < image.height; ++y)
-        pixels = std::copy_n(image.row(y) + strip * kStripColumns, kStripColumns, pixels);
+        pixels = std::copy_n(&image.at(y, strip * kStripColumns), kStripColumns, pixels);
+}
+
+int measureDarkestStrip(const Image& image, qx::Measure& level) {
+    if (image.data == nullptr)
+        return StatusNullArgument;
+    if (image.width < kStripColumns || !image.exists())
+        return StatusWrongParameter;
+    const StripMeans means(image);
+    qx::Scratch<WORD> pixels(image.height, kStripColumns);
+    if (!means || !pixels)
+        return StatusAllocationFailed;
+    copyStrip(image, darkestStrip(means), pixels.data());
+    const int mean = qx::truncateToInt(static_cast<float>(getMean(pixels.data(), kStripColumns * image.height)));
+    const float sigma = getStdev(pixels.data(), kStripColumns, image.height);
+    const float floor = getConfigInfo()->darkLevelFloor;
+    level = {mean - 3.0f * sigma, MeasureAbove, floor};
+    return StatusOk;
 }
 
 }  // namespace
 
 int analysisStrip(const WORD* image, int width, int height) {
-    if (image == nullptr)
-        return StatusNullArgument;
-    if (!qx::isImageSize(width, height))
-        return StatusWrongParameter;
-    StripMeans means(image, width, height);
-    if (!means)
-        return StatusAllocationFailed;
-    const std::span<const float> values = means.values();
-    for (std::size_t i = 1; i < values.size(); ++i)
-        if (std::fabs(values[i - 1] - values[i]) >= static_cast<float>(getConfigInfo()->stripMeanDiffLimit))
-            return StatusStripMeansUnqualified;
-    return StatusOk;
+    qx::Measure step;
+    const int status = measureSteps({image, width, height}, step);
+    return qx::verdictOn(step, status, StatusStripMeansUnqualified);
+}
+
+int measureStrip(const WORD* image, int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        qx::Measure step;
+        const int status = measureSteps({image, width, height}, step);
+        records.add(step, "counts", "step between strips");
+        return status;
+    });
 }
 
 int darkImgGrayAnalysis(const WORD* image, int width, int height) {
-    if (image == nullptr)
-        return StatusNullArgument;
-    if (width < kStripColumns || !qx::isImageSize(width, height))
-        return StatusWrongParameter;
-    StripMeans means(image, width, height);
-    qx::Scratch<WORD> pixels(static_cast<std::size_t>(kStripColumns) * static_cast<std::size_t>(height));
-    if (!means || !pixels)
-        return StatusAllocationFailed;
-    copyStrip({image, width, height}, darkestStrip(means.values()), pixels.data());
-    const int mean = qx::truncateToInt(static_cast<float>(getMean(pixels.data(), kStripColumns * height)));
-    const float sigma = getStdev(pixels.data(), kStripColumns, height);
-    const auto floor = static_cast<float>(getConfigInfo()->darkLevelFloor);
-    return floor >= static_cast<float>(mean) - 3.0f * sigma ? StatusDarkLevelUnqualified : StatusOk;
+    qx::Measure level;
+    const int status = measureDarkestStrip({image, width, height}, level);
+    return qx::verdictOn(level, status, StatusDarkLevelUnqualified);
+}
+
+int measureDarkGray(const WORD* image, int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        qx::Measure level;
+        const int status = measureDarkestStrip({image, width, height}, level);
+        records.add(level, "counts", "darkest strip - 3 deviations");
+        return status;
+    });
 }

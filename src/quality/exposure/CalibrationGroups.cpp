@@ -5,26 +5,27 @@
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Scratch.h"
 #include "platform/Console.h"
+#include "quality/Measure.h"
 
 #include <QxSysMgt.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-constexpr std::size_t kListCapacity = 2560;
-constexpr std::size_t kEntryCapacity = 10;
+constexpr int kWordBytes = sizeof(WORD);
+constexpr int kListCapacity = 2560;
+constexpr int kEntryCapacity = 10;
 constexpr int kMaxEntries = 256;
-constexpr char kSeparator = ';';
+constexpr char kSeparator[] = ";";
 
 // A file that cannot be read. Kept: a negative limit makes it a verdict.
 int readFailure(int status) {
-    return 0.0f > getConfigInfo()->gainGroupCvLimit ? static_cast<int>(StatusLinearityUnqualified) : status;
+    return 0.0f > getConfigInfo()->gainGroupCvLimit ? int{StatusLinearityUnqualified} : status;
 }
 
 int sizeOfFirst(const char* path, int& size) {
@@ -32,25 +33,23 @@ int sizeOfFirst(const char* path, int& size) {
     const int status = getImageSize(path, "", length);
     if (status != StatusOk)
         return readFailure(status);
-    if (length < static_cast<long>(sizeof(WORD)))
+    if (length < kWordBytes)
         return StatusNullArgument;
     if (length > INT_MAX)
         return StatusWrongParameter;
-    size = static_cast<int>(length);
+    size = length;
     return StatusOk;
 }
 
-}  // namespace
-
-int checkGainImgGroup(const char* const* paths, int count) {
+int measureGroup(const char* const* paths, int count, qx::Measure& spread) {
     if (paths == nullptr || count <= 0)
         return StatusNullArgument;
     int size = 0;
     int status = sizeOfFirst(paths[0], size);
     if (status != StatusOk)
         return status;
-    const int pixels = size / static_cast<int>(sizeof(WORD));
-    qx::Scratch<WORD> values(static_cast<std::size_t>(pixels) + 1);
+    const int pixels = size / kWordBytes;
+    qx::Scratch<WORD> values(pixels + 1);
     if (!values)
         return StatusAllocationFailed;
     float sum = 0.0f;
@@ -59,32 +58,68 @@ int checkGainImgGroup(const char* const* paths, int count) {
         if (status != StatusOk)
             return readFailure(status);
         // Kept: a header counts as pixels.
-        sum += static_cast<float>(qx::truncateToInt(static_cast<float>(getMean(values.data(), pixels))));
+        sum += qx::truncateToInt(static_cast<float>(getMean(values.data(), pixels)));
     }
-    const float mean = sum / static_cast<float>(count);
+    const float mean = sum / count;
     // Kept: the spread of the last file against the level of the whole group.
-    const float ratio = getStdev(values.data(), pixels, 1) / mean;
-    qx::printConsole("checkGainImgGroup = %.3f\n", static_cast<double>(ratio));
-    return ratio > getConfigInfo()->gainGroupCvLimit ? StatusLinearityUnqualified : StatusOk;
+    spread = {getStdev(values.data(), pixels, 1) / mean, MeasureAtMost, getConfigInfo()->gainGroupCvLimit};
+    return StatusOk;
 }
 
-int CheckDarkTimeRepeat(const char* list, int time) {
+// Counts the entries that are `time`.
+int measureEntries(const char* list, int time, qx::Measure& entries) {
     if (list == nullptr)
         return StatusNullArgument;
     std::array<char, kListCapacity> text{};
     std::strncpy(text.data(), list, text.size() - 1);
     const char* entry = text.data();
-    for (int entries = 0; *entry != '\0' && entries < kMaxEntries;) {
-        const char* const end = entry + std::strcspn(entry, ";");
-        const auto length = static_cast<std::size_t>(end - entry);
+    int found = 0;
+    for (int looked = 0; *entry != '\0' && looked < kMaxEntries;) {
+        const std::size_t length = std::strcspn(entry, kSeparator);
         if (length > 0) {
             std::array<char, kEntryCapacity> slot{};
             std::memcpy(slot.data(), entry, std::min(length, slot.size() - 1));
-            if (std::atoi(slot.data()) == time)
-                return 0;
-            ++entries;
+            found += std::atoi(slot.data()) == time;
+            ++looked;
         }
-        entry = *end == kSeparator ? end + 1 : end;
+        entry += length;
+        entry += *entry == kSeparator[0];
     }
-    return 1;
+    entries = {found, MeasureAtLeast, 1};
+    return StatusOk;
+}
+
+}  // namespace
+
+int checkGainImgGroup(const char* const* paths, int count) {
+    qx::Measure spread;
+    const int status = measureGroup(paths, count, spread);
+    if (status == StatusOk)
+        qx::printConsole("checkGainImgGroup = %.3f\n", spread.value);
+    return qx::verdictOn(spread, status, StatusLinearityUnqualified);
+}
+
+int measureGainImgGroup(const char* const* paths, int count, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        qx::Measure spread;
+        const int status = measureGroup(paths, count, spread);
+        records.add(spread, "", "spread over the group's mean");
+        return status;
+    });
+}
+
+int CheckDarkTimeRepeat(const char* list, int time) {
+    constexpr int kNotInList = 1;
+    qx::Measure entries;
+    const int status = measureEntries(list, time, entries);
+    return qx::verdictOn(entries, status, kNotInList);
+}
+
+int measureDarkTimeRepeat(const char* list, int time, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        qx::Measure entries;
+        const int status = measureEntries(list, time, entries);
+        records.add(entries, "entries", "entries of %d ms", time);
+        return status;
+    });
 }

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <cstdio>
 
 namespace qx {
@@ -23,20 +22,21 @@ constexpr float kNearby = 36.0f;
 class Labels {
 public:
     // So many regions at most can begin before they meet.
-    explicit Labels(std::size_t pixels) noexcept : parents_(pixels + kFirst) {}
+    explicit Labels(int pixels) noexcept : parents_(std::int64_t{pixels} + kFirst) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(parents_); }
 
     static constexpr int kNone = 0;
+    static constexpr int kFirst = 2;
 
     int begin() noexcept {
-        parents_[static_cast<std::size_t>(next_)] = next_;
+        parents_[next_] = next_;
         return next_++;
     }
 
     int rootOf(int label) const noexcept {
-        while (parent(label) != label)
-            label = parent(label);
+        while (parents_[label] != label)
+            label = parents_[label];
         return label;
     }
 
@@ -45,26 +45,21 @@ public:
         const int first = rootOf(a);
         const int second = rootOf(b);
         const int low = std::min(first, second);
-        parents_.data()[std::max(first, second)] = low;
+        parents_[std::max(first, second)] = low;
         return low;
     }
 
 private:
-    static constexpr int kFirst = 2;
-
-    int parent(int label) const noexcept { return parents_.data()[label]; }
-
     Scratch<int> parents_;
     int next_ = kFirst;
 };
 
 // The label that a marked value shares with its west, north-west, north and north-east neighbours.
-int labelAt(const int* labels, int width, int row, int column, Labels& known) noexcept {
+int labelAt(const ImageView<int>& labels, int row, int column, Labels& known) noexcept {
     const auto neighbour = [&](int rowStep, int columnStep) {
+        const int y = row + rowStep;
         const int x = column + columnStep;
-        if (row + rowStep < 0 || x < 0 || x >= width)
-            return Labels::kNone;
-        return labels[static_cast<std::ptrdiff_t>(row + rowStep) * width + x];
+        return y < 0 || x < 0 || x >= labels.width ? Labels::kNone : labels.at(y, x);
     };
     int label = Labels::kNone;
     for (const int other : {neighbour(0, -1), neighbour(-1, -1), neighbour(-1, 0), neighbour(-1, 1)})
@@ -73,69 +68,97 @@ int labelAt(const int* labels, int width, int row, int column, Labels& known) no
     return label == Labels::kNone ? known.begin() : label;
 }
 
+void labelRegions(const ImageView<const std::uint8_t>& marked, const ImageView<int>& labels, Labels& known) noexcept {
+    for (int y = 0; y < marked.height; ++y)
+        for (int x = 0; x < marked.width; ++x)
+            labels.at(y, x) = marked.at(y, x) != 0 ? labelAt(labels, y, x, known) : Labels::kNone;
+    // Every label becomes its region's.
+    for (int y = 0; y < marked.height; ++y)
+        for (int& label : labels.rowSpan(y))
+            label = label == Labels::kNone ? label : known.rootOf(label);
+}
+
 // Marks the values below the share of the maximum that their distance from it leaves; returns how many.
-int markDark(const float* blocks, int width, int height, float fraction, std::uint8_t* marked) noexcept {
-    const int brightest = getMaxIndex(blocks, width * height);
-    const float threshold = fraction * blocks[brightest];
-    const int mx = brightest % width;
-    const int my = brightest / width;
+int markDark(const ImageView<const float>& blocks, float fraction, const ImageView<std::uint8_t>& marked) noexcept {
+    const int brightest = getMaxIndex(blocks.data, blocks.pixels());
+    const float threshold = fraction * blocks.data[brightest];
+    const std::int64_t brightestX = brightest % blocks.width;
+    const std::int64_t brightestY = brightest / blocks.width;
     int count = 0;
-    for (int r = 0; r < height; ++r) {
-        for (int c = 0; c < width; ++c) {
-            const std::int64_t dx = c - mx;
-            const std::int64_t dy = r - my;
-            const float distance = std::max(std::sqrt(static_cast<float>(dx * dx + dy * dy)) / kNearby, 1.0f);
-            *marked = threshold / distance >= *blocks++;
-            count += *marked++;
+    for (int y = 0; y < blocks.height; ++y) {
+        for (int x = 0; x < blocks.width; ++x) {
+            const std::int64_t dx = x - brightestX;
+            const std::int64_t dy = y - brightestY;
+            const float square = dx * dx + dy * dy;
+            const float distance = std::max(std::sqrt(square) / kNearby, 1.0f);
+            const bool isDark = threshold / distance >= blocks.at(y, x);
+            marked.at(y, x) = isDark;
+            count += isDark;
         }
     }
     return count;
 }
 
-}  // namespace
-
-int largestRegion(const std::uint8_t* marked, int width, int height) {
-    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    Scratch<int> labels(count);
-    Scratch<int> sizes(count + 2);
-    Labels known(count);
-    if (!labels || !sizes || !known)
-        return -1;
-    std::size_t i = 0;
-    for (int r = 0; r < height; ++r)
-        for (int c = 0; c < width; ++c, ++i)
-            labels[i] = marked[i] != 0 ? labelAt(labels.data(), width, r, c, known) : Labels::kNone;
-    sizes.clear();
-    int largest = 0;
-    for (i = 0; i < count; ++i)
-        if (labels[i] != Labels::kNone)
-            largest = std::max(largest, ++sizes[static_cast<std::size_t>(known.rootOf(labels[i]))]);
-    return largest;
-}
-
-int findDarkRegion(const float* blocks, int width, int height, float fraction, int allowedSize) {
-    if (width < 1 || height < 1)
-        return StatusOk;
-    Scratch<std::uint8_t> marked(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    if (!marked)
-        return StatusAllocationFailed;
-    const int count = markDark(blocks, width, height, fraction, marked.data());
-    if (count == 0)
-        return StatusOk;
+void logDarkBlocks(int count, bool onConsoleToo) {
     std::array<char, 128> message;
     // Kept: the text names another share than the one in use.
     std::snprintf(message.data(), message.size(),
                   "find %d binning pixels whose value is less than 33 percent of maximum\n", count);
+    if (onConsoleToo)
+        printConsole("%s", message.data());
     WriteLogFile(LogModuleUtils, LogInfo, message.data(), kLogNoValue);
-    const int largest = largestRegion(marked.data(), width, height);
-    if (largest < 0)
-        return StatusAllocationFailed;
-    if (largest <= allowedSize)
+}
+
+}  // namespace
+
+int largestRegion(ImageView<const std::uint8_t> marked, ImageView<std::uint8_t> inside) {
+    ScratchImage<int> labels(marked.width, marked.height);
+    Scratch<int> sizes(std::int64_t{marked.pixels()} + Labels::kFirst);
+    Labels known(marked.pixels());
+    if (!labels || !sizes || !known)
+        return -1;
+    labelRegions(marked, labels.view(), known);
+    sizes.clear();
+    int largest = 0;
+    int label = Labels::kFirst;
+    for (int y = 0; y < marked.height; ++y) {
+        for (const int other : labels.view().rowSpan(y)) {
+            if (other == Labels::kNone || ++sizes[other] <= largest)
+                continue;
+            largest = sizes[other];
+            label = other;
+        }
+    }
+    for (int y = 0; y < inside.height; ++y)
+        std::ranges::transform(labels.view().rowSpan(y), inside.row(y), [label](int other) { return other == label; });
+    return largest;
+}
+
+int measureDarkRegion(ImageView<const float> blocks, float fraction, DarkRegion& region,
+                      ImageView<std::uint8_t> inside) {
+    region = {};
+    if (blocks.width < 1 || blocks.height < 1)
         return StatusOk;
+    ScratchImage<std::uint8_t> marked(blocks.width, blocks.height);
+    if (!marked)
+        return StatusAllocationFailed;
+    region.darkBlocks = markDark(blocks, fraction, marked.view());
+    if (region.darkBlocks == 0 && inside.data == nullptr)
+        return StatusOk;
+    region.largest = largestRegion(marked.view(), inside);
+    return region.largest < 0 ? StatusAllocationFailed : StatusOk;
+}
+
+int findDarkRegion(ImageView<const float> blocks, float fraction, int allowedSize) {
+    DarkRegion region;
+    const int status = measureDarkRegion(blocks, fraction, region);
+    if (region.darkBlocks > 0)
+        logDarkBlocks(region.darkBlocks, false);
+    const int verdict = verdictOn(sizeOf(region, allowedSize), status, StatusUniformityUnqualified);
     // Kept: the same line again, on standard output whatever the debug flag, instead of one about the region.
-    printConsole("%s", message.data());
-    WriteLogFile(LogModuleUtils, LogInfo, message.data(), kLogNoValue);
-    return StatusUniformityUnqualified;
+    if (verdict == StatusUniformityUnqualified)
+        logDarkBlocks(region.darkBlocks, true);
+    return verdict;
 }
 
 }  // namespace qx

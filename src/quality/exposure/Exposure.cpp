@@ -7,11 +7,10 @@
 namespace qx {
 
 WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexcept {
-    std::array<WORD, static_cast<std::size_t>(kBlockSide) * kBlockSide> pixels;
+    std::array<WORD, kBlockSide * kBlockSide> pixels;
     for (int i = 0; i < kBlockSide; ++i)
-        exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide,
-                             pixels.data() + i * kBlockSide);
-    return upperMiddle(pixels.data(), pixels.size());
+        exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide, &pixels[i * kBlockSide]);
+    return upperMiddle(pixels);
 }
 
 }  // namespace qx

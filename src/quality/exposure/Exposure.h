@@ -2,35 +2,33 @@
 
 #include "QxUtils/Types.h"
 #include "foundation/FloatRows.h"
+#include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
 #include "kernels/RankKernels.h"
 
-#include <cstddef>
-
 namespace qx {
 
-// An exposed image and its dark image, row-major and of the same size. Their difference is formed where it is needed: 0
-// where the dark image is brighter.
+// An exposed image and its dark image, of the same size; there may be no dark image. Their difference is formed where
+// it is needed: 0 where the dark image is brighter.
 struct Exposure {
-    const WORD* image;
-    const WORD* dark;
-    int width;
-    int height;
-
-    std::ptrdiff_t index(int row, int column) const noexcept {
-        return static_cast<std::ptrdiff_t>(row) * width + column;
-    }
+    Exposure(const WORD* exposed, const WORD* unexposed, int width, int height) noexcept
+        : image{exposed, width, height}, dark{unexposed, width, height} {}
 
     // Differences of `count` pixels from a position on.
     void differences(int row, int column, int count, WORD* out) const noexcept {
-        const WORD* const bright = image + index(row, column);
-        const WORD* const black = dark + index(row, column);
+        const WORD* const bright = &image.at(row, column);
+        const WORD* const black = &dark.at(row, column);
         for (int i = 0; i < count; ++i)
-            out[i] = static_cast<WORD>(bright[i] > black[i] ? bright[i] - black[i] : 0);
+            out[i] = bright[i] > black[i] ? bright[i] - black[i] : 0;
     }
 
-    int blockColumns() const noexcept { return width / kBlockSide; }
-    int blockRows() const noexcept { return height / kBlockSide; }
+    int width() const noexcept { return image.width; }
+    int height() const noexcept { return image.height; }
+    int blockColumns() const noexcept { return image.width / kBlockSide; }
+    int blockRows() const noexcept { return image.height / kBlockSide; }
+
+    ImageView<const WORD> image;
+    ImageView<const WORD> dark;
 };
 
 // The upper middle of the differences in a block of 32 x 32 pixels.
@@ -41,21 +39,21 @@ template <float (*difference)(WORD bright, WORD dark) noexcept>
 class ExposureRows final : public FloatRows {
 public:
     explicit ExposureRows(const Exposure& exposure) noexcept
-        : exposure_(exposure), row_(static_cast<std::size_t>(exposure.width)) {}
+        : FloatRows(exposure.width(), exposure.height()), exposure_(exposure), row_(exposure.width()) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(row_); }
 
     const float* row(int y) noexcept override {
-        const WORD* const bright = exposure_.image + exposure_.index(y, 0);
-        const WORD* const dark = exposure_.dark + exposure_.index(y, 0);
+        const WORD* const bright = exposure_.image.row(y);
+        const WORD* const dark = exposure_.dark.row(y);
         float* const values = row_.data();
-        for (int x = 0; x < exposure_.width; ++x)
+        for (int x = 0; x < exposure_.width(); ++x)
             values[x] = difference(bright[x], dark[x]);
         return values;
     }
 
     float pixel(int y, int x) const noexcept override {
-        return difference(exposure_.image[exposure_.index(y, x)], exposure_.dark[exposure_.index(y, x)]);
+        return difference(exposure_.image.at(y, x), exposure_.dark.at(y, x));
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
+#include "quality/Measure.h"
 #include "quality/exposure/DarkRegions.h"
 #include "quality/exposure/Exposure.h"
 #include "quality/exposure/TubeCentre.h"
@@ -12,11 +13,14 @@
 #include <QxSysMgt.h>
 
 #include <algorithm>
-#include <cstddef>
+#include <cmath>
 
 namespace {
 
 using qx::Exposure;
+using qx::Measure;
+using qx::MeasureRecords;
+using Blocks = qx::ImageView<const float>;
 
 // A shadow is darker than this share of the maximum and larger than so many blocks.
 constexpr float kShadowShare = 0.25f;
@@ -25,66 +29,96 @@ constexpr int kToleratedShadow = 4;
 // Blocks on either side that the box mean takes in.
 constexpr int kSmoothingReach = 3;
 
-float exposedFloor() {
-    return static_cast<float>(getConfigInfo()->exposedBlockFloor);
+// The darkest block up to the first one below the floor, whose median and index (row by row) are logged.
+struct BlockFloor {
+    Measure darkest;
+    int index = 0;
+};
+
+// Takes the medians of the blocks, row by row, until one lies below the floor; keep(y, x, median) has each.
+template <class Keep>
+BlockFloor measureBlocks(const Exposure& exposure, int rows, int columns, Keep keep) {
+    const float floor = getConfigInfo()->exposedBlockFloor;
+    BlockFloor blocks{{qx::kNothingMeasured, MeasureAtLeast, floor}, 0};
+    float darkest = qx::kNothingMeasured;
+    for (; blocks.index < rows * columns; ++blocks.index) {
+        const int y = blocks.index / columns;
+        const int x = blocks.index % columns;
+        const float median = qx::blockMedian(exposure, y, x);
+        keep(y, x, median);
+        darkest = std::fmin(darkest, median);
+        blocks.darkest = {darkest, MeasureAtLeast, floor};
+        if (!blocks.darkest.met())
+            break;
+    }
+    return blocks;
 }
 
-// The mean of the blocks around (row, column) that lie inside the image.
-float boxMean(const float* blocks, int width, int height, int row, int column) {
+BlockFloor measureBlocks(const Exposure& exposure, const qx::ImageView<float>& blocks) {
+    return measureBlocks(exposure, blocks.height, blocks.width,
+                         [&](int y, int x, float median) { blocks.at(y, x) = median; });
+}
+
+void recordFloor(const BlockFloor& floor, MeasureRecords& records) {
+    records.add(floor.darkest, "counts", "darkest block of %d x %d", qx::kBlockSide, qx::kBlockSide);
+}
+
+// The mean of the blocks around one that lie inside the image.
+float boxMean(const Blocks& blocks, int row, int column) {
     const int top = std::max(row - kSmoothingReach, 0);
-    const int bottom = std::min(row + kSmoothingReach, height - 1);
+    const int bottom = std::min(row + kSmoothingReach, blocks.height - 1);
     const int left = std::max(column - kSmoothingReach, 0);
-    const int right = std::min(column + kSmoothingReach, width - 1);
+    const int right = std::min(column + kSmoothingReach, blocks.width - 1);
     float sum = 0.0f;
-    for (int r = top; r <= bottom; ++r)
-        for (int c = left; c <= right; ++c)
-            sum += blocks[static_cast<std::ptrdiff_t>(r) * width + c];
-    return sum / static_cast<float>((bottom - top + 1) * (right - left + 1));
+    for (int y = top; y <= bottom; ++y)
+        for (int x = left; x <= right; ++x)
+            sum += blocks.at(y, x);
+    return sum / ((bottom - top + 1) * (right - left + 1));
+}
+
+// Hands the smoothed blocks to `look`, which returns a status.
+template <class Look>
+int inSmoothed(const Blocks& blocks, Look look) {
+    qx::ScratchImage<float> smoothed(blocks.width, blocks.height);
+    if (!smoothed)
+        return StatusAllocationFailed;
+    for (int y = 0; y < blocks.height; ++y)
+        for (int x = 0; x < blocks.width; ++x)
+            smoothed.view().at(y, x) = boxMean(blocks, y, x);
+    return look(Blocks(smoothed.view()));
 }
 
 // Looks for the shadow of the collimator in the block medians.
-int findShadow(const float* blocks, int width, int height) {
-    qx::Scratch<float> smoothed(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    if (!smoothed)
-        return StatusAllocationFailed;
-    float* next = smoothed.data();
-    for (int r = 0; r < height; ++r)
-        for (int c = 0; c < width; ++c)
-            *next++ = boxMean(blocks, width, height, r, c);
-    return qx::findDarkRegion(smoothed.data(), width, height, kShadowShare, kToleratedShadow);
+int findShadow(const Blocks& blocks) {
+    return inSmoothed(
+        blocks, [](const Blocks& smoothed) { return qx::findDarkRegion(smoothed, kShadowShare, kToleratedShadow); });
 }
 
-void measureBlocks(const Exposure& exposure, float* blocks) {
-    for (int r = 0; r < exposure.blockRows(); ++r)
-        for (int c = 0; c < exposure.blockColumns(); ++c)
-            *blocks++ = static_cast<float>(qx::blockMedian(exposure, r, c));
+int measureShadow(const Blocks& blocks, qx::DarkRegion& region, const qx::ImageView<std::uint8_t>& inside = {}) {
+    return inSmoothed(
+        blocks, [&](const Blocks& smoothed) { return qx::measureDarkRegion(smoothed, kShadowShare, region, inside); });
 }
 
 int checkPair(const Exposure& exposure) {
-    if (exposure.image == nullptr || exposure.dark == nullptr)
+    if (exposure.image.data == nullptr || exposure.dark.data == nullptr)
         return StatusNullArgument;
-    return qx::isImageSize(exposure.width, exposure.height) ? StatusOk : StatusWrongParameter;
+    return exposure.image.exists() ? StatusOk : StatusWrongParameter;
 }
 
-int examineFirst(const Exposure& exposure) {
+int judgeFirst(const Exposure& exposure) {
     int status = checkPair(exposure);
     if (status != StatusOk)
         return status;
-    const int width = exposure.blockColumns();
-    const int height = exposure.blockRows();
-    qx::Scratch<float> blocks(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    qx::ScratchImage<float> blocks(exposure.blockColumns(), exposure.blockRows());
     if (!blocks)
         return StatusAllocationFailed;
-    measureBlocks(exposure, blocks.data());
-    const auto medians = blocks.span();
-    const auto dim = std::ranges::find_if(medians, [](float median) { return median < exposedFloor(); });
-    if (dim != medians.end()) {
-        qx::logInfo(kLogNoValue, "value=%f, index=%d", static_cast<double>(*dim),
-                    static_cast<int>(dim - medians.begin()));
+    const BlockFloor floor = measureBlocks(exposure, blocks.view());
+    if (!floor.darkest.met()) {
+        qx::logInfo(kLogNoValue, "value=%f, index=%d", floor.darkest.value, floor.index);
         return StatusPanelNotExposed;
     }
     WriteLogFile(LogModuleUtils, LogInfo, "finish binning", kLogNoValue);
-    status = findShadow(blocks.data(), width, height);
+    status = findShadow(blocks.view());
     if (status != StatusOk) {
         WriteLogFile(LogModuleUtils, LogInfo, "check collimator error.", kLogNoValue);
         return status;
@@ -97,37 +131,102 @@ int examineFirst(const Exposure& exposure) {
     return qx::checkFirstImgForFactoryCalibration(exposure, result);
 }
 
-int examinePreview(const Exposure& exposure) {
+// The measures of judgeFirst in its order, up to the one that is not met.
+int measureFirst(const Exposure& exposure, MeasureRecords& records) {
+    int status = checkPair(exposure);
+    if (status != StatusOk)
+        return status;
+    qx::ScratchImage<float> blocks(exposure.blockColumns(), exposure.blockRows());
+    if (!blocks)
+        return StatusAllocationFailed;
+    const BlockFloor floor = measureBlocks(exposure, blocks.view());
+    recordFloor(floor, records);
+    if (!floor.darkest.met())
+        return StatusOk;
+    qx::DarkRegion region;
+    status = measureShadow(blocks.view(), region);
+    const Measure shadow = qx::sizeOf(region, kToleratedShadow);
+    records.add(shadow, "blocks", "blocks in a shadow");
+    if (status != StatusOk || !shadow.met())
+        return status;
+    qx::CornerSymmetry corners;
+    status = qx::measureCorners(exposure, corners);
+    records.add(corners.asymmetry(), "", "asymmetry of the corners");
+    return status;
+}
+
+// The measures of a preview image, up to the one that is not met.
+struct PreviewMeasures {
+    BlockFloor floor;
+    Measure variation;
+};
+
+int measurePreview(const Exposure& exposure, PreviewMeasures& measures) {
     const int status = checkPair(exposure);
     if (status != StatusOk)
         return status;
     // Kept: a block that ends at the image's border is not examined, unlike in the first image.
-    const int blockRows = (exposure.height - 1) / qx::kBlockSide;
-    const int blockColumns = (exposure.width - 1) / qx::kBlockSide;
-    for (int r = 0; r < blockRows; ++r)
-        for (int c = 0; c < blockColumns; ++c)
-            if (static_cast<float>(qx::blockMedian(exposure, r, c)) < exposedFloor())
-                return StatusPanelNotExposed;
-    return qx::judgeUniformity(exposure);
-}
-
-template <class Examine>
-int logged(const char* operation, const Exposure& exposure, Examine examine) {
-    qx::logBegin(operation);
-    const int result = examine(exposure);
-    qx::logInfo(kLogNoValue, "result is %d", result);
-    qx::logEnd(operation, " terminates with a return value ", result);
-    return result;
+    const int blockRows = (exposure.height() - 1) / qx::kBlockSide;
+    const int blockColumns = (exposure.width() - 1) / qx::kBlockSide;
+    measures.floor = measureBlocks(exposure, blockRows, blockColumns, [](int, int, float) {});
+    return measures.floor.darkest.met() ? qx::measureSquares(exposure, measures.variation) : status;
 }
 
 }  // namespace
 
 int checkFirstImg(const WORD* image, const WORD* dark, int width, int height) {
-    return logged("checkFirstImg", {image, dark, width, height}, examineFirst);
+    qx::LoggedOperation operation("checkFirstImg", " terminates with a return value ");
+    const int result = judgeFirst({image, dark, width, height});
+    qx::logInfo(kLogNoValue, "result is %d", result);
+    return operation.end(result);
+}
+
+int measureFirstImg(const WORD* image, const WORD* dark, int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](MeasureRecords& records) {
+        return measureFirst({image, dark, width, height}, records);
+    });
+}
+
+int locateShadow(const WORD* image, const WORD* dark, int width, int height, unsigned char* blocks, int capacity) {
+    const Exposure exposure(image, dark, width, height);
+    const int status = checkPair(exposure);
+    if (blocks == nullptr || status != StatusOk)
+        return blocks == nullptr ? int{StatusNullArgument} : status;
+    const qx::ImageView<unsigned char> inside{blocks, exposure.blockColumns(), exposure.blockRows()};
+    if (inside.pixels() > capacity)
+        return StatusWrongParameter;
+    const qx::Silence silence;
+    qx::ScratchImage<float> medians(inside.width, inside.height);
+    if (!medians)
+        return StatusAllocationFailed;
+    if (!measureBlocks(exposure, medians.view()).darkest.met()) {
+        std::fill_n(blocks, inside.pixels(), 0);
+        return StatusOk;
+    }
+    qx::DarkRegion region;
+    return measureShadow(medians.view(), region, inside);
 }
 
 int checkPreImg(const WORD* image, const WORD* dark, int width, int height) {
-    return logged("checkPreImg", {image, dark, width, height}, examinePreview);
+    qx::LoggedOperation operation("checkPreImg", " terminates with a return value ");
+    PreviewMeasures measures;
+    const int status = measurePreview({image, dark, width, height}, measures);
+    const int result = measures.floor.darkest.met()
+                           ? qx::verdictOn(measures.variation, status, StatusUniformityUnqualified)
+                           : int{StatusPanelNotExposed};
+    qx::logInfo(kLogNoValue, "result is %d", result);
+    return operation.end(result);
+}
+
+int measurePreImg(const WORD* image, const WORD* dark, int width, int height, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](MeasureRecords& records) {
+        PreviewMeasures taken;
+        const int status = measurePreview({image, dark, width, height}, taken);
+        recordFloor(taken.floor, records);
+        if (taken.floor.darkest.met())
+            qx::recordSquares(taken.variation, records);
+        return status;
+    });
 }
 
 // Kept: these three have always passed.

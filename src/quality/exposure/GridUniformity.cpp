@@ -5,13 +5,16 @@
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "numerics/statistics/BlockMedians.h"
+#include "quality/Measure.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
+#include <functional>
 #include <span>
 
 namespace {
+
+using Image = qx::ImageView<const WORD>;
 
 constexpr int kGridSide = qx::kGridBlockSide;
 constexpr int kGridBorder = 2;
@@ -19,56 +22,74 @@ constexpr int kGridBorder = 2;
 // So many blocks may stand out.
 constexpr int kToleratedBlocks = 3;
 
-// Medians of the inner blocks of the 64 x 64 grid.
-struct InnerBlocks {
-    InnerBlocks(int width, int height) noexcept
-        : columns(width / kGridSide - 2 * kGridBorder), rows(height / kGridSide - 2 * kGridBorder) {}
-
-    bool exist() const noexcept { return columns >= 1 && rows >= 1; }
-    std::size_t count() const noexcept { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
-
-    int columns;
-    int rows;
+// How far the inner blocks lie from their mean, relative to it.
+struct Deviations {
+    float logged = 0.0f;
+    // The largest but the tolerated ones: it exceeds the limit when more than those do.
+    qx::Measure decisive;
 };
+
+// The blocks of the 64 x 64 grid inside the border.
+qx::Rect innerBlocks(const Image& image) {
+    return {kGridBorder, kGridBorder, image.height / kGridSide - 2 * kGridBorder,
+            image.width / kGridSide - 2 * kGridBorder};
+}
+
+void takeMedians(const Image& image, const qx::Rect& inner, float* medians) {
+    for (int row = inner.top; row < inner.bottom(); ++row, medians += inner.width)
+        qx::gridBlockMedians(&image.at(row * kGridSide, inner.left * kGridSide), image.width, inner.width, medians);
+}
 
 float meanOf(std::span<const float> values) {
     double sum = 0;
     for (const float value : values)
         sum += static_cast<double>(value);
-    return static_cast<float>(sum / static_cast<double>(values.size()));
+    return static_cast<float>(sum / std::ssize(values));
 }
 
-int judgeGrid(const WORD* image, int width, int height, float limit) {
-    const InnerBlocks inner(width, height);
-    if (image == nullptr)
+// Orders the values.
+float decisiveDeviation(std::span<float> values) {
+    if (std::ssize(values) <= kToleratedBlocks)
+        return qx::kNothingMeasured;
+    std::ranges::nth_element(values, values.begin() + kToleratedBlocks, std::greater<>());
+    return values[kToleratedBlocks];
+}
+
+int measureGrid(const Image& image, float limit, Deviations& deviations) {
+    if (image.data == nullptr)
         return StatusNullArgument;
-    if (!qx::isImageSize(width, height) || !inner.exist())
+    const qx::Rect inner = innerBlocks(image);
+    if (!image.exists() || inner.isEmpty())
         return StatusWrongParameter;
-    qx::Scratch<float> deviations(inner.count());
-    if (!deviations)
+    qx::Scratch<float> values(inner.height, inner.width);
+    if (!values)
         return StatusAllocationFailed;
-    float* next = deviations.data();
-    for (int row = 0; row < inner.rows; ++row) {
-        const std::ptrdiff_t y = static_cast<std::ptrdiff_t>(row + kGridBorder) * kGridSide;
-        qx::gridBlockMedians(image + y * width + kGridBorder * kGridSide, width, inner.columns, next);
-        next += inner.columns;
-    }
-    const float mean = meanOf(deviations.span());
-    for (float& value : deviations.span())
+    takeMedians(image, inner, values.data());
+    const float mean = meanOf(values.span());
+    for (float& value : values.span())
         value = std::fabs(value - mean) / mean;
-    const auto outside = std::ranges::count_if(deviations.span(), [limit](float d) { return d > limit; });
     // Kept: the search for the largest one leaves out 16 blocks at either end.
-    const int largest = getMaxandMinIndex(deviations.data(), static_cast<int>(inner.count()), false);
-    qx::logInfo(kLogNoValue, "max disuniform degree:%f",
-                static_cast<double>(deviations[static_cast<std::size_t>(largest)]));
-    return outside > kToleratedBlocks ? StatusUniformityUnqualified : StatusOk;
+    deviations.logged = values[getMaxandMinIndex(values.data(), inner.height * inner.width, false)];
+    deviations.decisive = {decisiveDeviation(values.span()), MeasureAtMost, limit};
+    return StatusOk;
 }
 
 }  // namespace
 
 int checkGlobalUniform(const WORD* image, int width, int height, float limit) {
-    qx::logBegin("checkGlobalUniform");
-    const int result = judgeGrid(image, width, height, limit);
-    qx::logEnd("checkGlobalUniform", " terminates", result);
-    return result;
+    qx::LoggedOperation operation("checkGlobalUniform");
+    Deviations deviations;
+    const int status = measureGrid({image, width, height}, limit, deviations);
+    if (status == StatusOk)
+        qx::logInfo(kLogNoValue, "max disuniform degree:%f", static_cast<double>(deviations.logged));
+    return operation.end(qx::verdictOn(deviations.decisive, status, StatusUniformityUnqualified));
+}
+
+int measureGlobalUniform(const WORD* image, int width, int height, float limit, CheckMeasures* measures) {
+    return qx::recordMeasures(measures, [&](qx::MeasureRecords& records) {
+        Deviations deviations;
+        const int status = measureGrid({image, width, height}, limit, deviations);
+        records.add(deviations.decisive, "", "%dth largest block deviation", kToleratedBlocks + 1);
+        return status;
+    });
 }

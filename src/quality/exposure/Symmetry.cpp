@@ -5,7 +5,6 @@
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
 
-#include <cstddef>
 #include <cstdlib>
 
 namespace qx {
@@ -16,43 +15,62 @@ constexpr int kCornerValues = kCornerSide * kCornerSide;
 constexpr float kToleratedAsymmetry = 0.3f;
 
 // Kept: the sum loses its fraction after every addition, the mean its remainder.
-int cornerMean(const float* blocks, int width, int row, int column) noexcept {
+int cornerMean(const ImageView<const float>& blocks, int top, int left) noexcept {
     int sum = 0;
-    for (int r = row; r < row + kCornerSide; ++r)
-        for (int c = column; c < column + kCornerSide; ++c)
-            sum = truncateToInt(static_cast<float>(sum) + blocks[static_cast<std::ptrdiff_t>(r) * width + c]);
+    for (int y = top; y < top + kCornerSide; ++y)
+        for (int x = left; x < left + kCornerSide; ++x)
+            sum = truncateToInt(sum + blocks.at(y, x));
     return sum / kCornerValues;
 }
 
-int loggedMean(const char* corner, int mean) noexcept {
-    logInfo(kLogNoValue, "count=%d, %s=%d", kCornerValues, corner, mean);
-    return mean;
+float difference(double p, double q) noexcept {
+    return static_cast<float>(std::abs(p - q) * 2.0 / (p + q));
 }
 
-float asymmetry(int p, int q) noexcept {
-    const double difference = static_cast<double>(p) - q;
-    return static_cast<float>(std::abs(difference) * 2.0 / (static_cast<double>(p) + q));
-}
-
+// Kept: a first one that is not a number is passed over.
 float larger(float a, float b) noexcept {
     return a > b ? a : b;
 }
 
+void logMean(const char* corner, int mean) noexcept {
+    logInfo(kLogNoValue, "count=%d, %s=%d", kCornerValues, corner, mean);
+}
+
 }  // namespace
 
-int checkSymmetry(const float* blocks, int width, int height, float& asymDegree) {
-    const int right = width - kCornerSide;
-    const int bottom = height - kCornerSide;
-    const int lt = loggedMean("lt", cornerMean(blocks, width, 0, 0));
-    const int lb = loggedMean("lb", cornerMean(blocks, width, bottom, 0));
-    const int rt = loggedMean("rt", cornerMean(blocks, width, 0, right));
-    const int rb = loggedMean("rb", cornerMean(blocks, width, bottom, right));
-    const float horizontal = larger(asymmetry(lt, rt), asymmetry(lb, rb));
-    const float vertical = larger(asymmetry(lt, lb), asymmetry(rt, rb));
-    logInfo(kLogNoValue, "horAysmDegree=%f, verAysmDegree=%f", static_cast<double>(horizontal),
-            static_cast<double>(vertical));
-    asymDegree = larger(horizontal, vertical);
-    return asymDegree > kToleratedAsymmetry ? StatusTubeMisaligned : StatusOk;
+float CornerSymmetry::degree() const noexcept {
+    return larger(horizontal, vertical);
+}
+
+Measure CornerSymmetry::asymmetry() const noexcept {
+    return {degree(), MeasureAtMost, kToleratedAsymmetry};
+}
+
+CornerSymmetry measureSymmetry(ImageView<const float> blocks) noexcept {
+    const int right = blocks.width - kCornerSide;
+    const int bottom = blocks.height - kCornerSide;
+    CornerSymmetry corners;
+    corners.leftTop = cornerMean(blocks, 0, 0);
+    corners.leftBottom = cornerMean(blocks, bottom, 0);
+    corners.rightTop = cornerMean(blocks, 0, right);
+    corners.rightBottom = cornerMean(blocks, bottom, right);
+    corners.horizontal =
+        larger(difference(corners.leftTop, corners.rightTop), difference(corners.leftBottom, corners.rightBottom));
+    corners.vertical =
+        larger(difference(corners.leftTop, corners.leftBottom), difference(corners.rightTop, corners.rightBottom));
+    return corners;
+}
+
+int checkSymmetry(ImageView<const float> blocks, float& asymDegree) {
+    const CornerSymmetry corners = measureSymmetry(blocks);
+    logMean("lt", corners.leftTop);
+    logMean("lb", corners.leftBottom);
+    logMean("rt", corners.rightTop);
+    logMean("rb", corners.rightBottom);
+    logInfo(kLogNoValue, "horAysmDegree=%f, verAysmDegree=%f", static_cast<double>(corners.horizontal),
+            static_cast<double>(corners.vertical));
+    asymDegree = corners.degree();
+    return verdictOn(corners.asymmetry(), StatusOk, StatusTubeMisaligned);
 }
 
 }  // namespace qx

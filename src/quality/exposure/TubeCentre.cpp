@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 
 namespace qx {
 namespace {
@@ -25,104 +24,94 @@ namespace {
 constexpr double kBlockPixels = kBlockSide;
 
 float signedDifference(WORD bright, WORD dark) noexcept {
-    return static_cast<float>(bright) - static_cast<float>(dark);
+    const float level = bright;
+    return level - dark;
 }
 
 // A difference that is not above 0 has no signal.
 float raisedDifference(WORD bright, WORD dark) noexcept {
-    return bright > dark ? static_cast<float>(bright - dark) : kNoSignal;
+    return bright > dark ? bright - dark : kNoSignal;
 }
 
-// Block medians, and those that are left inside the border.
+// Block medians, and those that are left inside the border; test before use.
 class Illumination {
 public:
     explicit Illumination(const Exposure& exposure) noexcept
-        : columns_(exposure.blockColumns()), rows_(exposure.blockRows()), blocks_(cells(columns_, rows_)),
-          inner_(cells(width(), height())) {}
+        : blocks_(exposure.blockColumns(), exposure.blockRows()),
+          inner_(exposure.blockColumns() - 2 * kIlluminationBorder, exposure.blockRows() - 2 * kIlluminationBorder) {}
 
     explicit operator bool() const noexcept { return blocks_ && inner_; }
 
-    float* blocks() noexcept { return blocks_.data(); }
-    void cut() noexcept { cutBinningImage(inner_.data(), blocks_.data(), columns_, rows_, kIlluminationBorder); }
-
-    const float* inner() noexcept { return inner_.data(); }
-    int width() const noexcept { return columns_ - 2 * kIlluminationBorder; }
-    int height() const noexcept { return rows_ - 2 * kIlluminationBorder; }
-    float at(int row, int column) noexcept { return inner_[cells(row, width()) + static_cast<std::size_t>(column)]; }
+    ImageView<float> blocks() noexcept { return blocks_.view(); }
+    void cut() noexcept {
+        const ImageView<float> blocks = blocks_.view();
+        cutBinningImage(inner_.view().data, blocks.data, blocks.width, blocks.height, kIlluminationBorder);
+    }
+    ImageView<const float> inner() const noexcept { return inner_.view(); }
 
 private:
-    static std::size_t cells(int a, int b) noexcept {
-        return static_cast<std::size_t>(a) * static_cast<std::size_t>(b);
-    }
-
-    int columns_;
-    int rows_;
-    Scratch<float> blocks_;
-    Scratch<float> inner_;
+    ScratchImage<float> blocks_;
+    ScratchImage<float> inner_;
 };
 
 // The vertex of the parabola through count values, in full-resolution pixels. Abscissas count from the middle: the fit
 // works in single precision.
 template <class ValueAt>
-int vertexOf(int count, ValueAt valueAt, Scratch<float>& pairs, Scratch<const float*>& points) {
+int vertexOf(int count, ValueAt valueAt, Scratch<std::array<float, 2>>& pairs, Scratch<const float*>& points) {
     const int middle = count / 2;
     for (int i = 0; i < count; ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        pairs[2 * index] = static_cast<float>(i - middle);
-        pairs[2 * index + 1] = valueAt(i);
-        points[index] = pairs.data() + 2 * index;
+        const float abscissa = i - middle;
+        pairs[i] = {abscissa, valueAt(i)};
+        points[i] = pairs[i].data();
     }
-    std::array<float, 3> c{};
-    polyFit(c.data(), points.data(), count, 2);
-    const double vertex = static_cast<double>(-c[1] / (2.0f * c[2]));
+    std::array<float, 3> coefficients{};
+    polyFit(coefficients.data(), points.data(), count, 2);
+    const auto [constant, slope, curvature] = coefficients;
+    const double vertex = static_cast<double>(-slope / (2.0f * curvature));
     return truncateToInt((vertex + middle + kIlluminationBorder + 0.5) * kBlockPixels);
 }
 
-int fitVertices(Illumination& illumination, SurfaceFitResult& result) {
-    const int width = illumination.width();
-    const int height = illumination.height();
-    const auto longest = static_cast<std::size_t>(std::max(width, height));
-    Scratch<float> pairs(2 * longest);
+int fitVertices(const ImageView<const float>& inner, SurfaceFitResult& result) {
+    const int longest = std::max(inner.width, inner.height);
+    Scratch<std::array<float, 2>> pairs(longest);
     Scratch<const float*> points(longest);
     if (!pairs || !points)
         return StatusAllocationFailed;
-    result.x0 = vertexOf(
-        width, [&](int i) { return illumination.at(height / 2, i); }, pairs, points);
-    result.y0 = vertexOf(
-        height, [&](int i) { return illumination.at(i, width / 2); }, pairs, points);
+    const auto alongRow = [&](int x) { return inner.at(inner.height / 2, x); };
+    const auto alongColumn = [&](int y) { return inner.at(y, inner.width / 2); };
+    result.x0 = vertexOf(inner.width, alongRow, pairs, points);
+    result.y0 = vertexOf(inner.height, alongColumn, pairs, points);
     return StatusOk;
 }
 
-struct PeakFit {
-    std::array<float, 6> model{};
-    std::array<float, 9> c{};
+// A surface of second order in x and y: coefficients of 1, y and y^2, of x times these, and of x^2 times these.
+class FittedSurface {
+public:
+    float* coefficients() noexcept { return coefficients_.data(); }
 
-    float offsetX() const noexcept { return model[4]; }
-    float offsetY() const noexcept { return model[5]; }
-
-    float value(float x, float y) const noexcept {
-        return c[0] + c[1] * y + c[2] * (y * y) + x * (c[3] + c[4] * y + c[5] * (y * y)) +
-               x * x * (c[6] + c[7] * y + c[8] * (y * y));
+    float at(float x, float y) const noexcept {
+        const auto inY = [&](const std::array<float, 3>& c) { return c[0] + c[1] * y + c[2] * (y * y); };
+        return inY(row(0)) + x * inY(row(1)) + x * x * inY(row(2));
     }
+
+private:
+    std::array<float, 3> row(int powerOfX) const noexcept {
+        const float* const first = &coefficients_[3 * powerOfX];
+        return {first[0], first[1], first[2]};
+    }
+
+    std::array<float, 9> coefficients_{};
 };
 
-PeakFit fitPeak(Illumination& illumination) {
-    PeakFit fit;
-    float quality = 0.0f;
-    float chiSquare = 0.0f;
-    doSurfaceFitUsingGeneralFormula(fit.model.data(), 0, quality, illumination.inner(), illumination.width(),
-                                    illumination.height(), fit.c.data(), &chiSquare);
-    return fit;
-}
-
 // Where the fitted surface is highest, on the grid of the blocks.
-void logHighestBlock(const PeakFit& fit, int width, int height) {
+void logHighestBlock(const FittedSurface& surface, int width, int height) {
     float highest = 0.0f;
     int column = 0;
     int row = 0;
+    // Kept: columns come before rows.
     for (int x = 0; x < width; ++x) {
         for (int y = 0; y < height; ++y) {
-            const float value = fit.value(static_cast<float>(x - width / 2), static_cast<float>(y - height / 2));
+            const float value = surface.at(x - width / 2, y - height / 2);
             if (value > highest) {
                 highest = value;
                 column = x;
@@ -136,20 +125,30 @@ void logHighestBlock(const PeakFit& fit, int width, int height) {
 
 // From an offset in blocks to full-resolution pixels.
 int positionOf(int blocks, float offset) noexcept {
-    return truncateToInt((static_cast<double>(static_cast<float>(blocks / 2) + offset) + kIlluminationBorder) *
-                         kBlockPixels);
+    return truncateToInt((static_cast<double>(blocks / 2 + offset) + kIlluminationBorder) * kBlockPixels);
 }
 
-void logPeak(Illumination& illumination, SurfaceFitResult& result) {
-    const PeakFit fit = fitPeak(illumination);
-    logHighestBlock(fit, illumination.width(), illumination.height());
-    result.x0 = positionOf(illumination.width(), fit.offsetX());
-    result.y0 = positionOf(illumination.height(), fit.offsetY());
+// Fits the surface and fills the record from its model.
+FittedSurface fitPeak(const ImageView<const float>& inner, SurfaceFitResult& result) {
+    std::array<float, 6> model{};
+    FittedSurface surface;
+    float quality = 0.0f;
+    float chiSquare = 0.0f;
+    doSurfaceFitUsingGeneralFormula(model.data(), 0, quality, inner.data, inner.width, inner.height,
+                                    surface.coefficients(), &chiSquare);
+    const auto [a, b, c, d, offsetX, offsetY] = model;
+    result.x0 = positionOf(inner.width, offsetX);
+    result.y0 = positionOf(inner.height, offsetY);
+    result.a = a;
+    result.b = b;
+    result.c = c;
+    result.d = d;
+    return surface;
+}
+
+void logPeak(const ImageView<const float>& inner, SurfaceFitResult& result) {
+    logHighestBlock(fitPeak(inner, result), inner.width, inner.height);
     logInfo(kLogNoValue, "tube center center calculated by fit coes: x0=%d,y0=%d", result.x0, result.y0);
-    result.a = fit.model[0];
-    result.b = fit.model[1];
-    result.c = fit.model[2];
-    result.d = fit.model[3];
     logInfo(kLogNoValue, "a=%f,b=%f,c=%f,d=%f,x0=%d,y0=%d", static_cast<double>(result.a),
             static_cast<double>(result.b), static_cast<double>(result.c), static_cast<double>(result.d), result.x0,
             result.y0);
@@ -160,27 +159,35 @@ int binBalanced(const Exposure& exposure, Illumination& illumination) {
     ExposureRows<raisedDifference> rows(exposure);
     if (!rows)
         return StatusAllocationFailed;
-    return balanceAfes(&rows, exposure.width, exposure.height, [&](AfeMeasurement& measurement) {
-        const auto scale = [&](float* row) { scaleRow(row, measurement.blocks(), measurement.columnGains()); };
-        return binRows(rows, exposure.width, exposure.height, scale, illumination.blocks());
+    return balanceAfes(&rows, [&](const AfeMeasurement& measurement) {
+        const auto scale = [&](std::span<float> row) {
+            scaleRow(row, measurement.blocks(), measurement.columnGains());
+        };
+        return binRows(rows, scale, illumination.blocks());
     });
 }
 
-int examineIllumination(const Exposure& exposure, SurfaceFitResult& result) {
+// Hands the balanced block medians inside the border to `use`, which returns a status.
+template <class Use>
+int withIllumination(const Exposure& exposure, Use use) {
     if (!showsIllumination(exposure))
         return StatusWrongParameter;
     Illumination illumination(exposure);
     if (!illumination)
         return StatusAllocationFailed;
-    int status = binBalanced(exposure, illumination);
+    const int status = binBalanced(exposure, illumination);
     if (status != StatusOk)
         return status;
     illumination.cut();
-    status = checkSymmetry(illumination.inner(), illumination.width(), illumination.height(), result.asymDegree);
+    return use(illumination.inner());
+}
+
+int examineIllumination(const ImageView<const float>& inner, SurfaceFitResult& result) {
+    const int status = checkSymmetry(inner, result.asymDegree);
     if (status != StatusOk)
         logInfo(status, "checkSymmetry failed, asymDegree=%f", static_cast<double>(result.asymDegree));
     else
-        logPeak(illumination, result);
+        logPeak(inner, result);
     return status;
 }
 
@@ -191,7 +198,7 @@ bool showsIllumination(const Exposure& exposure) noexcept {
 }
 
 int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
-    const AfeBlocks blocks{exposure.width, detectorAfeWidth()};
+    const AfeBlocks blocks{exposure.width(), detectorAfeWidth()};
     if (!showsIllumination(exposure))
         return StatusWrongParameter;
     if (!measurable(blocks)) {
@@ -200,30 +207,37 @@ int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
     }
     ExposureRows<signedDifference> rows(exposure);
     Illumination illumination(exposure);
-    AfeMeasurement measurement(blocks, exposure.height);
+    AfeMeasurement measurement(blocks, exposure.height());
     if (!rows || !illumination || !measurement)
         return StatusAllocationFailed;
     int status = measurement.measure(rows);
     if (status != StatusOk)
         return status;
-    const auto repairAndScale = [&](float* row) {
+    const auto repairAndScale = [&](std::span<float> row) {
         for (const ColumnReplacement& replacement : measurement.replacements())
             row[replacement.column] = row[replacement.source];
         scaleRow(row, blocks, measurement.columnGains());
     };
-    status = binRows(rows, exposure.width, exposure.height, repairAndScale, illumination.blocks());
+    status = binRows(rows, repairAndScale, illumination.blocks());
     if (status != StatusOk)
         return status;
     illumination.cut();
-    return fitVertices(illumination, result);
+    return fitVertices(illumination.inner(), result);
+}
+
+int measureCorners(const Exposure& exposure, CornerSymmetry& corners) {
+    return withIllumination(exposure, [&](const ImageView<const float>& inner) {
+        corners = measureSymmetry(inner);
+        return StatusOk;
+    });
 }
 
 int checkFirstImgForFactoryCalibration(const Exposure& exposure, SurfaceFitResult& result) {
-    logBegin("checkFirstImgForFactoryCalibration");
+    LoggedOperation operation("checkFirstImgForFactoryCalibration", " terminates with a return value ");
+    // Kept: asked for, and not used.
     getGainImgDir();
-    const int status = examineIllumination(exposure, result);
-    logEnd("checkFirstImgForFactoryCalibration", " terminates with a return value ", status);
-    return status;
+    return operation.end(withIllumination(
+        exposure, [&](const ImageView<const float>& inner) { return examineIllumination(inner, result); }));
 }
 
 }  // namespace qx

@@ -2,6 +2,7 @@
 
 #include "QxUtils/Records.h"
 #include "quality/exposure/Exposure.h"
+#include "quality/exposure/Symmetry.h"
 
 namespace qx {
 
@@ -16,6 +17,10 @@ bool showsIllumination(const Exposure& exposure) noexcept;
 // medians: x0 and y0 of the result, in full-resolution pixels. Returns 0, 1020 for an image or an AFE width that does
 // not fit, 1035 when memory is short.
 int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result);
+
+// Measures the corners that checkFirstImgForFactoryCalibration judges. Returns 0, 1020 for an image or an AFE width
+// that does not fit, 1035 when memory is short.
+int measureCorners(const Exposure& exposure, CornerSymmetry& corners);
 
 // Measures the symmetry of the illumination and fits its peak: fills all fields but the evaluation. Returns 0; 1069 for
 // corners that differ too much, 1020 for an image or an AFE width that does not fit, 1035 when memory is short. Logs

@@ -52,8 +52,7 @@ struct FactoryImages {
     bool even = true;
 
     std::int64_t fileBytes() const {
-        return (static_cast<std::int64_t>(records.front().snrCount) + 3) * integrationTimes * dose * 4 + 16 +
-               kImageHeaderBytes;
+        return (std::int64_t{records.front().snrCount} + 3) * integrationTimes * dose * 4 + 16 + kImageHeaderBytes;
     }
 };
 
@@ -118,15 +117,14 @@ void fillPayload(char* payload, const FactoryImages& images, int detectorType) {
     }
 }
 
-void fillHeader(char* header, std::uint32_t width, std::uint32_t height, int detectorType) {
+void fillHeader(char* header, int width, int height, int detectorType) {
     constexpr int kOption = 1;
     fillImgHead(header, kFactorySnrHeader, kOption);
-    const std::uint32_t type = qx::networkToHost(static_cast<std::uint32_t>(detectorType));
+    const std::uint32_t type = qx::networkToHost(detectorType);
     std::memcpy(header + kWidthOffset, &width, sizeof width);
     std::memcpy(header + kHeightOffset, &height, sizeof height);
     std::memcpy(header + kDetectorTypeOffset, &type, sizeof type);
-    qx::logInfo(kLogNoValue, "width=%d, height=%d, dtttype=%d", static_cast<int>(width), static_cast<int>(height),
-                detectorType);
+    qx::logInfo(kLogNoValue, "width=%d, height=%d, dtttype=%d", width, height, detectorType);
 }
 
 // The name of the file, after the detector's; empty when the description does not tell it.
@@ -139,11 +137,11 @@ std::string fileNameOf(const DetectorInformation& detector) {
     return std::string(description.substr(product + kProductWord.size())) + "-SNR.raw";
 }
 
-int writeFile(const FactoryImages& images, const std::string& root, int detectorType) {
+int writeFile(const FactoryImages& images, const std::string& root, int detectorType, qx::LoggedOperation& operation) {
     const std::int64_t bytes = images.fileBytes();
     if (bytes > INT_MAX)
         return StatusWrongParameter;
-    qx::Scratch<char> content(static_cast<std::size_t>(bytes));
+    qx::Scratch<char> content(bytes);
     if (!content)
         return StatusAllocationFailed;
     content.clear();
@@ -152,20 +150,25 @@ int writeFile(const FactoryImages& images, const std::string& root, int detector
     DetectorInformation detector{};
     int status = qx::askDetector(detector);
     if (status != StatusOk)
-        return status;
+        return operation.endUntold(status);
     const std::string name = fileNameOf(detector);
     if (name.empty())
         return StatusWrongParameter;
     qx::logInfo(kLogNoValue, "%s", name.c_str());
     fillHeader(content.data(), qx::networkToHost(detector.width), qx::networkToHost(detector.height), detectorType);
-    status = writeImageToDisk(root.c_str(), name.c_str(), content.data(), static_cast<int>(bytes));
+    status = writeImageToDisk(root.c_str(), name.c_str(), content.data(), bytes);
     if (status != StatusOk) {
         qx::logInfo(kLogNoValue, "fail to write image %s in the directory of %s", name.c_str(), root.c_str());
-        qx::logEnd("retrieveAllSNRForQualityCheck", " terminates with return value ", status);
-        return status;
+        return operation.end(status, " terminates with return value ");
     }
-    qx::logEnd("retrieveAllSNRForQualityCheck", " terminates", kLogNoValue);
     return status;
+}
+
+// Without an image there is nothing to write; a detector that does not answer tells why there is none.
+int answerWithoutImages(qx::LoggedOperation& operation) {
+    DetectorInformation detector{};
+    const int status = qx::askDetector(detector);
+    return status == StatusOk ? int{StatusFileReadFailed} : operation.endUntold(status);
 }
 
 }  // namespace
@@ -173,16 +176,14 @@ int writeFile(const FactoryImages& images, const std::string& root, int detector
 int retrieveAllSNRForQualityCheck(int detectorType, const char* dir) {
     if (dir == nullptr)
         return StatusNullArgument;
-    qx::logBegin("retrieveAllSNRForQualityCheck");
+    // The end is told without a value.
+    qx::LoggedOperation operation("retrieveAllSNRForQualityCheck");
     try {
         const std::string root = qx::withSeparator(dir);
         const FactoryImages images = measureImages(detectorType, root);
-        if (images.records.empty()) {
-            DetectorInformation detector{};
-            const int status = qx::askDetector(detector);
-            return status == StatusOk ? int{StatusFileReadFailed} : status;
-        }
-        return images.even ? writeFile(images, root, detectorType) : int{StatusWrongParameter};
+        if (images.records.empty())
+            return answerWithoutImages(operation);
+        return images.even ? writeFile(images, root, detectorType, operation) : int{StatusWrongParameter};
     } catch (const std::bad_alloc&) {
         return StatusAllocationFailed;
     }

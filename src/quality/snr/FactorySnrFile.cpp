@@ -50,7 +50,7 @@ FactorySNRRecord readRecord(qx::ByteCursor& cursor, int snrLength) {
     record.integrationTime = cursor.read<std::int32_t>();
     record.snrCount = cursor.read<std::int32_t>();
     record.meanGray = cursor.read<float>();
-    record.snr.resize(static_cast<std::size_t>(snrLength));
+    record.snr.resize(snrLength);
     cursor.read(std::span(record.snr));
     return record;
 }
@@ -75,8 +75,9 @@ int loadRecords(std::span<const char> file, FactoryDiffIntSNRList& list, int det
     const FileFields fields = readFields(cursor);
     if (cursor.failed())
         return StatusFileReadFailed;
+    const int recordBytes = fields.recordBytes();
     qx::logInfo(kLogNoValue, "snrLen=%d, oneImgSNRSize=%d, dose=%d, inteNum=%d, detectorType=%d", fields.snrLength,
-                static_cast<int>(fields.recordBytes()), fields.dose, fields.integrationTimes, fields.detectorType);
+                recordBytes, fields.dose, fields.integrationTimes, fields.detectorType);
     if (fields.detectorType != detectorType) {
         qx::logInfo(StatusWrongParameter, "input detector type %d, while the detector type in snr header is %d",
                     detectorType, fields.detectorType);
@@ -84,7 +85,7 @@ int loadRecords(std::span<const char> file, FactoryDiffIntSNRList& list, int det
     }
     if (fields.records() < 1)
         return StatusOk;
-    if (!fields.describe(static_cast<std::int64_t>(file.size())))
+    if (!fields.describe(std::ssize(file)))
         return StatusFileReadFailed;
     try {
         appendRecords(cursor, fields, list);
@@ -109,12 +110,12 @@ int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRLi
     }
     if (size > INT_MAX)
         return StatusFileReadFailed;
-    qx::Scratch<char> content(static_cast<std::size_t>(size));
+    qx::Scratch<char> content(size);
     if (!content) {
         qx::logAllocationFailure("factorySNRFileData", size, StatusAllocationFailed);
         return StatusAllocationFailed;
     }
-    const int status = readImageFromDisk(dir, file, content.data(), static_cast<int>(size));
+    const int status = readImageFromDisk(dir, file, content.data(), size);
     if (status != StatusOk) {
         qx::logEnd("readImageFromDisk", " terminates", status);
         return status;

@@ -28,8 +28,9 @@ struct ImageSize {
     int width;
     int height;
 
-    int pixels() const { return width * height; }
-    long long fileBytes() const { return static_cast<long long>(width) * height * 2 + kImageHeaderBytes; }
+    std::int64_t fileBytes() const {
+        return std::int64_t{width} * height * std::int64_t{sizeof(WORD)} + kImageHeaderBytes;
+    }
 };
 
 // Whether the file has the length of an image with its header.
@@ -40,9 +41,10 @@ int checkLength(const std::string& directory, const char* name, const ImageSize&
         logInfo(kLogNoValue, "fail to read image, size is 0");
         return StatusFileReadFailed;
     }
-    if (bytes != size.fileBytes()) {
-        logInfo(kLogNoValue, "fail to read image, actual size is %d, expected size is %d", static_cast<int>(bytes),
-                static_cast<int>(size.fileBytes()));
+    const int expected = size.fileBytes();
+    if (bytes != expected) {
+        const int actual = bytes;
+        logInfo(kLogNoValue, "fail to read image, actual size is %d, expected size is %d", actual, expected);
         return StatusFileReadFailed;
     }
     return StatusOk;
@@ -57,13 +59,13 @@ void compareWithPath(int integrationTime, const std::string& directory, const ch
     WriteLogFile(LogModuleUtils, LogError, text.data(), kLogNoValue);
 }
 
-int measure(const WORD* pixels, const ImageSize& size, FactorySNRRecord& record) {
-    record.snr.assign(static_cast<std::size_t>(snrCount(size.width, size.height)), 0.0f);
-    const int status = measureSnrSeries({pixels, size.width, size.height}, record.snr);
+int measure(const ImageView<const WORD>& image, FactorySNRRecord& record) {
+    record.snr.assign(snrCount(image.width, image.height), 0.0f);
+    const int status = calcSnrSeries(image, record.snr);
     if (status != StatusOk)
         return status;
-    record.snrCount = static_cast<int>(record.snr.size());
-    record.meanGray = static_cast<float>(getMean(pixels, size.pixels()));
+    record.snrCount = record.snr.size();
+    record.meanGray = static_cast<float>(getMean(image.data, image.pixels()));
     for (const float value : record.snr)
         printConsole("%.1f\t", static_cast<double>(value));
     printConsole("snrLen=%d\n", record.snrCount);
@@ -74,10 +76,10 @@ int retrieve(const std::string& directory, const char* name, const ImageSize& si
     int status = checkLength(directory, name, size);
     if (status != StatusOk)
         return status;
-    Scratch<char> content(static_cast<std::size_t>(size.fileBytes()));
+    Scratch<char> content(size.fileBytes());
     if (!content)
         return StatusAllocationFailed;
-    status = readImageFromDisk(directory.c_str(), name, content.data(), static_cast<int>(content.span().size()));
+    status = readImageFromDisk(directory.c_str(), name, content.data(), content.count());
     if (status != StatusOk) {
         logInfo(kLogNoValue, "fail to read image\n");
         return status;
@@ -92,7 +94,8 @@ int retrieve(const std::string& directory, const char* name, const ImageSize& si
     getDetectorInfoHeadFromImageHead(&information, content.data());
     record.integrationTime = truncateToInt(information.integrationTime);
     compareWithPath(record.integrationTime, directory, name);
-    status = measure(reinterpret_cast<const WORD*>(content.data() + kImageHeaderBytes), size, record);
+    const auto* const pixels = reinterpret_cast<const WORD*>(content.data() + kImageHeaderBytes);
+    status = measure({pixels, size.width, size.height}, record);
     if (status == StatusOk)
         logEnd("retrieveSNRFromImage", " terminates", status);
     return status;
@@ -119,8 +122,9 @@ int retrieveSNRFromImage(int detectorType, const char* directory, const char* fi
     const int status = askDetector(detector);
     if (status != StatusOk)
         return status;
-    const ImageSize size{static_cast<int>(networkToHost(detector.width)),
-                         static_cast<int>(networkToHost(detector.height))};
+    ImageSize size;
+    size.width = networkToHost(detector.width);
+    size.height = networkToHost(detector.height);
     logInfo(kLogNoValue, "detectorType=%d, width=%d, height=%d", detectorType, size.width, size.height);
     if (!snrMeasurable(size.width, size.height) || size.fileBytes() > INT_MAX)
         return StatusWrongParameter;

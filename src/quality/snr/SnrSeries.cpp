@@ -25,17 +25,10 @@ constexpr int kImageMargin = 12;
 constexpr int kSideStep = 256;
 constexpr float kOutlierDeviations = 4.0f;
 
-struct Square {
-    int side;
-    int top;
-    int left;
+using Image = ImageView<const WORD>;
 
-    std::int64_t pixels() const { return static_cast<std::int64_t>(side) * side; }
-};
-
-Square centredSquare(ImageView<const WORD> image, int k) {
-    const int side = snrSquareSide(k);
-    return {side, (image.height - side) / 2, (image.width - side) / 2};
+Rect centredSquare(const Image& image, int side) {
+    return {(image.height - side) / 2, (image.width - side) / 2, side, side};
 }
 
 // A stretch of one row.
@@ -51,25 +44,22 @@ void prefetch(const Stretch& stretch) {
 }
 
 // Adds the pixels of `outer` that do not lie in `inner`, which lies inside it or is empty.
-void addRing(ImageView<const WORD> image, const Square& outer, const Square& inner, PixelHistogram& histogram) {
+void addRing(const Image& image, const Rect& outer, const Rect& inner, PixelHistogram& histogram) {
     // Beside the inner square a row holds two short stretches, each in a page of its own: the processor does not
     // foresee them.
     constexpr int kRowsAhead = 8;
-    const int innerRight = inner.left + inner.side;
-    const auto leftOf = [&](int y) { return Stretch{image.row(y) + outer.left, inner.left - outer.left}; };
-    const auto rightOf = [&](int y) {
-        return Stretch{image.row(y) + innerRight, outer.left + outer.side - innerRight};
-    };
-    for (int y = outer.top; y < outer.top + outer.side; ++y) {
-        if (y < inner.top || y >= inner.top + inner.side) {
-            histogram.add(image.row(y) + outer.left, static_cast<std::size_t>(outer.side));
+    const auto leftOf = [&](int y) { return Stretch{&image.at(y, outer.left), inner.left - outer.left}; };
+    const auto rightOf = [&](int y) { return Stretch{&image.at(y, inner.right()), outer.right() - inner.right()}; };
+    for (int y = outer.top; y < outer.bottom(); ++y) {
+        if (y < inner.top || y >= inner.bottom()) {
+            histogram.add(&image.at(y, outer.left), outer.width);
             continue;
         }
-        const int ahead = std::min(y + kRowsAhead, outer.top + outer.side - 1);
+        const int ahead = std::min(y + kRowsAhead, outer.bottom() - 1);
         prefetch(leftOf(ahead));
         prefetch(rightOf(ahead));
         for (const Stretch& stretch : {leftOf(y), rightOf(y)})
-            histogram.add(stretch.pixels, static_cast<std::size_t>(stretch.count));
+            histogram.add(stretch.pixels, stretch.count);
     }
 }
 
@@ -85,13 +75,11 @@ struct Cleaning {
 // A square's pixels: the histogram for everything that does not depend on their order, the image for what might.
 class SquareContent {
 public:
-    SquareContent(ImageView<const WORD> image, const Square& square, PixelHistogram& histogram)
+    SquareContent(const Image& image, const Rect& square, PixelHistogram& histogram)
         : image_(image), square_(square), counts_(histogram.counts()) {}
 
     // The upper middle pixel.
-    int median() const {
-        return valueOfRank(counts_, 0, kPixelValues - 1, static_cast<std::uint64_t>(square_.pixels() / 2));
-    }
+    int median() const { return valueOfRank(counts_, 0, kPixelValues - 1, square_.pixels() / 2); }
 
     // The deviation as getStdev takes it of the pixels without their pedestal.
     float deviation(const Cleaning& cleaning) const;
@@ -100,45 +88,46 @@ private:
     double squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const;
     double orderedSquares(const Cleaning& cleaning, int centre) const;
 
-    ImageView<const WORD> image_;
-    Square square_;
+    Image image_;
+    Rect square_;
     const std::uint32_t* counts_;
 };
 
 double singleSquare(int deviation) {
-    const auto value = static_cast<float>(deviation);
+    const float value = deviation;
     return static_cast<double>(value * value);
 }
 
 double SquareContent::squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const {
     const double total = pixelKernels().histogramSquares(counts_, cleaning.first, cleaning.last, centre) +
-                         static_cast<double>(substituted) * singleSquare(cleaning.substitute - centre);
+                         substituted * singleSquare(cleaning.substitute - centre);
     return total < kExactSumLimit ? total : orderedSquares(cleaning, centre);
 }
 
 double SquareContent::orderedSquares(const Cleaning& cleaning, int centre) const {
     double total = 0;
-    for (int y = square_.top; y < square_.top + square_.side; ++y) {
-        const WORD* pixels = image_.row(y) + square_.left;
-        for (int x = 0; x < square_.side; ++x)
-            total += singleSquare(cleaning.apply(pixels[x]) - centre);
+    for (int y = square_.top; y < square_.bottom(); ++y) {
+        const WORD* const row = image_.row(y);
+        for (int x = square_.left; x < square_.right(); ++x)
+            total += singleSquare(cleaning.apply(row[x]) - centre);
     }
     return total;
 }
 
 float SquareContent::deviation(const Cleaning& cleaning) const {
     const std::int64_t pixels = square_.pixels();
+    const double count = pixels;
     const HistogramSum kept = pixelKernels().histogramSum(counts_, cleaning.first, cleaning.last);
     const std::int64_t substituted = pixels - kept.count;
     const std::int64_t sum = kept.sum + substituted * cleaning.substitute - pixels * kPedestal;
-    const auto mean = static_cast<float>(static_cast<double>(sum) / static_cast<double>(pixels));
+    const auto mean = static_cast<float>(sum / count);
     const int centre = truncateToInt(mean) + kPedestal;
-    return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / static_cast<double>(pixels)));
+    return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / count));
 }
 
 // The values strictly within four deviations of the median, compared in single precision without the pedestal.
 Cleaning withoutOutliers(int median, float deviation) {
-    const auto middle = static_cast<float>(median - kPedestal);
+    const float middle = median - kPedestal;
     const float high = middle + kOutlierDeviations * deviation;
     const float low = middle - kOutlierDeviations * deviation;
     Cleaning cleaning;
@@ -152,13 +141,14 @@ Cleaning withoutOutliers(int median, float deviation) {
 float snrOf(const SquareContent& content) {
     const int median = content.median();
     const Cleaning cleaning = withoutOutliers(median, content.deviation(Cleaning{}));
-    return static_cast<float>(median - kPedestal) / content.deviation(cleaning);
+    return (median - kPedestal) / content.deviation(cleaning);
 }
 
 }  // namespace
 
 int snrCount(int width, int height) noexcept {
-    return static_cast<int>((static_cast<std::int64_t>(std::min(width, height)) - kImageMargin) / kSideStep + 2);
+    const std::int64_t side = std::min(width, height);
+    return (side - kImageMargin) / kSideStep + 2;
 }
 
 bool snrMeasurable(int width, int height) noexcept {
@@ -170,25 +160,46 @@ int snrSquareSide(int k) noexcept {
 }
 
 float snrFactor(int k) noexcept {
-    return k == 0 ? 0.9f : static_cast<float>(86 - 2 * (k - 1)) / 100.0f;
+    return k == 0 ? 0.9f : (86 - 2 * (k - 1)) / 100.0f;
+}
+
+SNRSquare snrSquare(int k, std::span<const float> measured, std::span<const float> factory) noexcept {
+    SNRSquare square{};
+    square.side = snrSquareSide(k);
+    square.factor = snrFactor(k);
+    square.measured = measured[k];
+    if (factory.empty())
+        return square;
+    square.factory = factory[k];
+    square.scaled = measured[0] / factory[0] * factory[k];
+    square.expected = square.scaled * square.factor;
+    square.belowScaled = square.measured - square.scaled < 0;
+    square.belowExpected = square.measured - square.expected < 0;
+    return square;
 }
 
 int measureSnrSeries(ImageView<const WORD> image, std::span<float> series) noexcept {
-    logBegin("SNRcalc", LogModuleCalib);
     PixelHistogram histogram;
-    if (!histogram) {
-        logAllocationFailure("RM", static_cast<long long>(image.width) * image.height * 4, StatusAllocationFailed);
+    if (!histogram)
         return StatusAllocationFailed;
-    }
-    Square inner{0, image.height / 2, image.width / 2};
+    Rect inner{image.height / 2, image.width / 2, 0, 0};
     for (int k = 0; k < snrCount(image.width, image.height); ++k) {
-        const Square outer = centredSquare(image, k);
+        const Rect outer = centredSquare(image, snrSquareSide(k));
         addRing(image, outer, inner, histogram);
-        series[static_cast<std::size_t>(k)] = snrOf(SquareContent(image, outer, histogram));
+        series[k] = snrOf(SquareContent(image, outer, histogram));
         inner = outer;
     }
-    logEnd("SNRcalc", " terminates", StatusOk, LogModuleCalib);
     return StatusOk;
+}
+
+int calcSnrSeries(ImageView<const WORD> image, std::span<float> series) noexcept {
+    LoggedOperation operation("SNRcalc", " terminates", LogModuleCalib);
+    const int status = measureSnrSeries(image, series);
+    if (status == StatusOk)
+        return operation.end(status);
+    constexpr int kValueBytes = 4;
+    logAllocationFailure("RM", kValueBytes * static_cast<long long>(image.pixels()), status);
+    return operation.endUntold(status);
 }
 
 }  // namespace qx

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QxUtils/Measures.h"
 #include "QxUtils/Types.h"
 #include "foundation/ImageView.h"
 
@@ -19,8 +20,14 @@ int snrSquareSide(int k) noexcept;
 // Share of the scaled factory value that square k is expected to reach.
 float snrFactor(int k) noexcept;
 
+// Square k of a measured series beside the factory's, which may be empty.
+SNRSquare snrSquare(int k, std::span<const float> measured, std::span<const float> factory) noexcept;
+
 // Measures the SNR series of a measurable image into series, which holds snrCount entries. Returns 0, or 1035 when
 // memory is short; series is untouched then.
 int measureSnrSeries(ImageView<const WORD> image, std::span<float> series) noexcept;
+
+// The same, and logs its course.
+int calcSnrSeries(ImageView<const WORD> image, std::span<float> series) noexcept;
 
 }  // namespace qx

@@ -13,7 +13,6 @@ using namespace qx::test;
 namespace plain = qx::plain;
 using Lines = std::vector<std::string>;
 using Floats = std::vector<float>;
-using Kind = plain::EdgeRepair::Kind;
 
 constexpr float kPoison = -4711.0f;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -23,19 +22,25 @@ constexpr int kHighest = std::numeric_limits<int>::max();
 const float kBelowWhite = std::nextafter(65535.0f, 0.0f);
 const float kAboveWhite = std::nextafter(65535.0f, kInfinity);
 
-const std::string kInfo = "Utils  | I | ";
+enum class Kind { Replaced, ReplacedBeyondMedian, OnlyLogged };
+
+// What is found at one edge of a block. The last two kinds belong to the left edge's pattern of three steps.
+struct EdgeRepair {
+    Kind kind;
+    int column, source;
+};
 
 // Adds what the edge search writes into the log.
-void appendEdgeCourse(Lines& lines, const std::vector<plain::EdgeRepair>& found) {
-    lines.push_back(kInfo + "<overwriteBadLineAroundAFEEdge> begins");
+void appendEdgeCourse(Lines& lines, const std::vector<EdgeRepair>& found) {
+    lines.push_back("<overwriteBadLineAroundAFEEdge> begins");
     for (const auto& [kind, column, source] : found) {
         const std::string text =
             "find bad column at " + std::to_string(column) + ", replace it by column " + std::to_string(source);
         if (kind == Kind::ReplacedBeyondMedian)
-            lines.push_back(kInfo + "loc, " + text);
-        lines.push_back(kInfo + text);
+            lines.push_back("loc, " + text);
+        lines.push_back(text);
     }
-    lines.push_back(kInfo + "<overwriteBadLineAroundAFEEdge> terminates");
+    lines.push_back("<overwriteBadLineAroundAFEEdge> terminates");
 }
 
 // `each` of 60 pixels have one of the values, each of them.
@@ -85,8 +90,8 @@ using OverwriteBadLine = AfeCorrection;
 using CorrectRdWithoutRgain = AfeCorrection;
 using BinningTools = AfeCorrection;
 
-// Every column is twice its left neighbour: ratios of other columns than the two at the boundary are other powers. The
-// gains are those of the ratios 2, 4, 8, ...
+// Every column is twice its left neighbour, and four times in a second row: ratios of other columns than the two at the
+// boundary are other powers. The gains are those of the ratios 2, 4, 8, ...
 TEST_F(AfeCorrection, ratios_point_away_from_the_reference_block_and_gains_multiply_them) {
     const struct {
         Floats ratios, gains;
@@ -95,14 +100,17 @@ TEST_F(AfeCorrection, ratios_point_away_from_the_reference_block_and_gains_multi
                  {{0.5f, 0.5f, 0.5f, 2, 2, 2, 2}, {0x1p-6f, 0x1p-5f, 0x1p-3f, 0x1p-4f, 0x1p-9f, 0x1p-15f, 0x1p-22f}},
                  {{0.5f, 0.5f, 0.5f, 0.5f, 2, 2, 2, 2},
                   {0x1p-10f, 0x1p-9f, 0x1p-7f, 0x1p-4f, 0x1p-5f, 0x1p-11f, 0x1p-18f, 0x1p-26f}}};
-    Floats image(1, 1.0f);
-    while (image.size() < 19)
-        image.push_back(2.0f * image.back());
     for (const auto& [ratios, gains] : cases) {
         const int nAfe = static_cast<int>(ratios.size());
-        Floats actual(ratios.size(), kPoison);
-        EXPECT_EQ(0, calcNeighbourAFERatio(actual.data(), nAfe, image.data(), 2 * nAfe + 3, 1, 2));
-        EXPECT_EQ(ratios, actual);
+        const int width = 2 * nAfe + 3;
+        Floats image, expected = ratios, actual(2 * ratios.size(), kPoison);
+        for (int i = 0; i < 2 * width; ++i)
+            image.push_back(std::ldexp(1.0f, i < width ? i : 2 * (i - width)));
+        for (const float ratio : ratios)
+            expected.push_back(ratio * ratio);
+        EXPECT_EQ(0, calcNeighbourAFERatio(actual.data(), nAfe, image.data(), width, 2, 2));
+        EXPECT_EQ(expected, actual);
+        actual.assign(ratios.size(), kPoison);
         EXPECT_EQ(0, calcRgain(actual.data(), image.data() + 1, nAfe, 5 * nAfe + 9, 5));
         EXPECT_EQ(gains, actual);
     }
@@ -177,12 +185,12 @@ TEST_F(OverwriteBadLine, edge_patterns) {
                 image[kWidth + i] = means[i] - 0.5f * static_cast<float>(i + 1);
             }
             Floats expected = image;
-            std::vector<plain::EdgeRepair> found;
+            std::vector<EdgeRepair> found;
             if (left.leftFrom != 0)
                 found.push_back({left.leftKind, kAfe, kAfe + left.leftFrom});
             if (right.rightFrom != 0)
                 found.push_back({Kind::Replaced, kEnd, kEnd - right.rightFrom});
-            for (const plain::EdgeRepair& repair : found)
+            for (const EdgeRepair& repair : found)
                 for (int row = 0; row < 2 && repair.kind != Kind::OnlyLogged; ++row)
                     expected[static_cast<std::size_t>(row * kWidth + repair.column)] =
                         expected[static_cast<std::size_t>(row * kWidth + repair.source)];
@@ -191,7 +199,7 @@ TEST_F(OverwriteBadLine, edge_patterns) {
             EXPECT_EQ(expected, image) << left.steps << " " << left.step << ", " << right.steps << " " << right.step;
         }
     }
-    EXPECT_EQ(expectedLines, logLines());
+    EXPECT_EQ(expectedLines, takeLog());
 }
 
 // The only block of an image of one row: its means are its pixels.
@@ -230,39 +238,6 @@ TEST_F(OverwriteBadLine, limits_are_exceeded_not_reached) {
     EXPECT_EQ((Floats{1000, 1000, 1000, 1000, 1000, 2000, 2000, 2000, 2004}), early);
 }
 
-// The functions one by one and as a whole.
-void expectPlainResults(int width, int height, int afe, const Floats& image) {
-    const auto agreed = [](const Floats& start, auto plainCall, auto call) {
-        Floats expected = start;
-        Floats actual = start;
-        plainCall(expected.data());
-        EXPECT_EQ(0, call(actual.data()));
-        EXPECT_TRUE(sameBitsOrNanEverywhere(expected, actual));
-        return expected;
-    };
-    agreed(
-        image, [&](float* pixels) { plain::correctRDwithoutRgain(pixels, width, height, afe); },
-        [&](float* pixels) { return correctRDwithoutRgain(pixels, width, height); });
-    agreed(
-        image, [&](float* pixels) { plain::overwriteBadLineAroundAFEEdge(pixels, width, height, afe); },
-        [&](float* pixels) { return overwriteBadLineAroundAFEEdge(pixels, width, height, afe), 0; });
-    const int nAfe = width / afe - 1;
-    if (nAfe == 0)
-        return;
-    // One value more than needed, which has to stay. Any row of ratios will do for medians.
-    const Floats ratio = agreed(
-        Floats(static_cast<std::size_t>(nAfe * height + 1), kPoison),
-        [&](float* out) { plain::calcNeighbourAFERatio(out, nAfe, image.data(), width, height, afe); },
-        [&](float* out) { return calcNeighbourAFERatio(out, nAfe, image.data(), width, height, afe); });
-    const Floats gain = agreed(
-        Floats(static_cast<std::size_t>(nAfe + 1), kPoison),
-        [&](float* out) { plain::calcRgain(out, ratio.data(), nAfe, width, afe); },
-        [&](float* out) { return calcRgain(out, ratio.data(), nAfe, width, afe); });
-    agreed(
-        image, [&](float* pixels) { plain::correctRDbyRgain(pixels, width, height, gain.data(), nAfe, afe); },
-        [&](float* pixels) { return correctRDbyRgain(pixels, width, height, gain.data(), nAfe, afe); });
-}
-
 TEST_F(AfeCorrection, agrees_with_the_plain_methods) {
     setLogLevel(4);
     std::uint64_t seed = 0;
@@ -272,8 +247,17 @@ TEST_F(AfeCorrection, agrees_with_the_plain_methods) {
             for (int height : {1, 2, 31, 32, 33}) {
                 const int width = blocks * afeWidth + static_cast<int>(++seed % 3) * (afeWidth - 1) / 2;
                 SCOPED_TRACE(testing::Message() << width << " x " << height << ", AFE width " << afeWidth);
-                for (const Content& content : kContents)
-                    expectPlainResults(width, height, afeWidth, testImage(width, height, afeWidth, content, seed));
+                for (const Content& content : kContents) {
+                    const Floats image = testImage(width, height, afeWidth, content, seed);
+                    Floats expected = image, actual = image;
+                    plain::correctRDwithoutRgain(expected.data(), width, height, afeWidth);
+                    EXPECT_EQ(0, correctRDwithoutRgain(actual.data(), width, height));
+                    EXPECT_TRUE(sameBitsOrNanEverywhere(expected, actual));
+                    expected = actual = image;
+                    plain::overwriteBadLineAroundAFEEdge(expected.data(), width, height, afeWidth);
+                    overwriteBadLineAroundAFEEdge(actual.data(), width, height, afeWidth);
+                    EXPECT_TRUE(sameBitsOrNanEverywhere(expected, actual));
+                }
             }
         }
     }
@@ -291,18 +275,17 @@ TEST_F(CorrectRdWithoutRgain, bad_edge_columns_are_left_out_of_the_measurement_b
     }
     EXPECT_EQ(0, correctRDwithoutRgain(image.data(), 27, 3));
     EXPECT_EQ(expected, image);
-    const std::string begins = kInfo + "<correctRDwithoutRgain> begins";
+    const std::string begins = "<correctRDwithoutRgain> begins";
     Lines lines = {begins};
     appendEdgeCourse(lines, {{Kind::Replaced, 9, 10}, {Kind::Replaced, 26, 25}});
-    lines.push_back(kInfo + "<correctRDwithoutRgain> terminates0");
+    lines.push_back("<correctRDwithoutRgain> terminates0");
     // A missing image goes before an impossible size.
     for (const int afeWidth : {9, 0}) {
         detector().afeWidth = afeWidth;
         EXPECT_EQ(1017, correctRDwithoutRgain(nullptr, 64 * afeWidth, 64));
-        lines.insert(lines.end(),
-                     {begins, kInfo + "rad image is null", kInfo + "<correctRDwithoutRgain> terminates1017"});
+        lines.insert(lines.end(), {begins, "rad image is null", "<correctRDwithoutRgain> terminates1017"});
     }
-    EXPECT_EQ(lines, logLines());
+    EXPECT_EQ(lines, takeLog());
 }
 
 TEST_F(CorrectRdWithoutRgain, afe_width_is_the_kits_or_32) {

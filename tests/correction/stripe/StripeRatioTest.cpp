@@ -1,11 +1,13 @@
 // Steps of the stripe corrections.
 
 #include "Compare.h"
-#include "StripeFixture.h"
+#include "DetectorFixture.h"
+#include "StripeBands.h"
 #include "levels/AtVectorLevel.h"
 #include "reference/correction/PlainStripe.h"
 
-#include "correction/stripe/StripeSuppression.h"
+#include "correction/stripe/HomogeneousColumns.h"
+#include "correction/stripe/StripeRatio.h"
 
 #include <QxUtils/Correction.h>
 
@@ -19,17 +21,19 @@ using namespace qx;
 using namespace qx::test;
 using Lines = std::vector<std::string>;
 using Ratios = std::vector<double>;
+using RatioSpan = std::span<double, kBandRows>;
+using ConstRatioSpan = std::span<const double, kBandRows>;
 
 constexpr double kPoison = -4711.0;
 
-class StripeSteps : public StripeFixture {
+class StripeSteps : public DetectorFixture {
 protected:
     StripeSteps() { maxGrayValue = 65535; }
 
     // Returns the number of rows; `ratio` and the log are what the call left.
     int measure(const TestImage& band) {
         ratio.assign(kBandRows, kPoison);
-        return calcStripeRatio(ratio.data(), band.data(), band.width);
+        return calcStripeRatio({band.data(), band.width, kBandRows}, RatioSpan(ratio));
     }
 
     Ratios ratio;
@@ -40,20 +44,20 @@ using FindHomogeneousColumns = StripeSteps;
 using CalcStripeRatio = StripeSteps;
 using RemoveGenericStripe = StripeSteps;
 
-const std::string kUpdated = "I | Ratio updated.";
-const std::string kNotUpdated = "I | No valid columns found. Poor compensation performance is expected.";
-const std::string kNoColumns = "I | Method 2 is unable to proceed since no valid columns could be found.";
-const std::string kTooWide = "I | Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low "
+const std::string kUpdated = "Ratio updated.";
+const std::string kNotUpdated = "No valid columns found. Poor compensation performance is expected.";
+const std::string kNoColumns = "Method 2 is unable to proceed since no valid columns could be found.";
+const std::string kTooWide = "Method 1 is unable to proceed since the grayscale value at cTRIGGER_LINE is too low "
                              "(almost in the noise level), or the band is too wide (e.g., >15 rows).";
 
 std::string methodOne(int columns, int rows) {
-    return "I | Method 1 finds " + std::to_string(columns) + " homogeneous columns, and " + std::to_string(rows) +
+    return "Method 1 finds " + std::to_string(columns) + " homogeneous columns, and " + std::to_string(rows) +
            " rows to compensate";
 }
 std::string methodTwo(int rows) {
-    return "I | Method 2 finds " + std::to_string(rows) + " rows to compensate";
+    return "Method 2 finds " + std::to_string(rows) + " rows to compensate";
 }
-const std::string kReEvaluated = "I | Re-evaluate the number of rows to compensate -- 1 rows.";
+const std::string kReEvaluated = "Re-evaluate the number of rows to compensate -- 1 rows.";
 
 // A parabola from row 1 to row 25 in units of 1/1024: every row lies below the straight lines across it. The rows below
 // continue the line from row 1 to row 25, and so does row 0: 23 rows fit without any rest.
@@ -88,13 +92,13 @@ TEST_F(CountRowsToCompensate, by_hand) {
                  {parabola(15), 23},
                  {parabola(15.001), 14}};
     for (const auto& c : cases)
-        EXPECT_EQ(c.expected, countRowsToCompensate(c.ratio.data())) << "case " << &c - cases;
+        EXPECT_EQ(c.expected, countRowsToCompensate(ConstRatioSpan(c.ratio))) << "case " << &c - cases;
 }
 
 std::vector<int> homogeneousColumns(const std::vector<double>& sampled) {
     std::vector<int> columns(sampled.size() / kBandRows + 1, -7);
     const int count = static_cast<int>(columns.size()) - 1;
-    const int found = findHomogeneousColumns(sampled.data(), count, columns.data());
+    const int found = findHomogeneousColumns({sampled.data(), count, kBandRows}, columns);
     EXPECT_EQ(-7, columns.back());
     columns.resize(static_cast<std::size_t>(std::clamp(found, 0, count)));
     return columns;
@@ -260,20 +264,36 @@ TEST_F(CalcStripeRatio, agrees_with_the_plain_method) {
                 maxGrayValue = random.below(2) == 0 ? 65535 : 16383;
                 const TestImage band = randomBand(width, content, static_cast<int>(maxGrayValue), random);
                 Ratios expected(kBandRows, kPoison);
-                plain::LogTexts log;
-                const int rows = plain::calcStripeRatio(expected.data(), band.data(), width, maxGrayValue, &log);
+                const int rows = plain::calcStripeRatio(expected.data(), band.data(), width, maxGrayValue);
                 EXPECT_EQ(rows, measure(band));
-                EXPECT_EQ(log, takeLog());
                 EXPECT_TRUE(rows < 0 || sameBitsEverywhere(expected, ratio));
-                for (const std::string& line : log)
-                    courses.insert(line.substr(0, 18));
+                for (const std::string& line : takeLog())
+                    courses.insert(line.substr(0, 14));
             }
         }
     }
     EXPECT_EQ(7u, courses.size()) << testing::PrintToString(courses);
 }
 
+TEST_F(RemoveGenericStripe, more_than_24_rows_become_24_with_a_warning) {
+    Lines gains;
+    for (int i = 0; i < 24; ++i)
+        gains.push_back("gain[" + std::to_string(i) + "] = 1.000000");
+    TestImage band = constantImage(1, kBandHeight, 7);
+    for (const int rows : {24, 25, std::numeric_limits<int>::max()}) {
+        Lines lines = {"<removeGenericStripe> begins"};
+        if (rows > 24)
+            lines.push_back("Warning: reduce the number of rows to correct from " + std::to_string(rows) +
+                            " to 24 to pass the range check");
+        lines.insert(lines.end(), gains.begin(), gains.end());
+        lines.push_back("<removeGenericStripe> terminates");
+        removeGenericStripe(band.pixels.data(), band.data(), 1, Ratios(kBandRows, 1.0).data(), rows);
+        EXPECT_EQ(lines, takeLog());
+    }
+}
+
 TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
+    setLogLevel(4);
     SplitMix64 random(3);
     constexpr double kOddFactors[] = {1e4, 1e-7, 0.0};
     for (const std::uint32_t ceiling : {65535u, 16383u, 1u, 0u, 65536u, 70000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
@@ -289,13 +309,11 @@ TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
                     randomImage(width, kBandRows, bright == 0 ? 150 : 0, bright == 0 ? 400 : 65535, random.next());
                 TestImage expected = constantImage(width, kBandRows, 4711);
                 TestImage actual = expected;
-                plain::LogTexts log;
-                plain::removeGenericStripe(expected.pixels.data(), source.data(), width, values.data(), rows, ceiling,
-                                           &log);
-                EXPECT_EQ(0, removeGenericStripe(actual.pixels.data(), source.data(), width, values.data(), rows));
+                plain::removeGenericStripe(expected.pixels.data(), source.data(), width, values.data(), rows, ceiling);
+                EXPECT_EQ(0, removeGenericStripe({actual.pixels.data(), width, kBandRows},
+                                                 {source.data(), width, kBandRows}, ConstRatioSpan(values), rows));
                 EXPECT_TRUE(sameBitsEverywhere(expected.pixels, actual.pixels))
                     << ceiling << ", " << width << " columns, " << rows << " rows";
-                EXPECT_EQ(log, takeLog());
             }
         }
     }

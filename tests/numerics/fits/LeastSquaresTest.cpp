@@ -54,12 +54,12 @@ Decomposition decomposed(const Floats& matrix, int rows, int columns) {
 
 // The plain method, its result laid out as the library's.
 Decomposition plainlyDecomposed(const Floats& matrix, int rows, int columns) {
-    plain::RowMatrix u(rows, columns), v(columns, columns);
+    plain::RowMatrix u = plain::rowMatrix(rows, columns), v = plain::rowMatrix(columns, columns);
     Floats w(columns + 1);
     for (int k = 0; k < rows * columns; ++k)
         u[k % rows + 1][k / rows + 1] = matrix[k];
     Decomposition d;
-    d.status = plain::svdcmp(u.rows(), rows, columns, w.data(), v.rows());
+    d.status = plain::svdcmp(u, rows, columns, w.data(), v);
     d.u = matrixOf(rows, columns, [&](int i, int j) { return u[i + 1][j + 1]; });
     d.v = matrixOf(columns, columns, [&](int i, int j) { return v[i + 1][j + 1]; });
     d.w.assign(w.begin() + 1, w.end());

@@ -1,18 +1,15 @@
 #include "BinaryFields.h"
 #include "DetectorFixture.h"
-#include "reference/quality/PlainAcquisition.h"
 
 #include <QxUtils/Quality.h>
 
 #include <algorithm>
 #include <cmath>
-#include <set>
 #include <tuple>
 
 namespace {
 
 using namespace qx::test;
-namespace plain = qx::plain;
 using Lines = std::vector<std::string>;
 using Words = std::vector<WORD>;
 
@@ -146,36 +143,18 @@ TEST_F(CheckGainImgGroup, files_that_cannot_be_read) {
         EXPECT_EQ(1057, checkGainImgGroup(paths, count));
 }
 
-struct FloatImage {
-    int width;
-    int height;
-    std::vector<float> pixels;
+using FloatImage = ImageOf<float>;
 
-    FloatImage(int w, int h, float value) : width(w), height(h), pixels(static_cast<std::size_t>(w * h), value) {}
-    float& at(int row, int col) { return pixels[static_cast<std::size_t>(row * width + col)]; }
-    // Columns and rows from .. to - 1, as far as they lie inside.
-    void fill(int firstRow, int lastRow, int firstCol, int lastCol, float value) {
-        for (int row = std::max(firstRow, 0); row < std::min(lastRow, height); ++row)
-            for (int col = std::max(firstCol, 0); col < std::min(lastCol, width); ++col)
-                at(row, col) = value;
-    }
-};
+FloatImage levelImage(int width, int height, float value) {
+    return {width, height, std::vector<float>(static_cast<std::size_t>(width * height), value)};
+}
 
 class CheckFalseTriggAedImage : public DetectorFixture {
 protected:
-    // The verdict; the lines of this call are in logged.
-    int check(const FloatImage& image, int medianFloor) {
+    static int check(const FloatImage& image, int medianFloor) {
         detector().config.falseTriggerMedianFloor = medianFloor;
-        for (const auto& file : logFiles())
-            std::filesystem::remove(file);
-        const int code = checkFalseTriggAEDImage(image.pixels.data(), image.width, image.height);
-        logged = logLines();
-        for (std::string& line : logged)
-            line.erase(0, line.find("| I | ") + 6);
-        return code;
+        return checkFalseTriggAEDImage(image.data(), image.width, image.height);
     }
-
-    Lines logged;
 };
 
 // 1280 x 256: regions of 256 x 64 from (448, 80), (448, 112), (576, 80) and (576, 112) in a middle of columns 448 to
@@ -183,37 +162,49 @@ protected:
 constexpr int kWidth = 1280;
 constexpr int kHeight = 256;
 
-TEST_F(CheckFalseTriggAedImage, without_an_exposure_anywhere) {
-    FloatImage image(kWidth, kHeight, 100.5f);
-    image.fill(80, 177, 448, 833, 300.5f);
-    const Lines start = {"roiWidth:256, roiHeight:64", "The median of middle area is 300.000000"};
+TEST_F(CheckFalseTriggAedImage, areas_have_the_shape_of_the_image) {
+    const struct {
+        int width, height;
+        const char *roiHeight, *outer, *found;
+    } cases[] = {{1280, 256, "64", "[32,224,256,1024]", "[448, 80]"},
+                 {1279, 255, "64", "[63,191,383,895]", "[511, 95]"},
+                 {1024, 384, "128", "[64,320,256,768]", "[384, 128]"},
+                 {1025, 450, "128", "[97,353,256,768]", "[384, 161]"},
+                 {1536, 193, "64", "[0,192,256,1280]", "[512, 32]"}};  // clipped to the image
+    for (const auto& c : cases) {
+        const std::string start = std::string("roiWidth:256, roiHeight:") + c.roiHeight;
+        EXPECT_EQ(1094, check(levelImage(c.width, c.height, 100.5f), 1000));
+        EXPECT_EQ((Lines{start, "The median of middle area is 100.000000", std::string("The outer ROI is ") + c.outer,
+                         "The median of outer area is 100.000000"}),
+                  takeLog());
+        EXPECT_EQ(0, check(levelImage(c.width, c.height, 500), 1000));
+        EXPECT_EQ((Lines{start, std::string("The area is found. The top-left coordinate is: ") + c.found}), takeLog());
+    }
+}
+
+TEST_F(CheckFalseTriggAedImage, middle_area_has_to_reach_the_floor) {
+    FloatImage image = levelImage(kWidth, kHeight, 100.5f);
+    image.fill(80, 448, 97, 385, 300.5f);
     EXPECT_EQ(0, check(image, 300));
-    EXPECT_EQ(start, logged);
+    EXPECT_EQ("The median of middle area is 300.000000", takeLog().back());
     EXPECT_EQ(1094, check(image, 301));
-    EXPECT_EQ(
-        (Lines{start[0], start[1], "The outer ROI is [32,224,256,1024]", "The median of outer area is 100.000000"}),
-        logged);
-    EXPECT_EQ(1094, check(FloatImage(kWidth, kHeight, std::nanf("")), 500));
-    EXPECT_EQ("The median of middle area is -2147483648.000000", logged[1]);
+    EXPECT_EQ("The median of outer area is 100.000000", takeLog().back());
+    EXPECT_EQ(1094, check(levelImage(kWidth, kHeight, std::nanf("")), 500));
+    EXPECT_EQ("The median of middle area is -2147483648.000000", takeLog()[1]);
     // No region fits into the middle of 768 columns.
-    EXPECT_EQ(1094, check(FloatImage(768, 384, 500), 1000));
-    EXPECT_EQ(0, check(FloatImage(1024, 384, 500), 1000));
-    EXPECT_EQ("The area is found. The top-left coordinate is: [384, 128]", logged.back());
-    // The outer area of 256 rows is clipped to the image.
-    EXPECT_EQ(1094, check(FloatImage(1536, 193, 100), 1000));
-    EXPECT_EQ("The outer ROI is [0,192,256,1280]", logged[2]);
+    EXPECT_EQ(1094, check(levelImage(768, 384, 500), 1000));
 }
 
 TEST_F(CheckFalseTriggAedImage, outer_area_has_to_exceed_half_of_the_floor) {
-    FloatImage image(kWidth, kHeight, 150.9f);
+    FloatImage image = levelImage(kWidth, kHeight, 150.9f);
     for (const int medianFloor : {150, 299, 300, 301, 302}) {
         EXPECT_EQ(medianFloor < 300 ? 0 : 1094, check(image, medianFloor)) << medianFloor;
         const std::string area = medianFloor == 150 ? "middle" : "outer";
-        EXPECT_EQ("The median of " + area + " area is 150.000000", logged.back());
+        EXPECT_EQ("The median of " + area + " area is 150.000000", takeLog().back());
     }
     // Halves are truncated towards zero: -1 does not exceed -3 / 2.
-    image = FloatImage(kWidth, kHeight, -1.0f);
-    image.fill(80, 177, 448, 833, -5.0f);
+    image = levelImage(kWidth, kHeight, -1.0f);
+    image.fill(80, 448, 97, 385, -5.0f);
     EXPECT_EQ(1094, check(image, -3));
     EXPECT_EQ(0, check(image, -4));
 }
@@ -225,56 +216,28 @@ TEST_F(CheckFalseTriggAedImage, one_region_above_400_is_enough) {
     } cases[] = {
         {80, 448, 448, 80}, {113, 448, 448, 112}, {80, 577, 576, 80}, {113, 577, 576, 112}, {112, 576, 448, 112}};
     for (const auto& c : cases) {
-        FloatImage image(kWidth, kHeight, 100.0f);
-        image.fill(c.row, c.row + 65, c.col, c.col + 257, 401.0f);
+        FloatImage image = levelImage(kWidth, kHeight, 100.0f);
+        image.fill(c.row, c.col, 65, 257, 401.0f);
         EXPECT_EQ(0, check(image, 2000));
-        EXPECT_EQ((Lines{"roiWidth:256, roiHeight:64", "The area is found. The top-left coordinate is: [" +
-                                                           std::to_string(c.foundCol) + ", " +
-                                                           std::to_string(c.foundRow) + "]"}),
-                  logged);
-        image.fill(c.row, c.row + 65, c.col, c.col + 257, 400.9f);
+        EXPECT_EQ("The area is found. The top-left coordinate is: [" + std::to_string(c.foundCol) + ", " +
+                      std::to_string(c.foundRow) + "]",
+                  takeLog().back());
+        image.fill(c.row, c.col, 65, 257, 400.9f);
         EXPECT_EQ(1094, check(image, 2000));
     }
     // Half of a region's rows or columns but one is not enough, and bright surroundings do not count.
-    FloatImage upper(kWidth, kHeight, 100.0f);
-    upper.fill(80, 112, 0, kWidth, 900.0f);
-    FloatImage left(kWidth, kHeight, 100.0f);
-    left.fill(0, kHeight, 448, 576, 900.0f);
-    FloatImage around(kWidth, kHeight, 900.0f);
-    around.fill(80, 177, 448, 833, 100.0f);
+    FloatImage upper = levelImage(kWidth, kHeight, 100.0f);
+    upper.fill(80, 0, 32, kWidth, 900.0f);
+    FloatImage left = levelImage(kWidth, kHeight, 100.0f);
+    left.fill(0, 448, kHeight, 128, 900.0f);
+    FloatImage around = levelImage(kWidth, kHeight, 900.0f);
+    around.fill(80, 448, 97, 385, 100.0f);
     for (const FloatImage& image : {upper, left, around})
         EXPECT_EQ(1094, check(image, 2000));
 }
 
-TEST_F(CheckFalseTriggAedImage, agrees_with_the_plain_method) {
-    const struct {
-        int width, height;
-    } sizes[] = {{768, 96}, {768, 300}, {1024, 128}, {1279, 200}, {1280, 160}, {1025, 450}, {1536, 193}};
-    SplitMix64 random(13);
-    std::multiset<int> verdicts;
-    for (const auto& [w, h] : sizes) {
-        for (int round = 0; round < 4; ++round) {
-            FloatImage image(w, h, 0.0f);
-            const int level = 20 + random.below(200);
-            for (float& pixel : image.pixels)
-                pixel = static_cast<float>(level + 100 * random.uniform());
-            for (int i = 0; i < round % 2 * w; ++i)
-                image.pixels[static_cast<std::size_t>(random.below(w * h))] = std::nanf("");
-            const int row = random.below(h) - h / 4;
-            const int col = random.below(w) - w / 4;
-            image.fill(row, row + h / 2, col, col + w / 3, 450.0f);
-            const int medianFloor = level + random.below(500);
-            const int expected = plain::falseTriggerVerdict(image.pixels.data(), w, h, medianFloor);
-            EXPECT_EQ(expected, check(image, medianFloor)) << w << " x " << h << ", round " << round;
-            verdicts.insert(expected);
-        }
-    }
-    EXPECT_GE(verdicts.count(0), 5u);
-    EXPECT_GE(verdicts.count(1094), 5u);
-}
-
 TEST_F(CheckFalseTriggAedImage, refusals) {
-    const FloatImage image(1024, 128, 900.0f);
+    const FloatImage image = levelImage(1024, 128, 900.0f);
     const struct {
         int width, height, verdict;
     } sizes[] = {{768, 96, 0},   {768, 95, 1020}, {767, 170, 1020},    {1024, 127, 1020}, {1, 1, 1020},
@@ -284,7 +247,7 @@ TEST_F(CheckFalseTriggAedImage, refusals) {
         EXPECT_EQ(verdict, checkFalseTriggAEDImage(image.pixels.data(), w, h)) << w << " x " << h;
     EXPECT_EQ(1057, checkFalseTriggAEDImage(nullptr, 1024, 128));
     EXPECT_EQ(1020, checkFalseTriggAEDImage(image.pixels.data(), 1, 9000000));
-    EXPECT_EQ("Utils  | I | roiWidth:256, roiHeight:2304000000", logLines().back());
+    EXPECT_EQ("roiWidth:256, roiHeight:2304000000", takeLog().back());
 }
 
 class CheckOffsetImageQuality : public DetectorFixture {
@@ -300,22 +263,34 @@ protected:
 using Verdicts = std::pair<int, int>;
 
 TEST_F(CheckOffsetImageQuality, patch_has_to_fill_a_cell_of_a_tested_tile) {
-    // 256 x 256: one row of tiles from row 128 on, four of them. In their order: the first, a middle and the last cell
-    // of a row of large tiles; across four cells; cells of small tiles start in the second row, too; right of and below
-    // the small tiles; above and below all tiles; 230 of 256.
+    // 300 x 400: three rows of four tiles from row 128 on. In their order: the first, a middle and the last cell of a
+    // row of large tiles; across four cells; cells of small tiles start in the second row, too; the last cells of the
+    // small and of the large tiles; right of and below the small ones; above, below and right of all; 230 of 256.
     const struct {
         int row, col, rows, cols, large, small;
-    } cases[] = {{128, 0, 16, 16, 1, 1},  {144, 16, 16, 16, 1, 1},  {128, 112, 16, 16, 1, 1}, {136, 8, 16, 16, 0, 0},
-                 {130, 0, 15, 16, 0, 1},  {128, 128, 16, 16, 1, 0}, {176, 240, 16, 16, 1, 0}, {112, 0, 16, 256, 0, 0},
-                 {192, 0, 64, 256, 0, 0}, {128, 0, 14, 16, 0, 0}};
-    FloatImage image(256, 256, 200.0f);
+    } cases[] = {{128, 0, 16, 16, 1, 1}, {144, 16, 16, 16, 1, 1},  {128, 112, 16, 16, 1, 1}, {136, 8, 16, 16, 0, 0},
+                 {130, 0, 15, 16, 0, 1}, {208, 112, 16, 16, 1, 1}, {304, 240, 16, 16, 1, 0}, {128, 128, 16, 16, 1, 0},
+                 {224, 0, 16, 16, 1, 0}, {112, 0, 16, 300, 0, 0},  {320, 0, 80, 300, 0, 0},  {128, 256, 192, 44, 0, 0},
+                 {128, 0, 14, 16, 0, 0}};
+    FloatImage image = levelImage(300, 400, 200.0f);
     for (const auto& c : cases) {
-        image.fill(0, 256, 0, 256, 200.0f);
-        image.fill(142, 143, 0, c.rows == 14 ? 6 : 0, 100.0f);
-        image.fill(c.row, c.row + c.rows, c.col, c.col + c.cols, 100.0f);
+        image.fill(0, 0, 400, 300, 200.0f);
+        image.fill(142, 0, 1, c.rows == 14 ? 6 : 0, 100.0f);
+        image.fill(c.row, c.col, c.rows, c.cols, 100.0f);
         EXPECT_EQ((Verdicts{c.large, c.small}), verdicts(image)) << c.row << ", " << c.col;
     }
     image.at(142, 6) = 100.0f;  // 231
+    EXPECT_EQ((Verdicts{1, 1}), verdicts(image));
+}
+
+TEST_F(CheckOffsetImageQuality, patch_shows_in_noise) {
+    FloatImage image = levelImage(64, 256, 300.0f);
+    SplitMix64 random(17);
+    for (float& pixel : image.pixels)
+        pixel += static_cast<float>(10 * random.gaussian());
+    EXPECT_EQ((Verdicts{0, 0}), verdicts(image));
+    for (int i = 0; i < 16 * 16; ++i)
+        image.at(128 + i / 16, 16 + i % 16) -= 60;
     EXPECT_EQ((Verdicts{1, 1}), verdicts(image));
 }
 
@@ -330,8 +305,8 @@ TEST_F(CheckOffsetImageQuality, only_values_from_1_to_999_have_a_level) {
                  {1, 1, 0},         {999, 999, 0},   {0, 0, 1},       {0.9f, 0.9f, 1}, {-0.5f, -0.5f, 1}, {-1, -1, 0},
                  {65536, 65536, 1}, {200, 65636, 1}, {kNan, kNan, 1}, {3e9f, -3e9f, 1}};
     for (const auto& c : cases) {
-        FloatImage image(64, 256, c.background);
-        image.fill(128, 144, 0, 16, c.patch);
+        FloatImage image = levelImage(64, 256, c.background);
+        image.fill(128, 0, 16, 16, c.patch);
         EXPECT_EQ((Verdicts{c.verdict, c.verdict}), verdicts(image)) << c.patch << " on " << c.background;
     }
 }
@@ -339,8 +314,8 @@ TEST_F(CheckOffsetImageQuality, only_values_from_1_to_999_have_a_level) {
 TEST_F(CheckOffsetImageQuality, first_of_equally_good_levels_splits_the_tile) {
     // A quarter of the tile has the lowest value, every third pixel of rows 0 to 47, and a quarter the highest one,
     // rows 48 to 63. The upper level would fill cells.
-    FloatImage image(64, 256, 200.0f);
-    image.fill(128 + 48, 128 + 64, 0, 64, 300.0f);
+    FloatImage image = levelImage(64, 256, 200.0f);
+    image.fill(128 + 48, 0, 16, 64, 300.0f);
     for (int i = 0; i < 48 * 64; i += 3)
         image.at(128 + i / 64, i % 64) = 100.0f;
     EXPECT_EQ(0, check(image, 3));
@@ -353,8 +328,8 @@ TEST_F(CheckOffsetImageQuality, first_of_equally_good_levels_splits_the_tile) {
 }
 
 TEST_F(CheckOffsetImageQuality, short_and_narrow_images_pass) {
-    FloatImage image(256, 256, 200.0f);
-    image.fill(128, 144, 0, 16, 100.0f);
+    FloatImage image = levelImage(256, 256, 200.0f);
+    image.fill(128, 0, 16, 16, 100.0f);
     for (const auto& [w, h, code] : {std::tuple{256, 256, 1}, {256, 255, 0}, {256, 1, 0}, {63, 256, 0}}) {
         image.width = w;
         image.height = h;
@@ -378,40 +353,14 @@ TEST_F(CheckOffsetImageQuality, split_detectors_are_tested_up_to_four_times) {
     for (const auto& c : cases) {
         detector().mode = c.mode;
         for (const float level : {200.0f, 100.0f}) {
-            FloatImage image(256, 256, 200.0f);
-            image.fill(160, 176, 0, 16, level);
+            FloatImage image = levelImage(256, 256, 200.0f);
+            image.fill(160, 0, 16, 16, level);
             const auto before = timesTested();
             const int found = level < 200.0f ? c.large : 0;
             EXPECT_EQ(found, check(image, c.type)) << c.type << ", mode " << c.mode;
             EXPECT_EQ(found == 1 ? 1 : c.times, timesTested() - before) << c.type << ", mode " << c.mode;
         }
     }
-}
-
-TEST_F(CheckOffsetImageQuality, agrees_with_the_plain_method) {
-    SplitMix64 random(17);
-    std::set<Verdicts> seen;
-    for (const auto& [w, h] : {std::pair{64, 256}, {130, 319}, {191, 320}, {200, 450}}) {
-        for (int round = 0; round < 12; ++round) {
-            FloatImage image(w, h, 0.0f);
-            const double sigma = 1 + random.below(30);
-            const double level = random.below(3) == 0 ? 985 : 60 + random.below(500);
-            const double depth = sigma * (1 + 3 * random.uniform());
-            const int row = 126 + random.below(9) + 16 * random.below(5);
-            const int col = 16 * random.below(w / 16);
-            const int side = 14 + random.below(6);
-            image.fill(row, row + side, col, col + side, static_cast<float>(-depth));
-            for (float& pixel : image.pixels)
-                pixel += static_cast<float>(level + sigma * random.gaussian());
-            for (int i = 0; i < 40; ++i)
-                image.pixels[static_cast<std::size_t>(random.below(w * h))] = i % 2 == 0 ? std::nanf("") : 5000.0f;
-            const Verdicts expected = {plain::offsetPatchVerdict(image.pixels.data(), w, h, 64),
-                                       plain::offsetPatchVerdict(image.pixels.data(), w, h, 32)};
-            EXPECT_EQ(expected, verdicts(image)) << w << " x " << h << ", round " << round;
-            seen.insert(expected);
-        }
-    }
-    EXPECT_GE(seen.size(), 3u);
 }
 
 }  // namespace

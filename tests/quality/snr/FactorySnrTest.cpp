@@ -23,13 +23,7 @@ constexpr int kType = 7;
 
 class FactorySnrFixture : public DetectorFixture {
 protected:
-    // Information of this library is logged as its text alone.
-    void expectLog(const std::string& expected) const {
-        std::string lines;
-        for (const std::string& line : logLines())
-            lines += line.substr(line.starts_with("Utils  | I | ") ? 13 : 0) + '\n';
-        EXPECT_EQ(expected, lines);
-    }
+    void expectLog(const std::string& expected) const { EXPECT_EQ(splitLines(expected), takeLog()); }
     void expectList(const std::vector<int>& times, const std::vector<SnrFileRecord>& records) const {
         EXPECT_EQ(times, list_.integrationTimes);
         std::vector<SnrFileRecord> actual;
@@ -273,8 +267,8 @@ TEST_F(RetrieveAllSnrForQualityCheck, no_directory_or_no_image) {
     EXPECT_EQ(1057, retrieveAllSNRForQualityCheck(kType, nullptr));
     fs::create_directory(root() / "500ms");
     EXPECT_EQ(1040, retrieve());
-    const std::string nothing = kBegin + "could not find valid directory.\n\n";
-    expectLog(nothing + nothing + kBegin);
+    const std::string nothing = kBegin + "could not find valid directory.\n\n" + kDone;
+    expectLog(nothing + nothing + kBegin + kDone);
     EXPECT_FALSE(fs::exists(resultFile()));
 }
 
@@ -284,6 +278,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, directories_of_unequal_number_are_refused)
     for (const char* const more : {"1ms", "2ms"}) {
         place(more, "1", 1.0f, 1);
         EXPECT_EQ(1020, retrieve());
+        EXPECT_EQ("Utils  | I | " + kDone, logLines().back() + '\n');
         fs::remove(root() / more / "1");
     }
     // A directory of its own counts, also without images; so does one whose image is left out.
@@ -301,6 +296,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, description_without_the_product_word) {
     for (const char* const description : {"", "Panel 4343", "halbrook4343", "Halbroo"}) {
         detector().description = description;
         EXPECT_EQ(1020, retrieve()) << description;
+        EXPECT_EQ("Utils  | I | " + kDone, logLines().back() + '\n');
     }
     EXPECT_EQ(1, std::distance(fs::directory_iterator(root()), fs::directory_iterator{}));
     detector().description = "HalbrookHalbrook1";

@@ -1,19 +1,17 @@
 #include "checks/ImageChecks.h"
 
-#include "checks/CheckMeasures.h"
-#include "commands/Command.h"
+#include "common/ComparedNumbers.h"
 #include "common/FileAccess.h"
-#include "common/TextTable.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <initializer_list>
 #include <iterator>
-#include <sstream>
+#include <set>
 
 namespace qx::tool {
 namespace {
@@ -21,44 +19,51 @@ namespace {
 // What the two checks without a code of their own return instead.
 constexpr int kStatusOne = 1;
 
-std::string formatValue(double value, int decimals) {
-    return std::isnan(value) ? "-" : formatNumber(value, decimals);
-}
-
-// Limits are shown as they were given.
-template <class Number>
-std::string limitText(const std::string& relation, Number value) {
-    std::ostringstream text;
-    text << relation << ' ' << value;
-    return text.str();
-}
-
-Finding findBlock(const FloatImage& blocks, const Shape& examined) {
-    return {"darkest block of 32 x 32", formatValue(darkestBlock(blocks, examined), 0),
-            limitText(">=", getConfigInfo()->exposedBlockFloor)};
-}
-
-Finding findSquares(const RawImage& image) {
-    return {"variation of five squares", formatValue(variationOfSquares(image), 3),
-            limitText("<", getConfigInfo()->uniformityCvLimit)};
-}
-
-// A result without findings; anything but a pass and the refusals is no verdict.
-CheckResult verdictOf(const std::string& check, int status, std::initializer_list<int> refusals) {
-    if (status != StatusOk && std::find(refusals.begin(), refusals.end(), status) == refusals.end()) {
-        const std::string reason = status == StatusWrongParameter
-                                       ? "the image is too small for it, or the detector's settings do not fit"
-                                       : "status " + std::to_string(status) + ": " + getStatusMessage(status);
-        throw ToolError(check + " gives no verdict: " + reason);
+// How a value stands to its limit, whether it ought to or not.
+const char* relationOf(const CheckMeasure& measure) {
+    const bool met = measure.met != 0;
+    switch (measure.comparison) {
+    case MeasureBelow:
+        return met ? "< " : ">= ";
+    case MeasureAtMost:
+        return met ? "<= " : "> ";
+    case MeasureAbove:
+        return met ? "> " : "<= ";
+    default:
+        return met ? ">= " : "< ";
     }
-    return {check, status, getStatusMessage(status), {}};
 }
 
-RawImage toRawImage(const FloatImage& image) {
-    RawImage raw{image.shape, false, {}};
-    std::transform(image.pixels.begin(), image.pixels.end(), std::back_inserter(raw.pixels),
-                   [](float value) { return static_cast<WORD>(value); });
-    return raw;
+Finding findingOf(const CheckMeasure& measure, bool isAlternative, int decimals) {
+    return {(isAlternative ? "or " : "") + std::string(measure.name),
+            std::isnan(measure.value) ? "-" : textBeside(measure.value, measure.limit, decimals),
+            relationOf(measure) + shortText(measure.limit)};
+}
+
+// Anything but a pass and the refusals is no verdict.
+void requireVerdict(const std::string& check, int status, const std::set<int>& refusals) {
+    if (status == StatusOk || refusals.contains(status))
+        return;
+    const std::string reason = status == StatusWrongParameter
+                                   ? "the image is too small for it, or the detector's settings do not fit"
+                                   : "status " + std::to_string(status) + ": " + getStatusMessage(status);
+    throw ToolError(check + " gives no verdict: " + reason);
+}
+
+// A check of the library and what it measured: `measure` fills the records, which are shown with these decimals.
+template <class Measure>
+CheckResult resultOf(const std::string& check, int status, const std::set<int>& refusals, Measure measure,
+                     std::initializer_list<int> decimals) {
+    requireVerdict(check, status, refusals);
+    CheckMeasures taken{};
+    requireVerdict(check, measure(&taken), {});
+    CheckResult result{check, status, getStatusMessage(status), {}};
+    for (int i = 0; i < taken.count; ++i) {
+        const CheckMeasure& record = taken.measures[i];
+        const bool isAlternative = i > 0 && record.requirement == taken.measures[i - 1].requirement;
+        result.findings.push_back(findingOf(record, isAlternative, decimals.begin()[i]));
+    }
+    return result;
 }
 
 std::string averageDarkName() {
@@ -69,108 +74,88 @@ std::string averageDarkPath() {
     return qxkit::nativePath(getOfstImgDir() + averageDarkName()).string();
 }
 
-int countInList(const std::string& list, int timeMs) {
-    std::istringstream entries(list);
-    int count = 0;
-    for (std::string entry; std::getline(entries, entry, ';');)
-        count += !entry.empty() && std::atoi(entry.c_str()) == timeMs;
-    return count;
-}
-
 }  // namespace
 
 CheckResult checkFirst(const RawImage& image, const RawImage& dark) {
-    const auto [width, height] = image.shape;
-    CheckResult result =
-        verdictOf("checkFirstImg", checkFirstImg(image.pixels.data(), dark.pixels.data(), width, height),
-                  {StatusPanelNotExposed, StatusUniformityUnqualified, StatusTubeMisaligned});
-    const FloatImage exposed = subtractDark(image, dark);
-    const FloatImage blocks = blockMedians(exposed);
-    result.findings.push_back(findBlock(blocks, blocks.shape));
-    if (result.status == StatusPanelNotExposed)
-        return result;
-    result.findings.push_back({"blocks in a shadow", std::to_string(findShadow(blocks).size), limitText("<=", 4)});
-    if (result.status == StatusUniformityUnqualified)
-        return result;
-    result.findings.push_back(
-        {"asymmetry of the corners", formatValue(cornerAsymmetry(exposed), 3), limitText("<=", 0.3)});
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureFirstImg(image.pixels.data(), dark.pixels.data(), width, height, taken);
+    };
+    return resultOf("checkFirstImg", checkFirstImg(image.pixels.data(), dark.pixels.data(), width, height),
+                    {StatusPanelNotExposed, StatusUniformityUnqualified, StatusTubeMisaligned}, measure, {0, 0, 3});
 }
 
 CheckResult checkPreview(const RawImage& image, const RawImage& dark) {
-    constexpr int kBlockSide = 32;
-    const auto [width, height] = image.shape;
-    CheckResult result = verdictOf("checkPreImg", checkPreImg(image.pixels.data(), dark.pixels.data(), width, height),
-                                   {StatusPanelNotExposed, StatusUniformityUnqualified});
-    const FloatImage exposed = subtractDark(image, dark);
-    const Shape examined{(width - 1) / kBlockSide, (height - 1) / kBlockSide};
-    result.findings.push_back(findBlock(blockMedians(exposed), examined));
-    if (result.status != StatusPanelNotExposed)
-        result.findings.push_back(findSquares(toRawImage(exposed)));
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measurePreImg(image.pixels.data(), dark.pixels.data(), width, height, taken);
+    };
+    return resultOf("checkPreImg", checkPreImg(image.pixels.data(), dark.pixels.data(), width, height),
+                    {StatusPanelNotExposed, StatusUniformityUnqualified}, measure, {0, 3});
 }
 
 CheckResult checkSquares(const RawImage& image) {
-    CheckResult result = verdictOf("getUniform", getUniform(image.pixels.data(), image.shape.width, image.shape.height),
-                                   {StatusUniformityUnqualified});
-    result.findings.push_back(findSquares(image));
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureUniform(image.pixels.data(), width, height, taken);
+    };
+    return resultOf("getUniform", getUniform(image.pixels.data(), width, height), {StatusUniformityUnqualified},
+                    measure, {3});
 }
 
 CheckResult checkBlocks(const RawImage& image, float blockLimit) {
-    CheckResult result =
-        verdictOf("checkGlobalUniform",
-                  checkGlobalUniform(image.pixels.data(), image.shape.width, image.shape.height, blockLimit),
-                  {StatusUniformityUnqualified});
-    result.findings.push_back(
-        {"4th largest block deviation", formatValue(fourthBlockDeviation(image), 3), limitText("<=", blockLimit)});
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureGlobalUniform(image.pixels.data(), width, height, blockLimit, taken);
+    };
+    return resultOf("checkGlobalUniform", checkGlobalUniform(image.pixels.data(), width, height, blockLimit),
+                    {StatusUniformityUnqualified}, measure, {3});
 }
 
 CheckResult checkStrips(const RawImage& image) {
-    CheckResult result =
-        verdictOf("analysisStrip", analysisStrip(image.pixels.data(), image.shape.width, image.shape.height),
-                  {StatusStripMeansUnqualified});
-    result.findings.push_back({"step between strips", formatValue(largestStripStep(image), 0),
-                               limitText("<", getConfigInfo()->stripMeanDiffLimit)});
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) { return measureStrip(image.pixels.data(), width, height, taken); };
+    return resultOf("analysisStrip", analysisStrip(image.pixels.data(), width, height), {StatusStripMeansUnqualified},
+                    measure, {0});
 }
 
 CheckResult checkDarkLevel(const RawImage& image) {
-    CheckResult result = verdictOf("darkImgGrayAnalysis",
-                                   darkImgGrayAnalysis(image.pixels.data(), image.shape.width, image.shape.height),
-                                   {StatusDarkLevelUnqualified});
-    result.findings.push_back({"darkest strip - 3 deviations", formatValue(darkStripLevel(image), 1),
-                               limitText(">", getConfigInfo()->darkLevelFloor)});
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureDarkGray(image.pixels.data(), width, height, taken);
+    };
+    return resultOf("darkImgGrayAnalysis", darkImgGrayAnalysis(image.pixels.data(), width, height),
+                    {StatusDarkLevelUnqualified}, measure, {1});
 }
 
 CheckResult checkOffset(const FloatImage& image) {
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureOffsetImageQuality(image.pixels.data(), width, height, taken);
+    };
     CheckResult result =
-        verdictOf("checkOffsetImageQuality",
-                  checkOffsetImageQuality(image.pixels.data(), image.shape.width, image.shape.height), {kStatusOne});
+        resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height), {kStatusOne},
+                 measure, {2});
     if (result.status == kStatusOne)
         result.meaning = "The dark image shows structured patches.";
-    result.findings.push_back({"dark share of a cell", formatValue(darkestCellShare(image), 2), limitText("<", 0.9)});
     return result;
 }
 
 CheckResult checkFalseTrigger(const FloatImage& image) {
-    constexpr int kRegionMedian = 400;
-    CheckResult result = verdictOf("checkFalseTriggAEDImage",
-                                   checkFalseTriggAEDImage(image.pixels.data(), image.shape.width, image.shape.height),
-                                   {StatusFalseTrigger});
-    const TriggerMedians medians = measureTrigger(image);
-    const int floor = getConfigInfo()->falseTriggerMedianFloor;
-    result.findings.push_back(
-        {"brightest region's median", formatValue(medians.brightestRegion, 0), limitText(">", kRegionMedian)});
-    if (medians.brightestRegion > kRegionMedian)
-        return result;
-    result.findings.push_back({"or middle area's median", formatValue(medians.middleArea, 0), limitText(">=", floor)});
-    if (medians.middleArea >= floor)
-        return result;
-    result.findings.push_back({"or outer area's median", formatValue(medians.outerArea, 0), limitText(">", floor / 2)});
-    return result;
+    const int width = image.shape.width;
+    const int height = image.shape.height;
+    const auto measure = [&](CheckMeasures* taken) {
+        return measureFalseTriggAEDImage(image.pixels.data(), width, height, taken);
+    };
+    return resultOf("checkFalseTriggAEDImage", checkFalseTriggAEDImage(image.pixels.data(), width, height),
+                    {StatusFalseTrigger}, measure, {0, 0, 0});
 }
 
 CheckResult checkGainGroup(const std::vector<std::string>& files) {
@@ -179,30 +164,25 @@ CheckResult checkGainGroup(const std::vector<std::string>& files) {
     std::vector<const char*> paths;
     std::transform(files.begin(), files.end(), std::back_inserter(paths),
                    [](const auto& file) { return file.c_str(); });
-    CheckResult result = verdictOf("checkGainImgGroup", checkGainImgGroup(paths.data(), static_cast<int>(paths.size())),
-                                   {StatusLinearityUnqualified});
-    result.findings.push_back({"spread over the group's mean", formatValue(gainGroupVariation(files), 3),
-                               limitText("<=", getConfigInfo()->gainGroupCvLimit)});
-    return result;
+    const int count = static_cast<int>(paths.size());
+    return resultOf("checkGainImgGroup", checkGainImgGroup(paths.data(), count), {StatusLinearityUnqualified},
+                    [&](CheckMeasures* taken) { return measureGainImgGroup(paths.data(), count, taken); }, {3});
 }
 
 CheckResult checkDarkTime(const std::string& list, int timeMs) {
-    CheckResult result = verdictOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne});
+    CheckResult result =
+        resultOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne},
+                 [&](CheckMeasures* taken) { return measureDarkTimeRepeat(list.c_str(), timeMs, taken); }, {0});
     if (result.status == kStatusOne)
         result.meaning = "The exposure time is not in the list.";
-    result.findings.push_back({"entries of " + std::to_string(timeMs) + " ms",
-                               std::to_string(countInList(list, timeMs)), limitText(">=", 1)});
     return result;
 }
 
 CheckResult checkRowNoise(const Shape& shape) {
-    constexpr int kStepsRefused = 500;
-    const FloatImage image = loadFloatImage(averageDarkPath(), shape);
-    CheckResult result = verdictOf("analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified});
-    const float stepLimit = getConfigInfo()->rcnRowDiffLimit;
-    result.findings.push_back({limitText("rows that step by", stepLimit),
-                               std::to_string(countRowSteps(image, stepLimit)), limitText("<", kStepsRefused)});
-    return result;
+    // Tells what is wrong with the file, if anything is.
+    loadFloatImage(averageDarkPath(), shape);
+    return resultOf("analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified},
+                    [&](CheckMeasures* taken) { return measureRcn(shape.width, shape.height, taken); }, {0});
 }
 
 void storeAverageDark(const std::string& folder, const FloatImage& image) {

@@ -7,7 +7,8 @@
 
 namespace qx::tool {
 
-// One number of a check beside its limit, as text.
+// One number of a check beside its limit, as text: "0.572", "> 0.2". With as many digits as it takes to see that it
+// stands so.
 struct Finding {
     std::string quantity;
     std::string value;

@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
 #include "image/RawImage.h"
@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <iostream>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,7 +36,7 @@ std::string loadFile(const std::string& path) {
         throw ToolError(path + ": longer than " + std::to_string(kMostBytes) + " bytes; give a shorter file");
     if (bytes == 0)
         return {};
-    const std::vector<char> content = loadBytes(path, static_cast<std::size_t>(bytes));
+    const std::vector<char> content = loadBytes(path, bytes);
     return {content.begin(), content.end()};
 }
 
@@ -122,32 +121,27 @@ ExitCode runDecodeLines(const Base64Options& options) {
     return ExitCode::Passed;
 }
 
-// The subcommands of "base64".
+// The subcommands of "base64", each of which reads a file and may write another one.
 class Base64Kinds {
 public:
-    Base64Kinds(CLI::App& parent, Command& chosen) : parent_(parent), chosen_(chosen) {}
+    Base64Kinds(CLI::App& app, Command& chosen)
+        : family_(app, chosen, "base64", "Turn files into Base64 text and back") {}
 
     // Returns the option for the file to write.
     CLI::Option& add(const char* name, const char* description, ExitCode (*run)(const Base64Options&)) {
-        CLI::App* kind = parent_.add_subcommand(name, description);
-        kind->add_option("FILE", options_->file, "File to read")->required();
-        kind->callback(
-            [options = options_, run, &chosen = chosen_] { chosen = [options, run] { return run(*options); }; });
-        return *kind->add_option("-o,--output", options_->output, "File to write");
+        CLI::App& kind = family_.add(name, description, run);
+        kind.add_option("FILE", family_.options().file, "File to read")->required();
+        return *kind.add_option("-o,--output", family_.options().output, "File to write");
     }
 
 private:
-    CLI::App& parent_;
-    Command& chosen_;
-    std::shared_ptr<Base64Options> options_ = std::make_shared<Base64Options>();
+    CommandFamily<Base64Options> family_;
 };
 
 }  // namespace
 
 void addBase64Command(CLI::App& app, Command& chosen) {
-    CLI::App* command = app.add_subcommand("base64", "Turn files into Base64 text and back");
-    command->require_subcommand(1);
-    Base64Kinds kinds(*command, chosen);
+    Base64Kinds kinds(app, chosen);
     kinds.add("encode", "Lines of 76 characters, printed unless there is a file to write", runEncode);
     kinds.add("decode", "A whole text, with or without line ends", runDecode).required();
     kinds.add("decode-lines", "Each line by itself, up to its first zero byte", runDecodeLines).required();

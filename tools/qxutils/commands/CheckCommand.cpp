@@ -1,7 +1,7 @@
 #include "checks/CheckTable.h"
 #include "checks/ImageChecks.h"
 #include "commands/Command.h"
-#include "common/DetectorFile.h"
+#include "common/DetectorSetup.h"
 #include "common/TemporaryFolder.h"
 
 #include <CLI/CLI.hpp>

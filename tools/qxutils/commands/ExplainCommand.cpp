@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/Subcommand.h"
 #include "common/NumberText.h"
 
 #include <QxUtils.h>
@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,10 +40,9 @@ ExitCode explain(const std::vector<std::string>& codes) {
 }  // namespace
 
 void addExplainCommand(CLI::App& app, Command& chosen) {
-    auto codes = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = app.add_subcommand("explain", "Print the message of status codes");
-    command->add_option("CODE", *codes, "Status codes, such as 1088")->required();
-    command->callback([codes, &chosen] { chosen = [codes] { return explain(*codes); }; });
+    auto [command, codes] =
+        addSubcommand<std::vector<std::string>>(app, chosen, "explain", "Print the message of status codes", explain);
+    command.add_option("CODE", codes, "Status codes, such as 1088")->required();
 }
 
 }  // namespace qx::tool

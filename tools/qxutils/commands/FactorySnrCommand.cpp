@@ -1,7 +1,7 @@
-#include "commands/Command.h"
+#include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 #include <VirtualDetector.h>
@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -47,11 +46,10 @@ ExitCode measureFactorySnr(const FactorySnrOptions& options) {
 }  // namespace
 
 void addFactorySnrCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<FactorySnrOptions>();
-    CLI::App* command = app.add_subcommand("factory-snr", "Measure the SNR of factory images into a file");
-    command->add_option("DIR", options->folder, "Folder with a folder of images for each integration time")->required();
-    command->add_option("--detector-type", options->detectorType, "Detector type to store; the detector's if left out");
-    command->callback([options, &chosen] { chosen = [options] { return measureFactorySnr(*options); }; });
+    auto [command, options] = addSubcommand<FactorySnrOptions>(
+        app, chosen, "factory-snr", "Measure the SNR of factory images into a file", measureFactorySnr);
+    command.add_option("DIR", options.folder, "Folder with a folder of images for each integration time")->required();
+    command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out");
 }
 
 }  // namespace qx::tool

@@ -1,15 +1,13 @@
-#include "commands/Command.h"
+#include "commands/ImageOptions.h"
+#include "commands/Subcommand.h"
 #include "filter/FilterSummary.h"
 #include "filter/Filters.h"
-#include "image/ImageFiles.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
-#include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,8 +16,7 @@ namespace qx::tool {
 namespace {
 
 struct FilterOptions {
-    ImageFiles files;
-    std::optional<std::string> zoom;
+    ImageOptions files;
     int radius = 2;
     int window = 7;
 };
@@ -32,8 +29,6 @@ struct Filtered {
     std::string caption;
     Counts counts = Counts::Kept;
 };
-
-using Filter = Filtered (*)(const RawImage&, const FilterOptions&);
 
 Filtered filterMedian(const RawImage& image, const FilterOptions& options) {
     return {medianOfRows(image, options.radius), "median, radius " + std::to_string(options.radius)};
@@ -51,36 +46,50 @@ Filtered filterEqualize(const RawImage& image, const FilterOptions& /*options*/)
     return {equalize(image), "equalize", Counts::Spread};
 }
 
-ComparedImage compared(const Filtered& filtered, const GreyWindow& original) {
-    return compared(filtered.image, filtered.counts == Counts::Kept ? original : GreyWindow{}, filtered.caption);
+FloatImage filterRatio(const RawImage& image, const FilterOptions& /*options*/) {
+    return localRatio(image);
 }
 
-ExitCode runFilter(const FilterOptions& options, Filter filter) {
-    const RawImage image = options.files.load();
-    options.files.requireOutputs();
-    const Region region = parseRegion(options.zoom, image.shape);
-    const Filtered filtered = filter(image, options);
-    saveRawImage(options.files.output, filtered.image);
+void save(const std::string& output, const RawImage& image, const Filtered& filtered) {
+    saveRawImage(output, filtered.image);
     printChanges(image, filtered.image);
-    if (options.files.picture) {
-        const GreyWindow window = windowOf(image, region);
-        writePng(*options.files.picture,
-                 drawComparison({compared(image, window, "before"), compared(filtered, window)}, region, 2));
-    }
-    return ExitCode::Passed;
 }
 
-ExitCode runRatio(const FilterOptions& options) {
+void save(const std::string& output, const RawImage& /*image*/, const FloatImage& ratio) {
+    saveFloatImage(output, ratio);
+    printRatios(ratio);
+}
+
+// What pictures show of the image that is filtered.
+struct Original {
+    const RawImage& image;
+    Region shown;
+    GreyWindow window = windowOf(image, shown);
+};
+
+ComparedImage compared(const Original& original) {
+    return compared(original.image, original.window, "before");
+}
+
+ComparedImage compared(const Original& original, const Filtered& filtered) {
+    const GreyWindow window = filtered.counts == Counts::Kept ? original.window : GreyWindow{};
+    return compared(filtered.image, window, filtered.caption);
+}
+
+ComparedImage compared(const Original& original, const FloatImage& ratio) {
+    return compared(ratio, original.shown, "ratio");
+}
+
+template <class Result>
+ExitCode runFilter(const FilterOptions& options, Result (*filter)(const RawImage&, const FilterOptions&)) {
     const RawImage image = options.files.load();
     options.files.requireOutputs();
-    const Region region = parseRegion(options.zoom, image.shape);
-    const FloatImage ratio = localRatio(image);
-    saveFloatImage(options.files.output, ratio);
-    printRatios(ratio);
+    const Region shown = options.files.shownPart(image);
+    const Result result = filter(image, options);
+    save(options.files.output, image, result);
     if (options.files.picture) {
-        writePng(*options.files.picture,
-                 drawComparison({compared(image, windowOf(image, region), "before"), compared(ratio, region, "ratio")},
-                                region, 2));
+        const Original original{image, shown};
+        writePng(*options.files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
     }
     return ExitCode::Passed;
 }
@@ -88,76 +97,68 @@ ExitCode runRatio(const FilterOptions& options) {
 ExitCode runCompare(const FilterOptions& options) {
     const RawImage image = options.files.load();
     options.files.requirePicture();
-    const Region region = parseRegion(options.zoom, image.shape);
-    const GreyWindow window = windowOf(image, region);
-    std::vector<ComparedImage> images = {compared(image, window, "before")};
-    for (const Filter filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
-        images.push_back(compared(filter(image, options), window));
-    images.push_back(compared(localRatio(image), region, "ratio"));
-    writePng(options.files.picture.value(), drawComparison(images, region, 3));
+    const Original original{image, options.files.shownPart(image)};
+    std::vector<ComparedImage> images = {compared(original)};
+    for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
+        images.push_back(compared(original, filter(image, options)));
+    images.push_back(compared(original, filterRatio(image, options)));
+    writePng(options.files.picture.value(), drawComparison(images, original.shown, 3));
     return ExitCode::Passed;
 }
 
 // The subcommands of "filter", each with the options it needs.
 class FilterKinds {
 public:
-    FilterKinds(CLI::App& parent, Command& chosen) : parent_(parent), chosen_(chosen) {}
+    FilterKinds(CLI::App& app, Command& chosen) : family_(app, chosen, "filter", "Filter a raw 16-bit image") {}
 
-    CLI::App& add(const char* name, const char* description, Filter filter) {
-        return add(name, description, [filter](const FilterOptions& options) { return runFilter(options, filter); });
-    }
-
-    CLI::App& add(const char* name, const char* description, std::function<ExitCode(const FilterOptions&)> run) {
-        CLI::App& kind = addOfImage(name, description, std::move(run));
-        addOutputs(kind, options_->files, "Picture of the image before and after");
-        addZoom(kind, options_->zoom);
+    template <class Result>
+    CLI::App& add(const char* name, const char* description, Result (*filter)(const RawImage&, const FilterOptions&)) {
+        CLI::App& kind = addOfImage(name, description,
+                                    [filter](const FilterOptions& options) { return runFilter(options, filter); });
+        addOutputs(kind, family_.options().files, "Picture of the image before and after");
+        addZoom(kind, family_.options().files);
         return kind;
     }
 
     void addComparison(const char* name, const char* description) {
         CLI::App& kind = addOfImage(name, description, runCompare);
-        kind.add_option("--png", options_->files.picture, "PNG file to write")->required();
-        addZoom(kind, options_->zoom);
+        kind.add_option("--png", family_.options().files.picture, "PNG file to write")->required();
+        addZoom(kind, family_.options().files);
         addRadius(kind);
         addWindow(kind);
     }
 
     void addRadius(CLI::App& kind) {
-        kind.add_option("--radius", options_->radius, "Pixels of the median's window on each side of its middle")
+        kind.add_option("--radius", family_.options().radius,
+                        "Pixels of the median's window on each side of its middle")
             ->check(CLI::Range(1, kMaxSide))
             ->capture_default_str();
     }
 
     void addWindow(CLI::App& kind) {
-        kind.add_option("--window", options_->window, "Pixels that are smoothed together: 5, 7, 15, 23, 31 or 51")
+        kind.add_option("--window", family_.options().window,
+                        "Pixels that are smoothed together: 5, 7, 15, 23, 31 or 51")
             ->capture_default_str();
     }
 
 private:
     CLI::App& addOfImage(const char* name, const char* description, std::function<ExitCode(const FilterOptions&)> run) {
-        CLI::App* kind = parent_.add_subcommand(name, description);
-        addInput(*kind, options_->files);
-        kind->callback([options = options_, run = std::move(run), &chosen = chosen_] {
-            chosen = [options, run] { return run(*options); };
-        });
-        return *kind;
+        CLI::App& kind = family_.add(name, description, std::move(run));
+        addInput(kind, family_.options().files);
+        return kind;
     }
 
-    CLI::App& parent_;
-    Command& chosen_;
-    std::shared_ptr<FilterOptions> options_ = std::make_shared<FilterOptions>();
+    CommandFamily<FilterOptions> family_;
 };
 
 }  // namespace
 
 void addFilterCommand(CLI::App& app, Command& chosen) {
-    CLI::App* command = app.add_subcommand("filter", "Filter a raw 16-bit image");
-    command->require_subcommand(1);
-    FilterKinds kinds(*command, chosen);
+    FilterKinds kinds(app, chosen);
     kinds.addRadius(kinds.add("median", "The median of pixels beside each other", filterMedian));
     kinds.add("column-median", "The median of five pixels above each other", filterColumnMedian);
     kinds.add("equalize", "Counts spread over the whole range, by rank", filterEqualize);
-    kinds.add("ratio", "The median around each pixel over the pixel, as raw 32-bit floats", runRatio);
+    kinds.add("ratio", "The median around each pixel over the pixel, as raw 32-bit floats", filterRatio);
     kinds.addWindow(kinds.add("savgol", "The quadratic through pixels beside each other", filterSavgol));
     kinds.addComparison("compare", "A picture of what each of them does");
 }

@@ -1,17 +1,19 @@
-#include "commands/Command.h"
+#include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "defects/DefectTables.h"
 #include "image/RawImage.h"
+#include "info/FileHeader.h"
 #include "info/Geometry.h"
-#include "info/HeaderText.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,20 +26,17 @@ struct InfoOptions {
     std::optional<std::string> shape;
 };
 
-std::string headerText(bool hasHeader) {
-    return hasHeader ? "behind a header" : "no header";
-}
-
-void printStatistics(const RawImage& image) {
-    const auto count = static_cast<int>(image.shape.pixelCount());
-    const WORD* pixels = image.pixels.data();
-    const auto [width, height] = image.shape;
-    std::cout << "  statistics for " << toText(image.shape) << ", " << headerText(image.hasHeader) << '\n';
+void printStatistics(const std::string& file, const Shape& shape) {
+    const RawImage image = loadRawImage(file, shape);
+    const WORD* const pixels = image.pixels.data();
+    const int count = image.pixelCount();
+    std::cout << "  statistics for " << toText(shape) << ", "
+              << (hasImageHeader(file, shape) ? "behind a header" : "no header") << '\n';
     std::cout << "    min " << pixels[getMinIndex(pixels, count)] << ", max "
               << *std::max_element(image.pixels.begin(), image.pixels.end()) << ", mean "
               << formatNumber(getMean(pixels, count), 2) << ", stdev "
-              << formatNumber(static_cast<double>(getStdev(pixels, width, height)), 2) << ", median "
-              << getMedian(pixels, count) << '\n';
+              << formatNumber(getStdev(pixels, shape.width, shape.height), 2) << ", median " << getMedian(pixels, count)
+              << '\n';
 }
 
 void printGeometries(const std::vector<Geometry>& geometries) {
@@ -53,20 +52,39 @@ void printGeometries(const std::vector<Geometry>& geometries) {
     table.print(std::cout);
 }
 
+// Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns whether the file
+// may be an image.
+bool describeContent(const std::string& file, std::int64_t bytes) {
+    if (bytes < kImageHeaderBytes)
+        return true;
+    if (isFactorySnrName(file)) {
+        printHeader(loadFactorySnrHeader(file));
+        printFactorySnr(loadFactorySnrFile(file));
+        return false;
+    }
+    const FileHeader header = loadFileHeader(file);
+    const bool isDefectFile = file.ends_with(".cal");
+    if (isDefectFile || header.fits(bytes))
+        printHeader(header);
+    if (isDefectFile)
+        printDefectCounts(std::cout, loadDefectLists(file));
+    return !isDefectFile;
+}
+
 void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     const std::int64_t bytes = fileBytes(file, kRawImageWanted);
     std::cout << file << "\n  " << bytes << " bytes\n";
-    const Content content = printContent(file, bytes);
+    const bool isImage = describeContent(file, bytes);
     if (shape) {
-        printStatistics(loadRawImage(file, *shape));
+        printStatistics(file, *shape);
         return;
     }
-    if (content != Content::Image)
+    if (!isImage)
         return;
     const std::vector<Geometry> geometries = plausibleGeometries(bytes);
     printGeometries(geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
-        printStatistics(loadRawImage(file, geometry->shape));
+        printStatistics(file, geometry->shape);
     else
         std::cout << "  give --shape for statistics\n";
 }
@@ -81,13 +99,11 @@ ExitCode printInfo(const InfoOptions& options) {
 }  // namespace
 
 void addInfoCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = app.add_subcommand("info", "Tell size, header, plausible shapes and statistics of files");
-    command
-        ->add_option("FILE", options->files, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)")
+    auto [command, options] = addSubcommand<InfoOptions>(
+        app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", printInfo);
+    command.add_option("FILE", options.files, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)")
         ->required();
-    command->add_option("--shape", options->shape, "WIDTHxHEIGHT in pixels");
-    command->callback([options, &chosen] { chosen = [options] { return printInfo(*options); }; });
+    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels");
 }
 
 }  // namespace qx::tool

@@ -1,31 +1,24 @@
-#include "commands/Command.h"
+#include "commands/ImageOptions.h"
+#include "commands/Subcommand.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
-#include "common/TextTable.h"
 #include "image/RawImage.h"
+#include "ndt/NdtReport.h"
 
 #include <QxUtils.h>
-#include <VirtualDetector.h>
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <filesystem>
 #include <iostream>
 #include <map>
-#include <memory>
-#include <numeric>
 #include <optional>
 #include <string>
-#include <system_error>
-#include <vector>
 
 namespace qx::tool {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Room for the folders and file names of the library.
 constexpr std::size_t kMaxFolderPath = 180;
@@ -50,43 +43,9 @@ void configureDetector(const std::string& folder, const Shape& shape) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
     }
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    const std::string workDirectory = detector.workDirectory;
-    if (const std::string problem = qxkit::setDirectories(qxkit::nativePath(folder)); !problem.empty())
+    if (const std::string problem = setCalibrationFolder(qxkit::nativePath(folder)); !problem.empty())
         throw ToolError(problem + "; give another folder");
-    detector.workDirectory = workDirectory;
-    detector.modeWidth = shape.width;
-    detector.modeHeight = shape.height;
-}
-
-void addStatistics(TextTable& table, const std::string& name, const LongImage& image) {
-    const auto count = static_cast<double>(image.pixels.size());
-    const double mean = std::accumulate(image.pixels.begin(), image.pixels.end(), 0.0) / count;
-    double squares = 0.0;
-    for (const std::uint32_t value : image.pixels)
-        squares += (value - mean) * (value - mean);
-    const auto [least, largest] = std::minmax_element(image.pixels.begin(), image.pixels.end());
-    table.addRow({name, formatNumber(mean, 1), formatNumber(std::sqrt(squares / count), 1), std::to_string(*least),
-                  std::to_string(*largest)});
-}
-
-TextTable statisticsTable() {
-    return TextTable({"image", "mean", "stdev", "min", "max"});
-}
-
-void printFiles(const std::string& folder) {
-    TextTable table({"calibration file", "bytes"});
-    for (const char* const kind : {"offset", "gain", "defect"}) {
-        std::map<std::string, std::uintmax_t> files;
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(qxkit::nativePath(folder) / kind, error)) {
-            if (entry.is_regular_file(error))
-                files[entry.path().generic_string()] = entry.file_size(error);
-        }
-        for (const auto& [path, bytes] : files)
-            table.addRow({path, std::to_string(bytes)});
-    }
-    table.print(std::cout);
+    setModeSize(shape);
 }
 
 ExitCode runCalibrate(const NdtOptions& options) {
@@ -94,16 +53,13 @@ ExitCode runCalibrate(const NdtOptions& options) {
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);
-    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), static_cast<int>(shape.pixelCount()));
+    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount());
     if (status != StatusOk) {
         throw ToolError(options.folder + ": cannot be calibrated into (" + statusText(status) +
                         "); check that it may be written to");
     }
-    TextTable table = statisticsTable();
-    addStatistics(table, "bright", bright);
-    addStatistics(table, "dark", dark);
-    table.print(std::cout);
-    printFiles(options.folder);
+    printStatistics(std::cout, {{"bright", &bright}, {"dark", &dark}});
+    printCalibrationFiles(std::cout, qxkit::nativePath(options.folder));
     return ExitCode::Passed;
 }
 
@@ -114,8 +70,7 @@ bool isDownloaded(const qxkit::TransferCall& call) {
 // A dark image that was just downloaded serves the next call only.
 int correct(LongImage& image, const std::optional<LongImage>& dark) {
     const auto call = [&] {
-        return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr,
-                               static_cast<int>(image.pixels.size()));
+        return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr, image.pixelCount());
     };
     const int status = call();
     const auto& transfers = qxkit::virtualDetector().transfers;
@@ -147,43 +102,34 @@ ExitCode runCorrect(const NdtOptions& options) {
                                     ", or give DARK unless the detector triggers itself and sums frames"));
     }
     saveLongImage(options.output, corrected);
-    printFiles(options.folder);
-    TextTable table = statisticsTable();
-    addStatistics(table, "before", image);
-    addStatistics(table, "after", corrected);
-    table.print(std::cout);
+    printCalibrationFiles(std::cout, qxkit::nativePath(options.folder));
+    printStatistics(std::cout, {{"before", &image}, {"after", &corrected}});
     return ExitCode::Passed;
-}
-
-void addShape(CLI::App& command, NdtOptions& options) {
-    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels")->required();
 }
 
 }  // namespace
 
 void addNdtCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<NdtOptions>();
-    CLI::App* command = app.add_subcommand("ndt", "Calibrate and correct raw 32-bit images of non-destructive testing");
-    command->require_subcommand(1);
+    CommandFamily<NdtOptions> family(app, chosen, "ndt",
+                                     "Calibrate and correct raw 32-bit images of non-destructive testing");
+    NdtOptions& options = family.options();
 
-    CLI::App* calibrate = command->add_subcommand("calibrate", "Make the calibration files");
-    calibrate->add_option("BRIGHT", options->bright, "Raw 32-bit image of the open field")->required();
-    calibrate->add_option("DARK", options->dark, "The dark image that belongs to it")->required();
-    addShape(*calibrate, *options);
-    calibrate->add_option("--out", options->folder, "Calibration folder")->required();
-    calibrate->callback([options, &chosen] { chosen = [options] { return runCalibrate(*options); }; });
+    CLI::App& calibrate = family.add("calibrate", "Make the calibration files", runCalibrate);
+    calibrate.add_option("BRIGHT", options.bright, "Raw 32-bit image of the open field")->required();
+    calibrate.add_option("DARK", options.dark, "The dark image that belongs to it")->required();
+    addShapeOption(calibrate, options.shape);
+    calibrate.add_option("--out", options.folder, "Calibration folder")->required();
 
-    CLI::App* correct = command->add_subcommand("correct", "Correct offset, gain and defects of an image");
-    correct->add_option("IMAGE", options->image, "Raw 32-bit image")->required();
-    correct->add_option("DARK", options->dark, "Its dark image; the stored one when left out");
-    addShape(*correct, *options);
-    correct->add_option("--calibration", options->folder, "Calibration folder")->required();
+    CLI::App& correct = family.add("correct", "Correct offset, gain and defects of an image", runCorrect);
+    correct.add_option("IMAGE", options.image, "Raw 32-bit image")->required();
+    correct.add_option("DARK", options.dark, "Its dark image; the stored one when left out");
+    addShapeOption(correct, options.shape);
+    correct.add_option("--calibration", options.folder, "Calibration folder")->required();
     const std::map<std::string, DefectMethod> methods = {{"classic", DefectMethod::Classic},
                                                          {"structured", DefectMethod::Structured}};
-    correct->add_option("--defects", options->defects, "Which list in the folder's defect to use; none when left out")
+    correct.add_option("--defects", options.defects, "Which list in the folder's defect to use; none when left out")
         ->transform(CLI::CheckedTransformer(methods));
-    correct->add_option("-o,--output", options->output, "Raw image to write")->required();
-    correct->callback([options, &chosen] { chosen = [options] { return runCorrect(*options); }; });
+    correct.add_option("-o,--output", options.output, "Raw image to write")->required();
 }
 
 }  // namespace qx::tool

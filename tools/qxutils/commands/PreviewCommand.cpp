@@ -1,5 +1,5 @@
-#include "commands/Command.h"
-#include "common/FileAccess.h"
+#include "commands/ImageOptions.h"
+#include "commands/Subcommand.h"
 #include "image/RawImage.h"
 #include "picture/PngWriter.h"
 #include "picture/Preview.h"
@@ -7,7 +7,6 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <memory>
 #include <string>
 
 namespace qx::tool {
@@ -25,8 +24,7 @@ ExitCode writePreview(const PreviewOptions& options) {
     if (options.window.low >= options.window.high)
         throw ToolError("--low must be below --high", ExitCode::Usage);
     const RawImage image = loadRawImage(options.file, parseShape(options.shape));
-    requireName(options.output, "the PNG file to write");
-    requireOtherFile(options.output, options.file);
+    requirePictureName(options.output, options.file);
     const GreyPicture picture = makePreview(image, options.window, options.maxWidth);
     writePng(options.output, picture);
     std::cout << options.output << ": " << toText(picture.shape) << '\n';
@@ -36,20 +34,16 @@ ExitCode writePreview(const PreviewOptions& options) {
 }  // namespace
 
 void addPreviewCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<PreviewOptions>();
-    CLI::App* command = app.add_subcommand("preview", "Turn a raw image into a PNG picture");
-    command->add_option("FILE", options->file, "Raw 16-bit image")->required();
-    command->add_option("--shape", options->shape, "WIDTHxHEIGHT in pixels")->required();
-    command->add_option("-o,--output", options->output, "PNG file to write")->required();
+    auto [command, options] =
+        addSubcommand<PreviewOptions>(app, chosen, "preview", "Turn a raw image into a PNG picture", writePreview);
+    addInput(command, options.file, options.shape);
+    command.add_option("-o,--output", options.output, "PNG file to write")->required();
     const CLI::Range percent(0.0, 100.0);
-    command->add_option("--low", options->window.low, "Percentile shown black")->check(percent)->capture_default_str();
-    command->add_option("--high", options->window.high, "Percentile shown white")
-        ->check(percent)
-        ->capture_default_str();
-    command->add_option("--max-width", options->maxWidth, "Widest picture in pixels")
+    command.add_option("--low", options.window.low, "Percentile shown black")->check(percent)->capture_default_str();
+    command.add_option("--high", options.window.high, "Percentile shown white")->check(percent)->capture_default_str();
+    command.add_option("--max-width", options.maxWidth, "Widest picture in pixels")
         ->check(CLI::Range(1, kMaxSide))
         ->capture_default_str();
-    command->callback([options, &chosen] { chosen = [options] { return writePreview(*options); }; });
 }
 
 }  // namespace qx::tool

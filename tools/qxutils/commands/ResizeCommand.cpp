@@ -1,7 +1,7 @@
-#include "commands/Command.h"
+#include "commands/ImageOptions.h"
+#include "commands/Subcommand.h"
 #include "common/NumberText.h"
 #include "common/TextTable.h"
-#include "image/ImageFiles.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
 
@@ -10,19 +10,16 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace qx::tool {
 namespace {
 
 struct ResizeOptions {
-    ImageFiles files;
+    ImageOptions files;
     std::string to;
     std::optional<int> type;
-    std::optional<std::string> zoom;
 };
 
 Shape standardShape(const std::string& text, int type) {
@@ -52,7 +49,7 @@ WORD** firstPixel(RawImage& image) {
 }
 
 RawImage resize(RawImage image, const Shape& shape) {
-    RawImage resized{shape, false, std::vector<WORD>(static_cast<std::size_t>(shape.pixelCount()))};
+    RawImage resized = filledImage<WORD>(shape, 0);
     interpImg2D(firstPixel(resized), shape.height, shape.width, firstPixel(image), image.shape.height,
                 image.shape.width);
     return resized;
@@ -80,7 +77,7 @@ ExitCode runResize(const ResizeOptions& options) {
     const Shape shape = wantedShape(options);
     const RawImage image = options.files.load();
     options.files.requireOutputs();
-    const Region region = parseRegion(options.zoom, image.shape);
+    const Region region = options.files.shownPart(image);
     const RawImage resized = resize(image, shape);
     saveRawImage(options.files.output, resized);
     printSizes(image.shape, shape);
@@ -92,17 +89,16 @@ ExitCode runResize(const ResizeOptions& options) {
 }  // namespace
 
 void addResizeCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<ResizeOptions>();
-    CLI::App* command = app.add_subcommand("resize", "Resample a raw 16-bit image by cubic splines");
-    addInput(*command, options->files);
+    auto [command, options] =
+        addSubcommand<ResizeOptions>(app, chosen, "resize", "Resample a raw 16-bit image by cubic splines", runResize);
+    addInput(command, options.files);
     command
-        ->add_option("--to", options->to,
-                     "WIDTHxHEIGHT, or the index of a standard size from 1 to 4, whose first number is the width")
+        .add_option("--to", options.to,
+                    "WIDTHxHEIGHT, or the index of a standard size from 1 to 4, whose first number is the width")
         ->required();
-    command->add_option("--type", options->type, "Detector type of a standard size; 4 and 9 make it a square");
-    addOutputs(*command, options->files, "Picture of the image before and after");
-    addZoom(*command, options->zoom);
-    command->callback([options, &chosen] { chosen = [options] { return runResize(*options); }; });
+    command.add_option("--type", options.type, "Detector type of a standard size; 4 and 9 make it a square");
+    addOutputs(command, options.files, "Picture of the image before and after");
+    addZoom(command, options.files);
 }
 
 }  // namespace qx::tool

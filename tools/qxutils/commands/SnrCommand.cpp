@@ -1,10 +1,10 @@
 #include "commands/Command.h"
+#include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
 #include "image/RawImage.h"
-#include "info/HeaderText.h"
+#include "info/FileHeader.h"
 #include "snr/FactorySeries.h"
 #include "snr/SnrJudgement.h"
-#include "snr/SnrRule.h"
 
 #include <QxUtils.h>
 
@@ -34,8 +34,8 @@ void printSeries(const std::vector<int>& sides, const SnrSeries& series) {
 void printJudgement(const std::vector<int>& sides, const SnrJudgement& judgement, const SnrSeries& factory) {
     TextTable table({"square", "SNR", "factory", "expected", "result"});
     for (std::size_t square = 0; square < sides.size(); ++square) {
-        table.addRow({std::to_string(sides[square]), formatNumber(judgement.measured[square], 1),
-                      formatNumber(factory[square], 1), formatNumber(judgement.expected[square], 1),
+        const auto [measured, expected] = textsCompared(judgement.measured[square], judgement.expected[square], 1);
+        table.addRow({std::to_string(sides[square]), measured, formatNumber(factory[square], 1), expected,
                       judgement.isBelow(square) ? "below" : "ok"});
     }
     table.print(std::cout);
@@ -51,7 +51,7 @@ ExitCode printSnr(const SnrOptions& options) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const auto time = image.hasHeader ? headerIntegrationTime(options.file) : std::nullopt;
+    const auto time = hasImageHeader(options.file, shape) ? headerIntegrationTime(options.file) : std::nullopt;
     const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), time);
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);

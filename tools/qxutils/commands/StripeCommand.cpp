@@ -1,7 +1,7 @@
-#include "commands/Command.h"
+#include "commands/ImageOptions.h"
+#include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
-#include "image/ImageFiles.h"
 #include "picture/PngWriter.h"
 #include "picture/Tiles.h"
 #include "stripe/StripeCorrection.h"
@@ -11,7 +11,6 @@
 
 #include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -19,7 +18,7 @@ namespace qx::tool {
 namespace {
 
 struct StripeOptions {
-    ImageFiles files;
+    ImageOptions files;
     int triggerLine = 0;
     std::optional<std::string> reference;
     std::optional<std::string> referenceShape;
@@ -32,11 +31,11 @@ struct StripeOptions {
 
 void printRows(const StripeProfile& before, const StripeProfile& after, int triggerLine) {
     TextTable table({"row", "before", "after", "straight line"});
-    for (std::size_t i = 0; i < before.levels.size(); ++i) {
+    int row = triggerLine - kStripeRows;
+    for (std::size_t i = 0; i < before.levels.size(); ++i, ++row) {
         if (before.levels[i] == after.levels[i] && before.straight[i] == after.straight[i])
             continue;
-        table.addRow({std::to_string(triggerLine - kStripeRows + static_cast<int>(i)),
-                      formatNumber(before.levels[i], 0), formatNumber(after.levels[i], 0),
+        table.addRow({std::to_string(row), formatNumber(before.levels[i], 0), formatNumber(after.levels[i], 0),
                       formatNumber(after.straight[i], 0)});
     }
     table.print(std::cout);
@@ -68,21 +67,18 @@ ExitCode runStripe(const StripeOptions& options) {
 }  // namespace
 
 void addStripeCommand(CLI::App& app, Command& chosen) {
-    auto options = std::make_shared<StripeOptions>();
-    CLI::App* command = app.add_subcommand("stripe", "Take the stripe out of an image that triggered itself");
-    addInput(*command, options->files);
-    command->add_option("--trigger", options->triggerLine, "Row at which the exposure was detected")->required();
-    command->add_option("--reference", options->reference,
-                        "Raw image in which the stripe is measured; the image itself when left out");
-    command->add_option("--reference-shape", options->referenceShape,
-                        "WIDTHxHEIGHT of the reference, where it differs");
+    auto [command, options] = addSubcommand<StripeOptions>(
+        app, chosen, "stripe", "Take the stripe out of an image that triggered itself", runStripe);
+    addInput(command, options.files);
+    command.add_option("--trigger", options.triggerLine, "Row at which the exposure was detected")->required();
+    command.add_option("--reference", options.reference,
+                       "Raw image in which the stripe is measured; the image itself when left out");
+    command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");
     const std::map<std::string, StripeMethod> methods = {{"clinic", StripeMethod::Clinic},
                                                          {"line", StripeMethod::Line}};
-    command
-        ->add_option("--method", options->method, "clinic: gains from a reference; line: offsets from the rows below")
+    command.add_option("--method", options.method, "clinic: gains from a reference; line: offsets from the rows below")
         ->transform(CLI::CheckedTransformer(methods));
-    addOutputs(*command, options->files, "Picture of the rows before and after");
-    command->callback([options, &chosen] { chosen = [options] { return runStripe(*options); }; });
+    addOutputs(command, options.files, "Picture of the rows before and after");
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,6 @@
 #include "common/FileAccess.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <filesystem>
 #include <fstream>
@@ -24,6 +24,16 @@ bool isSameFile(const std::string& first, const std::string& second) {
     return plainName(first) == plainName(second);
 }
 
+// Refuses what is not there, as a kind of thing that is missing.
+bool isFolder(const std::string& path, const std::string& wanted, const char* kind) {
+    requireName(path, wanted);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+        throw ToolError(path + ": no such " + kind + "; check the name");
+    return fs::is_directory(status);
+}
+
 }  // namespace
 
 void requireName(const std::string& path, const std::string& wanted) {
@@ -32,13 +42,9 @@ void requireName(const std::string& path, const std::string& wanted) {
 }
 
 std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
-    requireName(path, wanted);
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status))
-        throw ToolError(path + ": no such file; check the name");
-    if (fs::is_directory(status))
+    if (isFolder(path, wanted, "file"))
         throw ToolError(path + ": is a directory; give " + wanted);
+    std::error_code error;
     const std::uintmax_t bytes = fs::file_size(path, error);
     if (error)
         throw ToolError(path + ": cannot tell its size (" + error.message() + "); give " + wanted);
@@ -46,12 +52,7 @@ std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
 }
 
 void requireFolder(const std::string& path, const std::string& wanted) {
-    requireName(path, wanted);
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status))
-        throw ToolError(path + ": no such folder; check the name");
-    if (!fs::is_directory(status))
+    if (!isFolder(path, wanted, "folder"))
         throw ToolError(path + ": is no folder; give " + wanted);
 }
 

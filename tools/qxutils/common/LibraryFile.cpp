@@ -1,6 +1,6 @@
 #include "common/LibraryFile.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <QxUtils/StatusCode.h>
 

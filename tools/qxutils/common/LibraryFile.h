@@ -2,6 +2,8 @@
 
 #include <string>
 
+// What the library asks of a path, and what it says about a file.
+
 namespace qx::tool {
 
 // A path as the library takes it: it joins a directory and a file name without adding a separator.

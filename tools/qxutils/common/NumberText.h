@@ -3,6 +3,8 @@
 #include <optional>
 #include <string_view>
 
+// Numbers as the command line gives them.
+
 namespace qx::tool {
 
 // The integer that a text is as a whole; nothing for any other text and for what does not fit.

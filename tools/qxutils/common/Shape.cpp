@@ -1,7 +1,7 @@
 #include "common/Shape.h"
 
-#include "commands/Command.h"
 #include "common/NumberText.h"
+#include "common/ToolError.h"
 
 #include <optional>
 #include <string_view>

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+// Sizes of images and places in them.
+
 namespace qx::tool {
 
 // Width and height of an image in pixels.
@@ -13,6 +15,12 @@ struct Shape {
     std::int64_t pixelCount() const { return std::int64_t{width} * height; }
     std::int64_t pixelBytes() const { return pixelCount() * 2; }
     bool operator==(const Shape&) const = default;
+};
+
+// A pixel of an image or a place in a picture, from the top left corner.
+struct Point {
+    int x = 0;
+    int y = 0;
 };
 
 // The largest side accepted; panels stay far below.

@@ -1,6 +1,6 @@
 #include "common/TemporaryFolder.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <filesystem>
 #include <random>

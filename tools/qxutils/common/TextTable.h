@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+// How results are printed.
+
 namespace qx::tool {
 
 // Columns as wide as their widest cell: the first one to the left, the others to the right unless told otherwise.

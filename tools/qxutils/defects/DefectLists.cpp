@@ -1,8 +1,8 @@
 #include "defects/DefectLists.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 
@@ -15,24 +15,18 @@ namespace {
 constexpr const char* kWanted = "a defect file";
 constexpr int kClusterEnd = -1;
 
-// Points of the image by their indices.
-class PixelGrid {
-public:
-    explicit PixelGrid(std::uint32_t width) : width_(width) {}
+// The width is the header's, beyond the range of int in a broken one.
+Point pointOf(std::int64_t index, std::int64_t width) {
+    return {static_cast<int>(index % width), static_cast<int>(index / width)};
+}
 
-    Point at(int index) const { return {static_cast<int>(index % width_), static_cast<int>(index / width_)}; }
-
-private:
-    std::int64_t width_;
-};
-
-void addClassic(const VectorDefect& classic, const PixelGrid& grid, DefectLists& lists) {
+void addClassic(const VectorDefect& classic, std::int64_t width, DefectLists& lists) {
     for (const int index : classic.points)
-        lists.points.push_back(grid.at(index));
+        lists.points.push_back(pointOf(index, width));
     std::vector<Point> cluster;
     for (const int index : classic.clusters) {
         if (index != kClusterEnd)
-            cluster.push_back(grid.at(index));
+            cluster.push_back(pointOf(index, width));
         else if (!cluster.empty())
             lists.clusters.push_back(std::exchange(cluster, {}));
     }
@@ -84,7 +78,7 @@ DefectLists loadDefectLists(const std::string& path) {
     requireDefects(path,
                    getDefectIndexFromDefectFile(file.directory.c_str(), file.name.c_str(), &classic, &structured));
     DefectLists lists{{static_cast<int>(info.imageWidth), static_cast<int>(info.imageHeight)}, {}, {}, {}, {}};
-    addClassic(classic, PixelGrid(info.imageWidth), lists);
+    addClassic(classic, info.imageWidth, lists);
     addStructured(structured, lists);
     return lists;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "common/Shape.h"
-#include "picture/Canvas.h"
 
 #include <string>
 #include <vector>

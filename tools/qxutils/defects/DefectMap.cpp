@@ -42,7 +42,7 @@ public:
     Map(Canvas& canvas, const Shape& image, int scale)
         : canvas_(canvas), image_(image), scale_(scale),
           mark_(scale > 1 ? 2 : 1), shape_{(image.width + scale - 1) / scale, (image.height + scale - 1) / scale} {
-        canvas_.fillRectangle({kGap, kGap}, shape_.width, shape_.height, {});
+        canvas_.fillRectangle({kGap, kGap}, shape_, {});
     }
 
     void addPoint(const Point& point, Colour colour) {
@@ -62,8 +62,8 @@ private:
     static bool isInside(int position, int side) { return position >= 0 && position < side; }
 
     void fill(int x, int y, int width, int height, Colour colour) {
-        canvas_.fillRectangle({kGap + x, kGap + y}, std::min(width, shape_.width - x),
-                              std::min(height, shape_.height - y), colour);
+        canvas_.fillRectangle({kGap + x, kGap + y},
+                              {std::min(width, shape_.width - x), std::min(height, shape_.height - y)}, colour);
     }
 
     Canvas& canvas_;

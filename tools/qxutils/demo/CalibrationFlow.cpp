@@ -1,13 +1,16 @@
 #include "demo/CalibrationFlow.h"
 
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "image/PanelFrames.h"
+#include "image/RawImage.h"
 
 #include <QxUtils/Foundation.h>
 #include <QxUtils/StatusCode.h>
 #include <VirtualDetector.h>
-#include <VirtualPanel.h>
 
 #include <algorithm>
+#include <ostream>
 #include <utility>
 
 namespace qx::tool {
@@ -19,11 +22,8 @@ constexpr Shape kPanel{1152, 1152};
 constexpr double kLevel = 36000.0;
 constexpr int kAveragedFrames = 16;
 
-qxkit::PanelParameters panelParameters(std::uint64_t seed) {
-    qxkit::PanelParameters parameters;
-    parameters.width = kPanel.width;
-    parameters.height = kPanel.height;
-    parameters.seed = seed;
+qxkit::PanelParameters flowPanel(std::uint64_t seed) {
+    qxkit::PanelParameters parameters = panelParameters(kPanel, seed);
     // The darkest strip of a small panel may lie in one hollow of the slow pattern.
     parameters.darkLevel = 800.0;
     // Dead over half its rows, the last column of an AFE can spoil the measurement of the step beside it.
@@ -36,43 +36,28 @@ qxkit::PanelParameters tooDarkPanel(qxkit::PanelParameters parameters) {
     return parameters;
 }
 
-void configureDetector(const qxkit::PanelParameters& panel) {
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    detector.width = detector.modeWidth = panel.width;
-    detector.height = detector.modeHeight = panel.height;
-    detector.afeWidth = panel.afeWidth;
-}
-
-RawImage toRawImage(qxkit::Frame16 frame) {
-    return {{frame.width, frame.height}, false, std::move(frame.pixels)};
-}
-
-FloatImage toFloatImage(qxkit::FrameFloat frame) {
-    return {{frame.width, frame.height}, std::move(frame.pixels)};
-}
-
 // What the panel delivers, good and bad; every frame has noise of its own.
 class FlowScene {
 public:
-    explicit FlowScene(std::uint64_t seed) : panel_(panelParameters(seed)) {}
+    explicit FlowScene(std::uint64_t seed) : panel_(flowPanel(seed)) {}
 
     const qxkit::PanelParameters& parameters() const { return panel_.parameters(); }
 
-    RawImage dark() { return toRawImage(panel_.dark(next({}))); }
-    RawImage flat() { return toRawImage(panel_.flat(next({}))); }
+    RawImage dark() { return toImage(panel_.dark(next({}))); }
+    RawImage flat() { return toImage(panel_.flat(next({}))); }
     FloatImage averageDark() { return average({}); }
     FloatImage automatic() { return aed(qxkit::AedOptions{}.exposure.level); }
 
-    RawImage unexposed() { return toRawImage(panel_.flat(next({.level = 0.0}))); }
-    RawImage darkOfAgedPanel() { return toRawImage(qxkit::VirtualPanel(tooDarkPanel(parameters())).dark(next({}))); }
+    RawImage unexposed() { return toImage(panel_.flat(next({.level = 0.0}))); }
+    RawImage darkOfAgedPanel() { return toImage(qxkit::VirtualPanel(tooDarkPanel(parameters())).dark(next({}))); }
     // Enough light comes through the shutter for no block to count as unexposed.
     RawImage collimated() { return attenuated(qxkit::collimatedCorner(kPanel.height / 3, kPanel.width / 2, 0.1)); }
     RawImage behindPlate() { return attenuated({{0, 0, kPanel.height, kPanel.width / 2}, 0.5}); }
-    RawImage tilted() { return toRawImage(panel_.flat(next({.tubeTiltY = 0.9}))); }
+    RawImage tilted() { return toImage(panel_.flat(next({.tubeTiltY = 0.9}))); }
     RawImage striped() {
         // Inside an AFE: the steps between AFEs are of either sign.
         const int column = 5 * parameters().afeWidth + parameters().afeWidth / 2;
-        return toRawImage(panel_.flat(next({.addedLevels = {qxkit::stripStep(parameters(), column, 6000.0)}})));
+        return toImage(panel_.flat(next({.addedLevels = {qxkit::stripStep(parameters(), column, 6000.0)}})));
     }
     FloatImage noisyAverageDark() { return average({.noisyRows = 600, .noisyRowCounts = 10.0}); }
     FloatImage patchedAverageDark() { return average({.addedLevels = {{{256, 512, 16, 16}, -100.0}}}); }
@@ -85,10 +70,10 @@ private:
         return options;
     }
     RawImage attenuated(const qxkit::Attenuator& attenuator) {
-        return toRawImage(panel_.flat(next({.attenuators = {attenuator}})));
+        return toImage(panel_.flat(next({.attenuators = {attenuator}})));
     }
     FloatImage average(const qxkit::FrameOptions& options) {
-        return toFloatImage(panel_.averageDark(kAveragedFrames, next(options)));
+        return toImage(panel_.averageDark(kAveragedFrames, next(options)));
     }
     FloatImage aed(double level) {
         qxkit::AedOptions options;
@@ -105,7 +90,8 @@ private:
 class FlowRunner {
 public:
     FlowRunner(std::uint64_t seed, const std::string& folder) : scene_(seed), folder_(folder) {
-        configureDetector(scene_.parameters());
+        setPanelSize(kPanel);
+        qxkit::virtualDetector().afeWidth = scene_.parameters().afeWidth;
         createFolder(folder);
         flow_.dark = scene_.dark();
         flow_.flat = scene_.flat();
@@ -195,6 +181,20 @@ private:
 
 CalibrationFlow runCalibrationFlow(std::uint64_t seed, const std::string& folder) {
     return FlowRunner(seed, folder).run();
+}
+
+int printFlow(std::ostream& out, const CalibrationFlow& flow) {
+    int unexpected = 0;
+    std::vector<CheckRow> rows;
+    for (const auto* steps : {&flow.good, &flow.bad}) {
+        for (const FlowStep& step : *steps) {
+            rows.push_back(step.row);
+            unexpected += step.row.result.status != step.expected;
+        }
+    }
+    out << "\nThe calibration flow on a panel as it should be, then on what it must refuse:\n";
+    printChecks(out, rows);
+    return unexpected;
 }
 
 }  // namespace qx::tool

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "checks/CheckTable.h"
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <vector>
+
+// The demo's walk through the checks of a calibration.
 
 namespace qx::tool {
 
@@ -28,5 +31,8 @@ struct CalibrationFlow {
 // Sets the virtual detector for the flow's own small panel, and writes into the folder what checks read from disk and
 // what the user may want to try them on.
 CalibrationFlow runCalibrationFlow(std::uint64_t seed, const std::string& folder);
+
+// Prints every check and returns how many verdicts are not as they should be.
+int printFlow(std::ostream& out, const CalibrationFlow& flow);
 
 }  // namespace qx::tool

@@ -2,11 +2,10 @@
 
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
+#include "snr/SnrJudgement.h"
 #include "snr/SnrPlot.h"
-#include "snr/SnrRule.h"
 
-#include <QxUtils/Numerics.h>
-
+#include <cstddef>
 #include <iterator>
 
 namespace qx::tool {
@@ -22,31 +21,18 @@ constexpr Colour kExpectedColour{160, 160, 160};
 // Corrected tiles share one contrast, so that a good one looks even.
 constexpr double kTileContrast = 0.02;
 
-GreyWindow windowAroundMedian(const RawImage& image) {
-    const double median = getMedian(image.pixels.data(), static_cast<int>(image.pixels.size()));
-    return {median * (1.0 - kTileContrast), median * (1.0 + kTileContrast)};
-}
-
 Tile makeTile(const JudgedExposure& judged) {
     const SnrJudgement& judgement = judged.judgement;
     const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
-    return {makePreview(judged.image, windowAroundMedian(judged.image), kTileWidth), judged.exposure.caption,
-            verdict + ", " + gradeName(judgement.grade), judgement.passed() ? kTilePassed : kTileNotPassed};
+    return {makePreview(judged.image, windowAroundMedian(judged.image, kTileContrast), kTileWidth),
+            judged.exposure.caption, verdict + ", " + gradeName(judgement.grade),
+            judgement.passed() ? kTilePassed : kTileNotPassed};
 }
 
-std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, series.front());
+std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
     std::vector<float> shares;
     for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
-    return shares;
-}
-
-std::vector<float> expectedShares(const SnrJudgement& judgement, const SnrSeries& factory) {
-    const SnrSeries scaled = scaleToMeasured(factory, judgement.measured.front());
-    std::vector<float> shares;
-    for (std::size_t square = 0; square < scaled.size(); ++square)
-        shares.push_back(judgement.expected[square] / scaled[square]);
     return shares;
 }
 
@@ -59,11 +45,11 @@ Canvas drawSquares(const RawImage& image) {
     canvas.drawPicture({0, 0}, preview);
     for (const int side : snrSquareSides(image.shape)) {
         const Point corner{(image.shape.width - side) / 2 / scale, (image.shape.height - side) / 2 / scale};
-        canvas.outlineRectangle(corner, side / scale, side / scale, 2, kTileMark);
+        canvas.outlineRectangle(corner, {side / scale, side / scale}, 2, kTileMark);
         const std::string label = std::to_string(side);
         const int labelHeight = (kTextHeight + 2) * kTileTextScale;
         if (textWidth(label, kTileTextScale) + 6 < side / scale) {
-            canvas.fillRectangle(corner, textWidth(label, kTileTextScale) + 8, labelHeight, kTileMark);
+            canvas.fillRectangle(corner, {textWidth(label, kTileTextScale) + 8, labelHeight}, kTileMark);
             canvas.drawText({corner.x + 4, corner.y + 4}, label, kTileTextScale, kTilePaper);
         }
     }
@@ -79,13 +65,14 @@ Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& 
 }
 
 Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+    const SnrJudgement& first = exposures.front().judgement;
     std::vector<PlotLine> lines = {
         {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
-        {"expected at least", kExpectedColour, expectedShares(exposures.front().judgement, factory)},
+        {"expected at least", kExpectedColour, sharesOf(first.expected, first.scaled)},
     };
     for (std::size_t index = 0; index < exposures.size(); ++index) {
         lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
-                         sharesOf(exposures[index].judgement.measured, factory)});
+                         sharesOf(exposures[index].judgement.measured, exposures[index].judgement.scaled)});
     }
     return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+// The demo's pictures of factory and field.
+
 namespace qx::tool {
 
 // The widest picture of one whole image, in pixels.

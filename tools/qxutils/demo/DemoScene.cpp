@@ -1,6 +1,6 @@
 #include "demo/DemoScene.h"
 
-#include "snr/SnrRule.h"
+#include "image/PanelFrames.h"
 
 #include <algorithm>
 
@@ -9,18 +9,6 @@ namespace {
 
 constexpr int kFactoryFrames = 4;
 constexpr std::uint32_t kFirstFieldFrame = 100;
-
-qxkit::PanelParameters panelParameters(const Shape& shape, std::uint64_t seed) {
-    qxkit::PanelParameters parameters;
-    parameters.width = shape.width;
-    parameters.height = shape.height;
-    parameters.seed = seed;
-    return parameters;
-}
-
-RawImage toRawImage(qxkit::Frame16 frame) {
-    return {{frame.width, frame.height}, false, std::move(frame.pixels)};
-}
 
 // An area given by shares of the shorter side, relative to the panel's centre, as the squares are.
 qxkit::Rectangle centredArea(const Shape& shape, double left, double top, double right, double bottom) {
@@ -36,30 +24,14 @@ qxkit::Rectangle centredArea(const Shape& shape, double left, double top, double
 // Beyond every edge of the panel.
 constexpr double kOutside = 1e3;
 
-qxkit::FrameOptions lowDose() {
-    qxkit::FrameOptions options;
-    options.level = 6000.0;
-    return options;
-}
-
-qxkit::FrameOptions driftedGain() {
-    qxkit::FrameOptions options;
-    options.residualShadingScale = 3.5;
-    return options;
-}
-
 // The edges of the squares below are chosen so that the object cuts into most squares: what stays small against a
 // square is taken for defects and cleaned away before the SNR is measured.
 qxkit::FrameOptions forgottenObject(const Shape& shape) {
-    qxkit::FrameOptions options;
-    options.attenuators = {{centredArea(shape, 0.05, 0.0, 0.4, 0.4), 0.97, true}};
-    return options;
+    return {.attenuators = {{centredArea(shape, 0.05, 0.0, 0.4, 0.4), 0.97, true}}};
 }
 
 qxkit::FrameOptions shutterShadow(const Shape& shape) {
-    qxkit::FrameOptions options;
-    options.attenuators = {{centredArea(shape, -kOutside, -kOutside, -0.2, kOutside), 0.85, false}};
-    return options;
+    return {.attenuators = {{centredArea(shape, -kOutside, -kOutside, -0.2, kOutside), 0.85, false}}};
 }
 
 }  // namespace
@@ -67,19 +39,17 @@ qxkit::FrameOptions shutterShadow(const Shape& shape) {
 DemoScene::DemoScene(const Shape& shape, std::uint64_t seed) : shape_(shape), panel_(panelParameters(shape, seed)) {}
 
 RawImage DemoScene::dark() const {
-    return toRawImage(panel_.dark());
+    return toImage(panel_.dark());
 }
 
 RawImage DemoScene::rawFlat() const {
-    return toRawImage(panel_.flat());
+    return toImage(panel_.flat());
 }
 
 SnrSeries DemoScene::measureFactorySeries() const {
     SnrSeries mean(snrSquareSides(shape_).size());
-    for (int frame = 0; frame < kFactoryFrames; ++frame) {
-        qxkit::FrameOptions options;
-        options.frame = static_cast<std::uint32_t>(frame);
-        const SnrSeries series = measureSnr(toRawImage(panel_.correctedFlat(options)));
+    for (std::uint32_t frame = 0; frame < kFactoryFrames; ++frame) {
+        const SnrSeries series = measureSnr(toImage(panel_.correctedFlat({.frame = frame})));
         std::transform(mean.begin(), mean.end(), series.begin(), mean.begin(),
                        [](float sum, float value) { return sum + value / kFactoryFrames; });
     }
@@ -89,8 +59,8 @@ SnrSeries DemoScene::measureFactorySeries() const {
 std::vector<Exposure> DemoScene::fieldExposures() const {
     std::vector<Exposure> exposures = {
         {"clean", "nothing in the way", {}},
-        {"low-dose", "a ninth of the dose", lowDose()},
-        {"drifted-gain", "gain map has drifted", driftedGain()},
+        {"low-dose", "a ninth of the dose", {.level = 6000.0}},
+        {"drifted-gain", "gain map has drifted", {.residualShadingScale = 3.5}},
         {"object", "object on the detector", forgottenObject(shape_)},
         {"shutter-shadow", "shutter shadow", shutterShadow(shape_)},
     };
@@ -101,7 +71,7 @@ std::vector<Exposure> DemoScene::fieldExposures() const {
 }
 
 RawImage DemoScene::correctedFlat(const Exposure& exposure) const {
-    return toRawImage(panel_.correctedFlat(exposure.options));
+    return toImage(panel_.correctedFlat(exposure.options));
 }
 
 }  // namespace qx::tool

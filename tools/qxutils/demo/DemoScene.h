@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 #include "snr/SnrJudgement.h"
 
 #include <VirtualPanel.h>
@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+// What the demo's panel acquires in factory and field.
 
 namespace qx::tool {
 

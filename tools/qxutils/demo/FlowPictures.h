@@ -5,6 +5,8 @@
 
 #include <vector>
 
+// Pictures of what the calibration flow measures.
+
 namespace qx::tool {
 
 // The flat field before and after the AFE balance, in one contrast. side is about that of a picture, in pixels.

@@ -21,7 +21,7 @@ void addRange(TextTable& table, const char* name, const RawImage& image) {
 }
 
 void addRange(TextTable& table, const std::vector<float>& ratios) {
-    const auto text = [](float value) { return formatNumber(static_cast<double>(value), 4); };
+    const auto text = [](float value) { return formatNumber(value, 4); };
     const auto [least, largest] = std::minmax_element(ratios.begin(), ratios.end());
     const float median = getMedian(ratios.data(), static_cast<int>(ratios.size()));
     table.addRow({"inside", text(*least), text(median), text(*largest)});
@@ -31,7 +31,7 @@ void addRange(TextTable& table, const std::vector<float>& ratios) {
 std::vector<float> finiteRatios(const FloatImage& ratio) {
     std::vector<float> finite;
     for (int row = kRatioBorder; row < ratio.shape.height - kRatioBorder; ++row) {
-        const float* const line = ratio.pixels.data() + std::ptrdiff_t{row} * ratio.shape.width;
+        const float* const line = ratio.row(row);
         std::copy_if(line + kRatioBorder, line + ratio.shape.width - kRatioBorder, std::back_inserter(finite),
                      [](float value) { return std::isfinite(value); });
     }
@@ -64,7 +64,7 @@ void printRatios(const FloatImage& ratio) {
         table.print(std::cout);
     }
     const Shape inside{ratio.shape.width - 2 * kRatioBorder, ratio.shape.height - 2 * kRatioBorder};
-    const auto without = static_cast<std::size_t>(inside.pixelCount()) - ratios.size();
+    const auto without = inside.pixelCount() - std::ssize(ratios);
     std::cout << "  " << toText(inside) << " pixels inside, " << without << " of them without a ratio; the border of "
               << kRatioBorder << " holds 1\n";
 }

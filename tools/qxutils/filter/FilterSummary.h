@@ -1,6 +1,8 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
+
+// What the user reads about a filtered image.
 
 namespace qx::tool {
 

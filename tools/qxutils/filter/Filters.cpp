@@ -1,12 +1,12 @@
 #include "filter/Filters.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
+#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -20,19 +20,20 @@ void requireSides(const Shape& shape, const Shape& least) {
                         ExitCode::Usage);
 }
 
-WORD toCount(float value) {
+WORD roundedCount(float value) {
     return static_cast<WORD>(std::lround(std::clamp(value, 0.0f, 65535.0f)));
 }
 
-// Every row as a sequence of its own; filter changes it in place.
+// Every row as a sequence of its own, of as many values as the image is wide; filter changes it in place.
 template <class RowFilter>
 RawImage filterRows(const RawImage& image, RowFilter filter) {
-    RawImage filtered{image.shape, false, std::vector<WORD>(image.pixels.size())};
-    std::vector<float> row(static_cast<std::size_t>(image.shape.width));
-    for (std::size_t start = 0; start < image.pixels.size(); start += row.size()) {
-        std::copy_n(image.pixels.data() + start, row.size(), row.data());
+    const int width = image.shape.width;
+    RawImage filtered = filledImage<WORD>(image.shape, 0);
+    FloatImage row = filledImage({width, 1}, 0.0f);
+    for (int y = 0; y < image.shape.height; ++y) {
+        std::copy_n(image.row(y), width, row.row(0));
         filter(row);
-        std::transform(row.begin(), row.end(), filtered.pixels.data() + start, toCount);
+        std::transform(row.pixels.begin(), row.pixels.end(), filtered.row(y), roundedCount);
     }
     return filtered;
 }
@@ -41,41 +42,40 @@ RawImage filterRows(const RawImage& image, RowFilter filter) {
 
 RawImage medianOfRows(const RawImage& image, int radius) {
     requireSides(image.shape, {2 * radius + 1, 1});
-    return filterRows(
-        image, [radius](std::vector<float>& row) { medianFilter(row.data(), static_cast<int>(row.size()), radius); });
+    return filterRows(image, [radius](FloatImage& row) { medianFilter(row.row(0), row.shape.width, radius); });
 }
 
 RawImage medianOfColumns(const RawImage& image) {
     requireSides(image.shape, {1, kColumnWindow});
     RawImage filtered = image;
-    filterImg(filtered.pixels.data(), image.shape.width, image.shape.height);
+    filterImg(filtered.row(0), image.shape.width, image.shape.height);
     return filtered;
 }
 
 RawImage equalize(const RawImage& image) {
     RawImage equalized = image;
-    hisEqualization(equalized.pixels.data(), static_cast<int>(image.pixels.size()));
+    hisEqualization(equalized.row(0), image.pixelCount());
     return equalized;
 }
 
 RawImage smoothRows(const RawImage& image, int window) {
-    std::vector<float> smooth(static_cast<std::size_t>(image.shape.width));
-    return filterRows(image, [&](std::vector<float>& row) {
-        const auto count = static_cast<int>(row.size());
-        if (filterUsingSGolay(smooth.data(), row.data(), count, kSmoothingOrder, window) != StatusOk)
+    FloatImage smooth = filledImage({image.shape.width, 1}, 0.0f);
+    return filterRows(image, [&](FloatImage& row) {
+        const int count = row.shape.width;
+        if (filterUsingSGolay(smooth.row(0), row.row(0), count, kSmoothingOrder, window) != StatusOk)
             throw ToolError("rows of " + std::to_string(count) + " pixels cannot be smoothed with window " +
                                 std::to_string(window) +
                                 "; there are the windows 5, 7, 15, 23, 31 and 51, none longer than the row",
                             ExitCode::Usage);
-        row.swap(smooth);
+        std::swap(row, smooth);
     });
 }
 
 FloatImage localRatio(const RawImage& image) {
     constexpr int kLeast = 2 * kRatioBorder + 1;
     requireSides(image.shape, {kLeast, kLeast});
-    FloatImage ratio{image.shape, std::vector<float>(image.pixels.size(), 1.0f)};
-    getMedianImage(ratio.pixels.data(), image.pixels.data(), image.shape.width, image.shape.height);
+    FloatImage ratio = filledImage(image.shape, 1.0f);
+    getMedianImage(ratio.row(0), image.row(0), image.shape.width, image.shape.height);
     return ratio;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 // Every filter throws a ToolError for an image or a window that the library does not filter.
 

@@ -1,48 +1,36 @@
 #pragma once
 
-#include "common/Shape.h"
-
-#include <QxUtils/Types.h>
+#include "image/Image.h"
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
+// Images as raw files. Every function throws a ToolError for a file that cannot be read or written, or is not of the
+// size that the shape asks for.
+
 namespace qx::tool {
-
-struct RawImage {
-    Shape shape;
-    bool hasHeader = false;
-    std::vector<WORD> pixels;
-};
-
-// Pixels in single precision: an average dark image, a corrected one, or block values.
-struct FloatImage {
-    Shape shape;
-    std::vector<float> pixels;
-};
-
-// Pixels of 32 bits: sums of frames.
-struct LongImage {
-    Shape shape;
-    std::vector<std::uint32_t> pixels;
-};
 
 // What fileBytes asks the user for.
 inline constexpr const char* kRawImageWanted = "a raw image file";
 
-// Reads a raw 16-bit file of the given shape, headerless or behind the 65536-byte header: the file's size decides.
+// Whether the file's size is that of a raw 16-bit image behind the 65536-byte header, or without one.
+bool hasImageHeader(const std::string& path, const Shape& shape);
+
+// Reads a raw 16-bit file with or without a header.
 RawImage loadRawImage(const std::string& path, const Shape& shape);
 
-// Reads a raw file of 32-bit floats, which has no header.
+// Read raw files of 32-bit floats or unsigned 32-bit pixels, which have no header.
 FloatImage loadFloatImage(const std::string& path, const Shape& shape);
-
-// Reads a raw file of unsigned 32-bit pixels, which has no header.
 LongImage loadLongImage(const std::string& path, const Shape& shape);
 
 // The first words or bytes of a file, whatever they are.
-std::vector<WORD> loadWords(const std::string& path, std::size_t count);
-std::vector<char> loadBytes(const std::string& path, std::size_t count);
+std::vector<WORD> loadWords(const std::string& path, std::int64_t count);
+std::vector<char> loadBytes(const std::string& path, std::int64_t count);
+
+// The pixels as they stand in a file.
+std::string_view pixelBytes(const RawImage& image);
 
 // Write the pixels without a header.
 void saveRawImage(const std::string& path, const RawImage& image);

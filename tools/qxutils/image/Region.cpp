@@ -1,9 +1,7 @@
 #include "image/Region.h"
 
-#include "commands/Command.h"
 #include "common/NumberText.h"
-
-#include <CLI/CLI.hpp>
+#include "common/ToolError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,12 +10,6 @@
 
 namespace qx::tool {
 namespace {
-
-// A stretch of rows or columns.
-struct Stretch {
-    int first;
-    int end;
-};
 
 std::optional<int> parsePlace(std::string_view text) {
     const std::optional<int> place = parseInteger(text);
@@ -38,37 +30,26 @@ std::optional<Region> parseRegionText(const std::string& text) {
 
 // Pixel i of count shows these of the stretch.
 Stretch shareOf(const Stretch& stretch, int i, int count) {
-    const std::int64_t length = stretch.end - stretch.first;
-    const int first = stretch.first + static_cast<int>(length * i / count);
-    const int end = stretch.first + static_cast<int>(length * (i + 1) / count);
-    return {first, std::max(end, first + 1)};
-}
-
-WORD meanOf(const RawImage& image, const Stretch& rows, const Stretch& columns) {
-    std::uint64_t sum = 0;
-    for (int row = rows.first; row < rows.end; ++row) {
-        const WORD* const line = image.pixels.data() + std::ptrdiff_t{row} * image.shape.width;
-        for (int column = columns.first; column < columns.end; ++column)
-            sum += line[column];
-    }
-    const auto count =
-        static_cast<std::uint64_t>(rows.end - rows.first) * static_cast<std::uint64_t>(columns.end - columns.first);
-    return static_cast<WORD>((sum + count / 2) / count);
+    const auto borderOf = [&](int pixel) {
+        return stretch.first + static_cast<int>(std::int64_t{stretch.length()} * pixel / count);
+    };
+    const int first = borderOf(i);
+    return {first, std::max(borderOf(i + 1), first + 1)};
 }
 
 // The borders of pixels lie halfway between their centres.
-Stretch resampledStretch(int first, int length, int from, int to) {
+Stretch resampledStretch(const Stretch& stretch, int from, int to) {
     const double spacing = from > 1 ? static_cast<double>(to - 1) / (from - 1) : to;
     const auto border = [&](int pixel) { return static_cast<int>(std::lround((pixel - 0.5) * spacing + 0.5)); };
-    const int start = std::clamp(border(first), 0, to - 1);
-    return {start, std::clamp(border(first + length), start + 1, to)};
+    const int start = std::clamp(border(stretch.first), 0, to - 1);
+    return {start, std::clamp(border(stretch.end), start + 1, to)};
 }
 
 }  // namespace
 
 Region parseRegion(const std::optional<std::string>& text, const Shape& image) {
     if (!text)
-        return {{0, 0}, image};
+        return wholeOf(image);
     const std::optional<Region> region = parseRegionText(*text);
     if (!region)
         throw ToolError("\"" + *text + "\" is no part of an image; give WIDTHxHEIGHT+X+Y, such as 128x96+400+300",
@@ -80,9 +61,20 @@ Region parseRegion(const std::optional<std::string>& text, const Shape& image) {
 }
 
 Region resampledRegion(const Region& region, const Shape& from, const Shape& to) {
-    const Stretch columns = resampledStretch(region.corner.x, region.shape.width, from.width, to.width);
-    const Stretch rows = resampledStretch(region.corner.y, region.shape.height, from.height, to.height);
-    return {{columns.first, rows.first}, {columns.end - columns.first, rows.end - rows.first}};
+    const Stretch columns = resampledStretch(region.columns(), from.width, to.width);
+    const Stretch rows = resampledStretch(region.rows(), from.height, to.height);
+    return {{columns.first, rows.first}, {columns.length(), rows.length()}};
+}
+
+WORD meanOf(const RawImage& image, const Stretch& rows, const Stretch& columns) {
+    std::int64_t sum = 0;
+    for (int row = rows.first; row < rows.end; ++row) {
+        const WORD* const line = image.row(row);
+        for (int column = columns.first; column < columns.end; ++column)
+            sum += line[column];
+    }
+    const std::int64_t count = std::int64_t{rows.length()} * columns.length();
+    return static_cast<WORD>((sum + count / 2) / count);
 }
 
 Shape pictureShape(const Region& region, int maxSide) {
@@ -94,20 +86,15 @@ Shape pictureShape(const Region& region, int maxSide) {
 }
 
 RawImage fit(const RawImage& image, const Region& region, const Shape& picture) {
-    const Stretch allRows{region.corner.y, region.corner.y + region.shape.height};
-    const Stretch allColumns{region.corner.x, region.corner.x + region.shape.width};
-    RawImage fitted{picture, false, {}};
+    const Stretch allRows = region.rows();
+    const Stretch allColumns = region.columns();
+    RawImage fitted{picture, {}};
     for (int row = 0; row < picture.height; ++row) {
         const Stretch rows = shareOf(allRows, row, picture.height);
         for (int column = 0; column < picture.width; ++column)
             fitted.pixels.push_back(meanOf(image, rows, shareOf(allColumns, column, picture.width)));
     }
     return fitted;
-}
-
-void addZoom(CLI::App& command, std::optional<std::string>& zoom) {
-    command.add_option("--zoom", zoom, "WIDTHxHEIGHT+X+Y: the part that the picture shows; all of it when left out")
-        ->needs(command.get_option("--png"));
 }
 
 }  // namespace qx::tool

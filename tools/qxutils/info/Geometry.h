@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+// Which shapes a raw file without a word about its size may have.
+
 namespace qx::tool {
 
 // A shape that a raw file of some size could have.

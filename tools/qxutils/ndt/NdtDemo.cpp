@@ -1,13 +1,15 @@
 #include "ndt/NdtDemo.h"
 
-#include "commands/Command.h"
-#include "common/DetectorScope.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
-#include "ndt/NdtDefects.h"
+#include "common/ToolError.h"
+#include "image/PanelFrames.h"
+#include "image/RawImage.h"
+#include "ndt/ClassicDefectFile.h"
 
 #include <QxUtils.h>
-#include <VirtualPanel.h>
+#include <VirtualDetector.h>
 
 #include <algorithm>
 #include <cmath>
@@ -30,30 +32,15 @@ constexpr int kClassicDefects = 0;
 constexpr int kNoDefects = 2;
 constexpr double kDeviations = 5.0;
 
-qxkit::PanelParameters panelParameters(std::uint64_t seed) {
-    qxkit::PanelParameters parameters;
-    parameters.width = kPanel.width;
-    parameters.height = kPanel.height;
-    parameters.seed = seed;
-    return parameters;
-}
-
-LongImage toLongImage(qxkit::Frame32 frame) {
-    return {{frame.width, frame.height}, std::move(frame.pixels)};
-}
-
 // The detector begins without calibration files of an earlier run.
 void configureDetector(const std::string& folder) {
     std::error_code error;
     for (const char* const kind : {"offset", "gain"})
         fs::remove_all(fs::path(folder) / kind, error);
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    const std::string workDirectory = detector.workDirectory;
-    if (const std::string problem = qxkit::setDirectories(folder); !problem.empty())
+    if (const std::string problem = setCalibrationFolder(folder); !problem.empty())
         throw ToolError(problem);
-    detector.workDirectory = workDirectory;
-    detector.modeWidth = kPanel.width;
-    detector.modeHeight = kPanel.height;
+    setModeSize(kPanel);
+    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
     detector.syncMode = kAedSynchronisation;
     detector.ndtFrameCount = kFrames;
     detector.config.fixedLinearGainEnabled = 0;
@@ -65,7 +52,7 @@ void calibrateIntoStorage(const LongImage& bright, const LongImage& dark) {
     const DetectorScope scope;
     qxkit::VirtualDetector& detector = qxkit::virtualDetector();
     detector.offsetDirectory = detector.gainDirectory = detector.storageDirectory;
-    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), static_cast<int>(bright.pixels.size()));
+    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount());
     if (status != StatusOk)
         throw ToolError("the calibration files could not be written (status " + std::to_string(status) + ")");
 }
@@ -74,7 +61,7 @@ NdtCall correct(const char* what, int defectMethod, LongImage& image) {
     qxkit::VirtualDetector& detector = qxkit::virtualDetector();
     detector.config.defectCorrectionMethod = defectMethod;
     detector.transfers.clear();
-    NdtCall call{what, correctNDTImage(image.pixels.data(), nullptr, static_cast<int>(image.pixels.size())), {}};
+    NdtCall call{what, correctNDTImage(image.pixels.data(), nullptr, image.pixelCount()), {}};
     for (const qxkit::TransferCall& transfer : detector.transfers)
         call.downloaded += (call.downloaded.empty() ? "" : ", ") + transfer.fileName;
     return call;
@@ -87,9 +74,20 @@ double meanOfGainFile(const std::string& folder) {
     if (error || files == fs::directory_iterator())
         throw ToolError(folder + ": the detector delivered no gain file");
     constexpr int kHeaderWords = kImageHeaderBytes / 2;
-    const std::vector<WORD> words =
-        loadWords(files->path().generic_string(), static_cast<std::size_t>(kHeaderWords + kPanel.pixelCount()));
-    return std::accumulate(words.begin() + kHeaderWords, words.end(), 0.0) / static_cast<double>(kPanel.pixelCount());
+    constexpr double kPixels = kPanel.width * kPanel.height;
+    const std::vector<WORD> words = loadWords(files->path().generic_string(), kHeaderWords + kPanel.pixelCount());
+    return std::accumulate(words.begin() + kHeaderWords, words.end(), 0.0) / kPixels;
+}
+
+// What a pixel of an open field gives, at response 0 where it is dead.
+Image<double> openSignals(const qxkit::VirtualPanel& panel, const qxkit::FrameOptions& open) {
+    Image<double> signals{kPanel, {}};
+    auto response = panel.truth().response.begin();
+    for (int row = 0; row < kPanel.height; ++row) {
+        for (int column = 0; column < kPanel.width; ++column)
+            signals.pixels.push_back(kFrames * open.level * panel.illumination(open, row, column) * *response++);
+    }
+    return signals;
 }
 
 // What a perfect correction gives: the share of the open field that the object lets through, at the open field's mean
@@ -97,31 +95,23 @@ double meanOfGainFile(const std::string& folder) {
 void fillTruth(const qxkit::VirtualPanel& panel, const qxkit::FrameOptions& object, NdtDemo& demo) {
     qxkit::FrameOptions open = object;
     open.attenuators.clear();
-    const auto& responses = panel.truth().response;
-    const auto signalAt = [&](int row, int column, double response) {
-        return kFrames * open.level * panel.illumination(open, row, column) * response;
-    };
-    std::vector<double> signals;
-    for (int row = 0; row < kPanel.height; ++row) {
-        for (int column = 0; column < kPanel.width; ++column)
-            signals.push_back(signalAt(row, column, static_cast<double>(responses[signals.size()])));
-    }
-    demo.openField = std::accumulate(signals.begin(), signals.end(), 0.0) / static_cast<double>(signals.size());
-    demo.truth.shape = demo.noise.shape = kPanel;
+    const Image<double> signals = openSignals(panel, open);
+    demo.openField = std::accumulate(signals.pixels.begin(), signals.pixels.end(), 0.0) / signals.pixelCount();
+    demo.truth = demo.noise = filledImage(kPanel, 0.0f);
     const qxkit::PanelParameters& parameters = panel.parameters();
     const double darkVariance = kFrames * (parameters.temporalNoiseSigma * parameters.temporalNoiseSigma +
                                            parameters.rowNoiseSigma * parameters.rowNoiseSigma);
     for (int row = 0; row < kPanel.height; ++row) {
         for (int column = 0; column < kPanel.width; ++column) {
             const double share = panel.illumination(object, row, column) / panel.illumination(open, row, column);
-            const double signal = signals[demo.truth.pixels.size()];
+            const double signal = signals.at(row, column);
             const double bright = signal > 0.0 ? signal : demo.openField;
             const double shotVariance = parameters.variancePerCount * bright;
             const double variance = darkVariance + share * shotVariance +
                                     share * share * (darkVariance + shotVariance) +
                                     (1.0 - share) * (1.0 - share) * darkVariance;
-            demo.truth.pixels.push_back(static_cast<float>(share * demo.openField));
-            demo.noise.pixels.push_back(static_cast<float>(demo.openField / bright * std::sqrt(variance)));
+            demo.truth.at(row, column) = static_cast<float>(share * demo.openField);
+            demo.noise.at(row, column) = static_cast<float>(demo.openField / bright * std::sqrt(variance));
         }
     }
 }
@@ -132,15 +122,15 @@ NdtDemo runNdtDemo(std::uint64_t seed, const std::string& folder) {
     const DetectorScope scope;
     createFolder(folder);
     configureDetector(folder);
-    const qxkit::VirtualPanel panel(panelParameters(seed));
-    const LongImage dark = toLongImage(panel.ndtDark(kFrames, {.frame = 0}));
-    const LongImage bright = toLongImage(panel.ndtBright(kFrames, {.frame = 1}));
+    const qxkit::VirtualPanel panel(panelParameters(kPanel, seed));
+    const LongImage dark = toImage(panel.ndtDark(kFrames, {.frame = 0}));
+    const LongImage bright = toImage(panel.ndtBright(kFrames, {.frame = 1}));
     calibrateIntoStorage(bright, dark);
     writeClassicDefects(folder + "/defect/NormalDefectInfo.cal", kPanel, panel.truth().defects);
 
     NdtDemo demo;
     const qxkit::FrameOptions object{.frame = 2, .attenuators = qxkit::standardPhantom(panel.parameters())};
-    demo.raw = demo.flattened = demo.corrected = toLongImage(panel.ndtObject(kFrames, object));
+    demo.raw = demo.flattened = demo.corrected = toImage(panel.ndtObject(kFrames, object));
     demo.calls.push_back(correct("first, nothing at hand", kClassicDefects, demo.corrected));
     demo.calls.push_back(correct("second, with the dark image", kClassicDefects, demo.corrected));
     demo.calls.push_back(correct("another, without defect list", kNoDefects, demo.flattened));
@@ -156,13 +146,13 @@ NdtError ndtError(const LongImage& image, const NdtDemo& demo) {
     NdtError error;
     double squares = 0.0;
     for (std::size_t i = 0; i < image.pixels.size(); ++i) {
-        const double distance =
-            std::fabs(static_cast<double>(image.pixels[i]) - static_cast<double>(demo.truth.pixels[i]));
+        const double value = image.pixels[i];
+        const double distance = std::fabs(value - demo.truth.pixels[i]);
         squares += distance * distance;
         error.largest = std::max(error.largest, distance);
-        error.deviatingPixels += distance > kDeviations * static_cast<double>(demo.noise.pixels[i]);
+        error.deviatingPixels += distance > kDeviations * demo.noise.pixels[i];
     }
-    error.rootMeanSquare = std::sqrt(squares / static_cast<double>(image.pixels.size()));
+    error.rootMeanSquare = std::sqrt(squares / image.pixelCount());
     return error;
 }
 

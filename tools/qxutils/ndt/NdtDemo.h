@@ -1,11 +1,13 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 #include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <vector>
+
+// The demo's images of non-destructive testing, calibrated and corrected, beside the truth.
 
 namespace qx::tool {
 

@@ -3,7 +3,6 @@
 #include "common/TextTable.h"
 #include "picture/Tiles.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace qx::tool {
@@ -12,23 +11,20 @@ namespace {
 // Share of the open field from grey to white in the map of errors.
 constexpr double kErrorContrast = 0.04;
 
-WORD toWord(double value) {
-    return static_cast<WORD>(std::clamp(value, 0.0, 65535.0));
-}
-
 // Half of the pictures' range is the open field.
 RawImage scaled(const LongImage& image, double openField) {
-    RawImage words{image.shape, false, {}};
+    RawImage words{image.shape, {}};
     for (const std::uint32_t value : image.pixels)
-        words.pixels.push_back(toWord(32768.0 * value / openField));
+        words.pixels.push_back(truncatedCount(32768.0 * value / openField));
     return words;
 }
 
 RawImage errorMap(const NdtDemo& demo) {
-    RawImage words{demo.corrected.shape, false, {}};
+    RawImage words{demo.corrected.shape, {}};
     for (std::size_t i = 0; i < demo.corrected.pixels.size(); ++i) {
-        const double error = static_cast<double>(demo.corrected.pixels[i]) - static_cast<double>(demo.truth.pixels[i]);
-        words.pixels.push_back(toWord(32768.0 * (1.0 + error / demo.openField / kErrorContrast)));
+        const double value = demo.corrected.pixels[i];
+        const double error = value - demo.truth.pixels[i];
+        words.pixels.push_back(truncatedCount(32768.0 * (1.0 + error / demo.openField / kErrorContrast)));
     }
     return words;
 }

@@ -31,47 +31,50 @@ std::vector<FontVertex> layOutText(std::string text) {
 
 }  // namespace
 
-Canvas::Canvas(const Shape& shape, Colour background)
-    : shape_(shape), pixels_(static_cast<std::size_t>(shape.pixelCount()), background) {}
+Canvas::Canvas(const Shape& shape, Colour background) : image_(filledImage(shape, background)) {}
 
-void Canvas::fillRectangle(Point corner, int width, int height, Colour colour) {
-    const int firstColumn = std::clamp(corner.x, 0, shape_.width);
-    const int endColumn = std::clamp(corner.x + width, firstColumn, shape_.width);
-    for (int row = std::max(0, corner.y); row < std::min(corner.y + height, shape_.height); ++row) {
-        const auto line = pixels_.begin() + std::ptrdiff_t{row} * shape_.width;
-        std::fill(line + firstColumn, line + endColumn, colour);
-    }
+void Canvas::fillRectangle(Point corner, const Shape& shape, Colour colour) {
+    const int firstColumn = std::clamp(corner.x, 0, image_.shape.width);
+    const int endColumn = std::clamp(corner.x + shape.width, firstColumn, image_.shape.width);
+    const int endRow = std::min(corner.y + shape.height, image_.shape.height);
+    for (int row = std::max(0, corner.y); row < endRow; ++row)
+        std::fill(image_.row(row) + firstColumn, image_.row(row) + endColumn, colour);
 }
 
-void Canvas::outlineRectangle(Point corner, int width, int height, int thickness, Colour colour) {
-    fillRectangle(corner, width, thickness, colour);
-    fillRectangle({corner.x, corner.y + height - thickness}, width, thickness, colour);
-    fillRectangle(corner, thickness, height, colour);
-    fillRectangle({corner.x + width - thickness, corner.y}, thickness, height, colour);
+void Canvas::outlineRectangle(Point corner, const Shape& shape, int thickness, Colour colour) {
+    const Shape across{shape.width, thickness};
+    const Shape down{thickness, shape.height};
+    fillRectangle(corner, across, colour);
+    fillRectangle({corner.x, corner.y + shape.height - thickness}, across, colour);
+    fillRectangle(corner, down, colour);
+    fillRectangle({corner.x + shape.width - thickness, corner.y}, down, colour);
 }
 
 void Canvas::drawLine(Point from, Point to, int thickness, Colour colour) {
     const int steps = std::max({1, std::abs(to.x - from.x), std::abs(to.y - from.y)});
     for (int step = 0; step <= steps; ++step) {
         const double share = static_cast<double>(step) / steps;
-        const int x = static_cast<int>(std::lround(from.x + share * (to.x - from.x)));
-        const int y = static_cast<int>(std::lround(from.y + share * (to.y - from.y)));
-        fillRectangle({x - thickness / 2, y - thickness / 2}, thickness, thickness, colour);
+        const auto between = [share](int first, int last) {
+            return static_cast<int>(std::lround(first + share * (last - first)));
+        };
+        const Point corner{between(from.x, to.x) - thickness / 2, between(from.y, to.y) - thickness / 2};
+        fillRectangle(corner, {thickness, thickness}, colour);
     }
 }
 
 void Canvas::drawDot(Point centre, int radius, Colour colour) {
     for (int dy = -radius; dy <= radius; ++dy) {
-        const int halfWidth = static_cast<int>(std::sqrt(static_cast<double>(radius * radius - dy * dy)));
-        fillRectangle({centre.x - halfWidth, centre.y + dy}, 2 * halfWidth + 1, 1, colour);
+        const int halfWidth = static_cast<int>(std::sqrt(radius * radius - dy * dy));
+        fillRectangle({centre.x - halfWidth, centre.y + dy}, {2 * halfWidth + 1, 1}, colour);
     }
 }
 
 void Canvas::drawPicture(Point corner, const GreyPicture& picture) {
-    const std::uint8_t* shade = picture.pixels.data();
     for (int row = 0; row < picture.shape.height; ++row) {
-        for (int column = 0; column < picture.shape.width; ++column, ++shade)
-            fillRectangle({corner.x + column, corner.y + row}, 1, 1, {*shade, *shade, *shade});
+        for (int column = 0; column < picture.shape.width; ++column) {
+            const std::uint8_t shade = picture.at(row, column);
+            fillRectangle({corner.x + column, corner.y + row}, {1, 1}, {shade, shade, shade});
+        }
     }
 }
 
@@ -80,10 +83,9 @@ void Canvas::drawText(Point corner, const std::string& text, int scale, Colour c
     for (std::size_t quad = 0; quad < vertices.size(); quad += kVerticesPerQuad) {
         const FontVertex& first = vertices[quad];
         const FontVertex& opposite = vertices[quad + 2];
-        const Point quadCorner{corner.x + scale * static_cast<int>(first.x),
-                               corner.y + scale * static_cast<int>(first.y)};
-        fillRectangle(quadCorner, scale * static_cast<int>(opposite.x - first.x),
-                      scale * static_cast<int>(opposite.y - first.y), colour);
+        const auto scaled = [scale](float fontPixels) { return scale * static_cast<int>(fontPixels); };
+        fillRectangle({corner.x + scaled(first.x), corner.y + scaled(first.y)},
+                      {scaled(opposite.x - first.x), scaled(opposite.y - first.y)}, colour);
     }
 }
 

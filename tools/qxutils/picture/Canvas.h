@@ -1,11 +1,11 @@
 #pragma once
 
-#include "common/Shape.h"
 #include "picture/Preview.h"
 
 #include <cstdint>
 #include <string>
-#include <vector>
+
+// Drawing in colour: rectangles, lines, dots, grey pictures and text.
 
 namespace qx::tool {
 
@@ -15,21 +15,15 @@ struct Colour {
     std::uint8_t blue = 0;
 };
 
-struct Point {
-    int x = 0;
-    int y = 0;
-};
-
 // A colour picture to draw on. Whatever lies outside it is cut off.
 class Canvas {
 public:
     Canvas(const Shape& shape, Colour background);
 
-    const Shape& shape() const { return shape_; }
-    const Colour* pixels() const { return pixels_.data(); }
+    const Image<Colour>& image() const { return image_; }
 
-    void fillRectangle(Point corner, int width, int height, Colour colour);
-    void outlineRectangle(Point corner, int width, int height, int thickness, Colour colour);
+    void fillRectangle(Point corner, const Shape& shape, Colour colour);
+    void outlineRectangle(Point corner, const Shape& shape, int thickness, Colour colour);
     void drawLine(Point from, Point to, int thickness, Colour colour);
     void drawDot(Point centre, int radius, Colour colour);
     void drawPicture(Point corner, const GreyPicture& picture);
@@ -38,8 +32,7 @@ public:
     void drawText(Point corner, const std::string& text, int scale, Colour colour);
 
 private:
-    Shape shape_;
-    std::vector<Colour> pixels_;
+    Image<Colour> image_;
 };
 
 // Extent of a text in pixels.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 namespace qx::tool {
 namespace {
@@ -18,24 +19,26 @@ constexpr double kLargestSpread = 1.0;
 // The distance from 1 within which nearly all ratios lie.
 double spreadOf(const FloatImage& ratio, const Region& region) {
     std::vector<double> distances;
-    for (int row = region.corner.y; row < region.corner.y + region.shape.height; ++row) {
-        const float* const line = ratio.pixels.data() + std::ptrdiff_t{row} * ratio.shape.width + region.corner.x;
-        for (int column = 0; column < region.shape.width; ++column) {
-            if (std::isfinite(line[column]))
-                distances.push_back(std::abs(static_cast<double>(line[column]) - 1.0));
-        }
+    const auto [firstColumn, endColumn] = region.columns();
+    for (int row = region.rows().first; row < region.rows().end; ++row) {
+        const float* const line = ratio.row(row);
+        std::for_each(line + firstColumn, line + endColumn, [&distances](float value) {
+            if (std::isfinite(value))
+                distances.push_back(std::abs(value - 1.0));
+        });
     }
-    const auto rank = static_cast<std::ptrdiff_t>(kShownRatios * static_cast<double>(distances.size()));
+    const auto rank = static_cast<std::ptrdiff_t>(kShownRatios * std::ssize(distances));
     if (rank == 0)
         return kLeastSpread;
-    std::nth_element(distances.begin(), distances.begin() + rank, distances.end());
-    return std::clamp(distances[static_cast<std::size_t>(rank)], kLeastSpread, kLargestSpread);
+    const auto largestShown = distances.begin() + rank;
+    std::nth_element(distances.begin(), largestShown, distances.end());
+    return std::clamp(*largestShown, kLeastSpread, kLargestSpread);
 }
 
 // 1 becomes the middle of the counts. What is no number looks like 1.
-WORD toCount(float ratio, double spread) {
-    const double distance = std::isnan(ratio) ? 0.0 : (static_cast<double>(ratio) - 1.0) / spread;
-    return static_cast<WORD>(32767.5 * (1.0 + std::clamp(distance, -1.0, 1.0)));
+WORD ratioCount(float ratio, double spread) {
+    const double distance = std::isnan(ratio) ? 0.0 : (ratio - 1.0) / spread;
+    return truncatedCount(32767.5 * (1.0 + std::clamp(distance, -1.0, 1.0)));
 }
 
 std::string rangeText(double black, double white, int decimals) {
@@ -50,9 +53,9 @@ ComparedImage compared(const RawImage& image, const GreyWindow& window, const st
 
 ComparedImage compared(const FloatImage& ratio, const Region& region, const std::string& caption) {
     const double spread = spreadOf(ratio, region);
-    RawImage counts{ratio.shape, false, {}};
+    RawImage counts{ratio.shape, {}};
     for (const float value : ratio.pixels)
-        counts.pixels.push_back(toCount(value, spread));
+        counts.pixels.push_back(ratioCount(value, spread));
     return {counts, GreyWindow{}, caption, rangeText(1.0 - spread, 1.0 + spread, 4)};
 }
 

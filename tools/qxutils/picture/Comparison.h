@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+// Pictures of one image beside what was made of it.
+
 namespace qx::tool {
 
 // One of several images side by side, with two lines of text below.

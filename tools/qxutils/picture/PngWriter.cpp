@@ -17,10 +17,12 @@ void append(void* file, void* bytes, int count) {
 }
 
 // The encoder writes into memory: its own way to a file does not notice that the file's room is used up.
-void write(const std::string& path, const Shape& shape, int channels, const void* pixels) {
+template <class Pixel>
+void write(const std::string& path, const Image<Pixel>& picture) {
     std::string file;
-    const int rowBytes = shape.width * channels;
-    if (stbi_write_png_to_func(append, &file, shape.width, shape.height, channels, pixels, rowBytes) == 0)
+    const auto [width, height] = picture.shape;
+    constexpr int kChannels = sizeof(Pixel);
+    if (stbi_write_png_to_func(append, &file, width, height, kChannels, picture.pixels.data(), width * kChannels) == 0)
         throw std::bad_alloc();
     writeFile(path, file);
 }
@@ -28,12 +30,11 @@ void write(const std::string& path, const Shape& shape, int channels, const void
 }  // namespace
 
 void writePng(const std::string& path, const GreyPicture& picture) {
-    write(path, picture.shape, 1, picture.pixels.data());
+    write(path, picture);
 }
 
 void writePng(const std::string& path, const Canvas& canvas) {
-    static_assert(sizeof(Colour) == 3);
-    write(path, canvas.shape(), 3, canvas.pixels());
+    write(path, canvas.image());
 }
 
 }  // namespace qx::tool

@@ -1,5 +1,9 @@
 #include "picture/Preview.h"
 
+#include "image/Region.h"
+
+#include <QxUtils/Numerics.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -9,37 +13,27 @@ namespace {
 constexpr int kGreyLevels = 65536;
 constexpr double kWhite = 255.0;
 
-WORD blockMean(const RawImage& image, int firstRow, int firstColumn, int scale) {
-    std::uint64_t sum = 0;
-    for (int row = firstRow; row < firstRow + scale; ++row) {
-        const WORD* line = image.pixels.data() + std::size_t(row) * std::size_t(image.shape.width) + firstColumn;
-        for (int column = 0; column < scale; ++column)
-            sum += line[column];
-    }
-    const std::uint64_t count = std::uint64_t(scale) * std::uint64_t(scale);
-    return static_cast<WORD>((sum + count / 2) / count);
-}
-
 RawImage shrink(const RawImage& image, int scale) {
-    RawImage small{{image.shape.width / scale, std::max(1, image.shape.height / scale)}, false, {}};
-    const int blockSide = std::min(scale, image.shape.height);
-    for (int row = 0; row < small.shape.height; ++row) {
-        for (int column = 0; column < small.shape.width; ++column)
-            small.pixels.push_back(blockMean(image, row * blockSide, column * scale, blockSide));
+    RawImage small{{image.shape.width / scale, std::max(1, image.shape.height / scale)}, {}};
+    const int side = std::min(scale, image.shape.height);
+    for (int y = 0; y < small.shape.height * side; y += side) {
+        for (int x = 0; x < small.shape.width * scale; x += scale)
+            small.pixels.push_back(meanOf(image, {y, y + side}, {x, x + side}));
     }
     return small;
 }
 
 // The grey value below which the given share of the pixels lies.
-double percentile(const std::vector<std::uint32_t>& counts, std::size_t total, double percent) {
-    const auto rank = static_cast<std::uint64_t>(percent / 100.0 * static_cast<double>(total - 1));
-    std::uint64_t seen = 0;
-    for (int grey = 0; grey < kGreyLevels; ++grey) {
-        seen += counts[std::size_t(grey)];
-        if (seen > rank)
-            return grey;
+double percentile(const std::vector<int>& histogram, int pixels, double percent) {
+    int rank = static_cast<int>(percent / 100.0 * (pixels - 1));
+    int grey = 0;
+    for (const int count : histogram) {
+        if (rank < count)
+            break;
+        rank -= count;
+        ++grey;
     }
-    return kGreyLevels - 1;
+    return grey;
 }
 
 GreyPicture applyWindow(const RawImage& image, const GreyWindow& window) {
@@ -60,10 +54,16 @@ int previewScale(const Shape& shape, int maxWidth) {
 }
 
 GreyWindow windowOf(const RawImage& image, const PercentileWindow& window) {
-    std::vector<std::uint32_t> counts(kGreyLevels);
+    std::vector<int> histogram(kGreyLevels);
     for (const WORD grey : image.pixels)
-        ++counts[grey];
-    return {percentile(counts, image.pixels.size(), window.low), percentile(counts, image.pixels.size(), window.high)};
+        ++histogram[grey];
+    const auto greyAt = [&](double percent) { return percentile(histogram, image.pixelCount(), percent); };
+    return {greyAt(window.low), greyAt(window.high)};
+}
+
+GreyWindow windowAroundMedian(const RawImage& image, double share) {
+    const double median = getMedian(image.pixels.data(), image.pixelCount());
+    return {median * (1.0 - share), median * (1.0 + share)};
 }
 
 GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth) {

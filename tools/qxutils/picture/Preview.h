@@ -1,9 +1,10 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 #include <cstdint>
-#include <vector>
+
+// Grey pictures of raw images.
 
 namespace qx::tool {
 
@@ -19,10 +20,7 @@ struct PercentileWindow {
     double high = 99.5;
 };
 
-struct GreyPicture {
-    Shape shape;
-    std::vector<std::uint8_t> pixels;
-};
+using GreyPicture = Image<std::uint8_t>;
 
 // Averages square blocks of whole pixels so that the picture is at most maxWidth wide, then applies the window.
 // Columns and rows that fill no whole block are left out.
@@ -31,6 +29,9 @@ GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int max
 
 // The window of the image's own percentiles.
 GreyWindow windowOf(const RawImage& image, const PercentileWindow& window);
+
+// The image's median in the middle, this share of it more and less at the ends.
+GreyWindow windowAroundMedian(const RawImage& image, double share);
 
 // Raw pixels for each side of a block that becomes one preview pixel.
 int previewScale(const Shape& shape, int maxWidth);

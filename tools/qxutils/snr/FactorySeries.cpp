@@ -1,8 +1,8 @@
 #include "snr/FactorySeries.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
-#include "snr/FactorySnrFile.h"
+#include "common/ToolError.h"
+#include "snr/FactorySnrRecords.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>

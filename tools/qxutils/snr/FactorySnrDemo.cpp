@@ -1,19 +1,19 @@
 #include "snr/FactorySnrDemo.h"
 
-#include "commands/Command.h"
-#include "common/DetectorScope.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
-#include "snr/SnrRule.h"
+#include "common/ToolError.h"
+#include "image/PanelFrames.h"
+#include "image/RawImage.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
-#include <VirtualPanel.h>
+#include <VirtualDetector.h>
 
 #include <cmath>
 #include <cstddef>
 #include <ostream>
-#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -30,16 +30,14 @@ constexpr FactoryImage kImages[] = {{300, 9000.0}, {300, 18000.0}, {500, 15000.0
 constexpr FactoryImage kGraded{500, 27000.0};
 
 RawImage flatOf(const qxkit::VirtualPanel& panel, double level, std::uint32_t frame) {
-    qxkit::Frame16 image = panel.correctedFlat({.frame = frame, .level = level});
-    return {kPanel, false, std::move(image.pixels)};
+    return toImage(panel.correctedFlat({.frame = frame, .level = level}));
 }
 
 void writeHeaded(const std::string& path, const RawImage& image, int integrationTimeMs) {
     qxkit::virtualDetector().integrationTimeMs = integrationTimeMs;
     std::string content(kImageHeaderBytes, '\0');
     fillImgHead(content.data(), kFactorySnrHeader, 0);
-    content.append(reinterpret_cast<const char*>(image.pixels.data()), image.pixels.size() * sizeof(WORD));
-    writeFile(path, content);
+    writeFile(path, content.append(pixelBytes(image)));
 }
 
 void writeImages(const qxkit::VirtualPanel& panel, const std::string& folder) {
@@ -77,15 +75,10 @@ FactorySNRRecord matchOf(const FactorySnrDemo& demo) {
 
 FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) {
     const DetectorScope scope;
+    setPanelSize(kPanel);
     qxkit::VirtualDetector& detector = qxkit::virtualDetector();
-    detector.width = detector.modeWidth = kPanel.width;
-    detector.height = detector.modeHeight = kPanel.height;
     detector.description = "Halbrook4343";
-    qxkit::PanelParameters parameters;
-    parameters.width = kPanel.width;
-    parameters.height = kPanel.height;
-    parameters.seed = seed;
-    const qxkit::VirtualPanel panel(parameters);
+    const qxkit::VirtualPanel panel(panelParameters(kPanel, seed));
     writeImages(panel, folder);
 
     FactorySnrDemo demo;
@@ -97,7 +90,7 @@ FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) 
 
     const RawImage image = flatOf(panel, kGraded.level, static_cast<std::uint32_t>(std::size(kImages)));
     demo.integrationTimeMs = kGraded.integrationTimeMs;
-    demo.meanGray = static_cast<float>(getMean(image.pixels.data(), static_cast<int>(image.pixels.size())));
+    demo.meanGray = static_cast<float>(getMean(image.pixels.data(), image.pixelCount()));
     demo.measured = measureSnr(image);
     demo.match = matchOf(demo);
     SurfaceFitResult result{};
@@ -112,9 +105,9 @@ void printFactorySnrDemo(std::ostream& out, const FactorySnrDemo& demo) {
         header.push_back("SNR " + std::to_string(side));
     TextTable table(header);
     const auto add = [&table](const std::string& name, int timeMs, float mean, const SnrSeries& series) {
-        std::vector<std::string> row = {name, std::to_string(timeMs), formatNumber(static_cast<double>(mean), 0)};
+        std::vector<std::string> row = {name, std::to_string(timeMs), formatNumber(mean, 0)};
         for (const float value : series)
-            row.push_back(formatNumber(static_cast<double>(value), 1));
+            row.push_back(formatNumber(value, 1));
         table.addRow(row);
     };
     for (const FactorySNRRecord& record : demo.list.records)
@@ -123,8 +116,7 @@ void printFactorySnrDemo(std::ostream& out, const FactorySnrDemo& demo) {
     out << "\nThe factory's series as " << demo.file << " tells them, and an image from the field:\n";
     table.print(out);
     out << "Graded by the factory image of " << demo.match.integrationTime << " ms and mean "
-        << formatNumber(static_cast<double>(demo.match.meanGray), 0) << ": " << demo.grade << ", "
-        << gradeName(demo.grade) << '\n';
+        << formatNumber(demo.match.meanGray, 0) << ": " << demo.grade << ", " << gradeName(demo.grade) << '\n';
 }
 
 }  // namespace qx::tool

@@ -1,24 +1,16 @@
 #include "snr/SnrJudgement.h"
 
-#include "commands/Command.h"
-#include "snr/SnrRule.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 
 namespace qx::tool {
 namespace {
 
-SnrSeries expectedSeries(const SnrSeries& factory, float measuredSmallest) {
-    SnrSeries expected = scaleToMeasured(factory, measuredSmallest);
-    for (std::size_t square = 0; square < expected.size(); ++square)
-        expected[square] *= snrFactor(square);
-    return expected;
-}
-
 void requireOk(int status, const Shape& shape) {
     if (status == StatusWrongParameter) {
         throw ToolError(toText(shape) + ": too small for an SNR series; both sides must be at least " +
-                        std::to_string(kSmallestSide) + " pixels");
+                        std::to_string(snrSquareSides(shape).back()) + " pixels");
     }
     if (status != StatusOk) {
         throw ToolError("the SNR could not be measured (status " + std::to_string(status) + ": " +
@@ -26,34 +18,53 @@ void requireOk(int status, const Shape& shape) {
     }
 }
 
+// The library's squares; without pixels and without a factory series what comes from them is 0.
+std::vector<SNRSquare> squaresOf(const Shape& shape, const WORD* pixels, const SnrSeries& factory) {
+    std::vector<SNRSquare> squares(1);
+    int count = 0;
+    const auto measure = [&](int capacity) {
+        return measureSNRSquares(pixels, shape.width, shape.height, factory.empty() ? nullptr : factory.data(),
+                                 static_cast<int>(factory.size()), squares.data(), capacity, &count);
+    };
+    // The number of squares first.
+    measure(0);
+    squares.resize(static_cast<std::size_t>(count));
+    requireOk(measure(count), shape);
+    return squares;
+}
+
 }  // namespace
 
+std::vector<int> snrSquareSides(const Shape& shape) {
+    std::vector<int> sides;
+    for (const SNRSquare& square : squaresOf(shape, nullptr, {}))
+        sides.push_back(square.side);
+    return sides;
+}
+
 SnrSeries measureSnr(const RawImage& image) {
-    SnrSeries series(snrSquareSides(image.shape).size());
-    requireOk(calcGlobalSNR(image.pixels.data(), image.shape.width, image.shape.height, series), image.shape);
+    SnrSeries series;
+    for (const SNRSquare& square : squaresOf(image.shape, image.pixels.data(), {}))
+        series.push_back(square.measured);
     return series;
 }
 
 SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
-    SnrJudgement judgement;
-    judgement.measured = measureSnr(image);
-    const SnrSeries used(factory.begin(), factory.begin() + static_cast<std::ptrdiff_t>(judgement.measured.size()));
-    judgement.expected = expectedSeries(used, judgement.measured.front());
     const auto [width, height] = image.shape;
-    judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, used);
+    SnrJudgement judgement;
+    for (const SNRSquare& square : squaresOf(image.shape, image.pixels.data(), factory)) {
+        judgement.measured.push_back(square.measured);
+        judgement.scaled.push_back(square.scaled);
+        judgement.expected.push_back(square.expected);
+        judgement.areBelow.push_back(square.belowExpected != 0);
+    }
+    judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, factory);
     if (judgement.verdict != StatusSnrLow)
         requireOk(judgement.verdict, image.shape);
     SurfaceFitResult result{};
-    evaluateSNRResult(image.pixels.data(), width, height, used, result);
+    evaluateSNRResult(image.pixels.data(), width, height, factory, result);
     judgement.grade = result.evaluation;
     return judgement;
-}
-
-SnrSeries scaleToMeasured(const SnrSeries& factory, float measuredSmallest) {
-    SnrSeries scaled;
-    for (const float value : factory)
-        scaled.push_back(measuredSmallest / factory.front() * value);
-    return scaled;
 }
 
 std::string gradeName(int grade) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
 
 #include <string>
 #include <vector>
@@ -10,24 +10,26 @@ namespace qx::tool {
 // An SNR series, smallest square first.
 using SnrSeries = std::vector<float>;
 
-// What the library says about an image. expected is the series below which a square counts against it.
+// What the library says about an image, square by square.
 struct SnrJudgement {
     SnrSeries measured;
-    SnrSeries expected;
-    int verdict = 0;  // 0 or 1088
-    int grade = 0;    // 1090, 1091 or 1092
+    SnrSeries scaled;            // the factory series, scaled so that its smallest square agrees with the measured one
+    SnrSeries expected;          // the series below which a square counts against the image
+    std::vector<bool> areBelow;  // it
+    int verdict = 0;             // 0 or 1088
+    int grade = 0;               // 1090, 1091 or 1092
 
     bool passed() const { return verdict == 0; }
-    bool isBelow(std::size_t square) const { return measured[square] < expected[square]; }
+    bool isBelow(std::size_t square) const { return areBelow[square]; }
 };
+
+// Sides of the nested centred squares on which the SNR of an image is measured, pixels.
+std::vector<int> snrSquareSides(const Shape& shape);
 
 SnrSeries measureSnr(const RawImage& image);
 
 // The factory series must cover every square of the image.
 SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory);
-
-// The factory series scaled so that its smallest square agrees with the measured one.
-SnrSeries scaleToMeasured(const SnrSeries& factory, float measuredSmallest);
 
 // One word for a grade: excellent, good, poor.
 std::string gradeName(int grade);

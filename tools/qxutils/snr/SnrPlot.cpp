@@ -38,14 +38,14 @@ void drawGrid(Canvas& canvas, const std::vector<int>& sides) {
     for (int percent = 0; percent <= std::lround(kHighestShare * 100); percent += kGridPercent) {
         const int row = rowOf(static_cast<float>(percent) / 100.0f);
         const std::string label = std::to_string(percent) + "%";
-        canvas.fillRectangle({kPlotCorner.x, row}, kPlotWidth, 1, kGrid);
+        canvas.fillRectangle({kPlotCorner.x, row}, {kPlotWidth, 1}, kGrid);
         canvas.drawText({kPlotCorner.x - 10 - textWidth(label, kTextScale), row - kTextHeight}, label, kTextScale,
                         kInk);
     }
     for (std::size_t square = 0; square < sides.size(); ++square) {
         const int column = columnOf(square, sides.size());
         const std::string label = std::to_string(sides[square]);
-        canvas.fillRectangle({column, kPlotCorner.y}, 1, kPlotHeight, kGrid);
+        canvas.fillRectangle({column, kPlotCorner.y}, {1, kPlotHeight}, kGrid);
         canvas.drawText({column - textWidth(label, kTextScale) / 2, kPlotBottom + 10}, label, kTextScale, kInk);
     }
 }
@@ -65,7 +65,7 @@ void drawLegend(Canvas& canvas, const std::vector<PlotLine>& lines) {
         const int column = static_cast<int>(index % kLegendColumns);
         const int row = static_cast<int>(index / kLegendColumns);
         const Point corner{kPlotCorner.x + column * kPlotWidth / kLegendColumns, kLegendTop + row * kLineHeight};
-        canvas.fillRectangle({corner.x, corner.y + 5}, 30, 6, lines[index].colour);
+        canvas.fillRectangle({corner.x, corner.y + 5}, {30, 6}, lines[index].colour);
         canvas.drawText({corner.x + 42, corner.y}, lines[index].label, kTextScale, kInk);
     }
 }

@@ -1,12 +1,11 @@
 #include "stripe/StripeCorrection.h"
 
-#include "commands/Command.h"
+#include "common/ToolError.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 
 namespace qx::tool {
 namespace {
@@ -58,24 +57,21 @@ RawImage correctStripe(const RawImage& image, const RawImage& reference, int tri
     return corrected;
 }
 
-std::vector<double> rowLevels(const RawImage& image, int first, int end) {
+std::vector<double> rowLevels(const RawImage& image, const Stretch& rows) {
     std::vector<double> levels;
-    for (int row = first; row < end; ++row) {
-        const WORD* const pixels = image.pixels.data() + std::ptrdiff_t{row} * image.shape.width;
-        levels.push_back(getMedian(pixels, image.shape.width));
-    }
+    for (int row = rows.first; row < rows.end; ++row)
+        levels.push_back(getMedian(image.row(row), image.shape.width));
     return levels;
 }
 
 StripeProfile profileOf(const RawImage& image, int triggerLine) {
-    std::vector<double> levels = rowLevels(image, triggerLine - kStripeRows - 1, triggerLine + 1);
-    const double above = levels.front();
-    const double trigger = levels.back();
     StripeProfile profile;
-    for (int i = 1; i <= kStripeRows; ++i) {
-        const double level = levels[static_cast<std::size_t>(i)];
-        const double straight = above + (trigger - above) * i / (kStripeRows + 1);
-        profile.levels.push_back(level);
+    profile.levels = rowLevels(image, {triggerLine - kStripeRows, triggerLine});
+    const double above = getMedian(image.row(triggerLine - kStripeRows - 1), image.shape.width);
+    const double trigger = getMedian(image.row(triggerLine), image.shape.width);
+    int i = 1;
+    for (const double level : profile.levels) {
+        const double straight = above + (trigger - above) * i++ / (kStripeRows + 1);
         profile.straight.push_back(straight);
         profile.contrast = std::max(profile.contrast, std::fabs(level - straight));
     }

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Region.h"
 
 #include <optional>
 #include <string>
 #include <vector>
+
+// Taking the stripe out of an image that triggered itself, and measuring how much of it there is.
 
 namespace qx::tool {
 
@@ -20,8 +22,8 @@ inline constexpr int kStripeRows = 24;
 // Returns the corrected image. Throws a ToolError when the method does not apply or finds no stripe to measure.
 RawImage correctStripe(const RawImage& image, const RawImage& reference, int triggerLine, StripeMethod method);
 
-// The median of each row from first to before end, in counts.
-std::vector<double> rowLevels(const RawImage& image, int first, int end);
+// The median of each of these rows, in counts.
+std::vector<double> rowLevels(const RawImage& image, const Stretch& rows);
 
 // Where the levels of the rows above a trigger line lie beside a straight line from the undisturbed row to it.
 struct StripeProfile {

@@ -1,13 +1,14 @@
 #include "stripe/StripeDemo.h"
 
 #include "common/TextTable.h"
+#include "image/PanelFrames.h"
+#include "picture/Tiles.h"
+#include "stripe/StripePicture.h"
 
 #include <QxUtils.h>
-#include <VirtualPanel.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <ostream>
 #include <utility>
 
@@ -17,21 +18,16 @@ namespace {
 constexpr int kSide = 2 * kDemoTriggerLine;
 constexpr int kStripe = 10;
 
-RawImage toRawImage(qxkit::Frame16 frame) {
-    return {{frame.width, frame.height}, false, std::move(frame.pixels)};
-}
-
 StripeCase correctCase(const qxkit::VirtualPanel& panel, const char* name, StripeMethod method,
                        const qxkit::AedOptions& options) {
     qxkit::AedFrame frame = panel.aed(options);
-    StripeCase result{name, method, toRawImage(std::move(frame.image)), {}, toRawImage(std::move(frame.clean))};
-    result.corrected = correctStripe(result.striped, toRawImage(std::move(frame.reference)), kDemoTriggerLine, method);
+    StripeCase result{name, method, toImage(std::move(frame.image)), {}, toImage(std::move(frame.clean))};
+    result.corrected = correctStripe(result.striped, toImage(std::move(frame.reference)), kDemoTriggerLine, method);
     return result;
 }
 
 double meanOfRow(const RawImage& image, int row) {
-    const WORD* const pixels = image.pixels.data() + std::ptrdiff_t{row} * image.shape.width;
-    return getMean(pixels, image.shape.width);
+    return getMean(image.row(row), image.shape.width);
 }
 
 // How far the means of the rows above the trigger line are from those of another image.
@@ -65,9 +61,8 @@ double rowNoise(const RawImage& clean) {
 int rowsWritten(const StripeCase& stripe) {
     int rows = 0;
     for (int row = 0; row < stripe.striped.shape.height; ++row) {
-        const std::ptrdiff_t first = std::ptrdiff_t{row} * stripe.striped.shape.width;
-        const auto before = stripe.striped.pixels.begin() + first;
-        rows += !std::equal(before, before + stripe.striped.shape.width, stripe.corrected.pixels.begin() + first);
+        const WORD* const before = stripe.striped.row(row);
+        rows += !std::equal(before, before + stripe.striped.shape.width, stripe.corrected.row(row));
     }
     return rows;
 }
@@ -75,10 +70,7 @@ int rowsWritten(const StripeCase& stripe) {
 }  // namespace
 
 std::vector<StripeCase> correctDemoStripes(std::uint64_t seed) {
-    qxkit::PanelParameters parameters;
-    parameters.width = parameters.height = kSide;
-    parameters.seed = seed;
-    const qxkit::VirtualPanel panel(parameters);
+    const qxkit::VirtualPanel panel(panelParameters({kSide, kSide}, seed));
     qxkit::AedOptions options;
     options.triggerLine = kDemoTriggerLine;
     options.stripeRows = kStripe;
@@ -92,6 +84,13 @@ std::vector<StripeCase> correctDemoStripes(std::uint64_t seed) {
     options.rowSlope = 6.0;
     cases.push_back(correctCase(panel, "offsets, sloping signal", StripeMethod::Line, options));
     return cases;
+}
+
+Canvas drawStripeCase(const StripeCase& stripe) {
+    const Stretch rows = stripeRows(stripe.clean.shape, kDemoTriggerLine);
+    return drawStripe({{stripe.striped, "as it was read", "stripe above the line", kTileNotPassed},
+                       {stripe.corrected, "corrected", stripe.name, kTilePassed}},
+                      kDemoTriggerLine, rowLevels(stripe.clean, rows));
 }
 
 void printStripes(std::ostream& out, const std::vector<StripeCase>& cases) {

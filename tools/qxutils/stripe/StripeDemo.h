@@ -1,6 +1,7 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Image.h"
+#include "picture/Canvas.h"
 #include "stripe/StripeCorrection.h"
 
 #include <cstdint>
@@ -23,6 +24,9 @@ struct StripeCase {
 inline constexpr int kDemoTriggerLine = 576;
 
 std::vector<StripeCase> correctDemoStripes(std::uint64_t seed);
+
+// A case before and after, with the true levels beside them.
+Canvas drawStripeCase(const StripeCase& stripe);
 
 // Prints how far the row profiles are from the truth, before and after.
 void printStripes(std::ostream& out, const std::vector<StripeCase>& cases);

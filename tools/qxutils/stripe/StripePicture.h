@@ -1,10 +1,12 @@
 #pragma once
 
-#include "image/RawImage.h"
+#include "image/Region.h"
 #include "picture/Canvas.h"
 
 #include <string>
 #include <vector>
+
+// Pictures of the stripe.
 
 namespace qx::tool {
 
@@ -21,10 +23,6 @@ struct StripeView {
 Canvas drawStripe(const std::vector<StripeView>& views, int triggerLine, const std::vector<double>& truth);
 
 // The rows that drawStripe shows.
-struct RowRange {
-    int first;
-    int end;
-};
-RowRange stripeRows(const Shape& shape, int triggerLine);
+Stretch stripeRows(const Shape& shape, int triggerLine);
 
 }  // namespace qx::tool

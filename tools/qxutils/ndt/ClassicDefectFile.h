@@ -8,7 +8,7 @@
 
 namespace qx::tool {
 
-// Writes a defect file of the classic kind. Positions are below 32768.
+// Writes a defect file of the classic kind, which a virtual detector can deliver. Positions are below 32768.
 void writeClassicDefects(const std::string& path, const Shape& shape, const VectorDefect& defects);
 
 }  // namespace qx::tool

@@ -1,9 +1,9 @@
-#include "snr/FactorySnrFile.h"
+#include "snr/FactorySnrRecords.h"
 
-#include "commands/Command.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 #include "image/RawImage.h"
 
 #include <QxUtils.h>
@@ -19,11 +19,11 @@ namespace qx::tool {
 namespace {
 
 constexpr const char* kWanted = "a factory SNR file, as qxutils factory-snr writes it";
-constexpr std::size_t kDetectorTypeOffset = kImageHeaderBytes + 12;
-constexpr std::size_t kRecordsOffset = kDetectorTypeOffset + 4;
+constexpr int kDetectorTypeOffset = kImageHeaderBytes + 12;
+constexpr int kRecordsOffset = kDetectorTypeOffset + 4;
 
 std::int32_t detectorTypeOf(const std::string& path) {
-    if (fileBytes(path, kWanted) < static_cast<std::int64_t>(kRecordsOffset))
+    if (fileBytes(path, kWanted) < kRecordsOffset)
         throw ToolError(path + ": too short; give " + kWanted);
     std::int32_t type = 0;
     std::memcpy(&type, loadBytes(path, kRecordsOffset).data() + kDetectorTypeOffset, sizeof type);
@@ -61,10 +61,9 @@ void printFactorySnr(const FactoryDiffIntSNRList& list) {
     TextTable table({"integration time", "mean", "squares", "first SNR", "last SNR"});
     for (const FactorySNRRecord& record : list.records) {
         const bool isEmpty = record.snr.empty();
-        table.addRow({std::to_string(record.integrationTime) + " ms",
-                      formatNumber(static_cast<double>(record.meanGray), 1), std::to_string(record.snr.size()),
-                      isEmpty ? "" : formatNumber(static_cast<double>(record.snr.front()), 1),
-                      isEmpty ? "" : formatNumber(static_cast<double>(record.snr.back()), 1)});
+        table.addRow({std::to_string(record.integrationTime) + " ms", formatNumber(record.meanGray, 1),
+                      std::to_string(record.snr.size()), isEmpty ? "" : formatNumber(record.snr.front(), 1),
+                      isEmpty ? "" : formatNumber(record.snr.back(), 1)});
     }
     table.print(std::cout);
 }

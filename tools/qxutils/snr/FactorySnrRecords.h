@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+// The records of a factory SNR file, as the library's writer leaves them.
+
 namespace qx::tool {
 
 // Whether a name is that of a factory SNR file: it ends in "-SNR.raw".

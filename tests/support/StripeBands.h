@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DetectorFixture.h"
+#include "Builders.h"
 
 #include <algorithm>
 #include <array>
@@ -10,24 +10,6 @@
 #include <vector>
 
 namespace qx::test {
-
-class StripeFixture : public DetectorFixture {
-protected:
-    StripeFixture() { detector().config.maxGrayValue = 65535; }
-
-    // "severity | text" of what was logged since the last call.
-    std::vector<std::string> takeLog() const {
-        static constexpr std::string_view kTag = "Utils  | ";
-        std::vector<std::string> lines = logLines();
-        for (std::string& line : lines) {
-            EXPECT_EQ(0u, line.find(kTag)) << line;
-            line.erase(0, kTag.size());
-        }
-        for (const auto& file : logFiles())
-            std::filesystem::remove(file);
-        return lines;
-    }
-};
 
 // A band is an image of 35 rows: row 24 is the one above the trigger line, the stripe ends there.
 inline constexpr int kBandHeight = 35;

@@ -1,4 +1,4 @@
-#include "ndt/NdtDefects.h"
+#include "ndt/ClassicDefectFile.h"
 
 #include "common/FileAccess.h"
 
@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
+#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -21,9 +23,9 @@ constexpr std::size_t kRowOffset = 48;
 constexpr std::size_t kColumnOffset = 56;
 constexpr std::size_t kClusterOffset = 64;
 
-void putBigEndian(std::string& bytes, std::size_t offset, std::size_t value) {
-    for (std::size_t i = 0; i < 4; ++i)
-        bytes[offset + i] = static_cast<char>(value >> (24 - 8 * i) & 0xFF);
+void putBigEndian(std::string& bytes, std::size_t offset, std::int64_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+        bytes[offset++] = static_cast<char>(value >> shift & 0xFF);
 }
 
 void appendWords(std::string& bytes, std::initializer_list<int> words) {
@@ -34,9 +36,9 @@ void appendWords(std::string& bytes, std::initializer_list<int> words) {
 }
 
 // Count and place of the section that begins here.
-void announce(std::string& bytes, std::size_t offset, std::size_t count) {
+void announce(std::string& bytes, std::size_t offset, std::int64_t count) {
     putBigEndian(bytes, offset, count);
-    putBigEndian(bytes, offset + 4, bytes.size());
+    putBigEndian(bytes, offset + 4, std::ssize(bytes));
 }
 
 void appendClusters(std::string& bytes, const std::vector<int>& clusters, int width) {
@@ -50,10 +52,11 @@ void appendClusters(std::string& bytes, const std::vector<int>& clusters, int wi
         appendWords(bytes, {kClusterEnd});
 }
 
-std::size_t clusterCount(const std::vector<int>& clusters) {
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < clusters.size(); ++i)
-        count += clusters[i] != kClusterEnd && (i == 0 || clusters[i - 1] == kClusterEnd);
+int clusterCount(const std::vector<int>& clusters) {
+    int count = 0;
+    int previous = kClusterEnd;
+    for (const int pixel : clusters)
+        count += std::exchange(previous, pixel) == kClusterEnd && pixel != kClusterEnd;
     return count;
 }
 
@@ -61,13 +64,13 @@ std::size_t clusterCount(const std::vector<int>& clusters) {
 
 void writeClassicDefects(const std::string& path, const Shape& shape, const VectorDefect& defects) {
     std::string bytes(kImageHeaderBytes, '\0');
-    putBigEndian(bytes, kWidthOffset, static_cast<std::size_t>(shape.width));
-    putBigEndian(bytes, kHeightOffset, static_cast<std::size_t>(shape.height));
-    announce(bytes, kPointOffset, defects.points.size());
+    putBigEndian(bytes, kWidthOffset, shape.width);
+    putBigEndian(bytes, kHeightOffset, shape.height);
+    announce(bytes, kPointOffset, std::ssize(defects.points));
     for (const int pixel : defects.points)
         appendWords(bytes, {pixel % shape.width, pixel / shape.width});
-    announce(bytes, kRowOffset, defects.rows.size());
-    putBigEndian(bytes, kColumnOffset, defects.columns.size());
+    announce(bytes, kRowOffset, std::ssize(defects.rows));
+    putBigEndian(bytes, kColumnOffset, std::ssize(defects.columns));
     for (const int row : defects.rows)
         appendWords(bytes, {0, row, shape.width - 1, row});
     for (const int column : defects.columns)

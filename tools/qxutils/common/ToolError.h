@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+// How the program ends when it cannot do what it was told.
+
+namespace qx::tool {
+
+// What the program tells its caller; scripts rely on the numbers.
+enum class ExitCode : int {
+    Passed = 0,
+    Failed = 1,
+    Usage = 2,
+    NotPassed = 3,
+};
+
+// Ends the program with one line on standard error: what went wrong and what to do.
+class ToolError : public std::runtime_error {
+public:
+    explicit ToolError(const std::string& message, ExitCode exitCode = ExitCode::Failed)
+        : std::runtime_error(message), exitCode_(exitCode) {}
+
+    ExitCode exitCode() const { return exitCode_; }
+
+private:
+    ExitCode exitCode_;
+};
+
+}  // namespace qx::tool

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "defects/DefectLists.h"
+
+#include <iosfwd>
+
+// What the user reads about the defects in a file.
+
+namespace qx::tool {
+
+// How many there are of each kind.
+void printDefectCounts(std::ostream& out, const DefectLists& lists);
+
+// The same with the first ones of each kind.
+void printDefectLists(std::ostream& out, const DefectLists& lists);
+
+}  // namespace qx::tool

@@ -1,0 +1,105 @@
+#include "demo/Demo.h"
+
+#include "demo/CalibrationFlow.h"
+#include "demo/DemoPictures.h"
+#include "demo/DemoScene.h"
+#include "demo/FieldExposures.h"
+#include "demo/FlowPictures.h"
+#include "image/RawImage.h"
+#include "ndt/NdtDemo.h"
+#include "ndt/NdtPicture.h"
+#include "picture/PngWriter.h"
+#include "snr/FactorySeries.h"
+#include "snr/FactorySnrDemo.h"
+#include "stripe/StripeDemo.h"
+
+#include <filesystem>
+#include <ostream>
+#include <system_error>
+#include <vector>
+
+namespace qx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kNdtPreviewWidth = 256;
+
+void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
+    constexpr int kSmall = 288;
+    constexpr int kLarge = 576;
+    std::vector<Tile> tiles = drawBalance(flow, kSmall);
+    tiles.push_back(drawShadow(flow, kSmall));
+    writePng((folder / "flow.png").string(), drawTiles(tiles, 3));
+    writePng((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
+    writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
+}
+
+void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
+                        const SnrSeries& factory) {
+    const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
+    const RawImage rawFlat = scene.rawFlat();
+    writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
+    writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
+    for (const JudgedExposure& judged : exposures)
+        writePng(path(judged.exposure.name), makePreview(judged.image, PercentileWindow{}, kPreviewWidth));
+    writePng(path("squares"), drawSquares(exposures.front().image));
+    writePng(path("overview"), drawOverview(rawFlat, exposures));
+    writePng(path("snr-series"), drawSeriesPlot(exposures, factory));
+}
+
+void reportFiles(std::ostream& out, const std::string& folder, const JudgedExposure& kept,
+                 const CalibrationFlow& flow) {
+    out << "\nPictures: " << folder
+        << "/*.png (begin with overview.png, flow.png, stripe.png, ndt.png and snr-series.png)\n"
+        << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
+        out << "Daily log: " << entry.path().generic_string() << '\n';
+    out << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape " << toText(kept.image.shape)
+        << " --factory " << folder << "/factory-snr.toml\n"
+        << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
+        << toText(flow.dark.shape) << '\n'
+        << "Try: qxutils stripe " << folder << "/striped.raw --shape " << toText(flow.dark.shape) << " --trigger "
+        << kDemoTriggerLine << " -o corrected.raw --png before-after.png\n"
+        << "Try: qxutils ndt calibrate " << folder << "/ndt/bright.raw " << folder << "/ndt/dark.raw --shape "
+        << toText(kNdtDemoPanel) << " --out calibration\n";
+}
+
+}  // namespace
+
+int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std::string& folder) {
+    out << "Building a virtual panel of " << toText(shape) << " pixels, seed " << seed << std::endl;
+    const DemoScene scene(shape, seed);
+    out << "Measuring the factory series" << std::endl;
+    const SnrSeries factory = scene.measureFactorySeries();
+    const std::vector<JudgedExposure> exposures = judgeField(out, scene, factory);
+    printField(out, exposures, factory);
+    out << "\nWalking through the calibration flow" << std::endl;
+    const CalibrationFlow flow = runCalibrationFlow(seed, folder + "/flow");
+    const int wrongVerdicts = printFlow(out, flow);
+
+    out << "\nCorrecting images that triggered themselves" << std::endl;
+    const std::vector<StripeCase> stripes = correctDemoStripes(seed);
+    printStripes(out, stripes);
+
+    out << "\nCorrecting images of non-destructive testing" << std::endl;
+    const NdtDemo ndt = runNdtDemo(seed, folder + "/ndt");
+    printNdt(out, ndt);
+
+    out << "\nFactory SNR: measuring the images of the factory" << std::endl;
+    printFactorySnrDemo(out, runFactorySnrDemo(seed, folder + "/factory"));
+
+    writeFlowPictures(folder, flow);
+    writePng(folder + "/stripe.png", drawStripeCase(stripes.front()));
+    writePng(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
+    writePng(folder + "/ndt.png", drawNdt(ndt, kNdtPreviewWidth));
+    saveRawImage(folder + "/striped.raw", stripes.front().striped);
+    writeFieldPictures(folder, scene, exposures, factory);
+    saveFactorySeries(folder + "/factory-snr.toml", factory);
+    saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
+    reportFiles(out, folder, exposures.back(), flow);
+    return wrongVerdicts;
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,59 @@
+#include "info/FileHeader.h"
+
+#include "common/TextTable.h"
+#include "image/RawImage.h"
+
+#include <QxUtils.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <iostream>
+#include <vector>
+
+namespace qx::tool {
+namespace {
+
+FileHeader parseHeader(const std::vector<char>& bytes) {
+    FileHeader header;
+    getDetectorFileHeadFromImageHead(&header.file, bytes.data());
+    getDetectorInfoHeadFromImageHead(&header.detector, bytes.data());
+    return header;
+}
+
+}  // namespace
+
+bool FileHeader::fits(std::int64_t fileBytes) const {
+    const auto pixels = std::int64_t{file.width} * file.height;
+    const std::int64_t content = fileBytes - kImageHeaderBytes;
+    return file.width > 0 && file.height > 0 && content % pixels == 0 &&
+           (content / pixels == 2 || content / pixels == 4);
+}
+
+FileHeader loadFileHeader(const std::string& path) {
+    return parseHeader(loadBytes(path, kImageHeaderBytes));
+}
+
+FileHeader loadFactorySnrHeader(const std::string& path) {
+    const std::vector<char> bytes = loadBytes(path, kImageHeaderBytes);
+    FileHeader header = parseHeader(bytes);
+    std::memcpy(&header.file.width, bytes.data() + offsetof(DetectorFileHead, width), sizeof header.file.width);
+    std::memcpy(&header.file.height, bytes.data() + offsetof(DetectorFileHead, height), sizeof header.file.height);
+    return header;
+}
+
+void printHeader(const FileHeader& header) {
+    TextTable table({"header", "width", "height", "detector type", "integration time", "temperature"});
+    table.addRow({"", std::to_string(header.file.width), std::to_string(header.file.height),
+                  std::to_string(header.detector.detectorType),
+                  formatNumber(header.detector.integrationTime, 1) + " ms",
+                  formatNumber(header.detector.temperature, 1) + " C"});
+    table.print(std::cout);
+}
+
+std::optional<float> headerIntegrationTime(const std::string& path) {
+    const float time = loadFileHeader(path).detector.integrationTime;
+    return std::isfinite(time) && time > 0 ? std::optional(time) : std::nullopt;
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QxUtils/Records.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qx::tool {
+
+// What the header at the beginning of an image, defect or factory SNR file says.
+struct FileHeader {
+    DetectorFileHead file{};
+    DetectorInfoHead detector{};
+
+    // Whether its width and height make up the file's length, with 2 or 4 bytes a pixel.
+    bool fits(std::int64_t fileBytes) const;
+};
+
+FileHeader loadFileHeader(const std::string& path);
+
+// Of a factory SNR file, which keeps its size in the processor's order.
+FileHeader loadFactorySnrHeader(const std::string& path);
+
+void printHeader(const FileHeader& header);
+
+// The integration time in the header of an image file, in ms; none when it does not tell.
+std::optional<float> headerIntegrationTime(const std::string& path);
+
+}  // namespace qx::tool
