@@ -1,14 +1,12 @@
 // Files whose readers and writers run out of memory: every allocation is made to fail once.
 
 #include "DefectFiles.h"
-#include "DetectorFixture.h"
-#include "FailingAllocator.h"
+#include "FaultFixture.h"
 #include "SnrFiles.h"
 
 #include <QxUtils/Correction.h>
 #include <QxUtils/Quality.h>
 
-#include <functional>
 #include <new>
 
 namespace {
@@ -16,25 +14,9 @@ namespace {
 using namespace qx::test;
 namespace fs = std::filesystem;
 
-class FileFault : public DetectorFixture {
+class FileFault : public FaultFixture {
 protected:
     const std::string dir_ = kitDirectory(folder().path());
-
-    // Lines of the log take memory of their own, which matters to nothing: without them only the operation's fails.
-    void failEach(const std::function<int()>& call, const std::function<void(int)>& check) {
-        setLogLevel(4);
-        for (failures_ = 0;; ++failures_) {
-            failAllocation(failures_ + 1);
-            const int status = call();
-            if (!stopFailing())
-                break;
-            check(status);
-        }
-        EXPECT_EQ(0, call());
-        setLogLevel(1);
-    }
-
-    long failures_ = 0;
 };
 
 TEST_F(FileFault, defect_files_answer_1035_and_leave_empty_lists) {
@@ -45,18 +27,21 @@ TEST_F(FileFault, defect_files_answer_1035_and_leave_empty_lists) {
     defects.clusters = {{{1, 0, 0, 0}, {{}}}};
     writeFile(folder() / structuredName, structuredFile(defects));
     writeFile(folder() / "classic", classicFile({10, {{1, 1}, {2, 2}}, {{1, 0, 1, 9}, {0, 3, 9, 3}}, {1, 2, -1}}));
+    setLogLevel(4);
     for (const std::string& name : {std::string("classic"), structuredName}) {
         VectorDefect classic;
         DefectInfo structured;
-        failEach([&] { return getDefectIndexFromDefectFile(dir_.c_str(), name.c_str(), &classic, &structured); },
-                 [&](int status) {
-                     EXPECT_EQ(1035, status);
-                     EXPECT_TRUE(classic.points.empty() && classic.clusters.empty() && classic.rows.empty() &&
-                                 classic.columns.empty());
-                     EXPECT_TRUE(structured.points.empty() && structured.clusters.empty() && structured.rows.empty() &&
-                                 structured.columns.empty());
-                 });
-        EXPECT_GE(failures_, 4);
+        const auto load = [&] {
+            return getDefectIndexFromDefectFile(dir_.c_str(), name.c_str(), &classic, &structured);
+        };
+        const auto isEmpty = [](const auto& lists) {
+            return lists.points.empty() && lists.clusters.empty() && lists.rows.empty() && lists.columns.empty();
+        };
+        EXPECT_LE(4, failEach<int>(load, [&](int status) {
+                      EXPECT_EQ(1035, status);
+                      EXPECT_TRUE(isEmpty(classic) && isEmpty(structured));
+                  }));
+        EXPECT_EQ(0, load());
     }
 }
 
@@ -83,42 +68,39 @@ TEST_F(FileFault, factory_series_answer_1035_and_leave_the_list) {
     writeFile(folder() / "snr.raw",
               std::string(65536, '\0') + snrPayload({1, 2, 1, 7}, {{5, 1, 1.0f, {2.0f}}, {6, 1, 1.0f, {2.0f}}}));
     FactoryDiffIntSNRList list{{1}, {}};
-    failEach([&] { return loadAllSNRFromFactory(dir_.c_str(), "snr.raw", list, 7); },
-             [&](int status) {
-                 EXPECT_EQ(1035, status);
-                 EXPECT_EQ(std::vector<int>{1}, list.integrationTimes);
-                 EXPECT_TRUE(list.records.empty());
-             });
-    EXPECT_GE(failures_, 4);
-    // The first allocation behind the opening line's is the file's content.
-    for (long failing = 1; failing < 100; ++failing) {
-        FactoryDiffIntSNRList empty;
-        failAllocation(failing);
-        const int status = loadAllSNRFromFactory(dir_.c_str(), "snr.raw", empty, 7);
-        stopFailing();
-        if (status == 1035)
-            break;
-    }
-    EXPECT_EQ("Utils  | I | allocate factorySNRFileData failed, expected size is 655841035", logLines().back());
+    const auto load = [&] {
+        list.integrationTimes.resize(1);
+        list.records.clear();
+        return loadAllSNRFromFactory(dir_.c_str(), "snr.raw", list, 7);
+    };
+    setLogLevel(4);
+    EXPECT_LE(4, failEach<int>(load, [&](int status) {
+                  EXPECT_EQ(1035, status);
+                  EXPECT_EQ(std::vector<int>{1}, list.integrationTimes);
+                  EXPECT_TRUE(list.records.empty());
+              }));
+    EXPECT_EQ(0, load());
+    setLogLevel(1);
+    const std::string line = "Utils  | I | allocate factorySNRFileData failed, expected size is 655841035";
+    EXPECT_TRUE(refusals(load).front().ends_with(line));
 }
 
+// An image that cannot be measured is left out, a directory that cannot be listed has none.
 TEST_F(FileFault, factory_images_without_memory_make_no_file) {
     detector().width = 130;
     detector().height = 128;
     fs::create_directory(folder() / "500ms");
     writeFile(fs::path(folder() / "500ms") / "one", imageFile(flatImage(130, 128, 5000, 9, 1), 500.0f));
-    int status = 0;
     const std::string result = folder() / "4343-SNR.raw";
+    setLogLevel(4);
     printedBy([&] {
-        failEach([&] { return status = retrieveAllSNRForQualityCheck(7, dir_.c_str()); },
-                 [&](int) {
-                     // An image that cannot be measured is left out, a directory that cannot be listed has none.
-                     EXPECT_TRUE(status == 1035 || status == 1040) << status;
-                     EXPECT_FALSE(fs::exists(result));
-                 });
+        EXPECT_LE(5, failEach<int>([&] { return retrieveAllSNRForQualityCheck(7, dir_.c_str()); },
+                                   [&](int status) {
+                                       EXPECT_TRUE(status == 1035 || status == 1040) << status;
+                                       EXPECT_FALSE(fs::exists(result));
+                                   }));
     });
     EXPECT_TRUE(fs::exists(result));
-    EXPECT_GE(failures_, 5);
 }
 
 }  // namespace

@@ -5,9 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
-#include <functional>
+#include <span>
 
 namespace {
 
@@ -15,7 +16,6 @@ using qx::test::putBig;
 using qx::test::randomBytes;
 
 constexpr std::size_t kInfo = 16384;
-constexpr std::size_t kPc = 32768;
 
 template <class Record>
 std::string bytesOf(const Record& record) {
@@ -24,58 +24,35 @@ std::string bytesOf(const Record& record) {
     return bytes;
 }
 
-// A header that ends where the last byte to be read does, so that reading on is noticed.
-std::vector<char> headerUpTo(std::size_t end, std::uint64_t seed) {
-    const std::string bytes = randomBytes(end, seed);
-    return {bytes.begin(), bytes.end()};
-}
-
-std::string region(const std::vector<char>& header, std::size_t offset, std::size_t size) {
-    return {header.data() + offset, size};
-}
-
-void reverseFields(std::string& bytes, std::size_t first, std::size_t last) {
-    for (std::size_t offset = first; offset <= last; offset += 4) {
-        std::swap(bytes[offset], bytes[offset + 3]);
-        std::swap(bytes[offset + 1], bytes[offset + 2]);
-    }
-}
-
-TEST(DetectorFileHeadRecord, sixteen_numbers_change_their_order_and_the_rest_stays) {
+// The record is the region of the header, the numbers from first to last of each run with their bytes reversed. The
+// header ends where the last byte to be read does, so that reading on is noticed.
+template <class Record>
+void expectRecord(void (*get)(Record*, const char*), std::size_t offset, std::size_t size,
+                  std::span<const std::size_t[2]> runs) {
+    ASSERT_EQ(size, sizeof(Record));
     for (std::uint64_t seed = 1; seed < 4; ++seed) {
-        const std::vector<char> header = headerUpTo(72, seed);
-        std::string expected = region(header, 0, 72);
-        reverseFields(expected, 8, 68);
-        DetectorFileHead record;
-        std::memset(&record, 0x5A, sizeof record);
-        getDetectorFileHeadFromImageHead(&record, header.data());
+        const std::string bytes = randomBytes(offset + size, seed);
+        const std::vector<char> header(bytes.begin(), bytes.end());
+        std::string expected = bytes.substr(offset);
+        for (const auto& [first, last] : runs) {
+            for (std::size_t field = first; field <= last; field += 4)
+                std::reverse(expected.begin() + field, expected.begin() + field + 4);
+        }
+        Record record;
+        std::memset(&record, 0x5A, size);
+        get(&record, header.data());
         EXPECT_EQ(expected, bytesOf(record));
-        EXPECT_EQ(headerUpTo(72, seed), header);
+        EXPECT_EQ(bytes, std::string(header.begin(), header.end()));
     }
 }
 
-TEST(DetectorInfoHeadRecord, numbers_change_their_order_and_the_rest_stays) {
-    for (std::uint64_t seed = 1; seed < 4; ++seed) {
-        const std::vector<char> header = headerUpTo(kInfo + 656, seed);
-        std::string expected = region(header, kInfo, 656);
-        const std::size_t runs[][2] = {{0, 4},     {40, 52},   {80, 132},  {396, 420}, {484, 512},
-                                       {520, 520}, {528, 528}, {536, 548}, {560, 572}, {640, 652}};
-        for (const auto& [first, last] : runs)
-            reverseFields(expected, first, last);
-        DetectorInfoHead record;
-        std::memset(&record, 0x5A, sizeof record);
-        getDetectorInfoHeadFromImageHead(&record, header.data());
-        EXPECT_EQ(expected, bytesOf(record));
-        EXPECT_EQ(headerUpTo(kInfo + 656, seed), header);
-    }
-}
-
-TEST(PcImageHeadRecord, is_the_region_as_it_stands) {
-    const std::vector<char> header = headerUpTo(kPc + 568, 1);
-    PcImgHead record;
-    std::memset(&record, 0x5A, sizeof record);
-    getPcImageHeadFromImageHead(&record, header.data());
-    EXPECT_EQ(region(header, kPc, 568), bytesOf(record));
+TEST(HeaderRecords, numbers_change_their_order_and_the_rest_stays) {
+    constexpr std::size_t kFile[][2] = {{8, 68}};
+    constexpr std::size_t kInformation[][2] = {{0, 4},     {40, 52},   {80, 132},  {396, 420}, {484, 512},
+                                               {520, 520}, {528, 528}, {536, 548}, {560, 572}, {640, 652}};
+    expectRecord(getDetectorFileHeadFromImageHead, 0, 72, kFile);
+    expectRecord(getDetectorInfoHeadFromImageHead, kInfo, 656, kInformation);
+    expectRecord(getPcImageHeadFromImageHead, 32768, 568, {});
 }
 
 TEST(HeaderRecords, named_fields_of_a_header_made_by_hand) {

@@ -3,8 +3,6 @@
 #include <QxUtils/Foundation.h>
 
 #include <climits>
-#include <cstdio>
-#include <ctime>
 
 namespace {
 
@@ -15,20 +13,6 @@ using Lines = std::vector<std::string>;
 using LogFile = qx::test::DetectorFixture;
 using ErrorLine = qx::test::DetectorFixture;
 using RemoveLogFile = qx::test::DetectorFixture;
-
-TEST_F(LogFile, lines_carry_stamp_tag_letter_text_and_value) {
-    ASSERT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, "<checkPreImg> terminates with a return value ", 0));
-    const Lines lines = stampedLogLines();
-    ASSERT_EQ(1u, lines.size());
-    ASSERT_LE(23u, lines[0].size());
-    std::string shape = lines[0];
-    std::replace_if(
-        shape.begin(), shape.begin() + 23, [](char c) { return c >= '0' && c <= '9'; }, 'd');
-    EXPECT_EQ("dddd/dd/dd-dd:dd:dd.ddd | Utils  | I | <checkPreImg> terminates with a return value 0", shape);
-    const std::string day = lines[0].substr(0, 10);
-    EXPECT_EQ(day.substr(0, 4) + "-" + day.substr(5, 2) + "-" + day.substr(8, 2) + ".log",
-              logFiles()[0].filename().string());
-}
 
 TEST_F(LogFile, every_module_has_its_tag) {
     for (int module = 0; module <= 9; ++module)
@@ -154,36 +138,6 @@ TEST_F(ErrorLine, long_source_names_are_cut) {
     const std::string whole = "Error occur in " + std::string(200, 'n') + ",line 5";
     WriteErrorLine(LogModuleUtils, 5, std::string(200, 'n').c_str());
     EXPECT_EQ(Lines{"Utils  | E | " + whole.substr(0, 99)}, logLines());
-}
-
-// Name of a daily log by today's date in the approximate calendar of 30-day months, monthsBack and daysBack ago. The
-// fields may leave their natural range: they are only parsed as numbers.
-std::string datedName(int monthsBack, int daysBack) {
-    const std::time_t now = std::time(nullptr);
-    const std::tm* today = std::localtime(&now);
-    char name[40];
-    std::snprintf(name, sizeof name, "%04d-%02d-%02d", today->tm_year + 1900, today->tm_mon + 1 - monthsBack,
-                  today->tm_mday - daysBack);
-    return name;
-}
-
-TEST_F(RemoveLogFile, deletes_what_is_more_than_thirty_days_old) {
-    const std::string kept[] = {datedName(0, 0) + ".log", datedName(1, 0) + ".log", "notes.log", "2001-1-01.log",
-                                "20010-01-01.log",        "2001_01_01.log",         "2001-01"};
-    const std::string deleted[] = {datedName(1, 1) + ".log", "2001-01-01.log", "2001-12-31-old.txt", "2001-01-01",
-                                   "your-my-notes.txt"};  // letters count as 0
-    fs::create_directory(logFolder());
-    for (const std::string& name : kept)
-        qx::test::writeFile(logFolder() / name, "x");
-    for (const std::string& name : deleted)
-        qx::test::writeFile(logFolder() / name, "x");
-    fs::create_directory(logFolder() / "2001-02-03");
-    EXPECT_EQ(0, removeLogFile());
-    for (const std::string& name : kept)
-        EXPECT_TRUE(fs::exists(logFolder() / name)) << name;
-    for (const std::string& name : deleted)
-        EXPECT_FALSE(fs::exists(logFolder() / name)) << name;
-    EXPECT_TRUE(fs::is_directory(logFolder() / "2001-02-03"));
 }
 
 TEST_F(RemoveLogFile, missing_folder_is_fine) {

@@ -4,11 +4,11 @@
 
 #include <chrono>
 #include <climits>
-#include <cstring>
 #include <ctime>
 #include <iomanip>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -21,27 +21,20 @@ std::string localTime(const char* format) {
     return text.str();
 }
 
-void expectTimeText(void (*write)(char*), const char* format) {
-    char text[40];
-    std::memset(text, '#', sizeof text);
-    const std::string before = localTime(format);
-    write(text);
-    const std::string after = localTime(format);
-    EXPECT_TRUE(text == before || text == after) << text << " is neither " << before << " nor " << after;
-    EXPECT_EQ('#', text[before.size() + 1]) << "written behind the end";
-}
-
-TEST(SetTimeStamp, writes_fourteen_digits) {
-    expectTimeText(setTimeStamp, "%Y%m%d%H%M%S");
-}
-
-TEST(GetLocalTimeStr, writes_date_and_time) {
-    expectTimeText(getLocalTimeStr, "%Y-%m-%d %H:%M:%S");
-}
-
-TEST(TimeTexts, null_is_ignored) {
-    setTimeStamp(nullptr);
-    getLocalTimeStr(nullptr);
+TEST(TimeTexts, hold_digits_or_date_and_time) {
+    constexpr std::pair<void (*)(char*), const char*> kTexts[] = {{setTimeStamp, "%Y%m%d%H%M%S"},
+                                                                  {getLocalTimeStr, "%Y-%m-%d %H:%M:%S"}};
+    for (const auto& [write, format] : kTexts) {
+        std::string text(40, '#');
+        const std::string before = localTime(format);
+        write(text.data());
+        const std::string after = localTime(format);
+        const std::size_t end = before.size() + 1;
+        EXPECT_TRUE(text.c_str() == before || text.c_str() == after)
+            << text << " is neither " << before << " nor " << after;
+        EXPECT_EQ(std::string(40 - end, '#'), text.substr(end)) << "written behind the end";
+        write(nullptr);
+    }
 }
 
 TEST(TimeCounter, difference_is_taken_in_32_bits) {

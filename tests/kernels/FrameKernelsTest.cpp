@@ -1,14 +1,13 @@
 // Every vector level gives what the plain arithmetic gives, bit for bit, around every width of a vector.
 
-#include "Builders.h"
 #include "Compare.h"
+#include "FloatKinds.h"
 #include "levels/AtVectorLevel.h"
 #include "reference/correction/PlainNdt.h"
 
 #include "kernels/FrameKernels.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -31,61 +30,34 @@ constexpr std::uint32_t kBorders[] = {0,           1,           2,           0xF
                                       0x7FFFFFBF,  0x7FFFFFC0,  0x7FFFFFFF,  0x80000000, 0x80000080u,
                                       0x80000081u, 0xFFFFFF7Fu, 0xFFFFFF80u, 0xFFFFFFFF};
 
-enum class Kind { Narrow, WholeRange, Borders };
-constexpr Kind kKinds[] = {Kind::Narrow, Kind::WholeRange, Kind::Borders};
+constexpr Draw<std::uint32_t> kKinds[] = {
+    [](SplitMix64& random) { return static_cast<std::uint32_t>(random.below(70000)); },
+    [](SplitMix64& random) { return static_cast<std::uint32_t>(random.next()); },
+    [](SplitMix64& random) { return kBorders[random.below(19)]; }};
 
-// Pixels and one beyond them that nothing may look at.
-Longs pixelsOf(Kind kind, int count, std::uint64_t seed) {
-    SplitMix64 random(seed);
-    Longs pixels(static_cast<std::size_t>(count) + 1);
-    for (std::uint32_t& pixel : pixels) {
-        const auto any = static_cast<std::uint32_t>(random.next());
-        pixel = kind == Kind::Narrow ? any % 70000 : kind == Kind::WholeRange ? any : kBorders[any % 19];
-    }
-    return pixels;
+// Special ones and of every magnitude among usual ones.
+float fixedGain(SplitMix64& random) {
+    const int kind = random.below(10);
+    return kind == 0   ? specialFloat<float>(random)
+           : kind == 1 ? kFloatKinds<float>[1](random)
+                       : static_cast<float>(random.below(65536)) / 30000.0f;
 }
 
-// A fifth of them special.
-template <class Value, std::size_t specialCount>
-std::vector<Value> mixed(int count, std::uint64_t seed, const Value (&special)[specialCount], Value (*usual)(int)) {
-    SplitMix64 random(seed);
-    std::vector<Value> values(static_cast<std::size_t>(count) + 1);
-    for (Value& value : values)
-        value =
-            random.below(5) == 0 ? special[random.below(static_cast<int>(specialCount))] : usual(random.below(65536));
-    return values;
-}
-
-Floats fixedGains(int count, std::uint64_t seed) {
-    constexpr float kSpecial[] = {0.0f,
-                                  -0.0f,
-                                  -1.0f,
-                                  1e-30f,
-                                  1e9f,
-                                  -1e10f,
-                                  3e38f,
-                                  -1e-45f,
-                                  Limits::infinity(),
-                                  -Limits::infinity(),
-                                  0.5f,
-                                  Limits::quiet_NaN()};
-    return mixed<float>(count, seed, kSpecial, [](int any) { return static_cast<float>(any) / 30000.0f; });
-}
-
-Words ndtGains(int count, std::uint64_t seed) {
+std::uint16_t ndtGain(SplitMix64& random) {
     constexpr std::uint16_t kSpecial[] = {0, 0, 1, 9999, 10000, 32768, 65535};
-    return mixed<std::uint16_t>(count, seed, kSpecial, [](int any) { return static_cast<std::uint16_t>(any); });
+    return random.below(5) == 0 ? kSpecial[random.below(7)] : static_cast<std::uint16_t>(random.below(65536));
 }
 
 class FrameKernelsAt : public AtVectorLevel {
 protected:
-    // Calls check(count, image, dark) with images of every kind and length.
+    // Calls check(count, image, dark) with images of every kind and length, and one pixel beyond them that nothing may
+    // look at.
     template <class Check>
     static void forImages(Check check) {
-        for (const Kind kind : kKinds) {
+        for (const auto& kind : kKinds) {
             for (int count = 0; count <= kMostPixels; ++count) {
                 const auto seed = static_cast<std::uint64_t>(2 * count);
-                check(count, pixelsOf(kind, count, seed), pixelsOf(kind, count, seed + 1));
+                check(count, drawn(kind, count + 1, seed), drawn(kind, count + 1, seed + 1));
             }
         }
     }
@@ -143,7 +115,7 @@ TEST_P(FrameKernelsAt, ratios_of_differences) {
 
 TEST_P(FrameKernelsAt, products_with_the_fixed_gain) {
     forImages([](int count, const Longs& image, const Longs& dark) {
-        const Floats gains = fixedGains(count, static_cast<std::uint64_t>(count));
+        const Floats gains = drawn(fixedGain, count + 1, static_cast<std::uint64_t>(count));
         Floats expected(image.size(), kPoison);
         Floats actual = expected;
         plain::correctByFixedGain(expected.data(), image.data(), dark.data(), gains.data(), count);
@@ -155,7 +127,7 @@ TEST_P(FrameKernelsAt, products_with_the_fixed_gain) {
 
 TEST_P(FrameKernelsAt, quotients_by_the_ndt_gain) {
     forImages([](int count, const Longs& image, const Longs& dark) {
-        const Words gains = ndtGains(count, static_cast<std::uint64_t>(count));
+        const Words gains = drawn(ndtGain, count + 1, static_cast<std::uint64_t>(count));
         Floats expected(image.size(), kPoison);
         Floats actual = expected;
         plain::correctByNdtGain(expected.data(), image.data(), dark.data(), gains.data(), count);

@@ -10,7 +10,6 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,49 +30,37 @@ protected:
 };
 
 template <class Record>
-Record poisoned() {
-    Record record;
-    std::memset(&record, 0xA5, sizeof(record));
-    return record;
+std::string bytesOf(const Record& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof(record)};
 }
 
 template <class Record>
-bool isPoisoned(const Record& record) {
-    const Record poison = poisoned<Record>();
-    return std::memcmp(&record, &poison, sizeof(record)) == 0;
-}
-
-template <class Record>
-struct Query {
-    std::function<int(Record*)> call;
-    int qxkit::DetectorFaults::*fault;
-};
-
-template <class Record>
-void expectFaultAndNullKeepOutput(const Query<Record>& query) {
-    auto output = poisoned<Record>();
-    qxkit::virtualDetector().faults.*query.fault = 7;
-    EXPECT_EQ(7, query.call(&output));
-    EXPECT_TRUE(isPoisoned(output));
-    qxkit::virtualDetector().faults.*query.fault = 0;
-    EXPECT_EQ(1057, query.call(nullptr));
-    EXPECT_EQ(0, query.call(&output));
-    EXPECT_FALSE(isPoisoned(output));
+void expectFaultAndNullKeepOutput(int (*call)(Record*), int qxkit::DetectorFaults::*fault) {
+    Record output;
+    std::memset(&output, 0xA5, sizeof(output));
+    const std::string poison = bytesOf(output);
+    qxkit::virtualDetector().faults.*fault = 7;
+    EXPECT_EQ(7, call(&output));
+    EXPECT_EQ(poison, bytesOf(output));
+    qxkit::virtualDetector().faults.*fault = 0;
+    EXPECT_EQ(1057, call(nullptr));
+    EXPECT_EQ(0, call(&output));
+    EXPECT_NE(poison, bytesOf(output));
 }
 
 TEST_F(VirtualDetector, faults_are_returned_and_keep_the_output) {
     using Faults = qxkit::DetectorFaults;
-    expectFaultAndNullKeepOutput<FpgaReg>({getFpgaReg, &Faults::getFpgaReg});
-    expectFaultAndNullKeepOutput<DetectorInformation>({getDetectorInformation, &Faults::getDetectorInformation});
-    expectFaultAndNullKeepOutput<ModeInfo>({getModeInfo, &Faults::getModeInfo});
-    expectFaultAndNullKeepOutput<StatusInformation>({getStatusInformation, &Faults::getStatusInformation});
-    expectFaultAndNullKeepOutput<int>({getAFEWidthByDetectorDescription, &Faults::getAFEWidthByDetectorDescription});
-    expectFaultAndNullKeepOutput<int>(
-        {[](int* value) { return getDetectorIparam(196, value); }, &Faults::getDetectorIparam});
     using Header = std::array<char, kHeaderBytes>;
+    expectFaultAndNullKeepOutput(getFpgaReg, &Faults::getFpgaReg);
+    expectFaultAndNullKeepOutput(getDetectorInformation, &Faults::getDetectorInformation);
+    expectFaultAndNullKeepOutput(getModeInfo, &Faults::getModeInfo);
+    expectFaultAndNullKeepOutput(getStatusInformation, &Faults::getStatusInformation);
+    expectFaultAndNullKeepOutput(getAFEWidthByDetectorDescription, &Faults::getAFEWidthByDetectorDescription);
+    expectFaultAndNullKeepOutput<int>([](int* value) { return getDetectorIparam(196, value); },
+                                      &Faults::getDetectorIparam);
     expectFaultAndNullKeepOutput<Header>(
-        {[](Header* header) { return fillImgHead(header == nullptr ? nullptr : header->data(), 17, 1); },
-         &Faults::fillImgHead});
+        [](Header* header) { return fillImgHead(header == nullptr ? nullptr : header->data(), 17, 1); },
+        &Faults::fillImgHead);
 }
 
 TEST_F(VirtualDetector, queries_answer_from_the_state) {
@@ -110,7 +97,8 @@ TEST_F(VirtualDetector, information_holds_big_endian_sizes_and_a_cut_description
     detector().width = 0x00000C80;
     detector().height = 0x01020304;
     detector().description = "Halbrook" + std::string(400, 'x');
-    auto information = poisoned<DetectorInformation>();
+    DetectorInformation information;
+    std::memset(&information, 0xA5, sizeof(information));
     ASSERT_EQ(0, getDetectorInformation(&information));
     const auto* bytes = reinterpret_cast<const unsigned char*>(&information);
     EXPECT_EQ((std::vector<unsigned char>{0, 0, 0x0C, 0x80, 1, 2, 3, 4}), std::vector<unsigned char>(bytes, bytes + 8));

@@ -6,16 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
-
-namespace qx {
-
-inline void PrintTo(VectorLevel level, std::ostream* out) {
-    *out << vectorLevelName(level);
-}
-
-}  // namespace qx
 
 namespace qx::test {
 
@@ -38,6 +29,19 @@ private:
 
 inline std::string levelName(const ::testing::TestParamInfo<VectorLevel>& info) {
     return vectorLevelName(info.param);
+}
+
+// Calls check with the library held to each vector level that the processor has.
+template <class Check>
+void atEachVectorLevel(Check check) {
+    const VectorLevel best = vectorLevel();
+    for (const VectorLevel level : kEveryVectorLevel) {
+        if (!forceVectorLevel(level))
+            continue;
+        SCOPED_TRACE(vectorLevelName(level));
+        check();
+    }
+    forceVectorLevel(best);
 }
 
 inline const auto kVectorLevels = ::testing::ValuesIn(kEveryVectorLevel);

@@ -14,17 +14,10 @@ namespace {
 namespace plain = qx::plain;
 using qx::test::TestImage;
 
-struct Region {
-    int rowStart, rowEnd, colStart, colEnd;
-};
-
-void PrintTo(const Region& r, std::ostream* out) {
-    *out << "rows " << r.rowStart << ".." << r.rowEnd << ", columns " << r.colStart << ".." << r.colEnd;
-}
-
 constexpr int kWidth = 70;
 constexpr int kHeight = 60;
-constexpr Region kRegions[] = {{0, 0, 0, 0},    {0, 0, 0, 1},    {5, 6, 7, 7},     {3, 5, 2, 4},     {0, 59, 0, 69},
+// First and last row, first and last column.
+constexpr int kRegions[][4] = {{0, 0, 0, 0},    {0, 0, 0, 1},    {5, 6, 7, 7},     {3, 5, 2, 4},     {0, 59, 0, 69},
                                {59, 59, 0, 69}, {0, 59, 69, 69}, {10, 41, 10, 41}, {10, 42, 10, 41}, {20, 36, 0, 68}};
 
 TEST(RegionStatistics, agree_with_the_plain_method) {
@@ -34,16 +27,14 @@ TEST(RegionStatistics, agree_with_the_plain_method) {
         std::vector<float> floats;
         for (WORD pixel : image.pixels)
             floats.push_back(static_cast<float>(pixel) * 1.37f - 20000.0f);
-        for (const Region& r : kRegions) {
-            EXPECT_EQ(plain::getROIMedian(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth),
-                      getROIMedian(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth))
-                << testing::PrintToString(r);
-            EXPECT_EQ(plain::getROIMedian(floats.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth),
-                      getROIMedian(floats.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth))
-                << testing::PrintToString(r);
-            EXPECT_EQ(plain::getROIMean(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth),
-                      getROIMean(image.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, kWidth))
-                << testing::PrintToString(r);
+        for (const auto& [top, bottom, left, right] : kRegions) {
+            SCOPED_TRACE(testing::Message() << top << ".." << bottom << ", " << left << ".." << right);
+            EXPECT_EQ(plain::getROIMedian(image.data(), top, bottom, left, right, kWidth),
+                      getROIMedian(image.data(), top, bottom, left, right, kWidth));
+            EXPECT_EQ(plain::getROIMedian(floats.data(), top, bottom, left, right, kWidth),
+                      getROIMedian(floats.data(), top, bottom, left, right, kWidth));
+            EXPECT_EQ(plain::getROIMean(image.data(), top, bottom, left, right, kWidth),
+                      getROIMean(image.data(), top, bottom, left, right, kWidth));
         }
     }
 }
@@ -60,34 +51,28 @@ TEST(RegionStatistics, by_hand) {
     EXPECT_EQ(65535, getROIMedian(words, 0, 0, 5, 5, 6));
 }
 
+// A median of nothing has a code of its own, the mean of no rows is 0. Both ranges reversed multiply to a positive
+// count, of zeros.
 TEST(RegionStatistics, null_and_impossible_regions) {
     const std::vector<WORD> words(100, 9);
     const std::vector<float> floats(100, 9.0f);
     EXPECT_EQ(1057, getROIMedian(static_cast<const WORD*>(nullptr), 0, 1, 0, 1, 10));
     EXPECT_EQ(1057, getROIMedian(static_cast<const float*>(nullptr), 0, 1, 0, 1, 10));
     EXPECT_EQ(1057, getROIMean(nullptr, 0, 1, 0, 1, 10));
-    for (const Region& r : {Region{0, 3, 6, 4}, Region{-1, 3, 0, 3}, Region{0, 3, -11, 3}, Region{0, 3, 4, INT_MIN},
-                            Region{INT_MAX, INT_MIN, INT_MAX, INT_MIN}}) {
-        const bool rowsReversed = r.rowStart > r.rowEnd;
-        EXPECT_EQ(1020, getROIMedian(words.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
-        EXPECT_EQ(1020, getROIMedian(floats.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
-        EXPECT_EQ(rowsReversed ? 0 : 1020, getROIMean(words.data(), r.rowStart, r.rowEnd, r.colStart, r.colEnd, 10));
+    const struct {
+        int top, bottom, left, right, median, mean;
+    } cases[] = {
+        {0, 3, 6, 4, 1020, 1020},       {-1, 3, 0, 3, 1020, 1020}, {0, 3, -11, 3, 1020, 1020},
+        {0, 3, 4, INT_MIN, 1020, 1020}, {0, 3, 5, 4, 1057, 1020},  {INT_MAX, INT_MIN, INT_MAX, INT_MIN, 1020, 0},
+        {3, 2, 0, 3, 1057, 0},          {3, 1, 0, 3, 1020, 0},     {5, 1, 5, 1, 0, 0}};
+    for (const auto& [top, bottom, left, right, median, mean] : cases) {
+        SCOPED_TRACE(testing::Message() << top << ".." << bottom << ", " << left << ".." << right);
+        EXPECT_EQ(median, getROIMedian(words.data(), top, bottom, left, right, 10));
+        EXPECT_EQ(median, getROIMedian(floats.data(), top, bottom, left, right, 10));
+        EXPECT_EQ(mean, getROIMean(words.data(), top, bottom, left, right, 10));
     }
     // Rows that start inside the image and leave it backwards.
     EXPECT_EQ(1020, getROIMedian(words.data(), 0, 1, 0, 3, -10));
-    // A median of nothing has a code of its own.
-    EXPECT_EQ(1057, getROIMedian(words.data(), 0, 3, 5, 4, 10));
-    EXPECT_EQ(1057, getROIMedian(floats.data(), 0, 3, 5, 4, 10));
-    EXPECT_EQ(1020, getROIMean(words.data(), 0, 3, 5, 4, 10));
-    // No rows are no pixels for the medians and 0 for the mean; reversed ones are an impossible region for the medians.
-    EXPECT_EQ(1057, getROIMedian(words.data(), 3, 2, 0, 3, 10));
-    EXPECT_EQ(1057, getROIMedian(floats.data(), 3, 2, 0, 3, 10));
-    EXPECT_EQ(0, getROIMean(words.data(), 3, 2, 0, 3, 10));
-    EXPECT_EQ(1020, getROIMedian(words.data(), 3, 1, 0, 3, 10));
-    // Both ranges reversed multiply to a positive count, of zeros.
-    EXPECT_EQ(0, getROIMedian(words.data(), 5, 1, 5, 1, 10));
-    EXPECT_EQ(0, getROIMedian(floats.data(), 5, 1, 5, 1, 10));
-    EXPECT_EQ(0, getROIMean(words.data(), 5, 1, 5, 1, 10));
 }
 
 }  // namespace

@@ -5,14 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 namespace {
 
 namespace plain = qx::plain;
-using qx::test::SplitMix64;
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -23,33 +24,42 @@ constexpr float kValues[] = {0.0f,     -0.0f,    1.0f,      1.0f, -1.0f,     50.
 constexpr int kFinite = 10;
 constexpr int kAll = 13;
 
-std::vector<float> tiedValues(int n, int kinds, std::uint64_t seed) {
-    SplitMix64 random(seed);
-    std::vector<float> data;
-    for (int i = 0; i < n; ++i)
-        data.push_back(kValues[random.below(kinds)]);
-    return data;
-}
-
-template <class Check>
-void sweepFloats(Check check) {
-    for (int n = 1; n <= 130; ++n) {
-        for (int kinds : {2, 4, kFinite, kAll}) {
-            SCOPED_TRACE("n = " + std::to_string(n) + ", kinds = " + std::to_string(kinds));
-            check(tiedValues(n, kinds, static_cast<std::uint64_t>(n)), n);
-        }
+template <class T>
+void expectPlainIndices(const std::vector<T>& data, int n) {
+    EXPECT_EQ(plain::getMinIndex(data.data(), n), getMinIndex(data.data(), n));
+    if constexpr (!std::is_same_v<T, WORD>) {
+        EXPECT_EQ(plain::getMaxIndex(data.data(), n), getMaxIndex(data.data(), n));
     }
 }
 
-TEST(GetMaxandMinIndex, agrees_with_the_plain_method) {
-    sweepFloats([](const std::vector<float>& data, int n) {
-        const std::vector<double> doubles(data.begin(), data.end());
-        for (bool wantMin : {false, true}) {
-            EXPECT_EQ(plain::getMaxandMinIndex(data.data(), n, wantMin), getMaxandMinIndex(data.data(), n, wantMin));
-            EXPECT_EQ(plain::getMaxandMinIndex(doubles.data(), n, wantMin),
-                      getMaxandMinIndex(doubles.data(), n, wantMin));
+template <class T>
+void expectPlainInnerIndices(const std::vector<T>& data, int n) {
+    for (bool wantMin : {false, true}) {
+        EXPECT_EQ(plain::getMaxandMinIndex(data.data(), n, wantMin), getMaxandMinIndex(data.data(), n, wantMin));
+    }
+}
+
+TEST(Searches, agree_with_the_plain_methods) {
+    for (int n = 1; n <= 130; ++n) {
+        for (int kinds : {2, 4, kFinite, kAll}) {
+            SCOPED_TRACE("n = " + std::to_string(n) + ", kinds = " + std::to_string(kinds));
+            qx::test::SplitMix64 random(static_cast<std::uint64_t>(n));
+            std::vector<float> data;
+            for (int i = 0; i < n; ++i)
+                data.push_back(kValues[random.below(kinds)]);
+            std::vector<int> ints(data.size());
+            std::transform(data.begin(), data.end(), ints.begin(), plain::truncateToInt);
+            expectPlainIndices(data, n);
+            expectPlainIndices(ints, n);
+            expectPlainIndices(std::vector<WORD>(ints.begin(), ints.end()), n);
+            expectPlainInnerIndices(data, n);
+            expectPlainInnerIndices(std::vector<double>(data.begin(), data.end()), n);
+            for (float threshold : kValues) {
+                EXPECT_EQ(plain::findidxbigger(data.data(), n, threshold), findidxbigger(data.data(), n, threshold));
+                EXPECT_EQ(plain::findidxsmaller(data.data(), n, threshold), findidxsmaller(data.data(), n, threshold));
+            }
         }
-    });
+    }
 }
 
 TEST(GetMaxandMinIndex, sixteen_elements_at_each_end_are_not_looked_at) {
@@ -73,70 +83,37 @@ TEST(GetMaxandMinIndex, starting_values_bound_what_can_be_found) {
     EXPECT_EQ(23, getMaxandMinIndex(data.data(), 40, true));
 }
 
-TEST(GetMinIndex, first_of_the_smallest) {
-    sweepFloats([](const std::vector<float>& data, int n) {
-        EXPECT_EQ(plain::getMinIndex(data.data(), n), getMinIndex(data.data(), n));
-        std::vector<int> ints;
-        std::vector<WORD> words;
-        for (float value : data) {
-            ints.push_back(plain::truncateToInt(value));
-            words.push_back(static_cast<WORD>(ints.back()));
-        }
-        EXPECT_EQ(plain::getMinIndex(ints.data(), n), getMinIndex(ints.data(), n));
-        EXPECT_EQ(plain::getMinIndex(words.data(), n), getMinIndex(words.data(), n));
-        EXPECT_EQ(plain::getMaxIndex(ints.data(), n), getMaxIndex(ints.data(), n));
-        EXPECT_EQ(plain::getMaxIndex(data.data(), n), getMaxIndex(data.data(), n));
-    });
-    const int ints[] = {3, 1, 1};
-    const WORD words[] = {3, 1, 1};
-    const float floats[] = {3, 1, 1};
-    EXPECT_EQ(1, getMinIndex(ints, 3));
-    EXPECT_EQ(1, getMinIndex(words, 3));
-    EXPECT_EQ(1, getMinIndex(floats, 3));
-}
-
-TEST(GetMaxIndex, last_of_the_largest) {
-    const int ints[] = {5, 7, 7, INT_MIN};
-    const float floats[] = {5, 7, 7, -kInfinity};
-    EXPECT_EQ(2, getMaxIndex(ints, 4));
-    EXPECT_EQ(2, getMaxIndex(floats, 4));
-}
-
-TEST(Searches, empty_arrays) {
-    const int ints[] = {1};
-    const WORD words[] = {1};
-    const float floats[] = {1};
-    for (int n : {0, -1, INT_MIN}) {
-        EXPECT_EQ(0, getMinIndex(ints, n));
-        EXPECT_EQ(0, getMinIndex(words, n));
-        EXPECT_EQ(0, getMinIndex(floats, n));
-        EXPECT_EQ(0, getMaxIndex(ints, n));
-        EXPECT_EQ(0, getMaxIndex(floats, n));
-        EXPECT_EQ(-1, findidxbigger(floats, n, 0));
-        EXPECT_EQ(n, findidxsmaller(floats, n, 5));
+// The first of the smallest, the last of the largest, and what null and empty arrays give.
+template <class T>
+void expectIndices() {
+    const T smallest[] = {3, 1, 1}, *const null = nullptr;
+    EXPECT_EQ(1, getMinIndex(smallest, 3));
+    EXPECT_EQ(1057, getMinIndex(null, 3));
+    for (int n : {0, -1, INT_MIN})
+        EXPECT_EQ(0, getMinIndex(smallest, n));
+    if constexpr (!std::is_same_v<T, WORD>) {
+        const T largest[] = {5, 7, 7, static_cast<T>(INT_MIN)};
+        EXPECT_EQ(2, getMaxIndex(largest, 4));
+        EXPECT_EQ(1057, getMaxIndex(null, 3));
+        for (int n : {0, -1, INT_MIN})
+            EXPECT_EQ(0, getMaxIndex(largest, n));
     }
 }
 
-TEST(Searches, null_gives_1057) {
-    const float* const noFloats = nullptr;
-    EXPECT_EQ(1057, getMaxandMinIndex(noFloats, 40, true));
+TEST(Searches, by_hand) {
+    expectIndices<int>();
+    expectIndices<WORD>();
+    expectIndices<float>();
+    const float* const null = nullptr;
+    EXPECT_EQ(1057, getMaxandMinIndex(null, 40, true));
     EXPECT_EQ(1057, getMaxandMinIndex(static_cast<const double*>(nullptr), 40, false));
-    EXPECT_EQ(1057, getMinIndex(noFloats, 3));
-    EXPECT_EQ(1057, getMinIndex(static_cast<const int*>(nullptr), 3));
-    EXPECT_EQ(1057, getMinIndex(static_cast<const WORD*>(nullptr), 3));
-    EXPECT_EQ(1057, getMaxIndex(noFloats, 3));
-    EXPECT_EQ(1057, getMaxIndex(static_cast<const int*>(nullptr), 3));
-    EXPECT_EQ(1057, findidxbigger(noFloats, 3, 0));
-    EXPECT_EQ(1057, findidxsmaller(noFloats, 3, 0));
-}
-
-TEST(ThresholdSearch, agrees_with_the_plain_method) {
-    sweepFloats([](const std::vector<float>& data, int n) {
-        for (float threshold : kValues) {
-            EXPECT_EQ(plain::findidxbigger(data.data(), n, threshold), findidxbigger(data.data(), n, threshold));
-            EXPECT_EQ(plain::findidxsmaller(data.data(), n, threshold), findidxsmaller(data.data(), n, threshold));
-        }
-    });
+    EXPECT_EQ(1057, findidxbigger(null, 3, 0));
+    EXPECT_EQ(1057, findidxsmaller(null, 3, 0));
+    const float one = 1;
+    for (int n : {0, -1, INT_MIN}) {
+        EXPECT_EQ(-1, findidxbigger(&one, n, 0));
+        EXPECT_EQ(n, findidxsmaller(&one, n, 5));
+    }
 }
 
 TEST(ThresholdSearch, first_from_the_front_and_last_from_the_back) {
