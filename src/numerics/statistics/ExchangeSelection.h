@@ -27,6 +27,7 @@ struct ZeroRun {
     std::ptrdiff_t first;
 
     T operator[](std::ptrdiff_t i) const noexcept { return ring[(first + i) % length]; }
+    void copyTo(T* zeros) const noexcept { std::rotate_copy(ring, ring + first, ring + length, zeros); }
 };
 
 // The run of zeros; ring holds at least as many values as data has zeros.
@@ -93,9 +94,7 @@ void exchangeSortFast(T* data, int n) noexcept {
     const ZeroRun<T> zeros = followZeros<order>(data, n, ring.data());
     T* const end = numbers.data() + copyNumbers(data, n, numbers.data());
     std::sort(numbers.data(), end, comesBefore<order, T>);
-    T* const run = std::find(numbers.data(), end, T{0});
-    for (std::ptrdiff_t i = 0; i < zeros.length; ++i)
-        run[i] = zeros[i];
+    zeros.copyTo(std::find(numbers.data(), end, T{0}));
     const T* next = numbers.data();
     for (int i = 0; i < n; ++i)
         if (!std::isnan(data[i]))
