@@ -279,6 +279,7 @@ TEST_F(RemoveGenericStripe, more_than_24_rows_become_24_with_a_warning) {
     Lines gains;
     for (int i = 0; i < 24; ++i)
         gains.push_back("gain[" + std::to_string(i) + "] = 1.000000");
+    const Ratios ratios(kBandRows, 1.0);
     TestImage band = constantImage(1, kBandHeight, 7);
     for (const int rows : {24, 25, std::numeric_limits<int>::max()}) {
         Lines lines = {"<removeGenericStripe> begins"};
@@ -287,7 +288,8 @@ TEST_F(RemoveGenericStripe, more_than_24_rows_become_24_with_a_warning) {
                             " to 24 to pass the range check");
         lines.insert(lines.end(), gains.begin(), gains.end());
         lines.push_back("<removeGenericStripe> terminates");
-        removeGenericStripe(band.pixels.data(), band.data(), 1, Ratios(kBandRows, 1.0).data(), rows);
+        removeGenericStripe({band.pixels.data(), 1, kBandRows}, {band.data(), 1, kBandRows}, ConstRatioSpan(ratios),
+                            rows);
         EXPECT_EQ(lines, takeLog());
     }
 }
