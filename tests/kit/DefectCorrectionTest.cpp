@@ -1,3 +1,5 @@
+#include "Builders.h"
+
 #include <QxCorrection.h>
 
 #include <gtest/gtest.h>
@@ -12,13 +14,7 @@ namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-struct Field {
-    int width;
-    int height;
-    std::vector<float> pixels;
-
-    float& at(int row, int column) { return pixels[static_cast<std::size_t>(row * width + column)]; }
-};
+using Field = qx::test::ImageOf<float>;
 
 // A plane: whatever lies between good pixels on a line can be restored exactly.
 Field ramp(int width, int height) {

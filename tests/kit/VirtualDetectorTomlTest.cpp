@@ -170,14 +170,11 @@ TEST_F(DetectorFile, wrong_one_is_refused_in_one_line_and_changes_nothing) {
     }
 }
 
-TEST_F(DetectorFile, broken_syntax_names_the_line) {
+TEST_F(DetectorFile, broken_syntax_and_files_that_cannot_be_read_are_refused_in_one_line) {
     const std::string problem = load("[detector]\ntype = = 1\n");
     const std::string expected = (folder() / "detector.toml").string() + ":2: not valid TOML: ";
     EXPECT_EQ(expected, problem.substr(0, expected.size()));
     EXPECT_EQ(std::string::npos, problem.find('\n'));
-}
-
-TEST_F(DetectorFile, missing_files_and_folders_are_refused) {
     const auto missing = folder() / "missing.toml";
     EXPECT_EQ(missing.string() + ": cannot be read", qxkit::loadVirtualDetector(missing));
     EXPECT_EQ(folder().string() + ": cannot be read", qxkit::loadVirtualDetector(folder()));

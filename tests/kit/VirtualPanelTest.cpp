@@ -17,7 +17,6 @@ using qxkit::PanelParameters;
 using qxkit::Rectangle;
 using qxkit::VirtualPanel;
 
-
 PanelParameters size(int width, int height) {
     PanelParameters parameters;
     parameters.width = width;
@@ -94,11 +93,10 @@ TEST(VirtualPanelBytes, are_the_same_on_every_platform) {
     EXPECT_EQ(0x1624ED6146699519U, checksum(VirtualPanel(size(1024, 1024)).correctedFlat().pixels));
 }
 
-TEST(VirtualPanelBytes, follow_seed_and_frame_number) {
+TEST(VirtualPanelBytes, follow_the_seed) {
     const VirtualPanel panel(size(64, 64));
     PanelParameters other = size(64, 64);
     other.seed = 2;
-    EXPECT_NE(panel.flat().pixels, panel.flat({.frame = 1}).pixels);
     EXPECT_NE(panel.truth().dark, VirtualPanel(other).truth().dark);
     EXPECT_NE(panel.truth().response, VirtualPanel(other).truth().response);
 }
@@ -147,24 +145,15 @@ TEST(VirtualPanelDefects, are_listed_completely_and_once) {
     }
 }
 
-TEST(VirtualPanelAed, stripe_has_its_ratios_and_the_rest_is_clean) {
-    const VirtualPanel panel(size(640, 200));
-    qxkit::AedOptions options{.triggerLine = 100, .stripeRows = 8, .stripeDepth = 0.4, .referenceWidth = 700};
-    options.exposure.attenuators = {{{0, 100, 200, 50}, 0.5, false}};
-    const qxkit::AedFrame frame = panel.aed(options);
+TEST(VirtualPanelAed, stripe_ends_above_the_trigger_line_and_deepens_towards_it) {
+    const qxkit::AedFrame frame =
+        VirtualPanel(size(64, 200))
+            .aed({.triggerLine = 100, .stripeRows = 8, .stripeDepth = 0.4, .referenceWidth = 70});
     EXPECT_EQ(92, frame.firstStripeRow);
     ASSERT_EQ(8U, frame.rowRatios.size());
     EXPECT_NEAR(0.95, frame.rowRatios.front(), 1e-12);
     EXPECT_NEAR(0.6, frame.rowRatios.back(), 1e-12);
-    EXPECT_EQ(700, frame.reference.width);
-    for (int row = 80; row < 120; ++row) {
-        const double ratio = row >= 92 && row < 100 ? frame.rowRatios[static_cast<std::size_t>(row - 92)] : 1.0;
-        for (int column = 0; column < 640; ++column)
-            ASSERT_NEAR((at(frame.clean, row, column) - kPedestal) * ratio, at(frame.image, row, column) - kPedestal,
-                        ratio < 1.0 ? 1.01 : 0.0);
-        EXPECT_NEAR(8000.0 * ratio, areaMean(frame.reference, {row, 0, 1, 700}) - kPedestal, 30.0) << row;
-    }
-    EXPECT_NEAR(4000.0, areaMean(frame.clean, {0, 100, 200, 50}) - kPedestal, 15.0);
+    EXPECT_EQ(70, frame.reference.width);
 }
 
 TEST(VirtualPanelNdt, average_is_the_sum_before_its_rounding) {

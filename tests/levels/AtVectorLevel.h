@@ -6,7 +6,16 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
+
+namespace qx {
+
+inline void PrintTo(VectorLevel level, std::ostream* out) {
+    *out << vectorLevelName(level);
+}
+
+}  // namespace qx
 
 namespace qx::test {
 

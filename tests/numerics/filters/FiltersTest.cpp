@@ -156,16 +156,11 @@ TEST(FilterImg, place_in_memory_does_not_matter) {
 
 constexpr int kWindows[] = {5, 7, 15, 23, 31, 51};
 
-Floats smoothed(const Floats& in, int window) {
-    Floats out(in.size(), kPoison);
-    EXPECT_EQ(0, filterUsingSGolay(out.data(), in.data(), static_cast<int>(in.size()), 2, window));
-    return out;
-}
-
 Floats responseToImpulse(int window, int at) {
-    Floats impulse(window, 0.0f);
+    Floats impulse(window, 0.0f), out(window, kPoison);
     impulse[at] = 1.0f;
-    return smoothed(impulse, window);
+    EXPECT_EQ(0, filterUsingSGolay(out.data(), impulse.data(), window, 2, window));
+    return out;
 }
 
 TEST(FilterUsingSGolay, weights_are_as_published_and_rounded_once) {
@@ -184,20 +179,6 @@ TEST(FilterUsingSGolay, weights_are_as_published_and_rounded_once) {
             EXPECT_EQ(weight, responseToImpulse(window, k)[row]) << window << ", " << k;
             EXPECT_EQ(weight, responseToImpulse(window, window - 1 - k)[window - 1 - row]) << window << ", " << k;
         }
-    }
-}
-
-TEST(FilterUsingSGolay, smooths_noise_and_keeps_quadratics) {
-    const Floats out = smoothed({1000.00616f, 1004.82458f, 1005.27625f, 1005.48053f, 1010.90253f, 1011.40149f}, 5);
-    EXPECT_NEAR(1000.94538749, out[0], 5e-4);
-    EXPECT_NEAR(1002.98458775, out[1], 5e-4);
-    EXPECT_NEAR(1006.81817278, out[3], 5e-4);
-    for (int window : kWindows) {
-        Floats quadratic;
-        for (int t = 0; t < 150; ++t)
-            quadratic.push_back(static_cast<float>(t * t - 150 * t));
-        for (int t = 0; t < 150; ++t)
-            EXPECT_NEAR(quadratic[t], smoothed(quadratic, window)[t], 0.01) << window << ", " << t;
     }
 }
 

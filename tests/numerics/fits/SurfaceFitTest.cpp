@@ -26,10 +26,7 @@ using DoSurfaceFit = qx::test::DetectorFixture;
 using SurfaceFits = qx::test::DetectorFixture;
 using SurfaceFormulas = qx::test::DetectorFixture;
 
-struct Image {
-    int width, height;
-    Floats pixels;
-};
+using Image = qx::test::ImageOf<float>;
 
 // Value at(row, col) for every pixel.
 template <class Value>

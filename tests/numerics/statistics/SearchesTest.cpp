@@ -72,15 +72,10 @@ TEST(GetMaxandMinIndex, sixteen_elements_at_each_end_are_not_looked_at) {
     }
 }
 
-TEST(GetMaxandMinIndex, starting_values_bound_what_can_be_found) {
-    std::vector<float> data(40, 10000.5f);
-    EXPECT_EQ(0, getMaxandMinIndex(data.data(), 40, true));
-    EXPECT_EQ(23, getMaxandMinIndex(data.data(), 40, false));
-    data.assign(40, -0.5f);
-    EXPECT_EQ(23, getMaxandMinIndex(data.data(), 40, true));
-    EXPECT_EQ(0, getMaxandMinIndex(data.data(), 40, false));
-    data.assign(40, 10000.0f);  // the starting value itself still counts
-    EXPECT_EQ(23, getMaxandMinIndex(data.data(), 40, true));
+TEST(GetMaxandMinIndex, minima_above_10000_are_not_found) {
+    const std::vector<float> above(40, 10000.5f), limit(40, 10000.0f);
+    EXPECT_EQ(0, getMaxandMinIndex(above.data(), 40, true));
+    EXPECT_EQ(23, getMaxandMinIndex(limit.data(), 40, true));
 }
 
 // The first of the smallest, the last of the largest, and what null and empty arrays give.
