@@ -3,7 +3,6 @@
 #include <QxUtils/Types.h>
 
 #include <cstdint>
-#include <vector>
 
 // The check of the first exposed image, written out step by step.
 namespace qx::plain {

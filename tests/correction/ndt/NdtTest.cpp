@@ -6,7 +6,6 @@
 #include <QxUtils/Correction.h>
 
 #include <climits>
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>

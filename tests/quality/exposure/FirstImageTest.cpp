@@ -4,8 +4,6 @@
 #include <QxUtils/Quality.h>
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include <QxUtils/Quality.h>
 
 #include <climits>
-#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <numeric>
