@@ -30,32 +30,25 @@ char* encodeBase64(const char* source, char* destination, int length) {
     return destination;
 }
 
-int decodeBase64(const char* source, char* destination) {
-    int count = 0;
-    while (*source != '\0') {
-        char group[4] = {};
-        for (int i = 0; i < 4 && *source != '\0'; ++i)
-            group[i] = *source++;
-        const unsigned index[4] = {indexOf(group[0]), indexOf(group[1]), indexOf(group[2]), indexOf(group[3])};
-        destination[count++] = static_cast<char>(index[0] << 2 | (index[1] >> 4 & 3u));
-        if (group[2] == '=')
-            break;
-        destination[count++] = static_cast<char>(index[1] << 4 | (index[2] >> 2 & 15u));
-        if (group[3] == '=')
-            break;
-        destination[count++] = static_cast<char>(index[2] << 6 | (index[3] & 63u));
-    }
-    return count;
-}
-
 std::string encodedBase64(const std::string& bytes) {
     std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
     return encodeBase64(bytes.data(), text.data(), static_cast<int>(bytes.size()));
 }
 
 std::string decodedBase64(const std::string& text) {
-    std::string bytes((text.size() + 3) / 4 * 3, '\0');
-    bytes.resize(static_cast<std::size_t>(decodeBase64(text.c_str(), bytes.data())));
+    const std::string_view characters = text.c_str();
+    std::string bytes;
+    for (std::size_t i = 0; i < characters.size(); i += 4) {
+        const auto at = [&](std::size_t k) { return i + k < characters.size() ? characters[i + k] : '\0'; };
+        const unsigned index[4] = {indexOf(at(0)), indexOf(at(1)), indexOf(at(2)), indexOf(at(3))};
+        bytes += static_cast<char>(index[0] << 2 | (index[1] >> 4 & 3u));
+        if (at(2) == '=')
+            break;
+        bytes += static_cast<char>(index[1] << 4 | (index[2] >> 2 & 15u));
+        if (at(3) == '=')
+            break;
+        bytes += static_cast<char>(index[2] << 6 | (index[3] & 63u));
+    }
     return bytes;
 }
 

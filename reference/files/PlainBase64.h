@@ -8,12 +8,10 @@ namespace qx::plain {
 // Writes the characters of length bytes and a zero behind them; returns the destination.
 char* encodeBase64(const char* source, char* destination, int length);
 
-// Decodes up to the end of the text or padding; returns the number of bytes. A character that is not in the alphabet
-// counts as 255, and so does one that an incomplete last group lacks.
-int decodeBase64(const char* source, char* destination);
-
-// The same with memory of their own.
 std::string encodedBase64(const std::string& bytes);
+
+// Decodes up to a zero, the end of the text or padding. A character that is not in the alphabet counts as 255, and so
+// does one that an incomplete last group lacks.
 std::string decodedBase64(const std::string& text);
 
 }  // namespace qx::plain

@@ -239,18 +239,17 @@ TEST_F(MeasuresAtTheLimits, of_images_that_triggered_themselves_and_of_average_d
         const Measure measure = [&, width = w, height = h](CheckMeasures* taken) {
             return measureFalseTriggAEDImage(image.data(), width, height, taken);
         };
+        const Check check = [&, width = w, height = h] {
+            return checkFalseTriggAEDImage(image.data(), width, height);
+        };
         for (const int floor : {0, 100, 1000}) {
             config().falseTriggerMedianFloor = floor;
-            const CheckMeasures taken =
-                agree([&, width = w, height = h] { return checkFalseTriggAEDImage(image.data(), width, height); },
-                      measure, {1094});
+            const CheckMeasures taken = agree(check, measure, {1094});
             for (int i = 0; i < taken.count; ++i) {
                 for (const int doubled : {1, 2}) {
                     for (const int step : {-1, 0, 1, 2}) {
                         config().falseTriggerMedianFloor = doubled * static_cast<int>(taken.measures[i].value) + step;
-                        agree(
-                            [&, width = w, height = h] { return checkFalseTriggAEDImage(image.data(), width, height); },
-                            measure, {1094});
+                        agree(check, measure, {1094});
                     }
                 }
             }
