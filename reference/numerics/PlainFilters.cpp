@@ -56,6 +56,9 @@ int getMedianImage(float* out, const WORD* image, int width, int height) {
     return 0;
 }
 
+namespace {
+
+// Writes window x window weights, row i those of the value at position i. Returns 1 when there is no such table.
 int loadSGolayTable(float* table, int order, int window) {
     constexpr int kWindows[] = {5, 7, 15, 23, 31, 51};
     if (order != 2 || std::find(std::begin(kWindows), std::end(kWindows), window) == std::end(kWindows))
@@ -75,6 +78,8 @@ int loadSGolayTable(float* table, int order, int window) {
     }
     return 0;
 }
+
+}  // namespace
 
 int filterUsingSGolay(float* out, const float* in, int n, int order, int window) {
     std::vector<float> table(static_cast<std::size_t>(std::max(window, 0)) * std::max(window, 0));

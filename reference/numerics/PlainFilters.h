@@ -10,10 +10,6 @@ void medianFilter(float* data, int n, int r);
 int filterImg(WORD* image, int width, int height);
 void hisEqualization(WORD* pixels, int n);
 int getMedianImage(float* out, const WORD* image, int width, int height);
-
-// Writes window x window weights, row i those of the value at position i. Returns 1 when there is no such table.
-int loadSGolayTable(float* table, int order, int window);
-
 int filterUsingSGolay(float* out, const float* in, int n, int order, int window);
 
 }  // namespace qx::plain

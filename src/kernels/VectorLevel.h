@@ -10,8 +10,8 @@
 // the one that was compiled for a processor that is not there. So what lies in levels/ is local to its source, and the
 // headers beside it hold declarations and constants alone.
 //
-// A new level is an entry in the list below and its flags in CMakeLists.txt. A new purpose is a header that declares its
-// table's type, a source in levels/, and a line in Kernels.cpp.
+// A new level is an entry in the list below and its flags in CMakeLists.txt. A new purpose is a header that declares
+// its table's type, a source in levels/, and a line in Kernels.cpp.
 
 namespace qx {
 

@@ -239,9 +239,7 @@ TEST_F(MeasuresAtTheLimits, of_images_that_triggered_themselves_and_of_average_d
         const Measure measure = [&, width = w, height = h](CheckMeasures* taken) {
             return measureFalseTriggAEDImage(image.data(), width, height, taken);
         };
-        const Check check = [&, width = w, height = h] {
-            return checkFalseTriggAEDImage(image.data(), width, height);
-        };
+        const Check check = [&, width = w, height = h] { return checkFalseTriggAEDImage(image.data(), width, height); };
         for (const int floor : {0, 100, 1000}) {
             config().falseTriggerMedianFloor = floor;
             const CheckMeasures taken = agree(check, measure, {1094});
