@@ -105,20 +105,26 @@ int checkPair(const Exposure& exposure) {
     return exposure.image.exists() ? StatusOk : StatusWrongParameter;
 }
 
-int judgeFirst(const Exposure& exposure) {
-    int status = checkPair(exposure);
+// Hands the floor of the blocks and their medians, as far as they were taken, to `use`, which returns a status.
+template <class Use>
+int withBlocks(const Exposure& exposure, Use use) {
+    const int status = checkPair(exposure);
     if (status != StatusOk)
         return status;
     qx::ScratchImage<float> blocks(exposure.blockColumns(), exposure.blockRows());
     if (!blocks)
         return StatusAllocationFailed;
     const BlockFloor floor = measureBlocks(exposure, blocks.view());
+    return use(floor, Blocks(blocks.view()));
+}
+
+int judgeFirst(const Exposure& exposure, const BlockFloor& floor, const Blocks& blocks) {
     if (!floor.darkest.met()) {
         qx::logInfo(kLogNoValue, "value=%f, index=%d", floor.darkest.value, floor.index);
         return StatusPanelNotExposed;
     }
     WriteLogFile(LogModuleUtils, LogInfo, "finish binning", kLogNoValue);
-    status = findShadow(blocks.view());
+    const int status = findShadow(blocks);
     if (status != StatusOk) {
         WriteLogFile(LogModuleUtils, LogInfo, "check collimator error.", kLogNoValue);
         return status;
@@ -132,19 +138,12 @@ int judgeFirst(const Exposure& exposure) {
 }
 
 // The measures of judgeFirst in its order, up to the one that is not met.
-int measureFirst(const Exposure& exposure, MeasureRecords& records) {
-    int status = checkPair(exposure);
-    if (status != StatusOk)
-        return status;
-    qx::ScratchImage<float> blocks(exposure.blockColumns(), exposure.blockRows());
-    if (!blocks)
-        return StatusAllocationFailed;
-    const BlockFloor floor = measureBlocks(exposure, blocks.view());
+int measureFirst(const Exposure& exposure, const BlockFloor& floor, const Blocks& blocks, MeasureRecords& records) {
     recordFloor(floor, records);
     if (!floor.darkest.met())
         return StatusOk;
     qx::DarkRegion region;
-    status = measureShadow(blocks.view(), region);
+    int status = measureShadow(blocks, region);
     const Measure shadow = qx::sizeOf(region, kToleratedShadow);
     records.add(shadow, "blocks", "blocks in a shadow");
     if (status != StatusOk || !shadow.met())
@@ -176,14 +175,19 @@ int measurePreview(const Exposure& exposure, PreviewMeasures& measures) {
 
 int checkFirstImg(const WORD* image, const WORD* dark, int width, int height) {
     qx::LoggedOperation operation("checkFirstImg", " terminates with a return value ");
-    const int result = judgeFirst({image, dark, width, height});
+    const Exposure exposure(image, dark, width, height);
+    const int result = withBlocks(
+        exposure, [&](const BlockFloor& floor, const Blocks& blocks) { return judgeFirst(exposure, floor, blocks); });
     qx::logInfo(kLogNoValue, "result is %d", result);
     return operation.end(result);
 }
 
 int measureFirstImg(const WORD* image, const WORD* dark, int width, int height, CheckMeasures* measures) {
+    const Exposure exposure(image, dark, width, height);
     return qx::recordMeasures(measures, [&](MeasureRecords& records) {
-        return measureFirst({image, dark, width, height}, records);
+        return withBlocks(exposure, [&](const BlockFloor& floor, const Blocks& blocks) {
+            return measureFirst(exposure, floor, blocks, records);
+        });
     });
 }
 
@@ -196,15 +200,14 @@ int locateShadow(const WORD* image, const WORD* dark, int width, int height, uns
     if (inside.pixels() > capacity)
         return StatusWrongParameter;
     const qx::Silence silence;
-    qx::ScratchImage<float> medians(inside.width, inside.height);
-    if (!medians)
-        return StatusAllocationFailed;
-    if (!measureBlocks(exposure, medians.view()).darkest.met()) {
-        std::fill_n(blocks, inside.pixels(), 0);
-        return StatusOk;
-    }
-    qx::DarkRegion region;
-    return measureShadow(medians.view(), region, inside);
+    return withBlocks(exposure, [&](const BlockFloor& floor, const Blocks& medians) {
+        if (!floor.darkest.met()) {
+            std::ranges::fill(inside.span(), 0);
+            return int{StatusOk};
+        }
+        qx::DarkRegion region;
+        return measureShadow(medians, region, inside);
+    });
 }
 
 int checkPreImg(const WORD* image, const WORD* dark, int width, int height) {
