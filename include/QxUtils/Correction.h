@@ -43,8 +43,9 @@ QXUTILS_API int calcNeighbourAFERatio(float* ratio, int nAfe, const float* image
 // Replaces single bad columns at the edges of every block, in place, by the next or next but one column of the block.
 // An edge column is bad by the pattern of steps above 0.0025 of the block's median between the means of its columns,
 // all taken before anything is replaced. The left edge's last pattern replaces only beyond 0.25 of the median of nine
-// columns (and logs a replacement in any case), the right edge's always. Nothing happens for an afeWidth below 9 or
-// above the width. Logs its course and every replacement.
+// columns (and logs a replacement in any case), the right edge's always. Nothing happens, and nothing is logged, for
+// null, impossible sizes, an afeWidth below 9 or above the width, or when memory is short. Logs its course and every
+// replacement. Cost: reads the image once. Memory: 4 bytes a column, and what the replacements take.
 QXUTILS_API void overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth);
 
 // Gains of the blocks from the boundaries' median ratios: the reciprocal of the product of the ratios between a block

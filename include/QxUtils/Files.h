@@ -51,9 +51,9 @@ QXUTILS_API int readLocalCRC(const char* dir, const char* name, unsigned long& c
 // changes nothing. Always returns 0.
 QXUTILS_API int codecData(char* buffer, int length);
 
-// The number between "ms-" and "-mA" in a gain image's file name, such as 25 in "gain-300ms-25-mA.raw"; leading
-// digits only. Returns 1057 for null and 1020 when a marker is missing or they come in the other order. 50 or more
-// characters between the markers are a fatal error: one line on standard error, then abort.
+// The number between "ms-" and "-mA" in a gain image's file name, such as 25 in "gain-300ms-25-mA.raw"; a sign and
+// leading digits only. Returns 1057 for null and 1020 when a marker is missing or they come in the other order. 50 or
+// more characters between the markers are a fatal error: one line on standard error, then abort.
 QXUTILS_API int getGainExpTime(const char* fileName);
 
 // Copies of regions of an image header in memory, numbers converted to the processor's order. The header holds 65536
@@ -78,12 +78,16 @@ QXUTILS_API int CheckDirPath(char*& path);
 QXUTILS_API double getDirectorySpace(const char* dir);
 
 // Appends the regular files of a directory to list and sorts the whole list by creation time, oldest first. Start with
-// a null list and a count of 0; the list belongs to the caller then, who releases it with free(); another list comes
-// from malloc() of the same C runtime. Times are compared by the wrapping 32-bit difference of their high halves and,
-// when these are equal, of their low halves: files of the same high half (429 s) whose times lie more than 214 s apart
-// come in the other order. Returns 0, 1 when the directory cannot be listed, 1057 for null, 1020 for a negative count
-// or records without a list, 1035 when memory is short; list and count change only on 0.
+// a null list and a count of 0; the list belongs to the caller then, who releases it by releaseFileList(), or by free()
+// of the same C runtime (on Windows msvcrt.dll), from whose malloc() another list comes. Times are compared by the
+// wrapping 32-bit difference of their high halves and, when these are equal, of their low halves: files of the same
+// high half (429 s) whose times lie more than 214 s apart come in the other order. Returns 0, 1 when the directory
+// cannot be listed, 1057 for null, 1020 for a negative count or records without a list, 1035 when memory is short; list
+// and count change only on 0.
 QXUTILS_API int sortFileByCreateTime(const char* dir, _WIN32_FIND_DATAA*& list, int& count);
+
+// Releases a list of sortFileByCreateTime and makes the pointer null. Null is left alone.
+QXUTILS_API void releaseFileList(_WIN32_FIND_DATAA*& list);
 
 // Adds the number of regular files in a directory to count, which is not reset. Returns 0, 1 when the directory cannot
 // be listed, or 1057 for null.

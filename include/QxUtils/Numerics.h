@@ -4,7 +4,8 @@
 //
 // Counts are elements. A function whose result is a number returns the status code 1057 in its own type for a null
 // pointer: the caller cannot tell it from a result. A width times height that does not fit in 32 bits gives 1020 in the
-// same way, a failed allocation 1035. No function keeps state, getGaussValue excepted.
+// same way, a failed allocation 1035. An image is empty when a side is below 1, also when both are. No function keeps
+// state, getGaussValue excepted.
 //
 // Medians select what the quadratic exchange sort selects, bit for bit, in linear time: comparisons with a NaN are
 // false, so a NaN stays where it is while the other values are sorted around it, and zeros of either sign are equal.
@@ -37,8 +38,9 @@ QXUTILS_API WORD getHisMedian(const WORD* data, int n, int* hist, int bins);
 
 // Histogram median with bins of 0.0001 between the minimum (at most 65535) and the maximum (0 to 110). hist and bins
 // are not used. When the values span no bin (all equal, or all above 110) the result is that minimum. A value equal to
-// the maximum is not counted. 1020 when the bins exceed 32 bits. Memory: 4 bytes a bin or, above a million bins, a
-// value.
+// the maximum is not counted, nor one above 110, but both count in n/2, of which the running count may fall short: the
+// result is the maximum's bin then. 1020 when the bins exceed 32 bits. Memory: 4 bytes a bin or, above a million bins,
+// a value.
 QXUTILS_API float getFloatHisMedian(const float* data, int n, int* hist, int bins);
 
 // Population standard deviation of width x height values: the root of the mean squared deviation, summed in double.
@@ -80,9 +82,10 @@ QXUTILS_API int findidxsmaller(const float* data, int n, float threshold);
 
 // Statistics of the rows rowStart..rowEnd and columns colStart..colEnd (both inclusive) of an image whose rows are
 // width pixels apart. The region is not clipped to the image: the caller keeps it inside. A region that starts before
-// the image, or has one range reversed, gives 1020, the median of one without pixels 1057; both ranges reversed count
-// as zeros. The medians are the lower middle (WORD) and the upper middle truncated to an integer (float); 1035, with a
-// log line, when memory is short. The mean is truncated; it is 0 when rowStart is above rowEnd.
+// the image, or has one range reversed, gives 1020; one without pixels, that ends just before it starts, a median of
+// 1057 and a mean of 1020; both ranges reversed count as zeros. The medians are the lower middle (WORD) and the upper
+// middle truncated to an integer (float); 1035, with a log line, when memory is short. The mean is truncated; it is 0
+// when rowStart is above rowEnd.
 QXUTILS_API int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
@@ -103,8 +106,8 @@ QXUTILS_API float GetCovOfTwoImages(const WORD* image, int width, int height);
 // points holds pointCount pointers to pairs x, y. Single precision through the normal equations, with partial pivoting;
 // compare fitted curves rather than coefficients. A singular system is not reported: a zero pivot leaves its
 // coefficient undivided, the highest one as the caller had it. Throws StatusPolynomialOrder (1086) for an order above
-// 6, before anything else; null pointers, a negative order or count, and a lack of memory leave the coefficients as
-// they were.
+// 6, before anything else; null pointers, a negative order or count leave the coefficients as they were. Cost: one pass
+// over the points; allocates nothing.
 QXUTILS_API void polyFit(float* coefficients, const float* const* points, int pointCount, int order);
 
 // The median of every column of a width x height image (element height/2 in descending order, the lower middle), bit
@@ -116,15 +119,17 @@ QXUTILS_API int calcMedianPerColumn(float* medians, const float* image, int widt
 // Surface fits. All of them describe the peak of an image by the model
 //   F(x, y) = A [1 - B (x - x0)^2 - C (y - y0)^2 - D x y]
 // and write A, B, C, D, x0, y0 to model. quality receives the squared correlation of image and fitted surface, 1 for a
-// perfect fit. They always return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of memory leave the
-// outputs as they were. Nothing guards a division by zero: a surface without curvature along an axis gives values that
-// are infinite or not a number.
+// perfect fit; that of a constant image is 1 or not a number, as the rounding of its sums has it. They log their
+// coefficients or their course, and always return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of
+// memory leave the outputs as they were. Nothing guards a division by zero: a surface without curvature along an axis
+// gives values that are infinite or not a number.
 
 // Fits a + b r + c r^2 by a + b c + c c^2 (tensor product of quadratics). x is the row, y the column: x0 and y0 are
 // absolute, x0 the peak's row. coefficients receives 3 x 3 values, row-major, element [i][j] for (row - mean row)^i
 // (column - mean column)^j. residuals receives three values: sum of squares, sum of magnitudes and largest magnitude of
 // the residuals; the sums hold three passes over the image, so about three times the residual sums. n is not read.
-// Prints coefficients, residuals and model on standard output, whatever the debug flag.
+// Prints coefficients, residuals and model on standard output, whatever the debug flag. Cost: five passes over the
+// image. Memory: 256 KiB, and some 50 bytes for every row and column.
 QXUTILS_API int doSurfaceFit(float* model, int n, float& quality, const float* image, int width, int height,
                              float* coefficients, float* residuals);
 
@@ -133,8 +138,8 @@ QXUTILS_API int doSurfaceFit(float* model, int n, float& quality, const float* i
 // of A^2 - c1 A + (c5 x0^2 + c6 y0^2), B = c2 / (2 A x0) and C = c3 / (2 A y0): not the peak value, and not a number
 // where the peak lies on the middle column or row. coefficients receives 3 x 3 values, element [i][j] for X^i Y^j.
 // chiSquare receives the sum of the squared residuals. n is not read. A decomposition that does not converge leaves
-// every output as it was; the log tells. Products of X and Y are whole numbers that are rounded once. Images up to 2^24
-// pixels. Memory: 36 bytes a pixel.
+// every output as it was; the log tells, and so does standard output, whatever the debug flag. Products of X and Y are
+// whole numbers that are rounded once. Images up to 2^24 pixels. Memory: 36 bytes a pixel.
 QXUTILS_API int doSurfaceFitUsingGeneralFormula(float* model, int n, float& quality, const float* image, int width,
                                                 int height, float* coefficients, float* chiSquare);
 
@@ -147,7 +152,8 @@ QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality,
 // samples z[i][j] at x[i], y[j]. a has p rows of three, of which q are written; q is limited to 3, and both to the
 // number of samples and to 20. dt receives the sum of squares, sum of magnitudes and largest magnitude of the
 // residuals. Coefficients beyond what the samples determine are 0. Null pointers, sizes below 1 or beyond 32 bits and a
-// lack of memory leave the outputs as they were.
+// lack of memory leave the outputs as they were. Cost: two passes over the samples. Memory: 8 bytes for every x and
+// power, and 40 for every y.
 QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
                                         int n, int m, int p, int q);
 
@@ -188,7 +194,8 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
 // bits and a lack of memory leave the output as it was. Memory: 4 MiB, or 128 bytes for every input row where that is
-// more, and some 300 bytes for every row and column.
+// more, some 300 bytes for every row and column, and, above 1024 output columns of more than 1024 rows, up to 400 bytes
+// for every input row.
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

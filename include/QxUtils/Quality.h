@@ -7,8 +7,10 @@
 //
 // SNR series: the signal-to-noise ratio on nested centred squares of 64, 128, 256, 512, 768 ... pixels, smallest
 // first; N = (min(width, height) - 12) / 256 + 2 of them. In each square values 4 standard deviations or more away
-// from the median are replaced by it; the ratio is the median over the standard deviation of what results. A square
-// without noise has an infinite ratio.
+// from the median are replaced by it; of what results
+//   SNR = (median - 208) / standard deviation
+// with the upper median of the counts, 208 as the pedestal that corrected images carry, and the deviation about the
+// integer part of the mean. A square without noise has an infinite ratio.
 
 #include "Export.h"
 #include "Records.h"

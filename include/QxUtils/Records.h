@@ -6,14 +6,16 @@
 #include <cstdint>
 #include <vector>
 
-// Tube illumination of a flat field (asymDegree .. d, filled by the first-image check) and the grade of a one-shot
-// calibration. Eight 32-bit fields.
+// Tube illumination of a flat field and the grade of a one-shot calibration. Eight 32-bit fields. The library writes
+// `evaluation` alone: the first-image check fills the others in a record of its own, logs them and drops it.
+//   F(x, y) = a [1 - b (x - x0)^2 - c (y - y0)^2 - d x y]
+// is the peak's model, in blocks of 32 x 32 pixels counted from the middle block.
 struct SurfaceFitResult {
     float asymDegree;  // asymmetry degree, 0 for a symmetric field
-    std::int32_t x0;   // tube centre column, full-resolution pixels
-    std::int32_t y0;   // tube centre row, full-resolution pixels
-    float a;           // peak model F(x, y) = a [1 - b (x - x0)^2 - c (y - y0)^2 - d x y]
-    float b;
+    std::int32_t x0;   // tube centre column, in full-resolution pixels from the left
+    std::int32_t y0;   // tube centre row, in full-resolution pixels from the top
+    float a;           // counts
+    float b;           // per square of a block, as c and d
     float c;
     float d;
     std::int32_t evaluation;  // 1090 excellent, 1091 good, 1092 not good enough

@@ -138,6 +138,11 @@ int sortFileByCreateTime(const char* dir, _WIN32_FIND_DATAA*& list, int& count) 
     return StatusOk;
 }
 
+void releaseFileList(_WIN32_FIND_DATAA*& list) {
+    std::free(list);
+    list = nullptr;
+}
+
 int getFileNumInDirectory(const char* dir, int& count) {
     if (dir == nullptr)
         return StatusNullArgument;

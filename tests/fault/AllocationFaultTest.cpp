@@ -156,6 +156,16 @@ TEST_F(AllocationFault, filters_without_memory_change_nothing) {
     EXPECT_LT(5, expectRefused(resample, out));
 }
 
+// So many rows and columns that what is kept between them would be a multiple of both images.
+TEST_F(AllocationFault, resampling_needs_what_its_contract_says) {
+    constexpr int kRows = 33000, kColumns = 12000;
+    std::vector<WORD> in(kRows * 4, 1000), out(2 * kColumns);
+    failAllocation(0);
+    interpImg2D(reinterpret_cast<WORD**>(out.data()), 2, kColumns, reinterpret_cast<WORD**>(in.data()), kRows, 4);
+    EXPECT_GT(128 * kRows + 300 * (kRows + 4 + 2 + kColumns) + 400 * kRows, bytesAllocated());
+    EXPECT_EQ(std::vector<WORD>(out.size(), 1000), out);
+}
+
 TEST_F(AllocationFault, listings_and_pieces_of_texts_leave_their_outputs) {
     for (const char* name : {"a", "b", "c", "d", "e"})
         writeFile(folder() / name, name);

@@ -8,6 +8,7 @@ namespace {
 // Allocations until the one that fails; below 1 none does.
 long untilFailure = 0;
 bool hasFailed = false;
+long long bytes = 0;
 
 bool failsNow() noexcept {
     if (untilFailure > 0 && --untilFailure == 0) {
@@ -18,6 +19,7 @@ bool failsNow() noexcept {
 }
 
 void* allocate(std::size_t size) noexcept {
+    bytes += static_cast<long long>(size);
     return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
@@ -65,6 +67,11 @@ namespace qx::test {
 void failAllocation(long number) {
     hasFailed = false;
     untilFailure = number;
+    bytes = 0;
+}
+
+long long bytesAllocated() {
+    return bytes;
 }
 
 bool stopFailing() {

@@ -54,7 +54,9 @@ protected:
             EXPECT_TRUE(i == 0 || compareTimes(list[i - 1], list[i]) <= 0) << i;
         }
         EXPECT_EQ(expected, found);
-        std::free(list);
+        releaseFileList(list);
+        EXPECT_EQ(nullptr, list);
+        releaseFileList(list);
     }
 
     // The names of a list with records of these times, "0", "1", ..., after a call.

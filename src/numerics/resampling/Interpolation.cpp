@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <iterator>
 
@@ -138,25 +139,31 @@ private:
 };
 
 // The splines along the rows, for a block of output columns at a time so that what they yield needs little memory. The
-// elimination goes forward once, and its state before each block is kept; the substitution comes from behind, so the
-// last block is the first one.
+// elimination goes forward, the substitution comes from behind, so the last block is the first one. The elimination's
+// states before the blocks of one stretch are kept, and those before every stretch, from which it goes forward again:
+// many blocks would need a multiple of the image's memory.
 class RowSplines {
 public:
     RowSplines(qx::ImageView<const WORD> in, const Spacing& spacing, int columns)
         : in_(in), spacing_(spacing), columns_(columns), blockColumns_(columnsOfBlock(in.height)),
-          blocks_((columns - 1) / blockColumns_ + 1), states_(lineValues(lineGroups(in.height)) * blocks_),
-          ends_(lineValues(lineGroups(in.height))), knots_(mostMemory()), curvatures_(mostMemory()) {
+          blocks_((columns - 1) / blockColumns_ + 1), stretch_(blocksOfStretch(blocks_)),
+          stretches_((blocks_ - 1) / stretch_ + 1), starts_(lineValues(lineGroups(in.height)) * stretches_),
+          states_(lineValues(lineGroups(in.height)) * stretch_), ends_(lineValues(lineGroups(in.height))),
+          knots_(mostMemory()), curvatures_(mostMemory()) {
         if (*this)
-            qx::forPanels(in_.height, kSplineLines, [this](int y, int lines) { eliminateUpToBlocks(y, lines); });
+            qx::forPanels(in_.height, kSplineLines, [this](int y, int lines) { eliminateUpToStretches(y, lines); });
     }
 
-    explicit operator bool() const noexcept { return states_ && ends_ && knots_ && curvatures_; }
+    explicit operator bool() const noexcept { return starts_ && states_ && ends_ && knots_ && curvatures_; }
     int blocks() const noexcept { return blocks_; }
     int firstColumn(int block) const noexcept { return block * blockColumns_; }
     int columns(int block) const noexcept { return std::min(blockColumns_, columns_ - firstColumn(block)); }
 
     // Blocks are asked for from the last one to the first.
     void resample(int block, RowsResampled& out) noexcept {
+        const bool entersStretch = block + 1 == blocks_ || (block + 1) % stretch_ == 0;
+        if (entersStretch)
+            qx::forPanels(in_.height, kSplineLines, [&](int y, int lines) { eliminateUpToBlocks(block, y, lines); });
         qx::forPanels(in_.height, kSplineLines, [&](int y, int lines) { resampleGroup(block, y, lines, out); });
     }
 
@@ -165,6 +172,12 @@ private:
     static int columnsOfBlock(int rows) noexcept {
         constexpr int kValues = 1 << 20;
         return std::max(kValues / rows / kSplineLines, 1) * kSplineLines;
+    }
+
+    // All of them, or about as many as there are stretches.
+    static int blocksOfStretch(int blocks) noexcept {
+        constexpr int kBlocks = 32;
+        return blocks <= kBlocks ? blocks : static_cast<int>(std::sqrt(blocks));
     }
 
     KnotRange range(int block) const noexcept {
@@ -180,10 +193,13 @@ private:
         return most;
     }
 
-    // Of the group of lines from row y on: the elimination's state before a block, and the second derivatives at the
-    // block's last knot, which the block behind it leaves.
+    // Of the group of lines from row y on: the elimination's states before a stretch and before a block of the current
+    // stretch, and the second derivatives at the block's last knot, which the block behind it leaves.
+    float* start(int y, int stretch) noexcept {
+        return starts_.data() + lineValues(std::int64_t{y / kSplineLines} * stretches_ + stretch);
+    }
     float* state(int y, int block) noexcept {
-        return states_.data() + lineValues(std::int64_t{y / kSplineLines} * blocks_ + block);
+        return states_.data() + lineValues(std::int64_t{y / kSplineLines} * stretch_ + block % stretch_);
     }
     float* end(int y) noexcept { return ends_.data() + y; }
 
@@ -191,18 +207,34 @@ private:
         qx::splineKernels().loadKnots(in_.row(y) + range.start(), in_.width, lines, range.loaded(), knots_.data());
     }
 
-    void eliminateUpToBlocks(int y, int lines) noexcept {
-        std::fill_n(state(y, 0), kSplineLines, 0.0f);
+    // Takes the state before a block to the one before the next block.
+    void eliminateBlock(int block, int y, int lines, float* state) noexcept {
+        const KnotRange before = {range(block).first, range(block + 1).first};
+        if (before.inner() == 0)
+            return;
+        load(y, lines, before);
+        qx::splineKernels().eliminate(knots_.data() + before.place(before.firstInner() - 1),
+                                      spacing_.step(before.firstInner()), before.inner(), state, curvatures_.data());
+    }
+
+    void eliminateUpToStretches(int y, int lines) noexcept {
+        std::fill_n(start(y, 0), kSplineLines, 0.0f);
         std::fill_n(end(y), kSplineLines, 0.0f);
-        for (int block = 0; block + 1 < blocks_; ++block) {
-            const KnotRange before = {range(block).first, range(block + 1).first};
-            float* const next = state(y, block + 1);
-            std::copy_n(state(y, block), kSplineLines, next);
-            if (before.inner() == 0)
-                continue;
-            load(y, lines, before);
-            qx::splineKernels().eliminate(knots_.data() + before.place(before.firstInner() - 1),
-                                          spacing_.step(before.firstInner()), before.inner(), next, curvatures_.data());
+        for (int stretch = 1; stretch < stretches_; ++stretch) {
+            float* const next = start(y, stretch);
+            std::copy_n(start(y, stretch - 1), kSplineLines, next);
+            for (int block = (stretch - 1) * stretch_; block < stretch * stretch_; ++block)
+                eliminateBlock(block, y, lines, next);
+        }
+    }
+
+    // The states before all blocks of the stretch that ends with `last`.
+    void eliminateUpToBlocks(int last, int y, int lines) noexcept {
+        const int stretch = last / stretch_;
+        std::copy_n(start(y, stretch), kSplineLines, state(y, stretch * stretch_));
+        for (int block = stretch * stretch_; block < last; ++block) {
+            std::copy_n(state(y, block), kSplineLines, state(y, block + 1));
+            eliminateBlock(block, y, lines, state(y, block + 1));
         }
     }
 
@@ -223,6 +255,9 @@ private:
     int columns_;
     int blockColumns_;
     int blocks_;
+    int stretch_;
+    int stretches_;
+    qx::AlignedFloats starts_;
     qx::AlignedFloats states_;
     qx::AlignedFloats ends_;
     qx::AlignedFloats knots_;

@@ -151,6 +151,18 @@ TEST_F(DoSurfaceFit, means_of_rows_and_columns_are_single_precision_sums) {
     EXPECT_EQ(mean - tall.coefficients[3] / (2 * tall.coefficients[6]), tall.model[4]);
 }
 
+// More pixels than are evaluated at once, every second one 1 above the surface and the others 1 below.
+TEST_F(DoSurfaceFit, residuals_of_many_pixels) {
+    const Image image = imageOf(300, 300, [](int row, int col) {
+        return 3000 - 0.125 * (row - 120) * (row - 120) - 0.0625 * (col - 170) * (col - 170) +
+               ((row + col) % 2 == 0 ? 1 : -1);
+    });
+    const Fitted fit = fitted(doSurfaceFit, image);
+    expectNear({3000, 0.125 / 3000, 0.0625 / 3000, 0, 120, 170}, fit.model, 1e-3);
+    expectNear({3 * 90000.0, 3 * 90000.0, 1}, fit.residuals, 1e-3);
+    EXPECT_NEAR(1.0, fit.quality, 1e-4);
+}
+
 std::vector<Image> images(int width, int height) {
     SplitMix64 random(static_cast<std::uint64_t>(width) * 1009 + static_cast<std::uint64_t>(height));
     const double meanRow = (height - 1) / 2.0, meanCol = (width - 1) / 2.0;

@@ -55,6 +55,12 @@ TEST(GetStdev, integer_members_measure_around_the_truncated_mean) {
     EXPECT_EQ(truncated, getStdev(words, 2, 1));
     EXPECT_EQ(truncated, getStdev(ints, 1, 2));
     EXPECT_EQ(0.5f, getStdev(floats, 2, 1));
+    // The mean lies further above the lowest of these than the pixels that a likely one is taken from tell.
+    WORD uneven[512];
+    for (int i = 0; i < 512; ++i)
+        uneven[i] = i % 3 == 1 ? 16876 : i % 6 == 0 ? 13774 : 20793;
+    EXPECT_EQ(2685.77417f, getStdev(uneven, 512, 1));
+    EXPECT_EQ(plain::getStdev(uneven, 512, 1), getStdev(uneven, 512, 1));
     float mean = 0, stdev = 0;
     getStdevAndMean(ints, 2, 1, mean, stdev);
     EXPECT_EQ(1.5f, mean);

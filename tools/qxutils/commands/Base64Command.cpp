@@ -144,7 +144,11 @@ void addBase64Command(CLI::App& app, Command& chosen) {
     Base64Kinds kinds(app, chosen);
     kinds.add("encode", "Lines of 76 characters, printed unless there is a file to write", runEncode);
     kinds.add("decode", "A whole text, with or without line ends", runDecode).required();
-    kinds.add("decode-lines", "Each line by itself, up to its first zero byte", runDecodeLines).required();
+    kinds
+        .add("decode-lines",
+             "Each line by itself, up to its first zero byte and without an incomplete group of four at its end",
+             runDecodeLines)
+        .required();
 }
 
 }  // namespace qx::tool
