@@ -41,16 +41,20 @@ add_library(qx_library_settings INTERFACE)
 target_link_libraries(qx_library_settings INTERFACE qx_settings)
 target_compile_options(qx_library_settings INTERFACE -Wdouble-promotion -Wfloat-conversion -Wold-style-cast)
 
-# A shared library with the name the kit expects: QxUtils.dll, libQxUtils.so. Exports.map bounds what the latter exports;
-# a DLL exports what is marked and nothing else.
+# A shared library with the name the kit expects: QxUtils.dll, libQxUtils.so. Exports.map, or the one that follows MAP,
+# bounds what the latter exports; a DLL exports what is marked and nothing else.
 function(qx_shared_library name)
-  add_library(${name} SHARED ${ARGN})
+  cmake_parse_arguments(LIBRARY "" "MAP" "" ${ARGN})
+  add_library(${name} SHARED ${LIBRARY_UNPARSED_ARGUMENTS})
   add_library(QxUtils::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
   if(WIN32)
     set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
   else()
     set(map "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/Exports.map")
+    if(LIBRARY_MAP)
+      set(map "${CMAKE_CURRENT_SOURCE_DIR}/${LIBRARY_MAP}")
+    endif()
     target_link_options(${name} PRIVATE "-Wl,--version-script=${map}")
     set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${map}")
   endif()
