@@ -1,5 +1,5 @@
-/* Measures the SNR of a flat field that it makes up, grades it against a factory series and tells what a check measured.
- * Plain C, so that the same lines serve as a pattern for other languages. */
+/* Measures the SNR of a flat field that it makes up, grades it against a factory series and tells what a check
+ * measured. Plain C, so that the same lines serve as a pattern for other languages. */
 
 #include <qxutils_c.h>
 

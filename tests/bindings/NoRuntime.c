@@ -1,0 +1,2 @@
+/* What a compiler's runtime would bring along. */
+int _fltused = 0;
