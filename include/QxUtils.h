@@ -3,8 +3,8 @@
 // QxUtils: image processing and utilities of the flat-panel detector kit.
 //
 // Flat functions over pixel buffers (row-major, width before height) and file names. Every call runs to its end on
-// the caller's thread, of whose stack it needs 32 KiB at most; larger buffers come from the heap. The caller owns every
-// buffer it passes. Failures are status codes (StatusCode.h).
+// the caller's thread, of whose stack it needs 32 KiB at most, what the kit takes aside; larger buffers come from the
+// heap. The caller owns every buffer it passes. Failures are status codes (StatusCode.h).
 //
 // Several threads may be inside the library at the same time:
 //

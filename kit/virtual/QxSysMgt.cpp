@@ -43,7 +43,7 @@ int answer(int fault, Record* output, const Record& value) {
     return qxkit::kSuccess;
 }
 
-// Hands out a text that stays, wherever the field's own goes. The texts of the present are found first.
+// Hands out a text that stays when the field changes. Those that were new last are found first.
 char* handOut(std::string VirtualDetector::*field) {
     static qxkit::NeverDestroyed<std::forward_list<std::string>> handedOut;
     const DetectorLock lock;
