@@ -111,8 +111,8 @@ QXUTILS_API int executeNDTCAL(const std::uint32_t* brightImage, const std::uint3
 // its course. Memory: the calibration files' content, and 4 bytes a pixel for a defect list.
 QXUTILS_API int correctNDTImage(std::uint32_t* image, const std::uint32_t* darkImage, int pixelCount);
 
-// Reads the header of a defect file. Returns 0, 1057 for a null argument, 1039 when the file cannot be opened, 1040
-// when it is shorter than its header. info changes only on 0.
+// Reads the header of a defect file. Returns 0, 1057 for a null argument, 1039 when the file cannot be opened, 1035
+// when memory is short, 1040 when it is shorter than its header. info changes only on 0. Memory: 64 KiB.
 QXUTILS_API int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info);
 
 // Reads a defect file: files named exactly NormalStructurizedDefect.cal or FactoryStructurizedDefect.cal into

@@ -39,12 +39,13 @@ QXUTILS_API int getImageSize(const char* dir, const char* name, long& size);
 QXUTILS_API int cleanFile(const char* dir, const char* name);
 
 // Copies a file byte by byte. Always returns 0: a source or destination that cannot be opened is silently left alone.
-// The destination is emptied first, so a file copied onto itself ends up empty.
+// The destination is emptied first, so a file copied onto itself ends up empty; without memory nothing happens.
+// Memory: 256 KiB.
 QXUTILS_API int copyFile(const char* destination, const char* source);
 
 // CRC-32 of a file (reflected polynomial 0x04C11DB7 of IEEE 802.3, initial value all ones, result complemented).
-// Returns 0, 1057, 1039 (also printed, whatever the debug flag), or 1040 when reading fails half-way.
-// Cost: one pass; 256 KiB of automatic memory, whatever the file's length.
+// Returns 0, 1057, 1039 (also printed, whatever the debug flag), 1035 when memory is short, or 1040 when reading fails
+// half-way. Cost: one pass; 256 KiB of memory, whatever the file's length.
 QXUTILS_API int readLocalCRC(const char* dir, const char* name, unsigned long& crc);
 
 // XORs byte i of a buffer with i mod 256, in place: applied twice it restores the bytes. Null, or a length below 1,

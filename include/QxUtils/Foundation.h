@@ -2,7 +2,7 @@
 
 // Log, version, debug switch, time texts and the detector's settings.
 //
-// The log level, the debug flag and the version text are process-wide and unlocked: callers serialise.
+// The log level and the debug flag are process-wide; any thread may set them at any time.
 
 #include "Export.h"
 
@@ -67,7 +67,7 @@ QXUTILS_API double GetTimeCounter(long& start, long& end, double& seconds);
 // Non-zero switches the library's diagnostics on standard output on. Prints the new value. Returns 0.
 QXUTILS_API int setUtilDebug(int flag);
 
-// The library's name and version. The text is static and must not be changed.
+// The library's name and version. The text is static, the same at every call, and must not be changed.
 QXUTILS_API char* getQxUtilsDllVersion();
 
 // Power mode id of the detector, 0..7, or the status of a register read that failed.

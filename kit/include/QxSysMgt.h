@@ -2,7 +2,8 @@
 
 // Contract of the kit's system-management library: the detector's configuration and state, the calibration
 // directories, file transfer from the detector and the image header. Pointers returned here stay owned by that
-// library and valid until its next call. Every function answers at once.
+// library and valid until its next call, by the same thread where there are several. Every function answers at once.
+// Where the host calls QxUtils from several threads, the functions run in them at the same time.
 
 #include "QxKitExport.h"
 
@@ -117,7 +118,8 @@ QXKIT_API int getStatusInformation(StatusInformation* status);
 // The time interval of the AED training record, seconds.
 QXKIT_API float getTimeInterval();
 
-// Downloads a calibration file from the detector into its calibration directory. kind 0: offset, 1: gain.
+// Downloads a calibration file from the detector into its calibration directory. kind 0: offset, 1: gain. With several
+// threads the file appears whole in its place, and every call for it succeeds.
 QXKIT_API int transferFile(int kind, const char* fileName, int option);
 
 // Fills the 65536-byte image header. kind 17: factory SNR file, 18: NDT dark image, 19: NDT gain image.

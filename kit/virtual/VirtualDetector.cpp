@@ -2,8 +2,10 @@
 
 #include "DetectorDirectories.h"
 #include "ModeWord.h"
+#include "NeverDestroyed.h"
 
 #include <algorithm>
+#include <mutex>
 #include <system_error>
 
 namespace qxkit {
@@ -25,6 +27,11 @@ ConfigInfo defaultConfig() {
     return config;
 }
 
+std::recursive_mutex& stateMutex() {
+    static NeverDestroyed<std::recursive_mutex> mutex;
+    return mutex.value;
+}
+
 }  // namespace
 
 VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTriggerSourceId, 1}} {
@@ -34,19 +41,30 @@ VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTrigg
 }
 
 VirtualDetector& virtualDetector() {
-    static VirtualDetector detector;
-    return detector;
+    static NeverDestroyed<VirtualDetector> detector;
+    return detector.value;
+}
+
+DetectorLock::DetectorLock() {
+    stateMutex().lock();
+}
+
+DetectorLock::~DetectorLock() {
+    stateMutex().unlock();
 }
 
 void resetVirtualDetector() {
+    const DetectorLock lock;
     virtualDetector() = VirtualDetector();
 }
 
 void setPowerMode(int powerModeId) {
+    const DetectorLock lock;
     setModeBits(virtualDetector().registers, powerModeId, kPowerModeShift);
 }
 
 void setGainId(int gainId) {
+    const DetectorLock lock;
     setModeBits(virtualDetector().registers, gainId, kGainShift);
 }
 
@@ -75,6 +93,7 @@ std::string setDirectories(const std::filesystem::path& root) {
         if (std::string problem = createFolder(root / role.folder); !problem.empty())
             return problem;
     }
+    const DetectorLock lock;
     for (const DirectoryRole& role : kDirectoryRoles)
         virtualDetector().*role.field = toKitDirectory(root / role.folder);
     return {};

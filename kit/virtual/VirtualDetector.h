@@ -4,7 +4,14 @@
 // one object virtualDetector() refers to; every function of QxSysMgt.h answers from it at once. Tests, tools and host
 // programs set it field by field, or from a TOML file (kit/virtual/example.toml shows every key).
 //
-// Not for use from several threads at the same time.
+// All functions of QxSysMgt.h, and those here, may run in several threads at the same time. Who sets fields while
+// others run holds the lock meanwhile:
+//     const qxkit::DetectorLock lock;
+//     qxkit::virtualDetector().temperatureC = 40.0f;
+// The lock does not reach the configuration record, which is read where it lies: set it, load a TOML file and reset the
+// detector before other threads use the kit.
+//
+// The detector is never destroyed, so that destructors of global objects still find it.
 
 #include "QxKitExport.h"
 #include "QxSysMgt.h"
@@ -38,8 +45,8 @@ struct TransferCall {
     int status = 0;
 };
 
-// Directories end with a separator, '\\' on every platform. Text is kept here, so the pointers that QxSysMgt hands out
-// stay valid until the field is assigned again.
+// Directories end with a separator, '\\' on every platform. A text that QxSysMgt has handed out stays as it is for
+// good, whatever becomes of its field.
 struct VirtualDetector {
     QXKIT_API VirtualDetector();
 
@@ -77,6 +84,15 @@ struct VirtualDetector {
 
 // The state behind QxSysMgt.
 QXKIT_API VirtualDetector& virtualDetector();
+
+// Keeps the state from other threads while it lives. A thread may hold several, one inside the other.
+class DetectorLock {
+public:
+    QXKIT_API DetectorLock();
+    QXKIT_API ~DetectorLock();
+    DetectorLock(const DetectorLock&) = delete;
+    DetectorLock& operator=(const DetectorLock&) = delete;
+};
 
 // Gives every field its default again.
 QXKIT_API void resetVirtualDetector();

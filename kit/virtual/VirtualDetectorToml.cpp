@@ -325,6 +325,7 @@ std::string loadVirtualDetector(const std::filesystem::path& file) {
         const auto line = parsed.error().source().begin.line;
         return describe(file, {line, "not valid TOML", std::string(parsed.error().description())});
     }
+    const DetectorLock lock;
     Loading loading{virtualDetector(), file.parent_path(), {}};
     if (const Outcome problem = applyBindings(parsed.table(), "", wholeFile(loading)))
         return describe(file, *problem);

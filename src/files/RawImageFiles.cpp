@@ -5,9 +5,9 @@
 #include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/JoinedPath.h"
+#include "foundation/Scratch.h"
 #include "platform/FileSystem.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -17,6 +17,8 @@ namespace {
 using qx::File;
 using qx::JoinedPath;
 using qx::OpenMode;
+
+constexpr std::size_t kCopiedAtOnce = 256 * 1024;
 
 int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
     if (dir == nullptr || name == nullptr)
@@ -97,15 +99,16 @@ int copyFile(const char* destination, const char* source) {
     if (destination == nullptr || source == nullptr)
         return StatusOk;
     const File from = qx::openFile(source, OpenMode::ReadBinary);
-    if (!from)
+    qx::Scratch<char> chunk(kCopiedAtOnce);
+    // Kept: a source without a copy is not reported, be it for want of memory.
+    if (!from || !chunk)
         return StatusOk;
     // Kept: opening empties the destination, the source too when it is the same file.
     const File to = qx::openFile(destination, OpenMode::WriteBinary);
     if (!to)
         return StatusOk;
-    std::array<char, 65536> chunk;
     std::size_t count = 0;
-    while ((count = std::fread(chunk.data(), 1, chunk.size(), from.get())) > 0)
+    while ((count = std::fread(chunk.data(), 1, kCopiedAtOnce, from.get())) > 0)
         std::fwrite(chunk.data(), 1, count, to.get());
     // Kept: a copy that fails half-way is not reported.
     return StatusOk;

@@ -105,6 +105,9 @@ TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
         return getFloatMedian(inPlace.data(), 1000) == sorted[500] && inPlace == sorted;
     };
     EXPECT_LT(0, failEach<bool>(sortInPlace, [](bool isSorted) { EXPECT_TRUE(isSorted); }));
+
+    std::array<int, 8> bins{};
+    EXPECT_EQ(1, expectRefused([&] { return getHistogramByBins(&bins[0], &bins[4], 4, image.data(), 1000); }, bins));
 }
 
 // Three blocks of 32 columns.
@@ -138,9 +141,16 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
     EXPECT_EQ(expected, reasons);
 }
 
-// Long windows, so that memory is needed.
 TEST_F(AllocationFault, filters_without_memory_change_nothing) {
     const TestImage image = randomImage(40, 33, 0, 65535, 3);
+    std::vector<WORD> pixels = image.pixels;
+    const auto equalise = [&, before = pixels] {
+        hisEqualization(pixels.data(), static_cast<int>(pixels.size()));
+        return pixels == before ? 1035 : 0;
+    };
+    EXPECT_EQ(2, expectRefused(equalise, pixels));
+
+    // Long windows, so that memory is needed.
     std::vector<float> samples = floatsOf(image);
     const auto filter = [&, before = samples] {
         medianFilter(samples.data(), static_cast<int>(samples.size()), 40);

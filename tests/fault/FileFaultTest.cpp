@@ -5,6 +5,7 @@
 #include "SnrFiles.h"
 
 #include <QxUtils/Correction.h>
+#include <QxUtils/Files.h>
 #include <QxUtils/Quality.h>
 
 #include <new>
@@ -43,6 +44,35 @@ TEST_F(FileFault, defect_files_answer_1035_and_leave_empty_lists) {
                   }));
         EXPECT_EQ(0, load());
     }
+}
+
+TEST_F(FileFault, chunks_of_files_leave_the_output_without_memory) {
+    FileHeadInfo head{};
+    head.imageWidth = 7;
+    const std::string content = defectHeader(head) + "123456789";
+    writeFile(folder() / "in", content);
+    unsigned long crc = 5;
+    EXPECT_EQ(1, expectRefused([&] { return readLocalCRC(dir_.c_str(), "in", crc); }, crc));
+    std::uint32_t width = 0;
+    EXPECT_EQ(1, expectRefused(
+                     [&] {
+                         FileHeadInfo info{};
+                         const int status = getDefectHeadInfo(dir_.c_str(), "in", &info);
+                         width = info.imageWidth;
+                         return status;
+                     },
+                     width));
+    // A copy without memory is not begun, and not reported.
+    const std::string source = folder() / "in";
+    const std::string destination = folder() / "out";
+    writeFile(destination, "before");
+    EXPECT_EQ(std::vector<int>{0}, failures([&] { return copyFile(destination.c_str(), source.c_str()); }));
+    EXPECT_EQ(content, readFile(destination));
+    writeFile(destination, "before");
+    failAllocation(1);
+    EXPECT_EQ(0, copyFile(destination.c_str(), source.c_str()));
+    EXPECT_TRUE(stopFailing());
+    EXPECT_EQ("before", readFile(destination));
 }
 
 // The list is walked and grows, each row half of the one before, until there is no memory left.

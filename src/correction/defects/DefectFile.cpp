@@ -9,10 +9,10 @@
 #include "foundation/Diagnostics.h"
 #include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
+#include "foundation/Scratch.h"
 
 #include <QxCodec.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -97,8 +97,10 @@ int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info) {
     const qx::File file = qx::openJoined(dir, name, qx::OpenMode::ReadBinary, "Error opening file.\n");
     if (!file)
         return StatusFileOpenFailed;
-    std::array<char, kImageHeaderBytes> header;
-    if (std::fread(header.data(), 1, header.size(), file.get()) != header.size())
+    qx::Scratch<char> header(kImageHeaderBytes);
+    if (!header)
+        return StatusAllocationFailed;
+    if (std::fread(header.data(), 1, kImageHeaderBytes, file.get()) != kImageHeaderBytes)
         return StatusFileReadFailed;
     *info = headInfoOf(header.data());
     return StatusOk;
