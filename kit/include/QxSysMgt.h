@@ -2,7 +2,8 @@
 
 // Contract of the kit's system-management library: the detector's configuration and state, the calibration
 // directories, file transfer from the detector and the image header. Pointers returned here stay owned by that
-// library and valid until its next call. Every function answers at once.
+// library and valid until the next call of any kit function: QxUtils copies what it needs before it calls again. Every
+// function answers at once. Paths are in the process's ANSI code page on Windows and bytes elsewhere.
 
 #include "QxKitExport.h"
 
