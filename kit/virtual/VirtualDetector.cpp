@@ -1,10 +1,6 @@
 #include "VirtualDetector.h"
 
-#include "DetectorDirectories.h"
 #include "ModeWord.h"
-
-#include <algorithm>
-#include <system_error>
 
 namespace qxkit {
 namespace {
@@ -48,36 +44,6 @@ void setPowerMode(int powerModeId) {
 
 void setGainId(int gainId) {
     setModeBits(virtualDetector().registers, gainId, kGainShift);
-}
-
-std::string toKitDirectory(const std::filesystem::path& folder) {
-    std::string text = folder.empty() ? std::string(".") : folder.string();
-    std::replace(text.begin(), text.end(), '/', '\\');
-    if (text.back() != '\\')
-        text += '\\';
-    return text;
-}
-
-std::filesystem::path nativePath(const std::string& kitPath) {
-    std::string text = kitPath;
-    std::replace(text.begin(), text.end(), '\\', '/');
-    return {text};
-}
-
-std::string createFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    return error ? "cannot create the folder " + folder.string() + ": " + error.message() : std::string();
-}
-
-std::string setDirectories(const std::filesystem::path& root) {
-    for (const DirectoryRole& role : kDirectoryRoles) {
-        if (std::string problem = createFolder(root / role.folder); !problem.empty())
-            return problem;
-    }
-    for (const DirectoryRole& role : kDirectoryRoles)
-        virtualDetector().*role.field = toKitDirectory(root / role.folder);
-    return {};
 }
 
 }  // namespace qxkit
