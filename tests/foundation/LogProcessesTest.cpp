@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kProcesses = 4;
 constexpr int kWriters = 2 * kProcesses;
-constexpr int kLinesEach = 500;
+constexpr int kLinesEach = 3000;
 const std::string kWriterPrefix = "Utils  | I | writer ";
 
 using LogProcesses = qx::test::DetectorFixture;

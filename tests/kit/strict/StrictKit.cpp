@@ -8,15 +8,17 @@
 #include <array>
 #include <cstring>
 #include <sstream>
+#include <vector>
 
 namespace {
 
 using qx::test::strictKit;
 
-// One buffer for every text; of the records, the one that is valid and the one that was.
+// One buffer for every text. Of the records one is valid, and those that were stay spoilt for long.
+constexpr std::size_t kPlaces = 1000;
 std::array<char, 4096> textBuffer;
-std::array<ConfigInfo, 2> configs;
-std::array<int, 2> integrationTimes;
+std::vector<ConfigInfo> configs(kPlaces);
+std::array<int, kPlaces> integrationTimes;
 std::size_t valid = 0;
 
 // Every call comes through here.
@@ -26,7 +28,7 @@ void moveOn() {
         std::memcpy(textBuffer.data(), kStale, sizeof kStale);
         std::memset(&configs[valid], 0xA5, sizeof(ConfigInfo));
         integrationTimes[valid] = -1;
-        valid = 1 - valid;
+        valid = (valid + 1) % kPlaces;
     }
     configs[valid] = strictKit().config;
     integrationTimes[valid] = strictKit().integrationTimeMs;

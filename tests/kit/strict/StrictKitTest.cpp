@@ -4,6 +4,7 @@
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "SnrFiles.h"
+#include "StripeBands.h"
 
 #include "platform/Clock.h"
 
@@ -58,7 +59,7 @@ protected:
         config.uniformityCvLimit = config.rcnRowDiffLimit = config.gainGroupCvLimit = 0.5f;
         config.stripMeanDiffLimit = config.darkLevelFloor = config.falseTriggerMedianFloor = 100;
         config.exposedBlockFloor = 1000;
-        config.maxGrayValue = 65535;
+        config.maxGrayValue = 5000;
         for (const char* name : {"offset", "gain", "defect", "temperature", "logs", "500ms"})
             fs::create_directories(root_ / name);
         writeFile(root_ / "offset" / kDarkName, calibration(Longs(kPixels, 10)));
@@ -156,9 +157,16 @@ std::map<std::string, Work> operations(const fs::path& root) {
              std::vector<float> image = floats;
              return correctRDwithoutRgain(image.data(), 1280, 256);
          })},
+        // A pixel that ends at the largest gray value.
         {"stripe", plain([] {
-             TestImage image = flat;
-             return correctAedStripeClinic(image.pixels.data(), flat.data(), 512, 512, 768, 400);
+             BandColumn stripe = bandColumn(4000, 4000, 4000);
+             for (std::size_t i = 0; i < 5; ++i)
+                 stripe[20 + i] = 200 * (19 - static_cast<int>(i));
+             TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
+             reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
+             TestImage image = constantImage(3, 40, 208 + 3750);
+             correctAedStripeClinic(image.pixels.data(), reference.data(), 3, 20, 40, 26);
+             return static_cast<int>(image.at(25, 1));
          })},
         {"factory SNR",
          [=](StrictKit& kit, Longs&) {
