@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -34,16 +35,14 @@ void moveOn() {
     integrationTimes[valid] = strictKit().integrationTimeMs;
 }
 
-char* textOf(std::string text) {
+char* lend(const std::string& text) {
     moveOn();
-    static std::array<std::string, 8> lasting;
-    if (!strictKit().moves) {
-        const auto kept = std::ranges::find_if(lasting, [&](auto& t) { return t.empty() || t == text; });
-        *kept = text;
-        return kept->data();
+    if (strictKit().moves) {
+        std::memcpy(textBuffer.data(), text.c_str(), text.size() + 1);
+        return textBuffer.data();
     }
-    std::memcpy(textBuffer.data(), text.c_str(), text.size() + 1);
-    return textBuffer.data();
+    static std::set<std::string> lasting;
+    return const_cast<char*>(lasting.insert(text).first->c_str());
 }
 
 template <class Record>
@@ -96,22 +95,22 @@ int* getRadExpTime() {
 }
 
 char* getWorkDir() {
-    return textOf(strictKit().root);
+    return lend(strictKit().root);
 }
 char* getOfstImgDir() {
-    return textOf(strictKit().root + "offset\\");
+    return lend(strictKit().root + "offset\\");
 }
 char* getGainImgDir() {
-    return textOf(strictKit().root + "gain\\");
+    return lend(strictKit().root + "gain\\");
 }
 char* getDefectImgDir() {
-    return textOf(strictKit().root + "defect\\");
+    return lend(strictKit().root + "defect\\");
 }
 char* getTempImgDir() {
-    return textOf(strictKit().root + "temperature\\");
+    return lend(strictKit().root + "temperature\\");
 }
 char* getMachineID() {
-    return textOf("SN 4711");
+    return lend("SN 4711");
 }
 
 int get_dtt_type() {
