@@ -57,14 +57,4 @@ std::string createFolder(const std::filesystem::path& folder) {
     return error ? "cannot create the folder " + folder.string() + ": " + error.message() : std::string();
 }
 
-std::string setDirectories(const std::filesystem::path& root) {
-    for (const DirectoryRole& role : kDirectoryRoles) {
-        if (std::string problem = createFolder(root / role.folder); !problem.empty())
-            return problem;
-    }
-    for (const DirectoryRole& role : kDirectoryRoles)
-        virtualDetector().*role.field = toKitDirectory(root / role.folder);
-    return {};
-}
-
 }  // namespace qxkit

@@ -1,5 +1,6 @@
 #include "VirtualDetector.h"
 
+#include "DetectorDirectories.h"
 #include "ModeWord.h"
 
 namespace qxkit {
@@ -44,6 +45,16 @@ void setPowerMode(int powerModeId) {
 
 void setGainId(int gainId) {
     setModeBits(virtualDetector().registers, gainId, kGainShift);
+}
+
+std::string setDirectories(const std::filesystem::path& root) {
+    for (const DirectoryRole& role : kDirectoryRoles) {
+        if (std::string problem = createFolder(root / role.folder); !problem.empty())
+            return problem;
+    }
+    for (const DirectoryRole& role : kDirectoryRoles)
+        virtualDetector().*role.field = toKitDirectory(root / role.folder);
+    return {};
 }
 
 }  // namespace qxkit

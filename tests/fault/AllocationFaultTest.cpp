@@ -139,39 +139,6 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
     EXPECT_EQ(expected, reasons);
 }
 
-// The stripe is measured by the first method, its homogeneous columns.
-TEST_F(AllocationFault, corrections_in_place_answer_1035_and_leave_the_image) {
-    std::vector<float> balanced(96 * 4, 1000.0f);
-    const float gains[] = {2.0f, 3.0f};
-    EXPECT_EQ(1, expectRefused([&] { return correctRDbyRgain(balanced.data(), 96, 4, gains, 2, 32); }, balanced));
-
-    BandColumn stripe = bandColumn(4000, 4000, 4000);
-    for (std::size_t i = 0; i < 5; ++i)
-        stripe[20 + i] = 200 * (19 - static_cast<int>(i));
-    TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
-    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
-    TestImage image = constantImage(3, 40, 208 + 3000);
-    EXPECT_LT(
-        3, expectRefused([&] { return correctAedStripeClinic(image.pixels.data(), reference.data(), 3, 20, 40, 26); },
-                         image.pixels));
-}
-
-// Neither half a record nor one with a status for a level; the last run is the one that has all memory.
-TEST_F(AllocationFault, training_records_without_memory_are_abandoned_in_silence) {
-    const TestImage image = randomImage(1000, 70, 0, 65535, 1);
-    const std::filesystem::path record = logFolder() / "PostDarkData.txt";
-    std::filesystem::create_directory(logFolder());
-    const long count = failEach<bool>(
-        [&] {
-            recordAedTrainStepInfo(image.data(), 1000, 70);
-            return std::filesystem::exists(record);
-        },
-        [](bool exists) { EXPECT_FALSE(exists); });
-    EXPECT_LT(3, count);
-    EXPECT_EQ(7u, splitLines(readFile(record)).size());
-    EXPECT_EQ(1u, logFiles().size());
-}
-
 // Long windows, so that memory is needed.
 TEST_F(AllocationFault, filters_without_memory_change_nothing) {
     const TestImage image = randomImage(40, 33, 0, 65535, 3);
@@ -356,6 +323,18 @@ TEST_F(AllocationFault, ndt_calibration_answers_1035_and_writes_no_part_of_a_fil
     EXPECT_EQ((std::vector<std::ptrdiff_t>{0, 1}), darkFiles);
     EXPECT_EQ(1, filesIn("gain"));
     EXPECT_EQ(Lines{}, logLines());
+}
+
+// Its homogeneous columns tell the stripe of five rows.
+TEST_F(AllocationFault, aed_stripe_correction_answers_1035_and_leaves_the_image) {
+    BandColumn stripe = bandColumn(4000, 4000, 4000);
+    for (std::size_t i = 0; i < 5; ++i)
+        stripe[20 + i] = 200 * (19 - static_cast<int>(i));
+    TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
+    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
+    std::vector<WORD> image(3 * 40, 208 + 3000);
+    const auto correct = [&] { return correctAedStripeClinic(image.data(), reference.data(), 3, 20, 40, 26); };
+    EXPECT_LT(3, expectRefused(correct, image));
 }
 
 class NdtAllocationFault : public AllocationFault {
