@@ -25,6 +25,10 @@
 // functions run at the same time; a text or number that it points to stays until the same thread calls it again; nobody
 // changes the configuration record meanwhile; a file that it transfers appears whole in its place, and two transfers of
 // one file both succeed.
+//
+// Texts are zero-terminated. On Windows paths are in the process's ANSI code page, which is UTF-8 where the program's
+// manifest says so; elsewhere they are bytes, as the file system has them. Calls ask the kit themselves, and the log
+// does: a text that the kit lends until its next call is copied before it is passed on.
 
 #include "QxUtils/Correction.h"
 #include "QxUtils/Files.h"

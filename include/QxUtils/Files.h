@@ -3,9 +3,10 @@
 // Raw image files: the bytes of a buffer as they stand, optionally behind the 65536-byte image header.
 //
 // A path is a directory text directly followed by a file name, so the directory ends with a separator; '\\' separates
-// on every platform. A joined path holds at most 255 characters; where nothing else is said, a longer one counts as a
-// file that cannot be opened. A directory is never a readable file. Diagnostics go to standard output while the debug
-// flag is set.
+// on every platform. Texts are in the process's ANSI code page on Windows (UTF-8 where the program's manifest says so),
+// which is what names in a listing come back in, and bytes elsewhere. A joined path holds at most 255 characters; where
+// nothing else is said, a longer one counts as a file that cannot be opened. A directory is never a readable file.
+// Diagnostics go to standard output while the debug flag is set.
 //
 // Common codes: 1057 a null argument, 1020 a negative size or a file longer than the result can hold, 1039 a file
 // that cannot be opened or created. Outputs are written only on success, unless said otherwise. Functions keep no state
@@ -67,9 +68,10 @@ QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* head
 // The panel's temperature in degrees Celsius.
 QXUTILS_API float getTemperatureFromImageHead(const char* header);
 
-// Directories. A directory text ends with a separator; a text above 254 characters counts as a directory that cannot be
-// listed, an entry whose joined path exceeds 255 characters as a file that is not there; elsewhere than on Windows so
-// does a name with a '\' in it.
+// Directories. A directory text ends with a separator, the empty one is the current directory; a text above 254
+// characters counts as a directory that cannot be listed, an entry whose joined path exceeds 255 characters as a file
+// that is not there. Elsewhere than on Windows an entry with a '\' in its name is left alone, be it file or folder: a
+// path would name another one.
 
 // Returns 0 when the path exists, be it a file or a directory, 1038 when not, 1057 for null.
 QXUTILS_API int CheckDirPath(char*& path);

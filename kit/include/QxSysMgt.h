@@ -1,9 +1,10 @@
 #pragma once
 
-// Contract of the kit's system-management library: the detector's configuration and state, the calibration
-// directories, file transfer from the detector and the image header. Pointers returned here stay owned by that
-// library and valid until its next call, by the same thread where there are several. Every function answers at once.
-// Where the host calls QxUtils from several threads, the functions run in them at the same time.
+// Contract of the kit's system-management library: the detector's configuration and state, the calibration directories,
+// file transfer from the detector and the image header. Pointers returned here stay owned by that library and valid
+// until the next call of any kit function, by the same thread where there are several: QxUtils copies what it needs
+// before it calls again. Every function answers at once. Where the host calls QxUtils from several threads, the
+// functions run in them at the same time. Paths are in the process's ANSI code page on Windows and bytes elsewhere.
 
 #include "QxKitExport.h"
 

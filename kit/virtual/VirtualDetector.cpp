@@ -4,9 +4,7 @@
 #include "ModeWord.h"
 #include "NeverDestroyed.h"
 
-#include <algorithm>
 #include <mutex>
-#include <system_error>
 
 namespace qxkit {
 namespace {
@@ -66,26 +64,6 @@ void setPowerMode(int powerModeId) {
 void setGainId(int gainId) {
     const DetectorLock lock;
     setModeBits(virtualDetector().registers, gainId, kGainShift);
-}
-
-std::string toKitDirectory(const std::filesystem::path& folder) {
-    std::string text = folder.empty() ? std::string(".") : folder.string();
-    std::replace(text.begin(), text.end(), '/', '\\');
-    if (text.back() != '\\')
-        text += '\\';
-    return text;
-}
-
-std::filesystem::path nativePath(const std::string& kitPath) {
-    std::string text = kitPath;
-    std::replace(text.begin(), text.end(), '\\', '/');
-    return {text};
-}
-
-std::string createFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    return error ? "cannot create the folder " + folder.string() + ": " + error.message() : std::string();
 }
 
 std::string setDirectories(const std::filesystem::path& root) {

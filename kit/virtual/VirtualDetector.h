@@ -103,16 +103,18 @@ QXKIT_API void setGainId(int gainId);
 
 // Makes root the work directory and its subfolders offset, gain, defect, temperature and storage the others, and
 // creates those that are missing. Returns an error text, empty on success; the detector is as before on an error, but
-// folders made before the one that could not be made stay.
+// folders made before the one that could not be made stay. On Windows a folder that the process's ANSI code page cannot
+// spell is refused, elsewhere one with a '\\' in a name.
 QXKIT_API std::string setDirectories(const std::filesystem::path& root);
 
-// The path of a kit text such as getWorkDir() for the operating system: '\\' is a separator on every platform.
+// The path of a kit text such as getWorkDir() for the operating system: '\\' is a separator on every platform, and on
+// Windows the text is in the process's ANSI code page.
 QXKIT_API std::filesystem::path nativePath(const std::string& kitPath);
 
-// Sets what the TOML file names and keeps the rest; folders it names are created when missing, relative ones below the
-// file's own folder. Returns an empty text, or one line "file:line: key: what is wrong" ("file: cannot be read" when
-// there is no text to read). The detector is as before on an error. Folders are made when all else has proved right;
-// those made before one that could not be made stay.
+// Sets what the TOML file names and keeps the rest; folders it names, in UTF-8 as the whole file, are created when
+// missing, relative ones below the file's own folder. Returns an empty text, or one line
+// "file:line: key: what is wrong" ("file: cannot be read" when there is no text to read). The detector is as before on
+// an error. Folders are made when all else has proved right; those made before one that could not be made stay.
 QXKIT_API std::string loadVirtualDetector(const std::filesystem::path& file);
 
 }  // namespace qxkit

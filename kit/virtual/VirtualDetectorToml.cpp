@@ -257,10 +257,16 @@ struct Loading {
     }
 };
 
+// '\\' separates in the file, too, on every platform.
+std::filesystem::path pathOf(std::string utf8) {
+    std::replace(utf8.begin(), utf8.end(), '\\', '/');
+    return {std::u8string(utf8.begin(), utf8.end())};
+}
+
 // Stores the folder as the file names it.
 Setter folder(std::function<void(const PlannedFolder&)> store) {
     return [store = std::move(store)](const toml::node& node, const std::string& key) -> Outcome {
-        const auto plan = [&](const std::string& value) { store({nativePath(value), node.source().begin.line, key}); };
+        const auto plan = [&](const std::string& value) { store({pathOf(value), node.source().begin.line, key}); };
         return textInto(plan, 1, kLongestFolder)(node, key);
     };
 }

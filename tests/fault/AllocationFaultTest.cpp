@@ -4,6 +4,7 @@
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "FaultFixture.h"
+#include "StripeBands.h"
 
 #include "numerics/fits/LinearLeastSquares.h"
 #include "platform/DirectoryRecord.h"
@@ -342,6 +343,18 @@ TEST_F(AllocationFault, ndt_calibration_answers_1035_and_writes_no_part_of_a_fil
     EXPECT_EQ((std::vector<std::ptrdiff_t>{0, 1}), darkFiles);
     EXPECT_EQ(1, filesIn("gain"));
     EXPECT_EQ(Lines{}, logLines());
+}
+
+// Its homogeneous columns tell the stripe of five rows.
+TEST_F(AllocationFault, aed_stripe_correction_answers_1035_and_leaves_the_image) {
+    BandColumn stripe = bandColumn(4000, 4000, 4000);
+    for (std::size_t i = 0; i < 5; ++i)
+        stripe[20 + i] = 200 * (19 - static_cast<int>(i));
+    TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
+    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
+    std::vector<WORD> image(3 * 40, 208 + 3000);
+    const auto correct = [&] { return correctAedStripeClinic(image.data(), reference.data(), 3, 20, 40, 26); };
+    EXPECT_LT(3, expectRefused(correct, image));
 }
 
 class NdtAllocationFault : public AllocationFault {

@@ -115,6 +115,20 @@ TEST_F(FileFault, factory_series_answer_1035_and_leave_the_list) {
     EXPECT_TRUE(refusals(load).front().ends_with(line));
 }
 
+// Neither half a record nor one with a status for a level; the last run is the one that has all memory.
+TEST_F(FileFault, training_records_without_memory_are_abandoned_in_silence) {
+    const TestImage image = randomImage(1000, 70, 0, 65535, 1);
+    const fs::path record = logFolder() / "PostDarkData.txt";
+    fs::create_directory(logFolder());
+    const auto isRecorded = [&] {
+        recordAedTrainStepInfo(image.data(), 1000, 70);
+        return fs::exists(record);
+    };
+    EXPECT_LT(3, failEach<bool>(isRecorded, [](bool exists) { EXPECT_FALSE(exists); }));
+    EXPECT_EQ(7u, splitLines(readFile(record)).size());
+    EXPECT_EQ(1u, logFiles().size());
+}
+
 // An image that cannot be measured is left out, a directory that cannot be listed has none.
 TEST_F(FileFault, factory_images_without_memory_make_no_file) {
     detector().width = 130;

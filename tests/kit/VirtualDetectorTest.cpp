@@ -146,6 +146,11 @@ TEST_F(VirtualDetector, directories_end_with_a_backslash_and_exist) {
     }
     writeFile(root / "file", "in the way");
     EXPECT_NE("", qxkit::setDirectories(root / "file"));
+#ifndef _WIN32
+    // Its text would name a folder in a folder.
+    EXPECT_NE("", qxkit::setDirectories(root / "one\\name"));
+    EXPECT_FALSE(std::filesystem::exists(root / "one\\name"));
+#endif
     EXPECT_EQ(expected[0].first, getWorkDir());
 }
 

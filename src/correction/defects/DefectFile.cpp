@@ -54,14 +54,16 @@ void emptyAll(Lists&... lists) {
 }
 
 int readLists(const char* dir, const char* name, VectorDefect* classic, DefectInfo* structured) {
+    // The directory may be a text of the kit, which reads the header's numbers.
+    const qx::JoinedPath path(dir, name);
     // For what it prints while debugging.
     long size = 0;
-    getImageSize(dir, name, size);
+    getImageSize(path.c_str(), "", size);
     FileHeadInfo info{};
-    int status = getDefectHeadInfo(dir, name, &info);
+    int status = getDefectHeadInfo(path.c_str(), "", &info);
     if (status != StatusOk)
         return status;
-    const qx::File file = qx::openFile(qx::JoinedPath(dir, name).c_str(), qx::OpenMode::ReadBinary);
+    const qx::File file = qx::openFile(path.c_str(), qx::OpenMode::ReadBinary);
     if (!file) {
         qx::printDebug("Error opening file.\n");
         return StatusFileOpenFailed;

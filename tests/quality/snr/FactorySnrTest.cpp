@@ -222,14 +222,14 @@ TEST_F(RetrieveAllSnrForQualityCheck, separator_is_added_and_the_result_replaces
     expectLog(kBegin + measured() + kWriting + kDone);
 }
 
-// A header that cannot be filled stays empty but for the three fields.
+// The file's own name does not count. A header that cannot be filled stays empty but for the three fields.
 TEST_F(RetrieveAllSnrForQualityCheck, time_that_the_path_does_not_name_is_an_error_line_only) {
-    const FactorySNRRecord record = place("500ms", "one", 987654.0f, 1);
+    const FactorySNRRecord record = place("500ms", "987654", 987654.0f, 1);
     detector().faults.fillImgHead = 9;
     EXPECT_EQ(0, retrieve());
     EXPECT_EQ(expectedFile(1, 1, {record}), readFile(resultFile()));
     expectLog(kBegin +
-              measured("Utils  | E | the integration time 987654 in header of image one mismatch the path name " +
+              measured("Utils  | E | the integration time 987654 in header of image 987654 mismatch the path name " +
                        dir() + "500ms\\\n") +
               kWriting + kDone);
 }
