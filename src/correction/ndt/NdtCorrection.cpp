@@ -4,6 +4,7 @@
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
 #include "kernels/FrameKernels.h"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <new>
 #include <vector>
@@ -152,8 +154,8 @@ int NdtCorrection::provideDark() noexcept {
 int NdtCorrection::loadDark() noexcept {
     constexpr char kFailed[] = "Load offset image of NDT mode fail!";
     const NdtFileName name = NdtFileName::dark();
-    long size = 0;
-    int status = getImageSize(getOfstImgDir(), name.c_str(), size);
+    std::int64_t length = 0;
+    int status = lengthOfFile(getOfstImgDir(), name.c_str(), length);
     if (status != StatusOk) {
         logCorrection(LogError, JoinedPath(getOfstImgDir(), name.c_str()).c_str());
         if (!exists(getOfstImgDir(), name)) {
