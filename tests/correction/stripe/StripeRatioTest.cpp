@@ -238,14 +238,14 @@ TEST_F(CalcStripeRatio, first_method_refuses_stripes_that_are_too_wide) {
     EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
 }
 
-// The jump of 0.25 makes smoothed steps below -0.0025 count: that to row 21 is -0.0026 or -0.0024.
+// The jump of 0.25 makes smoothed steps below its hundredth part count: that to row 21 is -376 or -374 of 150000.
 TEST_F(CalcStripeRatio, first_method_counts_steep_steps_up_to_the_first_flat_one) {
     for (const int rows : {3, 2}) {
-        BandColumn column = bandColumn(10000, 12500, 12500);
-        std::fill_n(column.begin(), 23, 10500);
-        column[20] = rows == 3 ? 10478 : 10472;
-        column[23] = 10400;
-        EXPECT_EQ(rows, measure(bandOfTwoKinds(10, 10, column, 12540)));
+        BandColumn column = bandColumn(50000, 62500, 62500);
+        std::fill_n(column.begin(), 23, 52500);
+        column[20] = rows == 3 ? 52376 : 52374;
+        column[23] = 52000;
+        EXPECT_EQ(rows, measure(bandOfTwoKinds(10, 10, column, 62700)));
         EXPECT_EQ(Lines{methodOne(20, rows)}, takeLog());
     }
 }
