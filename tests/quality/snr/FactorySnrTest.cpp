@@ -68,7 +68,7 @@ TEST_F(LoadAllSnrFromFactory, appends_every_record) {
               kOpening + "snrLen=0, oneImgSNRSize=12, dose=2, inteNum=1, detectorType=7\n" + push + end);
 }
 
-// As many times as records, where comparing each with each would take a minute.
+// As many times as records, where comparing each with each would exceed the limit.
 TEST_F(LoadAllSnrFromFactory, many_times_take_no_longer_than_few) {
     constexpr int kCount = 400000;
     detector().config.loggingEnabled = 0;
