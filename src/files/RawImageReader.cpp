@@ -20,8 +20,11 @@ int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
     const File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
     if (!file)
         return StatusFileOpenFailed;
-    length = fileLength(file.get());
-    return length < 0 ? StatusFileReadFailed : StatusOk;
+    const std::int64_t found = fileLength(file.get());
+    if (found < 0)
+        return StatusFileReadFailed;
+    length = found;
+    return StatusOk;
 }
 
 RawImageReader::RawImageReader(const char* dir, const char* name) : status_(StatusNullArgument) {

@@ -12,7 +12,7 @@ namespace qx {
 File openJoined(const char* dir, const char* name, OpenMode mode, const char* failureText);
 
 // Stores the file's length, however long it is. Returns 0; 1057 for a null text, 1039 or 1040 when the file cannot be
-// opened or has no length, with the console messages of getImageSize.
+// opened or has no length, with the console messages of getImageSize. length changes only on 0.
 int lengthOfFile(const char* dir, const char* name, std::int64_t& length);
 
 // Reads a raw image piece by piece, with the statuses and console messages of readImageFromDisk.

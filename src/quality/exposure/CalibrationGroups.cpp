@@ -2,6 +2,7 @@
 #include "QxUtils/Numerics.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Scratch.h"
 #include "platform/Console.h"
@@ -12,7 +13,7 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
-#include <cstring>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -30,8 +31,8 @@ int readFailure(int status) {
 }
 
 int sizeOfFirst(const char* path, int& size) {
-    long length = 0;
-    const int status = getImageSize(path, "", length);
+    std::int64_t length = 0;
+    const int status = qx::lengthOfFile(path, "", length);
     if (status != StatusOk)
         return readFailure(status);
     if (length < kWordBytes)

@@ -5,6 +5,7 @@
 #include "QxUtils/StatusCode.h"
 #include "files/ByteCursor.h"
 #include "files/HeaderLayout.h"
+#include "files/RawImageReader.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 
@@ -92,8 +93,8 @@ int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRLi
     if (dir == nullptr || file == nullptr)
         return StatusNullArgument;
     qx::logBegin("loadAllSNRFromFactory");
-    long size = 0;
-    getImageSize(dir, file, size);
+    std::int64_t size = 0;
+    qx::lengthOfFile(dir, file, size);
     if (size == 0) {
         WriteLogFile(LogModuleUtils, LogInfo, "factory SNR data doesn't exist.\n", kLogNoValue);
         return StatusFileReadFailed;

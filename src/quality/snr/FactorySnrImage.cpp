@@ -4,6 +4,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/Numerics.h"
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
@@ -35,8 +36,8 @@ struct ImageSize {
 
 // Whether the file has the length of an image with its header.
 int checkLength(const std::string& directory, const char* name, const ImageSize& size) {
-    long bytes = 0;
-    getImageSize(directory.c_str(), name, bytes);
+    std::int64_t bytes = 0;
+    lengthOfFile(directory.c_str(), name, bytes);
     if (bytes == 0) {
         logInfo(kLogNoValue, "fail to read image, size is 0");
         return StatusFileReadFailed;
