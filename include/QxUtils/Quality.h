@@ -41,14 +41,15 @@ QXUTILS_API int evaluateSNRResult(const WORD* image, int width, int height, std:
 
 // Appends what a factory SNR file holds to the list. Returns 0, also for a file without records; 1057 for a null text;
 // 1040 for a file that is missing, empty or not as long as it tells; 1020 when it is of another detector type; 1035
-// when memory is short; or what reading gives. The list changes only on 0. Logs its course.
+// when memory is short; or what reading gives. The list changes only on 0. Logs its course. Cost: one pass over the
+// file, and a line of the log for every new integration time.
 QXUTILS_API int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRList& list, int detectorType);
 
 // Measures every image in the subdirectories of dir whose names contain "ms", such as 500ms, in ascending order of
 // names, and writes their series to the file of the detector's name ("...-SNR.raw") in dir. The images are raw 16-bit
 // images of the detector's size behind their headers, as many in each directory; one that cannot be measured is left
 // out. Every such directory counts as an integration time, whatever else its name says and even without an image.
-// Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in number, the
+// Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when they do not hold as many, the
 // detector's description does not name it or holds a '/' or '\' behind the product, or the file would be too long; 1035
 // when memory is short; or what the detector or writing answers with. Logs its course and the reason of every refusal;
 // prints each series. The course ends with a line "terminates" whatever is returned, with the status only for a file
@@ -78,8 +79,8 @@ QXUTILS_API int darkImgGrayAnalysis(const WORD* image, int width, int height);
 
 // Medians of blocks of 64 x 64 pixels, two blocks cut off at every side: 1062 when four or more differ from their mean
 // by more than `limit`, relative to it. 1020 for fewer than 5 x 5 whole blocks, 1035 when memory is short. Logs its
-// course and a deviation: the largest one among all but 16 of those blocks at either end, in the order of the rows; the
-// first block's when there are 32 or fewer, whatever it is.
+// course and one deviation: of the blocks that are left, row by row, the first 16 and the last 16 are passed over, and
+// the largest of the others is told. With 32 blocks or fewer it is that of the first one, however small.
 QXUTILS_API int checkGlobalUniform(const WORD* image, int width, int height, float limit);
 
 // The first exposed image of a gain calibration and its dark image, both width x height. In this order: 1068 when the
