@@ -31,7 +31,7 @@ QXUTILS_API int correctRDwithoutRgain(float* image, int width, int height);
 
 // Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count
 // from 1; blocks and columns without a gain of their own keep their level. Returns 0; 1057 for null; 1020 for
-// impossible sizes; 1035, with nothing changed, when memory is short. Memory: 4 bytes a column.
+// impossible sizes; takes no memory that could be missing.
 QXUTILS_API int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
 
 // Replaces every pixel at or below 0 by 0.1, in place. Returns 0.
@@ -121,7 +121,9 @@ QXUTILS_API int getDefectHeadInfo(const char* dir, const char* name, FileHeadInf
 // structured, all others into classic; the other one may be null. Both are emptied first and filled only on success.
 // Returns 0; 1057 for a null text or a null record of the file's kind; 1039 when the file cannot be opened; 1040 when
 // it is shorter than its header, or its sections leave the file, overlap or count what cannot be; 1035 when memory is
-// short. Memory: the file's content.
+// short. The clusters of a classic file have no length of their own: they end with the last separator, counted as if
+// the sections lay back to back behind the header, or with the file where that runs past its end and no index is cut.
+// A cluster group of a structured file whose count is below 0 is empty. Memory: the file's content.
 QXUTILS_API int getDefectIndexFromDefectFile(const char* dir, const char* name, VectorDefect* classic,
                                              DefectInfo* structured);
 

@@ -20,16 +20,6 @@ using qx::OpenMode;
 
 constexpr std::size_t kCopiedAtOnce = 256 * 1024;
 
-int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
-    if (dir == nullptr || name == nullptr)
-        return StatusNullArgument;
-    const File file = qx::openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
-    if (!file)
-        return StatusFileOpenFailed;
-    length = qx::fileLength(file.get());
-    return length < 0 ? StatusFileReadFailed : StatusOk;
-}
-
 }  // namespace
 
 int writeImageToDisk(const char* dir, const char* name, const char* buffer, int size) {
@@ -66,7 +56,7 @@ int readImageFromDisk(const char* dir, const char* name, char* buffer, int size)
 
 int imageWithHead(const char* dir, const char* name, int expectedSize) {
     std::int64_t length = 0;
-    const int status = lengthOfFile(dir, name, length);
+    const int status = qx::lengthOfFile(dir, name, length);
     if (status != StatusOk)
         return status;
     // Kept: 1 means that the length agrees, where the other file operations use 0 for success.
@@ -75,7 +65,7 @@ int imageWithHead(const char* dir, const char* name, int expectedSize) {
 
 int getImageSize(const char* dir, const char* name, long& size) {
     std::int64_t length = 0;
-    const int status = lengthOfFile(dir, name, length);
+    const int status = qx::lengthOfFile(dir, name, length);
     if (status != StatusOk)
         return status;
     if (length > std::numeric_limits<long>::max())

@@ -4,6 +4,7 @@
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "FaultFixture.h"
+#include "SnrFiles.h"
 #include "StripeBands.h"
 
 #include "numerics/fits/LinearLeastSquares.h"
@@ -137,6 +138,9 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
                             "Utils  | I | <overwriteBadLineAroundAFEEdge> terminates" + end};
     Lines reasons = refusals(balance);
     ASSERT_EQ(count, std::ssize(reasons));
+    // Known gains need no memory.
+    const float gains[] = {2.0f, 0.5f};
+    EXPECT_EQ(std::vector<int>{}, failures([&] { return correctRDbyRgain(actual.data(), 96, 40, gains, 2, 32); }));
     // Three buffers stand in for the second one.
     reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
     EXPECT_EQ(expected, reasons);
@@ -270,6 +274,44 @@ TEST_F(AllocationFault, checks_answer_1035_or_the_right_verdict) {
         results.erase(std::unique(results.begin(), results.end()), results.end());
         EXPECT_EQ(c.runs, results) << "case " << &c - cases;
     }
+}
+
+// Of the regions, the middle area and the outer one. Where the outer one lies is told ahead of its median.
+TEST_F(AllocationFault, false_trigger_check_tells_how_far_it_came) {
+    detector().config.falseTriggerMedianFloor = 2000;
+    const std::vector<float> unexposed(1280 * 256, 100.0f);
+    Lines reasons = refusals([&] {
+        const int status = checkFalseTriggAEDImage(unexposed.data(), 1280, 256);
+        return status == 1094 ? 0 : status;
+    });
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    const std::string failed = "; Utils  | E | allocate failed in getROIMedian (float)";
+    EXPECT_EQ((Lines{"Utils  | I | roiWidth:256, roiHeight:64" + failed,
+                     "Utils  | I | The outer ROI is [32,224,256,1024]" + failed}),
+              reasons);
+}
+
+// An image that memory is too short for is left out, and it is the only one.
+TEST_F(AllocationFault, factory_series_ends_its_course_with_a_reason) {
+    detector().width = detector().height = 128;
+    detector().description = "Halbrook 1";
+    const std::filesystem::path directory(folder() / "series");
+    std::filesystem::create_directories(directory / "5ms");
+    writeFile(directory / "5ms" / "a", imageFile(constantImage(128, 128, 300), 5.0f));
+    const std::string dir = kitDirectory(directory.string());
+    Lines reasons;
+    printedBy([&] {
+        reasons = refusals([&] {
+            const int status = retrieveAllSNRForQualityCheck(0, dir.c_str());
+            return status == 1040 ? 0 : status;
+        });
+    });
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    const std::string end = "; Utils  | I | <retrieveAllSNRForQualityCheck> terminates";
+    EXPECT_EQ(1, std::ranges::count(
+                     reasons, "Utils  | I | allocate factorySNRFileData failed, expected size is 655721035" + end));
+    for (const std::string& reason : reasons)
+        EXPECT_TRUE(reason.ends_with("memory is short" + end) || reason.ends_with("1035" + end)) << reason;
 }
 
 // The mean of three values as a fit: its own vector, the decomposition's and the solution's fail.

@@ -164,7 +164,7 @@ float getFloatHisMedian(const float* data, int n, int*, int) {
     FloatBins bins = binsBetweenExtremes(values);
     const float binCount = bins.width() / kFloatBinWidth;
     if (!(binCount >= 1.0f))
-        return bins.minimum;
+        return bins.minimum + 0.0f;  // no bin is passed, and the sum of zeros has no sign
     if (binCount >= static_cast<float>(INT_MAX))
         return StatusWrongParameter;
     bins.count = qx::truncateToInt(binCount);
