@@ -242,13 +242,22 @@ const ExportCall kCalls[] = {
         readLocalCRC(dir.c_str(), putFile(dir, "crc", "123456789"), crc);
         return crc;
     }),
+    with("releaseFileList(_WIN32_FIND_DATAA*&)", 1, [](Dir dir) {
+        putFile(dir, "listed", "");
+        _WIN32_FIND_DATAA* list = nullptr;
+        int count = 0;
+        sortFileByCreateTime(dir.c_str(), list, count);
+        const bool isListed = list != nullptr;
+        releaseFileList(list);
+        return isListed && list == nullptr ? 1 : 0;
+    }),
     with("sortFileByCreateTime(char const*, _WIN32_FIND_DATAA*&, int&)", 0, [](Dir dir) {
         putFile(dir, "first", "");
         putFile(dir, "second", "");
         _WIN32_FIND_DATAA* list = nullptr;
         int count = 0;
         const int status = sortFileByCreateTime(dir.c_str(), list, count);
-        std::free(list);
+        releaseFileList(list);
         return count < 2 ? -1 : status;
     }),
     with("writeImageToDisk(char const*, char const*, char const*, int)", 0,
