@@ -30,8 +30,7 @@
 QXUTILS_API int correctRDwithoutRgain(float* image, int width, int height);
 
 // Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count
-// from 1; blocks and columns without a gain of their own keep their level. Returns 0; 1057 for null; 1020 for
-// impossible sizes; 1035, with nothing changed, when memory is short. Memory: 4 bytes a column.
+// from 1; blocks and columns without a gain of their own keep their level. Returns 0.
 QXUTILS_API int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
 
 // Replaces every pixel at or below 0 by 0.1, in place. Returns 0.
