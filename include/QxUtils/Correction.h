@@ -30,7 +30,8 @@
 QXUTILS_API int correctRDwithoutRgain(float* image, int width, int height);
 
 // Multiplies the pixels below 65535 of every block but the reference block by its gain, in place. nAfe is any count
-// from 1; blocks and columns without a gain of their own keep their level. Returns 0.
+// from 1; blocks and columns without a gain of their own keep their level. Returns 0; 1057 for null; 1020 for
+// impossible sizes; takes no memory that could be missing.
 QXUTILS_API int correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
 
 // Replaces every pixel at or below 0 by 0.1, in place. Returns 0.
@@ -83,12 +84,13 @@ QXUTILS_API int correctAedStripeClinic(WORD* image, const WORD* referenceImage, 
 // impossible sizes and for images below 1002 columns, which lack those pixels.
 QXUTILS_API int correctAedStripe(WORD* image, int width, int height, int unused1, int unused2, int triggerLine);
 
-// Appends a record of an AED image to logs\PostDarkData.txt below the kit's work directory: time (not padded), machine,
-// integration time, temperature, trigger line and time interval of the detector; then three lines for the rows 25 to 5
-// above the trigger line, those 5 to 25 below it, and their difference, each clamped to the image: the medians of
-// blocks of 64 columns, their median, and the truncated mean of those but seven at either side (INT_MIN where 14 blocks
-// leave none). Silent: writes nothing when the file cannot be opened or memory is short, for a null image, impossible
-// sizes or a detector without a work directory.
+// Appends a record of an AED image to logs\PostDarkData.txt below the kit's work directory (an empty one is the current
+// directory, as for the log): time (not padded), machine, integration time, temperature, trigger line and time interval
+// of the detector; then three lines for the rows 25 to 5 above the trigger line, those 5 to 25 below it, and their
+// difference, each clamped to the image: the medians of blocks of 64 columns, their median (1057 without a block), and
+// the truncated mean of those but seven at either side (INT_MIN where 14 blocks leave none, 0 for 13 and fewer).
+// Silent: writes nothing when the file cannot be opened, the folder logs among it, for a null image, impossible sizes
+// or a detector without a work directory; and no part of a record when memory is short.
 QXUTILS_API void recordAedTrainStepInfo(const WORD* image, int width, int height);
 
 // Makes the calibration files of the NDT mode from 32-bit images of pixelCount pixels: the dark image itself, when the
@@ -111,15 +113,17 @@ QXUTILS_API int executeNDTCAL(const std::uint32_t* brightImage, const std::uint3
 // its course. Memory: the calibration files' content, and 4 bytes a pixel for a defect list.
 QXUTILS_API int correctNDTImage(std::uint32_t* image, const std::uint32_t* darkImage, int pixelCount);
 
-// Reads the header of a defect file. Returns 0, 1057 for a null argument, 1039 when the file cannot be opened, 1040
-// when it is shorter than its header. info changes only on 0.
+// Reads the header of a defect file. Returns 0, 1057 for a null argument, 1039 when the file cannot be opened, 1035
+// when memory is short, 1040 when it is shorter than its header. info changes only on 0. Memory: 64 KiB.
 QXUTILS_API int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info);
 
 // Reads a defect file: files named exactly NormalStructurizedDefect.cal or FactoryStructurizedDefect.cal into
 // structured, all others into classic; the other one may be null. Both are emptied first and filled only on success.
 // Returns 0; 1057 for a null text or a null record of the file's kind; 1039 when the file cannot be opened; 1040 when
 // it is shorter than its header, or its sections leave the file, overlap or count what cannot be; 1035 when memory is
-// short. Memory: the file's content.
+// short. The clusters of a classic file have no length of their own: they end with the last separator, counted as if
+// the sections lay back to back behind the header, or with the file where that runs past its end and no index is cut.
+// A cluster group of a structured file whose count is below 0 is empty. Memory: the file's content.
 QXUTILS_API int getDefectIndexFromDefectFile(const char* dir, const char* name, VectorDefect* classic,
                                              DefectInfo* structured);
 

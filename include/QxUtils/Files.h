@@ -3,9 +3,10 @@
 // Raw image files: the bytes of a buffer as they stand, optionally behind the 65536-byte image header.
 //
 // A path is a directory text directly followed by a file name, so the directory ends with a separator; '\\' separates
-// on every platform. A joined path holds at most 255 characters; where nothing else is said, a longer one counts as a
-// file that cannot be opened. A directory is never a readable file. Diagnostics go to standard output while the debug
-// flag is set.
+// on every platform. Texts are in the process's ANSI code page on Windows (UTF-8 where the program's manifest says so),
+// which is what names in a listing come back in, and bytes elsewhere. A joined path holds at most 255 characters; where
+// nothing else is said, a longer one counts as a file that cannot be opened. A directory is never a readable file.
+// Diagnostics go to standard output while the debug flag is set.
 //
 // Common codes: 1057 a null argument, 1020 a negative size or a file longer than the result can hold, 1039 a file
 // that cannot be opened or created. Outputs are written only on success, unless said otherwise. Functions keep no state
@@ -39,12 +40,13 @@ QXUTILS_API int getImageSize(const char* dir, const char* name, long& size);
 QXUTILS_API int cleanFile(const char* dir, const char* name);
 
 // Copies a file byte by byte. Always returns 0: a source or destination that cannot be opened is silently left alone.
-// The destination is emptied first, so a file copied onto itself ends up empty.
+// The destination is emptied first, so a file copied onto itself ends up empty; without memory nothing happens.
+// Memory: 256 KiB.
 QXUTILS_API int copyFile(const char* destination, const char* source);
 
 // CRC-32 of a file (reflected polynomial 0x04C11DB7 of IEEE 802.3, initial value all ones, result complemented).
-// Returns 0, 1057, 1039 (also printed, whatever the debug flag), or 1040 when reading fails half-way.
-// Cost: one pass; 256 KiB of automatic memory, whatever the file's length.
+// Returns 0, 1057, 1039 (also printed, whatever the debug flag), 1035 when memory is short, or 1040 when reading fails
+// half-way. Cost: one pass; 256 KiB of memory, whatever the file's length.
 QXUTILS_API int readLocalCRC(const char* dir, const char* name, unsigned long& crc);
 
 // XORs byte i of a buffer with i mod 256, in place: applied twice it restores the bytes. Null, or a length below 1,
@@ -66,9 +68,10 @@ QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* head
 // The panel's temperature in degrees Celsius.
 QXUTILS_API float getTemperatureFromImageHead(const char* header);
 
-// Directories. A directory text ends with a separator; a text above 254 characters counts as a directory that cannot be
-// listed, an entry whose joined path exceeds 255 characters as a file that is not there; elsewhere than on Windows so
-// does a name with a '\' in it.
+// Directories. A directory text ends with a separator, the empty one is the current directory; a text above 254
+// characters counts as a directory that cannot be listed, an entry whose joined path exceeds 255 characters as a file
+// that is not there. Elsewhere than on Windows an entry with a '\' in its name is left alone, be it file or folder: a
+// path would name another one.
 
 // Returns 0 when the path exists, be it a file or a directory, 1038 when not, 1057 for null.
 QXUTILS_API int CheckDirPath(char*& path);

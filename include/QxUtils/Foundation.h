@@ -2,7 +2,7 @@
 
 // Log, version, debug switch, time texts and the detector's settings.
 //
-// The log level, the debug flag and the version text are process-wide and unlocked: callers serialise.
+// The log level and the debug flag are process-wide; any thread may set them at any time.
 
 #include "Export.h"
 
@@ -33,8 +33,8 @@ inline constexpr int kLogNoValue = -1000;
 
 // Appends one line to the daily log, <work directory>logs\<year>-<month>-<day>.log:
 //     2024/03/07-09:05:03.042 | Utils  | I | <text><value>
-// The folder "logs" is created when missing. The line is appended in one write under a lock, so lines of several
-// processes never mix. A log that cannot be written is not reported.
+// The folder "logs" is created when missing; an empty work directory is the current one. The line is appended in one
+// write under a lock, so lines of several processes never mix. A log that cannot be written is not reported.
 //   value   appended to the text as a decimal number, without a blank; kLogNoValue appends nothing
 // Returns, in this order: -1 when the configuration switches logging off; 1057 when text is null; 1 when moduleId is
 // outside 0..9; 0 without writing when infoType is below the log level; 1 when infoType is above 3 (or negative at a
@@ -50,7 +50,7 @@ QXUTILS_API int getLogLevel();
 
 // Deletes the files of the log folder whose names have a '-' as the fifth and the eighth character and whose date, read
 // from the decimal numbers around them, lies more than 30 days back; months count 30 days and years 365. A part that
-// is no number counts as 0. Folders stay, deletion failures are ignored.
+// is no number counts as 0. Folders stay, and so do names with a '\' in them; deletion failures are ignored.
 // Returns 0, also without a log folder, or 1 when the folder cannot be listed.
 QXUTILS_API int removeLogFile();
 
@@ -67,7 +67,7 @@ QXUTILS_API double GetTimeCounter(long& start, long& end, double& seconds);
 // Non-zero switches the library's diagnostics on standard output on. Prints the new value. Returns 0.
 QXUTILS_API int setUtilDebug(int flag);
 
-// The library's name and version. The text is static and must not be changed.
+// The library's name and version. The text is static, the same at every call, and must not be changed.
 QXUTILS_API char* getQxUtilsDllVersion();
 
 // Power mode id of the detector, 0..7, or the status of a register read that failed.

@@ -91,8 +91,8 @@ QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int c
 QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 
 // Counts and count-weighted mean values of bins that share the value range left when 5 % of the values are cut off at
-// each end. An empty bin's centre is the middle of its range. Returns 0, also for bins below 1 (nothing is written), or
-// 1057 for a null array. Automatic memory: 256 KiB.
+// each end. An empty bin's centre is the middle of its range. Returns 0, also for bins below 1 (nothing is written),
+// 1057 for a null array, 1035 when memory is short. Memory: 256 KiB.
 QXUTILS_API int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n);
 
 // A normal deviate by the polar method from the runtime's rand(), which the caller seeds; every second call returns
@@ -172,7 +172,7 @@ QXUTILS_API void medianFilter(float* data, int n, int r);
 QXUTILS_API int filterImg(WORD* image, int width, int height);
 
 // Histogram equalisation in place: a pixel of value v becomes the integer part of 65535 times the share of pixels that
-// are at most v. Null or n below 1 changes nothing. Automatic memory: 384 KiB.
+// are at most v. Null, n below 1 or a lack of memory changes nothing. Memory: 384 KiB.
 QXUTILS_API void hisEqualization(WORD* pixels, int n);
 
 // The median of the medians of 11 rows of 11 pixels around each pixel, divided by the pixel. Pixels within 5 of a

@@ -43,17 +43,19 @@ QXUTILS_API int evaluateSNRResult(const WORD* image, int width, int height, std:
 
 // Appends what a factory SNR file holds to the list. Returns 0, also for a file without records; 1057 for a null text;
 // 1040 for a file that is missing, empty or not as long as it tells; 1020 when it is of another detector type; 1035
-// when memory is short; or what reading gives. The list changes only on 0. Logs its course.
+// when memory is short; or what reading gives. The list changes only on 0. Logs its course. Cost: one pass over the
+// file, and a line of the log for every new integration time.
 QXUTILS_API int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRList& list, int detectorType);
 
 // Measures every image in the subdirectories of dir whose names contain "ms", such as 500ms, in ascending order of
 // names, and writes their series to the file of the detector's name ("...-SNR.raw") in dir. The images are raw 16-bit
 // images of the detector's size behind their headers, as many in each directory; one that cannot be measured is left
-// out. Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in number,
-// the detector's description does not name it, or the file would be too long; 1035 when memory is short; or what the
-// detector or writing answers with. Logs its course; prints each series. The course ends with a line "terminates"
-// whatever is returned, but for a file that cannot be written, where the line tells the status, and a detector that
-// does not answer, of which an error line tells instead.
+// out. Every such directory counts as an integration time, whatever else its name says and even without an image.
+// Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when they do not hold as many, the
+// detector's description does not name it or holds a '/' or '\' behind the product, or the file would be too long; 1035
+// when memory is short; or what the detector or writing answers with. Logs its course and the reason of every refusal;
+// prints each series. The course ends with a line "terminates" whatever is returned, with the status only for a file
+// that cannot be written; that of an image always tells its status.
 QXUTILS_API int retrieveAllSNRForQualityCheck(int detectorType, const char* dir);
 
 // Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated
@@ -61,9 +63,9 @@ QXUTILS_API int retrieveAllSNRForQualityCheck(int detectorType, const char* dir)
 // within the image (a side below 76).
 QXUTILS_API int getUniform(const WORD* image, int width, int height);
 
-// Steps between neighbouring strips of 32 columns: 1063 when two means differ by stripMeanDiffLimit or more. The last
-// 32 to 63 columns are not examined, nor anything when the width is 32 or less. Means are single-precision sums in
-// pixel order. 1035 when memory is short.
+// Steps between neighbouring strips of 32 columns: 1063 when two means differ by stripMeanDiffLimit or more. A strip is
+// examined only while it begins before column width - 32: the last 1 to 32 columns never are, nor anything when the
+// width is 32 or less. Means are single-precision sums in pixel order. 1035 when memory is short.
 QXUTILS_API int analysisStrip(const WORD* image, int width, int height);
 
 // Row-correlated noise of the stored average dark image of the current exposure time and gain,
@@ -72,14 +74,15 @@ QXUTILS_API int analysisStrip(const WORD* image, int width, int height);
 // failed read of the gain stands for its id in the name.
 QXUTILS_API int analysisRcn(int width, int height);
 
-// Level of the darkest strip of 32 columns of a dark image (the last 32 to 63 columns are not examined; the leftmost
+// Level of the darkest strip of 32 columns of a dark image (the last 1 to 32 columns are not examined; the leftmost
 // strip when none is below 10000): 1066 when its truncated mean - 3 standard deviations does not exceed darkLevelFloor.
 // 1020 for a width below 32, 1035 when memory is short.
 QXUTILS_API int darkImgGrayAnalysis(const WORD* image, int width, int height);
 
 // Medians of blocks of 64 x 64 pixels, two blocks cut off at every side: 1062 when four or more differ from their mean
 // by more than `limit`, relative to it. 1020 for fewer than 5 x 5 whole blocks, 1035 when memory is short. Logs its
-// course and the largest deviation among all but 16 blocks at either end.
+// course and one deviation: of the blocks that are left, row by row, the first 16 and the last 16 are passed over, and
+// the largest of the others is told. With 32 blocks or fewer it is that of the first one, however small.
 QXUTILS_API int checkGlobalUniform(const WORD* image, int width, int height, float limit);
 
 // The first exposed image of a gain calibration and its dark image, both width x height. In this order: 1068 when the
@@ -101,12 +104,12 @@ QXUTILS_API int checkTube(WORD* image, int width, int height);
 
 // A group of gain image files, headers included as pixels: 1065 when the standard deviation of the last file's values
 // exceeds gainGroupCvLimit times the mean level of all files. Prints the ratio. Every file is read in the length of the
-// first. A count below 1 or an empty first file gives 1057, one that cannot be read the read status (1065 when
-// gainGroupCvLimit is negative), 1035 when memory is short.
+// first. A count below 1 or a first file without a value (below two bytes) gives 1057, one that cannot be read the read
+// status (1065 when gainGroupCvLimit is negative), 1035 when memory is short.
 QXUTILS_API int checkGainImgGroup(const char* const* paths, int count);
 
-// 0 when `time` is among the numbers of the list "500;1000;...", else 1. Only the first 2559 characters, 256 entries
-// and 9 characters an entry are looked at.
+// 0 when `time` is among the numbers of the list "500;1000;...", else 1. An entry without a number counts as 0, one
+// that 32 bits do not hold as none. Only the first 2559 characters and 256 entries are looked at.
 QXUTILS_API int CheckDarkTimeRepeat(const char* list, int time);
 
 // Whether an image that the detector triggered by itself holds an exposure: 0 when a 257-column region of its middle

@@ -79,7 +79,7 @@ struct LineGroup {
 };
 
 struct ClusterGroup {
-    std::int32_t header[4];  // the first one counts the entries
+    std::int32_t header[4];  // the first one counts the entries; below 0 there are none
     std::vector<DefectEntry> entries;
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
-// Contract of the kit's system-management library: the detector's configuration and state, the calibration
-// directories, file transfer from the detector and the image header. Pointers returned here stay owned by that
-// library and valid until its next call. Every function answers at once.
+// Contract of the kit's system-management library: the detector's configuration and state, the calibration directories,
+// file transfer from the detector and the image header. Pointers returned here stay owned by that library and valid
+// until the next call of any kit function, by the same thread where there are several: QxUtils copies what it needs
+// before it calls again. Every function answers at once. Where the host calls QxUtils from several threads, the
+// functions run in them at the same time. Paths are in the process's ANSI code page on Windows and bytes elsewhere.
 
 #include "QxKitExport.h"
 
@@ -117,7 +119,8 @@ QXKIT_API int getStatusInformation(StatusInformation* status);
 // The time interval of the AED training record, seconds.
 QXKIT_API float getTimeInterval();
 
-// Downloads a calibration file from the detector into its calibration directory. kind 0: offset, 1: gain.
+// Downloads a calibration file from the detector into its calibration directory. kind 0: offset, 1: gain. With several
+// threads the file appears whole in its place, and every call for it succeeds.
 QXKIT_API int transferFile(int kind, const char* fileName, int option);
 
 // Fills the 65536-byte image header. kind 17: factory SNR file, 18: NDT dark image, 19: NDT gain image.

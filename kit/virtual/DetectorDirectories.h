@@ -25,10 +25,11 @@ inline constexpr std::array<DirectoryRole, 6> kDirectoryRoles{{
     {"storage", "storage", &VirtualDetector::storageDirectory},
 }};
 
-// '\\' throughout and at the end.
+// The text of the kit that names a folder, '\\' throughout and at the end; empty where there is none: the process's
+// code page lacks a character, or, elsewhere than on Windows, a name has a '\\' in it.
 std::string toKitDirectory(const std::filesystem::path& folder);
 
-// Returns an error text, empty on success or when the folder is there.
+// Returns an error text, empty on success or when the folder is there. No text of the kit is an error, too.
 std::string createFolder(const std::filesystem::path& folder);
 
 }  // namespace qxkit

@@ -2,18 +2,22 @@
 
 #include "ImageHeader.h"
 #include "KitStatus.h"
+#include "NeverDestroyed.h"
 #include "VirtualDetector.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 #include <filesystem>
+#include <forward_list>
 #include <fstream>
 #include <new>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
+using qxkit::DetectorLock;
 using qxkit::virtualDetector;
 using qxkit::VirtualDetector;
 
@@ -39,25 +43,61 @@ int answer(int fault, Record* output, const Record& value) {
     return qxkit::kSuccess;
 }
 
+// Hands out a text that stays when the field changes. Those that were new last are found first.
+char* handOut(std::string VirtualDetector::*field) {
+    static qxkit::NeverDestroyed<std::forward_list<std::string>> handedOut;
+    const DetectorLock lock;
+    std::forward_list<std::string>& texts = handedOut.value;
+    std::string& text = virtualDetector().*field;
+    if (const auto kept = std::find(texts.begin(), texts.end(), text); kept != texts.end())
+        return kept->data();
+    try {
+        return texts.emplace_front(text).data();
+    } catch (const std::bad_alloc&) {
+        return text.data();
+    }
+}
+
+// A number of the detector.
+template <class Number>
+Number read(Number VirtualDetector::*field) {
+    const DetectorLock lock;
+    return virtualDetector().*field;
+}
+
 int transferFault(const std::string& name) {
     const qxkit::DetectorFaults& faults = virtualDetector().faults;
     const auto byName = faults.transferFileByName.find(name);
     return byName != faults.transferFileByName.end() ? byName->second : faults.transferFile;
 }
 
-// The whole content passes through memory, so a file may take its own place.
-int copyContent(const std::filesystem::path& source, const std::filesystem::path& target) {
+std::optional<std::vector<char>> readWhole(const std::filesystem::path& path) {
     std::error_code error;
-    std::ifstream input(source, std::ios::binary);
-    const auto size = std::filesystem::file_size(source, error);
-    if (error || !input || !std::filesystem::is_regular_file(source, error))
-        return qxkit::kOpenFailed;
+    std::ifstream input(path, std::ios::binary);
+    const auto size = std::filesystem::file_size(path, error);
+    if (error || !input || !std::filesystem::is_regular_file(path, error))
+        return {};
     std::vector<char> content(static_cast<std::size_t>(size));
-    input.read(content.data(), static_cast<std::streamsize>(content.size()));
-    std::ofstream output(target, std::ios::binary);
+    if (!input.read(content.data(), static_cast<std::streamsize>(content.size())))
+        return {};
+    return content;
+}
+
+// Another thread that looks for the file finds it whole or not at all, and keeps the one that it is reading.
+int putWhole(const std::filesystem::path& target, const std::vector<char>& content) {
+    std::filesystem::path part = target;
+    part += ".part";
+    std::ofstream output(part, std::ios::binary);
     output.write(content.data(), static_cast<std::streamsize>(content.size()));
     output.close();
-    return input && output ? qxkit::kSuccess : qxkit::kWriteFailed;
+    std::error_code error;
+    if (output)
+        std::filesystem::rename(part, target, error);
+    if (output && !error)
+        return qxkit::kSuccess;
+    std::filesystem::remove(part, error);
+    // A file that somebody reads cannot be replaced on every platform, nor need it be when it has come before.
+    return readWhole(target) == content ? qxkit::kSuccess : qxkit::kWriteFailed;
 }
 
 int copyFromStorage(int kind, const std::string& name) {
@@ -66,7 +106,8 @@ int copyFromStorage(int kind, const std::string& name) {
     const VirtualDetector& detector = virtualDetector();
     const auto source = qxkit::nativePath(detector.storageDirectory + name);
     const auto& target = kind == kOffsetFile ? detector.offsetDirectory : detector.gainDirectory;
-    return copyContent(source, qxkit::nativePath(target + name));
+    const auto content = readWhole(source);
+    return content ? putWhole(qxkit::nativePath(target + name), *content) : qxkit::kOpenFailed;
 }
 
 }  // namespace
@@ -76,48 +117,52 @@ ConfigInfo* getConfigInfo() {
 }
 
 char* getWorkDir() {
-    return virtualDetector().workDirectory.data();
+    return handOut(&VirtualDetector::workDirectory);
 }
 char* getOfstImgDir() {
-    return virtualDetector().offsetDirectory.data();
+    return handOut(&VirtualDetector::offsetDirectory);
 }
 char* getGainImgDir() {
-    return virtualDetector().gainDirectory.data();
+    return handOut(&VirtualDetector::gainDirectory);
 }
 char* getDefectImgDir() {
-    return virtualDetector().defectDirectory.data();
+    return handOut(&VirtualDetector::defectDirectory);
 }
 char* getTempImgDir() {
-    return virtualDetector().temperatureDirectory.data();
+    return handOut(&VirtualDetector::temperatureDirectory);
 }
 char* getMachineID() {
-    return virtualDetector().machineId.data();
+    return handOut(&VirtualDetector::machineId);
 }
 
 int get_dtt_type() {
-    return virtualDetector().type;
+    return read(&VirtualDetector::type);
 }
 int getSyncMode() {
-    return virtualDetector().syncMode;
+    return read(&VirtualDetector::syncMode);
 }
 int getNDTFrameNum() {
-    return virtualDetector().ndtFrameCount;
+    return read(&VirtualDetector::ndtFrameCount);
 }
 int getAEDRadScanLine() {
-    return virtualDetector().aedTriggerLine;
+    return read(&VirtualDetector::aedTriggerLine);
 }
 int* getRadExpTime() {
-    return &virtualDetector().integrationTimeMs;
+    thread_local int ms = 0;
+    ms = read(&VirtualDetector::integrationTimeMs);
+    return &ms;
 }
 float getTimeInterval() {
-    return virtualDetector().timeIntervalS;
+    return read(&VirtualDetector::timeIntervalS);
 }
 
 int getFpgaReg(FpgaReg* registers) {
+    const DetectorLock lock;
     return answer(virtualDetector().faults.getFpgaReg, registers, virtualDetector().registers);
 }
 
 int getDetectorIparam(int id, int* value) {
+    const DetectorLock lock;
     const VirtualDetector& detector = virtualDetector();
     const auto parameter = detector.iparams.find(id);
     if (detector.faults.getDetectorIparam == 0 && parameter == detector.iparams.end())
@@ -127,6 +172,7 @@ int getDetectorIparam(int id, int* value) {
 }
 
 int getDetectorInformation(DetectorInformation* information) {
+    const DetectorLock lock;
     const VirtualDetector& detector = virtualDetector();
     DetectorInformation record{};
     putBigEndian(&record.width, static_cast<std::uint32_t>(detector.width));
@@ -137,19 +183,23 @@ int getDetectorInformation(DetectorInformation* information) {
 }
 
 int getModeInfo(ModeInfo* mode) {
+    const DetectorLock lock;
     const VirtualDetector& detector = virtualDetector();
     return answer(detector.faults.getModeInfo, mode, {detector.mode, detector.modeWidth, detector.modeHeight});
 }
 
 int getAFEWidthByDetectorDescription(int* afeWidth) {
+    const DetectorLock lock;
     return answer(virtualDetector().faults.getAFEWidthByDetectorDescription, afeWidth, virtualDetector().afeWidth);
 }
 
 int getStatusInformation(StatusInformation* status) {
+    const DetectorLock lock;
     return answer(virtualDetector().faults.getStatusInformation, status, {virtualDetector().temperatureC});
 }
 
 int transferFile(int kind, const char* fileName, int option) {
+    const DetectorLock lock;
     try {
         const std::string name = fileName == nullptr ? "" : fileName;
         int status = transferFault(name);
@@ -163,6 +213,7 @@ int transferFile(int kind, const char* fileName, int option) {
 }
 
 int fillImgHead(char* header, int kind, int) {
+    const DetectorLock lock;
     const VirtualDetector& detector = virtualDetector();
     if (detector.faults.fillImgHead != 0)
         return detector.faults.fillImgHead;

@@ -2,9 +2,9 @@
 
 #include "DetectorDirectories.h"
 #include "ModeWord.h"
+#include "NeverDestroyed.h"
 
-#include <algorithm>
-#include <system_error>
+#include <mutex>
 
 namespace qxkit {
 namespace {
@@ -25,6 +25,11 @@ ConfigInfo defaultConfig() {
     return config;
 }
 
+std::recursive_mutex& stateMutex() {
+    static NeverDestroyed<std::recursive_mutex> mutex;
+    return mutex.value;
+}
+
 }  // namespace
 
 VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTriggerSourceId, 1}} {
@@ -34,40 +39,31 @@ VirtualDetector::VirtualDetector() : config(defaultConfig()), iparams{{kAedTrigg
 }
 
 VirtualDetector& virtualDetector() {
-    static VirtualDetector detector;
-    return detector;
+    static NeverDestroyed<VirtualDetector> detector;
+    return detector.value;
+}
+
+DetectorLock::DetectorLock() {
+    stateMutex().lock();
+}
+
+DetectorLock::~DetectorLock() {
+    stateMutex().unlock();
 }
 
 void resetVirtualDetector() {
+    const DetectorLock lock;
     virtualDetector() = VirtualDetector();
 }
 
 void setPowerMode(int powerModeId) {
+    const DetectorLock lock;
     setModeBits(virtualDetector().registers, powerModeId, kPowerModeShift);
 }
 
 void setGainId(int gainId) {
+    const DetectorLock lock;
     setModeBits(virtualDetector().registers, gainId, kGainShift);
-}
-
-std::string toKitDirectory(const std::filesystem::path& folder) {
-    std::string text = folder.empty() ? std::string(".") : folder.string();
-    std::replace(text.begin(), text.end(), '/', '\\');
-    if (text.back() != '\\')
-        text += '\\';
-    return text;
-}
-
-std::filesystem::path nativePath(const std::string& kitPath) {
-    std::string text = kitPath;
-    std::replace(text.begin(), text.end(), '\\', '/');
-    return {text};
-}
-
-std::string createFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    return error ? "cannot create the folder " + folder.string() + ": " + error.message() : std::string();
 }
 
 std::string setDirectories(const std::filesystem::path& root) {
@@ -75,6 +71,7 @@ std::string setDirectories(const std::filesystem::path& root) {
         if (std::string problem = createFolder(root / role.folder); !problem.empty())
             return problem;
     }
+    const DetectorLock lock;
     for (const DirectoryRole& role : kDirectoryRoles)
         virtualDetector().*role.field = toKitDirectory(root / role.folder);
     return {};

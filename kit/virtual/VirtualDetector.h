@@ -4,7 +4,14 @@
 // one object virtualDetector() refers to; every function of QxSysMgt.h answers from it at once. Tests, tools and host
 // programs set it field by field, or from a TOML file (kit/virtual/example.toml shows every key).
 //
-// Not for use from several threads at the same time.
+// All functions of QxSysMgt.h, and those here, may run in several threads at the same time. Who sets fields while
+// others run holds the lock meanwhile:
+//     const qxkit::DetectorLock lock;
+//     qxkit::virtualDetector().temperatureC = 40.0f;
+// The lock does not reach the configuration record, which is read where it lies: set it, load a TOML file and reset the
+// detector before other threads use the kit.
+//
+// The detector is never destroyed, so that destructors of global objects still find it.
 
 #include "QxKitExport.h"
 #include "QxSysMgt.h"
@@ -38,8 +45,8 @@ struct TransferCall {
     int status = 0;
 };
 
-// Directories end with a separator, '\\' on every platform. Text is kept here, so the pointers that QxSysMgt hands out
-// stay valid until the field is assigned again.
+// Directories end with a separator, '\\' on every platform. A text that QxSysMgt has handed out stays as it is for
+// good, whatever becomes of its field.
 struct VirtualDetector {
     QXKIT_API VirtualDetector();
 
@@ -78,6 +85,15 @@ struct VirtualDetector {
 // The state behind QxSysMgt.
 QXKIT_API VirtualDetector& virtualDetector();
 
+// Keeps the state from other threads while it lives. A thread may hold several, one inside the other.
+class DetectorLock {
+public:
+    QXKIT_API DetectorLock();
+    QXKIT_API ~DetectorLock();
+    DetectorLock(const DetectorLock&) = delete;
+    DetectorLock& operator=(const DetectorLock&) = delete;
+};
+
 // Gives every field its default again.
 QXKIT_API void resetVirtualDetector();
 
@@ -87,16 +103,18 @@ QXKIT_API void setGainId(int gainId);
 
 // Makes root the work directory and its subfolders offset, gain, defect, temperature and storage the others, and
 // creates those that are missing. Returns an error text, empty on success; the detector is as before on an error, but
-// folders made before the one that could not be made stay.
+// folders made before the one that could not be made stay. On Windows a folder that the process's ANSI code page cannot
+// spell is refused, elsewhere one with a '\\' in a name.
 QXKIT_API std::string setDirectories(const std::filesystem::path& root);
 
-// The path of a kit text such as getWorkDir() for the operating system: '\\' is a separator on every platform.
+// The path of a kit text such as getWorkDir() for the operating system: '\\' is a separator on every platform, and on
+// Windows the text is in the process's ANSI code page.
 QXKIT_API std::filesystem::path nativePath(const std::string& kitPath);
 
-// Sets what the TOML file names and keeps the rest; folders it names are created when missing, relative ones below the
-// file's own folder. Returns an empty text, or one line "file:line: key: what is wrong" ("file: cannot be read" when
-// there is no text to read). The detector is as before on an error. Folders are made when all else has proved right;
-// those made before one that could not be made stay.
+// Sets what the TOML file names and keeps the rest; folders it names, in UTF-8 as the whole file, are created when
+// missing, relative ones below the file's own folder. Returns an empty text, or one line
+// "file:line: key: what is wrong" ("file: cannot be read" when there is no text to read). The detector is as before on
+// an error. Folders are made when all else has proved right; those made before one that could not be made stay.
 QXKIT_API std::string loadVirtualDetector(const std::filesystem::path& file);
 
 }  // namespace qxkit

@@ -257,10 +257,16 @@ struct Loading {
     }
 };
 
+// '\\' separates in the file, too, on every platform.
+std::filesystem::path pathOf(std::string utf8) {
+    std::replace(utf8.begin(), utf8.end(), '\\', '/');
+    return {std::u8string(utf8.begin(), utf8.end())};
+}
+
 // Stores the folder as the file names it.
 Setter folder(std::function<void(const PlannedFolder&)> store) {
     return [store = std::move(store)](const toml::node& node, const std::string& key) -> Outcome {
-        const auto plan = [&](const std::string& value) { store({nativePath(value), node.source().begin.line, key}); };
+        const auto plan = [&](const std::string& value) { store({pathOf(value), node.source().begin.line, key}); };
         return textInto(plan, 1, kLongestFolder)(node, key);
     };
 }
@@ -325,6 +331,7 @@ std::string loadVirtualDetector(const std::filesystem::path& file) {
         const auto line = parsed.error().source().begin.line;
         return describe(file, {line, "not valid TOML", std::string(parsed.error().description())});
     }
+    const DetectorLock lock;
     Loading loading{virtualDetector(), file.parent_path(), {}};
     if (const Outcome problem = applyBindings(parsed.table(), "", wholeFile(loading)))
         return describe(file, *problem);

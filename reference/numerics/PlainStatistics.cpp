@@ -125,7 +125,7 @@ float getFloatHisMedian(const float* data, int n) {
         high = 110.0f;
     const int bins = truncateToInt((high - low) / 0.0001f);
     if (bins <= 0)
-        return low;
+        return low + 0.0f;
     const std::vector<float> hist = floatHistogram(data, n, low, high, bins);
     int count = 0;
     int k = 0;

@@ -2,11 +2,11 @@
 
 #include "QxUtils/StatusCode.h"
 #include "foundation/JoinedPath.h"
+#include "foundation/Scratch.h"
 #include "kernels/CrcKernels.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 
-#include <array>
 #include <cstdio>
 
 namespace {
@@ -25,10 +25,12 @@ int readLocalCRC(const char* dir, const char* name, unsigned long& crc) {
         qx::printConsole("open file error...\n");
         return StatusFileOpenFailed;
     }
-    std::array<unsigned char, kChunkBytes> chunk;
+    qx::Scratch<unsigned char> chunk(kChunkBytes);
+    if (!chunk)
+        return StatusAllocationFailed;
     std::uint32_t value = 0;
     std::size_t count = 0;
-    while ((count = std::fread(chunk.data(), 1, chunk.size(), file.get())) > 0)
+    while ((count = std::fread(chunk.data(), 1, kChunkBytes, file.get())) > 0)
         value = qx::crcKernels().update(value, chunk.data(), count);
     if (std::ferror(file.get()) != 0)
         return StatusFileReadFailed;

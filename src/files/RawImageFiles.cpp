@@ -5,9 +5,9 @@
 #include "files/RawImageReader.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/JoinedPath.h"
+#include "foundation/Scratch.h"
 #include "platform/FileSystem.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -18,15 +18,7 @@ using qx::File;
 using qx::JoinedPath;
 using qx::OpenMode;
 
-int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
-    if (dir == nullptr || name == nullptr)
-        return StatusNullArgument;
-    const File file = qx::openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
-    if (!file)
-        return StatusFileOpenFailed;
-    length = qx::fileLength(file.get());
-    return length < 0 ? StatusFileReadFailed : StatusOk;
-}
+constexpr std::size_t kCopiedAtOnce = 256 * 1024;
 
 }  // namespace
 
@@ -64,7 +56,7 @@ int readImageFromDisk(const char* dir, const char* name, char* buffer, int size)
 
 int imageWithHead(const char* dir, const char* name, int expectedSize) {
     std::int64_t length = 0;
-    const int status = lengthOfFile(dir, name, length);
+    const int status = qx::lengthOfFile(dir, name, length);
     if (status != StatusOk)
         return status;
     // Kept: 1 means that the length agrees, where the other file operations use 0 for success.
@@ -73,7 +65,7 @@ int imageWithHead(const char* dir, const char* name, int expectedSize) {
 
 int getImageSize(const char* dir, const char* name, long& size) {
     std::int64_t length = 0;
-    const int status = lengthOfFile(dir, name, length);
+    const int status = qx::lengthOfFile(dir, name, length);
     if (status != StatusOk)
         return status;
     if (length > std::numeric_limits<long>::max())
@@ -97,15 +89,16 @@ int copyFile(const char* destination, const char* source) {
     if (destination == nullptr || source == nullptr)
         return StatusOk;
     const File from = qx::openFile(source, OpenMode::ReadBinary);
-    if (!from)
+    qx::Scratch<char> chunk(kCopiedAtOnce);
+    // Kept: a source without a copy is not reported, be it for want of memory.
+    if (!from || !chunk)
         return StatusOk;
     // Kept: opening empties the destination, the source too when it is the same file.
     const File to = qx::openFile(destination, OpenMode::WriteBinary);
     if (!to)
         return StatusOk;
-    std::array<char, 65536> chunk;
     std::size_t count = 0;
-    while ((count = std::fread(chunk.data(), 1, chunk.size(), from.get())) > 0)
+    while ((count = std::fread(chunk.data(), 1, kCopiedAtOnce, from.get())) > 0)
         std::fwrite(chunk.data(), 1, count, to.get());
     // Kept: a copy that fails half-way is not reported.
     return StatusOk;

@@ -14,6 +14,19 @@ File openJoined(const char* dir, const char* name, OpenMode mode, const char* fa
     return file;
 }
 
+int lengthOfFile(const char* dir, const char* name, std::int64_t& length) {
+    if (dir == nullptr || name == nullptr)
+        return StatusNullArgument;
+    const File file = openJoined(dir, name, OpenMode::ReadBinary, "Error opening file.\n");
+    if (!file)
+        return StatusFileOpenFailed;
+    const std::int64_t found = fileLength(file.get());
+    if (found < 0)
+        return StatusFileReadFailed;
+    length = found;
+    return StatusOk;
+}
+
 RawImageReader::RawImageReader(const char* dir, const char* name) : status_(StatusNullArgument) {
     if (dir == nullptr || name == nullptr)
         return;
@@ -29,6 +42,11 @@ bool RawImageReader::read(char* piece, std::size_t bytes) {
     if (count != bytes)
         status_ = StatusFileReadFailed;
     return status_ == StatusOk;
+}
+
+void RawImageReader::expectEnd() {
+    if (status_ == StatusOk && std::fgetc(file_.get()) != EOF)
+        status_ = StatusFileReadFailed;
 }
 
 int RawImageReader::finish() {

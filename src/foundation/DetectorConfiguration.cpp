@@ -60,8 +60,8 @@ int getCurrentExpTime() {
     FpgaReg registers{};
     if (getFpgaReg(&registers) != 0)
         return kDefaultExposureTimeMs;
-    // Kept: the half is added in single precision, so that the largest time below it is rounded up as well.
-    return qx::truncateToInt(registers.exposureTimeMs + 0.5f);
+    // In double precision no time below a half is rounded up.
+    return qx::truncateToInt(static_cast<double>(registers.exposureTimeMs) + 0.5);
 }
 
 int getAEDTrigSource() {

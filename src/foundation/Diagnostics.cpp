@@ -2,9 +2,11 @@
 
 #include "QxUtils/Foundation.h"
 
+#include <atomic>
+
 namespace {
 
-int debugFlag = 0;
+std::atomic<int> debugFlag = 0;
 
 thread_local constinit int silences = 0;
 

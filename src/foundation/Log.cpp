@@ -9,6 +9,7 @@
 
 #include <QxSysMgt.h>
 
+#include <atomic>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -25,7 +26,7 @@ constexpr int kLineTextCapacity = 1024;
 constexpr int kErrorLineCapacity = 100;
 constexpr int kLineNumberCapacity = 11;
 
-int logLevel = LogInfo;
+std::atomic<int> logLevel = LogInfo;
 
 // The line as it stands in the file; throws when memory is short.
 std::string composeLine(const qx::LocalTime& now, int moduleId, int infoType, const char* text, int value) {

@@ -8,7 +8,7 @@
 
 namespace qx {
 
-// Paths are the library's own ('\' separates); see NativePath.
+// Paths are the library's own ('\' separates, see NativePath) in the encoding that QxUtils/Files.h states.
 
 // Whether a file or a directory of that name exists.
 bool pathExists(const char* path) noexcept;
@@ -44,7 +44,8 @@ struct DirectoryEntry {
     std::uint64_t modificationTime;  // 100 ns since 1601-01-01 UTC
 };
 
-// Walks the entries of a directory, "." and ".." included.
+// Walks the entries of a directory, "." and ".." included. Elsewhere than on Windows a name with a '\' in it is passed
+// over: no path can name that entry.
 class DirectoryListing {
 public:
     // directory ends with a separator.

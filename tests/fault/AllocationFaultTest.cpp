@@ -4,6 +4,8 @@
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "FaultFixture.h"
+#include "SnrFiles.h"
+#include "StripeBands.h"
 
 #include "numerics/fits/LinearLeastSquares.h"
 #include "platform/DirectoryRecord.h"
@@ -105,6 +107,9 @@ TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
         return getFloatMedian(inPlace.data(), 1000) == sorted[500] && inPlace == sorted;
     };
     EXPECT_LT(0, failEach<bool>(sortInPlace, [](bool isSorted) { EXPECT_TRUE(isSorted); }));
+
+    std::array<int, 8> bins{};
+    EXPECT_EQ(1, expectRefused([&] { return getHistogramByBins(&bins[0], &bins[4], 4, image.data(), 1000); }, bins));
 }
 
 // Three blocks of 32 columns.
@@ -133,14 +138,24 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
                             "Utils  | I | <overwriteBadLineAroundAFEEdge> terminates" + end};
     Lines reasons = refusals(balance);
     ASSERT_EQ(count, std::ssize(reasons));
+    // Known gains need no memory.
+    const float gains[] = {2.0f, 0.5f};
+    EXPECT_EQ(std::vector<int>{}, failures([&] { return correctRDbyRgain(actual.data(), 96, 40, gains, 2, 32); }));
     // Three buffers stand in for the second one.
     reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
     EXPECT_EQ(expected, reasons);
 }
 
-// Long windows, so that memory is needed.
 TEST_F(AllocationFault, filters_without_memory_change_nothing) {
     const TestImage image = randomImage(40, 33, 0, 65535, 3);
+    std::vector<WORD> pixels = image.pixels;
+    const auto equalise = [&, before = pixels] {
+        hisEqualization(pixels.data(), static_cast<int>(pixels.size()));
+        return pixels == before ? 1035 : 0;
+    };
+    EXPECT_EQ(2, expectRefused(equalise, pixels));
+
+    // Long windows, so that memory is needed.
     std::vector<float> samples = floatsOf(image);
     const auto filter = [&, before = samples] {
         medianFilter(samples.data(), static_cast<int>(samples.size()), 40);
@@ -261,6 +276,44 @@ TEST_F(AllocationFault, checks_answer_1035_or_the_right_verdict) {
     }
 }
 
+// Of the regions, the middle area and the outer one. Where the outer one lies is told ahead of its median.
+TEST_F(AllocationFault, false_trigger_check_tells_how_far_it_came) {
+    detector().config.falseTriggerMedianFloor = 2000;
+    const std::vector<float> unexposed(1280 * 256, 100.0f);
+    Lines reasons = refusals([&] {
+        const int status = checkFalseTriggAEDImage(unexposed.data(), 1280, 256);
+        return status == 1094 ? 0 : status;
+    });
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    const std::string failed = "; Utils  | E | allocate failed in getROIMedian (float)";
+    EXPECT_EQ((Lines{"Utils  | I | roiWidth:256, roiHeight:64" + failed,
+                     "Utils  | I | The outer ROI is [32,224,256,1024]" + failed}),
+              reasons);
+}
+
+// An image that memory is too short for is left out, and it is the only one.
+TEST_F(AllocationFault, factory_series_ends_its_course_with_a_reason) {
+    detector().width = detector().height = 128;
+    detector().description = "Halbrook 1";
+    const std::filesystem::path directory(folder() / "series");
+    std::filesystem::create_directories(directory / "5ms");
+    writeFile(directory / "5ms" / "a", imageFile(constantImage(128, 128, 300), 5.0f));
+    const std::string dir = kitDirectory(directory.string());
+    Lines reasons;
+    printedBy([&] {
+        reasons = refusals([&] {
+            const int status = retrieveAllSNRForQualityCheck(0, dir.c_str());
+            return status == 1040 ? 0 : status;
+        });
+    });
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    const std::string end = "; Utils  | I | <retrieveAllSNRForQualityCheck> terminates";
+    EXPECT_EQ(1, std::ranges::count(
+                     reasons, "Utils  | I | allocate factorySNRFileData failed, expected size is 655721035" + end));
+    for (const std::string& reason : reasons)
+        EXPECT_TRUE(reason.ends_with("memory is short" + end) || reason.ends_with("1035" + end)) << reason;
+}
+
 // The mean of three values as a fit: its own vector, the decomposition's and the solution's fail.
 TEST_F(AllocationFault, svdfit_answers_1035_and_tells_on_the_console) {
     constexpr float kValues[] = {1, 2, 3};
@@ -332,6 +385,18 @@ TEST_F(AllocationFault, ndt_calibration_answers_1035_and_writes_no_part_of_a_fil
     EXPECT_EQ((std::vector<std::ptrdiff_t>{0, 1}), darkFiles);
     EXPECT_EQ(1, filesIn("gain"));
     EXPECT_EQ(Lines{}, logLines());
+}
+
+// Its homogeneous columns tell the stripe of five rows.
+TEST_F(AllocationFault, aed_stripe_correction_answers_1035_and_leaves_the_image) {
+    BandColumn stripe = bandColumn(4000, 4000, 4000);
+    for (std::size_t i = 0; i < 5; ++i)
+        stripe[20 + i] = 200 * (19 - static_cast<int>(i));
+    TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
+    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
+    std::vector<WORD> image(3 * 40, 208 + 3000);
+    const auto correct = [&] { return correctAedStripeClinic(image.data(), reference.data(), 3, 20, 40, 26); };
+    EXPECT_LT(3, expectRefused(correct, image));
 }
 
 class NdtAllocationFault : public AllocationFault {

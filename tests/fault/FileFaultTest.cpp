@@ -5,6 +5,7 @@
 #include "SnrFiles.h"
 
 #include <QxUtils/Correction.h>
+#include <QxUtils/Files.h>
 #include <QxUtils/Quality.h>
 
 #include <new>
@@ -45,6 +46,35 @@ TEST_F(FileFault, defect_files_answer_1035_and_leave_empty_lists) {
     }
 }
 
+TEST_F(FileFault, chunks_of_files_leave_the_output_without_memory) {
+    FileHeadInfo head{};
+    head.imageWidth = 7;
+    const std::string content = defectHeader(head) + "123456789";
+    writeFile(folder() / "in", content);
+    unsigned long crc = 5;
+    EXPECT_EQ(1, expectRefused([&] { return readLocalCRC(dir_.c_str(), "in", crc); }, crc));
+    std::uint32_t width = 0;
+    EXPECT_EQ(1, expectRefused(
+                     [&] {
+                         FileHeadInfo info{};
+                         const int status = getDefectHeadInfo(dir_.c_str(), "in", &info);
+                         width = info.imageWidth;
+                         return status;
+                     },
+                     width));
+    // A copy without memory is not begun, and not reported.
+    const std::string source = folder() / "in";
+    const std::string destination = folder() / "out";
+    writeFile(destination, "before");
+    EXPECT_EQ(std::vector<int>{0}, failures([&] { return copyFile(destination.c_str(), source.c_str()); }));
+    EXPECT_EQ(content, readFile(destination));
+    writeFile(destination, "before");
+    failAllocation(1);
+    EXPECT_EQ(0, copyFile(destination.c_str(), source.c_str()));
+    EXPECT_TRUE(stopFailing());
+    EXPECT_EQ("before", readFile(destination));
+}
+
 // The list is walked and grows, each row half of the one before, until there is no memory left.
 TEST_F(FileFault, rows_are_binned_until_memory_ends) {
     for (const long failing : {1, 2, 5, 12}) {
@@ -83,6 +113,20 @@ TEST_F(FileFault, factory_series_answer_1035_and_leave_the_list) {
     setLogLevel(1);
     const std::string line = "Utils  | I | allocate factorySNRFileData failed, expected size is 655841035";
     EXPECT_TRUE(refusals(load).front().ends_with(line));
+}
+
+// Neither half a record nor one with a status for a level; the last run is the one that has all memory.
+TEST_F(FileFault, training_records_without_memory_are_abandoned_in_silence) {
+    const TestImage image = randomImage(1000, 70, 0, 65535, 1);
+    const fs::path record = logFolder() / "PostDarkData.txt";
+    fs::create_directory(logFolder());
+    const auto isRecorded = [&] {
+        recordAedTrainStepInfo(image.data(), 1000, 70);
+        return fs::exists(record);
+    };
+    EXPECT_LT(3, failEach<bool>(isRecorded, [](bool exists) { EXPECT_FALSE(exists); }));
+    EXPECT_EQ(7u, splitLines(readFile(record)).size());
+    EXPECT_EQ(1u, logFiles().size());
 }
 
 // An image that cannot be measured is left out, a directory that cannot be listed has none.

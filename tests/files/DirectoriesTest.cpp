@@ -120,6 +120,11 @@ TEST_F(Directories, files_count_and_subdirectories_do_not) {
     expectFiles(dir_, files);
     expectFiles(kitDirectory(dir_), files);
     expectFiles(kitDirectory(dir_ + "sub folder"), {{"inner", 5}});
+    // No text is the current directory.
+    const fs::path before = fs::current_path();
+    fs::current_path(folder() / "sub folder");
+    expectFiles("", {{"inner", 5}});
+    fs::current_path(before);
 }
 
 TEST_F(Directories, that_cannot_be_listed) {
@@ -146,6 +151,8 @@ TEST_F(Directories, entries_that_are_no_regular_files_and_a_size_beyond_32_bits)
     fs::create_symlink("loop", folder() / "loop");
     fs::create_directory(folder() / "folder");
     fs::create_directory_symlink("folder", folder() / "to-folder");
+    writeFile(folder() / "folder/inner", "123");
+    writeFile(folder() / "folder\\inner", "1");               // no text names it: '\\' separates
     const std::uint64_t size = (std::uint64_t{5} << 30) + 3;  // takes no room
     fs::resize_file(folder() / "file", size);
     expectFiles(dir_, {{"file", size}});

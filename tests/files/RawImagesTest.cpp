@@ -4,6 +4,14 @@
 
 #include <functional>
 
+#ifdef __linux__
+#include <chrono>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#endif
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,6 +97,24 @@ TEST_F(ReadImage, short_file_leaves_what_was_read) {
     EXPECT_EQ(1040, readImageFromDisk(dir_.c_str(), "empty.raw", buffer.data(), 1));
     EXPECT_EQ(0, readImageFromDisk(dir_.c_str(), "empty.raw", buffer.data(), 0));
 }
+
+#ifdef __linux__
+// The pipe is open for writing, and nothing is in it yet.
+TEST_F(ReadImage, pipe_is_waited_for) {
+    const std::string path = folder() / "pipe";
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int pipe = open(path.c_str(), O_RDWR);
+    std::thread writer([=] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(3, ::write(pipe, "abc", 3));
+    });
+    std::string buffer(3, '#');
+    EXPECT_EQ(0, readImageFromDisk(dir_.c_str(), "pipe", buffer.data(), 3));
+    EXPECT_EQ("abc", buffer);
+    writer.join();
+    close(pipe);
+}
+#endif
 
 // What every operation that opens an existing file does with one that cannot be opened.
 TEST_F(RawImages, unreadable_files) {

@@ -37,8 +37,9 @@ TEST_F(DetectorQueries, exposure_time_is_rounded_half_up) {
     const struct {
         float ms;
         int expected;
-    } cases[] = {{299.5f, 300}, {299.49f, 299},        {0.0f, 0},       {0.5f, 1}, {-0.25f, 0},
-                 {-1.75f, -1},  {8388608.0f, 8388608}, {0.49999997f, 1}};  // the sum is single precision
+    } cases[] = {
+        {299.5f, 300},    {299.49f, 299},       {0.0f, 0}, {0.5f, 1}, {-0.25f, 0}, {-1.75f, -1}, {8388608.0f, 8388608},
+        {0.49999997f, 0}, {8388609.0f, 8388609}};  // one more in single precision
     for (const auto& c : cases) {
         detector().registers.exposureTimeMs = c.ms;
         EXPECT_EQ(c.expected, getCurrentExpTime()) << c.ms;

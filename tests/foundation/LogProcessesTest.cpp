@@ -10,22 +10,23 @@
 
 namespace {
 
-constexpr int kWriters = 4;
-constexpr int kLinesEach = 500;
+constexpr int kProcesses = 4;
+constexpr int kWriters = 2 * kProcesses;
+constexpr int kLinesEach = 3000;
 const std::string kWriterPrefix = "Utils  | I | writer ";
 
 using LogProcesses = qx::test::DetectorFixture;
 
-// Runs the writers at the same time; true when all of them succeed.
+// Runs the processes at the same time, two writers each; true when all of them succeed.
 bool runWriters(const std::string& workDirectory) {
     const std::string program = (qx::test::programDirectory() / "qx_log_writer").string();
-    const std::string count = std::to_string(kLinesEach);
+    const std::string processCount = std::to_string(kProcesses), count = std::to_string(kLinesEach);
 #ifdef _WIN32
     std::vector<std::intptr_t> processes;
-    for (int id = 0; id < kWriters; ++id) {
+    for (int id = 0; id < kProcesses; ++id) {
         const std::string name = program + ".exe";
         processes.push_back(_spawnl(_P_NOWAIT, name.c_str(), name.c_str(), workDirectory.c_str(),
-                                    std::to_string(id).c_str(), count.c_str(), nullptr));
+                                    std::to_string(id).c_str(), processCount.c_str(), count.c_str(), nullptr));
     }
     bool succeeded = true;
     for (const std::intptr_t process : processes) {
@@ -35,9 +36,9 @@ bool runWriters(const std::string& workDirectory) {
     return succeeded;
 #else
     std::string command = "pids=;";
-    for (int id = 0; id < kWriters; ++id) {
-        command +=
-            " '" + program + "' '" + workDirectory + "' " + std::to_string(id) + " " + count + " & pids=\"$pids $!\";";
+    for (int id = 0; id < kProcesses; ++id) {
+        command += " '" + program + "' '" + workDirectory + "' " + std::to_string(id) + " " + processCount + " " +
+                   count + " & pids=\"$pids $!\";";
     }
     command += " for pid in $pids; do wait $pid || exit 1; done";
     return std::system(command.c_str()) == 0;

@@ -1,8 +1,13 @@
 #include "DetectorFixture.h"
 
+#include <QxUtils/Files.h>
 #include <QxUtils/Foundation.h>
 
 #include <climits>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace {
 
@@ -94,6 +99,31 @@ TEST_F(LogFile, unwritable_log_is_not_reported) {
     qx::test::writeFile(logFolder(), "a file in the folder's place");
     EXPECT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, "x", kLogNoValue));
     EXPECT_EQ("a file in the folder's place", qx::test::readFile(logFolder()));
+}
+
+// What the code page of a Windows program lacks is refused, and names no folder that would be another one.
+TEST_F(LogFile, lies_below_every_folder_that_the_detector_accepts) {
+    const std::string before = detector().workDirectory;
+    for (const char16_t* const name : {u"M\u00FCller", u"\u0416\u0434", u"\u65E5\u672C", u"\U0001F600"}) {
+        const fs::path root = fs::path(folder().path()) / name;
+        const std::string problem = qxkit::setDirectories(root);
+#ifdef _WIN32
+        EXPECT_TRUE(problem.empty() || (GetACP() != CP_UTF8 && (GetACP() != 1252 || name[1] != u'\u00FC'))) << problem;
+#else
+        EXPECT_EQ("", problem);
+#endif
+        if (!problem.empty()) {
+            EXPECT_EQ(before, detector().workDirectory);
+            EXPECT_FALSE(fs::exists(root));
+            continue;
+        }
+        EXPECT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, "line", 7));
+        EXPECT_EQ(0, writeImageToDisk(detector().offsetDirectory.c_str(), "file", "x", 1));
+        ASSERT_TRUE(fs::is_directory(root / "logs")) << root;
+        EXPECT_FALSE(fs::is_empty(root / "logs"));
+        EXPECT_TRUE(fs::exists(root / "offset" / "file"));
+        setWorkDirectory(folder().path());
+    }
 }
 
 TEST_F(LogFile, nothing_stays_open_between_lines) {

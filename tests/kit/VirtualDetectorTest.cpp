@@ -80,7 +80,10 @@ TEST_F(VirtualDetector, queries_answer_from_the_state) {
     EXPECT_EQ(77, getAEDRadScanLine());
     EXPECT_EQ(800, *getRadExpTime());
     EXPECT_EQ(2.5f, getTimeInterval());
-    EXPECT_STREQ("unit 9", getMachineID());
+    const char* const machineId = getMachineID();
+    detector().machineId = "unit 10";
+    EXPECT_STREQ("unit 10", getMachineID());
+    EXPECT_STREQ("unit 9", machineId) << "a text that was handed out stays";
     ModeInfo mode{};
     EXPECT_EQ(0, getModeInfo(&mode));
     EXPECT_EQ(16, mode.mode);
@@ -143,6 +146,11 @@ TEST_F(VirtualDetector, directories_end_with_a_backslash_and_exist) {
     }
     writeFile(root / "file", "in the way");
     EXPECT_NE("", qxkit::setDirectories(root / "file"));
+#ifndef _WIN32
+    // Its text would name a folder in a folder.
+    EXPECT_NE("", qxkit::setDirectories(root / "one\\name"));
+    EXPECT_FALSE(std::filesystem::exists(root / "one\\name"));
+#endif
     EXPECT_EQ(expected[0].first, getWorkDir());
 }
 
@@ -151,11 +159,15 @@ TEST_F(VirtualDetector, transfer_copies_into_the_directory_of_its_kind) {
     ASSERT_EQ("", qxkit::setDirectories(root.path()));
     const std::string content("dark\r\n\0\x1Aimage", 13);
     writeFile(qxkit::nativePath(detector().storageDirectory + "a.raw"), content);
-    writeFile(qxkit::nativePath(detector().gainDirectory + "a.raw"), "an older and much longer gain file");
+    const std::string older = "an older and much longer gain file";
+    writeFile(qxkit::nativePath(detector().gainDirectory + "a.raw"), older);
+    // What somebody is reading.
+    std::filesystem::create_hard_link(qxkit::nativePath(detector().gainDirectory + "a.raw"), root / "read");
     EXPECT_EQ(0, transferFile(0, "a.raw", 1));
     EXPECT_EQ(content, readFile(qxkit::nativePath(getOfstImgDir() + std::string("a.raw"))));
     EXPECT_EQ(0, transferFile(1, "a.raw", 1));
     EXPECT_EQ(content, readFile(qxkit::nativePath(getGainImgDir() + std::string("a.raw"))));
+    EXPECT_EQ(older, readFile(root / "read"));
     detector().storageDirectory = detector().gainDirectory;
     EXPECT_EQ(0, transferFile(1, "a.raw", 1));
     EXPECT_EQ(content, readFile(qxkit::nativePath(getGainImgDir() + std::string("a.raw"))));

@@ -128,6 +128,9 @@ TEST_F(DetectorFile, folders_lie_below_the_file_and_single_ones_elsewhere) {
     EXPECT_TRUE(sameDirectory(detector().offsetDirectory, folder() / "calib" / "offset"));
     EXPECT_TRUE(sameDirectory(detector().gainDirectory, gain));
     EXPECT_TRUE(detector().offsetDirectory.ends_with("calib\\offset\\")) << detector().offsetDirectory;
+    // The file is in UTF-8, what it names need not be.
+    EXPECT_EQ("", load("[directories]\nroot = \"M\xC3\xBCller\"\n"));
+    EXPECT_TRUE(sameDirectory(detector().gainDirectory, std::filesystem::path(folder()) / u"M\u00FCller" / "gain"));
 }
 
 constexpr const char* kWhole = "must be a whole number from -2147483648 to 2147483647";

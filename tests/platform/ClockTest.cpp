@@ -4,6 +4,10 @@
 
 #include "platform/Clock.h"
 
+#include <chrono>
+#include <ctime>
+#include <tuple>
+
 namespace {
 
 using namespace qx;
@@ -25,6 +29,43 @@ protected:
         return stampedLogLines().back();
     }
 };
+
+#ifndef _WIN32
+// A zone of 5 h 30 min ahead of universal time, set aside when the test ends.
+class SystemClock : public ::testing::Test {
+protected:
+    SystemClock() { setZone("QXT-5:30"); }
+    ~SystemClock() override { setZone(nullptr); }
+
+    static void setZone(const char* zone) {
+        zone != nullptr ? setenv("TZ", zone, 1) : unsetenv("TZ");
+        tzset();
+    }
+};
+
+TEST_F(SystemClock, tells_the_zones_time_to_the_millisecond) {
+    using namespace std::chrono;
+    const auto parts = [](const LocalTime& t) {
+        return std::tuple(t.year, t.month, t.day, t.hour, t.minute, t.second, t.millisecond);
+    };
+    const auto now = [] { return floor<milliseconds>(system_clock::now() + hours(5) + minutes(30)); };
+    for (int i = 0; i < 20;) {
+        const auto before = now();
+        const LocalTime told = localTime();
+        if (now() != before || before.time_since_epoch().count() % 10 == 0)
+            continue;
+        const auto day = floor<days>(before);
+        const year_month_day date(day);
+        const hh_mm_ss time(before - day);
+        EXPECT_EQ(std::tuple(int{date.year()}, static_cast<int>(unsigned{date.month()}),
+                             static_cast<int>(unsigned{date.day()}), static_cast<int>(time.hours().count()),
+                             static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
+                             static_cast<int>(time.subseconds().count())),
+                  parts(told));
+        ++i;
+    }
+}
+#endif
 
 TEST_F(AtPretendedTime, log_line_carries_the_padded_time) {
     const std::string text = " | Utils  | I | <checkPreImg> terminates with a return value 0";
@@ -68,6 +109,11 @@ TEST_F(AtPretendedTime, logs_older_than_thirty_approximate_days_are_removed) {
     const std::vector<std::string> removed = {"2024-01-30.log",     "2023-12-31.log", "2001-01-01",
                                               "2024-01-01-old.txt", "2024-01-",       "your-my-notes.txt"};
     std::filesystem::create_directories(logFolder() / "2020-01-01");
+#ifndef _WIN32
+    // '\\' separates in the library's paths, so that this name would name another file.
+    writeFile(logFolder() / "2020-01-01" / "inner", "x");
+    writeFile(logFolder() / "2020-01-01\\inner", "x");
+#endif
     for (const auto* names : {&kept, &removed})
         for (const std::string& name : *names)
             writeFile(logFolder() / name, "x");
@@ -77,6 +123,10 @@ TEST_F(AtPretendedTime, logs_older_than_thirty_approximate_days_are_removed) {
     for (const std::string& name : removed)
         EXPECT_FALSE(std::filesystem::exists(logFolder() / name)) << name;
     EXPECT_TRUE(std::filesystem::is_directory(logFolder() / "2020-01-01"));
+#ifndef _WIN32
+    EXPECT_TRUE(std::filesystem::exists(logFolder() / "2020-01-01" / "inner"));
+    EXPECT_TRUE(std::filesystem::exists(logFolder() / "2020-01-01\\inner"));
+#endif
 }
 
 }  // namespace

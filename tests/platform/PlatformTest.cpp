@@ -14,6 +14,11 @@
 #include <limits>
 #include <map>
 
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#endif
+
 namespace {
 
 using namespace qx;
@@ -63,21 +68,25 @@ TEST(DirectoryListing, entries_and_records_hold_names_kinds_sizes_and_times) {
 }
 
 #ifndef _WIN32
-TEST(DirectoryListing, tells_creation_from_modification_and_keeps_dangling_links) {
+TEST(DirectoryListing, tells_creation_from_modification_keeps_dangling_links_and_passes_over_what_no_path_names) {
     const TemporaryDirectory folder;
     test::writeFile(folder / "file", "1");
     std::filesystem::last_write_time(folder / "file",
                                      std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000));
     std::filesystem::create_symlink("nowhere", folder / "link");
+    test::writeFile(folder / "with\\separator", "1");
     std::map<std::string, DirectoryEntry> found;
     DirectoryListing listing(folder.path().c_str());
     for (DirectoryEntry entry{}; listing.next(entry);)
         found[entry.name] = entry;
     EXPECT_EQ(1u, found.count("link"));
-    constexpr std::uint64_t kTicksPerHour = 36'000'000'000;
-    const std::uint64_t age = found["file"].creationTime - found["file"].modificationTime;
-    // A file system without creation times gives the modification time for both.
-    EXPECT_TRUE(age == 0 || age / kTicksPerHour == 1000 || age / kTicksPerHour == 999) << age;
+    EXPECT_EQ(4u, found.size());
+    struct statx status {};
+    ASSERT_EQ(0, statx(AT_FDCWD, (folder / "file").c_str(), 0, STATX_BTIME | STATX_MTIME, &status));
+    const bool hasCreation = (status.stx_mask & STATX_BTIME) != 0;
+    const auto ticks = [](const auto& t) { return (t.tv_sec + 11'644'473'600u) * 10'000'000u + t.tv_nsec / 100; };
+    EXPECT_EQ(ticks(status.stx_mtime), found["file"].modificationTime);
+    EXPECT_EQ(ticks(hasCreation ? status.stx_btime : status.stx_mtime), found["file"].creationTime);
 }
 #endif
 

@@ -6,10 +6,12 @@
 #include "correction/afe/AfeMeasurement.h"
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
+#include "foundation/Panels.h"
 #include "foundation/Scratch.h"
 #include "kernels/AfeKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 
 namespace {
@@ -55,6 +57,19 @@ void scaleImage(const qx::ImageView<float>& image, const AfeBlocks& blocks, std:
         qx::scaleRow(image.rowSpan(y), blocks, columnGains);
 }
 
+// Scales the columns first .. end - 1, a panel at a time, so that their gains need no memory that may be missing.
+void scaleColumns(const qx::ImageView<float>& image, const AfeBlocks& blocks, std::span<const float> gains, int first,
+                  int end) {
+    constexpr int kPanelColumns = 2048;
+    std::array<float, kPanelColumns> columnGains;
+    qx::forPanels(end - first, kPanelColumns, [&](int offset, int columns) {
+        const int x = first + offset;
+        qx::spreadGains(gains, blocks, x, std::span(columnGains).first(columns));
+        for (int y = 0; y < image.height; ++y)
+            qx::afeKernels().scaleBelow(image.row(y) + x, columns, columnGains.data(), qx::kSaturated);
+    });
+}
+
 }  // namespace
 
 int correctRDwithoutRgain(float* image, int width, int height) {
@@ -73,11 +88,10 @@ int correctRDbyRgain(float* image, int width, int height, const float* rgain, in
     const AfeBlocks blocks{width, afeWidth};
     if (!view.exists() || !hasBlocks(blocks) || nAfe < 1)
         return StatusWrongParameter;
-    qx::Scratch<float> columnGains(width);
-    if (!columnGains)
-        return StatusAllocationFailed;
-    qx::spreadGains(std::span(rgain, nAfe), blocks, columnGains.span());
-    scaleImage(view, blocks, columnGains.span());
+    const int reference = blocks.first(blocks.reference());
+    const std::span gains(rgain, nAfe);
+    scaleColumns(view, blocks, gains, 0, reference);
+    scaleColumns(view, blocks, gains, reference + afeWidth, width);
     return StatusOk;
 }
 

@@ -50,10 +50,11 @@ void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::
     }
 }
 
-void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, std::span<float> columnGains) noexcept {
+void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int first,
+                 std::span<float> columnGains) noexcept {
     const int reference = blocks.reference();
-    for (int x = 0; x < blocks.width; ++x) {
-        const int block = x / blocks.afeWidth;
+    for (int x = 0; x < std::ssize(columnGains); ++x) {
+        const int block = (first + x) / blocks.afeWidth;
         const int gain = block < reference ? block : block - 1;
         const bool hasGain = block != reference && gain < std::ssize(gains);
         columnGains[x] = hasGain ? gains[gain] : 1.0f;
@@ -61,7 +62,6 @@ void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, std::spa
 }
 
 void scaleRow(std::span<float> row, const AfeBlocks& blocks, std::span<const float> columnGains) noexcept {
-    constexpr float kSaturated = 65535.0f;
     const AfeKernels& kernels = afeKernels();
     const int first = blocks.first(blocks.reference());
     const int end = first + blocks.afeWidth;
@@ -97,7 +97,7 @@ int AfeMeasurement::measure(FloatRows& rows) noexcept {
             return status;
     }
     gainsOf(medians_.span(), blocks_, gains_.span());
-    spreadGains(gains_.span(), blocks_, columns_.span());
+    spreadGains(gains_.span(), blocks_, 0, columns_.span());
     return StatusOk;
 }
 

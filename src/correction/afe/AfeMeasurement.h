@@ -14,6 +14,9 @@ inline bool measurable(const AfeBlocks& blocks) noexcept {
     return blocks.afeWidth >= kMinEdgeBlock && blocks.afeWidth <= blocks.width;
 }
 
+// Pixels from here on are not rescaled.
+inline constexpr float kSaturated = 65535.0f;
+
 // The detector's AFE width; 32 when it does not tell.
 int detectorAfeWidth() noexcept;
 
@@ -23,8 +26,9 @@ void neighbourRatios(std::span<const float> row, const AfeBlocks& blocks, std::s
 // Gains from the median ratios of the boundaries.
 void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::span<float> gains) noexcept;
 
-// One factor a column: its block's gain, or 1 where there is none.
-void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, std::span<float> columnGains) noexcept;
+// One factor for each of the columns from `first` on: its block's gain, or 1 where there is none.
+void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int first,
+                 std::span<float> columnGains) noexcept;
 
 // Multiplies a row's pixels outside the reference block by their columns' gains, saturated ones excepted.
 void scaleRow(std::span<float> row, const AfeBlocks& blocks, std::span<const float> columnGains) noexcept;

@@ -9,10 +9,10 @@
 #include "foundation/Diagnostics.h"
 #include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
+#include "foundation/Scratch.h"
 
 #include <QxCodec.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -54,14 +54,16 @@ void emptyAll(Lists&... lists) {
 }
 
 int readLists(const char* dir, const char* name, VectorDefect* classic, DefectInfo* structured) {
+    // The directory may be a text of the kit, which reads the header's numbers.
+    const qx::JoinedPath path(dir, name);
     // For what it prints while debugging.
     long size = 0;
-    getImageSize(dir, name, size);
+    getImageSize(path.c_str(), "", size);
     FileHeadInfo info{};
-    int status = getDefectHeadInfo(dir, name, &info);
+    int status = getDefectHeadInfo(path.c_str(), "", &info);
     if (status != StatusOk)
         return status;
-    const qx::File file = qx::openFile(qx::JoinedPath(dir, name).c_str(), qx::OpenMode::ReadBinary);
+    const qx::File file = qx::openFile(path.c_str(), qx::OpenMode::ReadBinary);
     if (!file) {
         qx::printDebug("Error opening file.\n");
         return StatusFileOpenFailed;
@@ -97,8 +99,10 @@ int getDefectHeadInfo(const char* dir, const char* name, FileHeadInfo* info) {
     const qx::File file = qx::openJoined(dir, name, qx::OpenMode::ReadBinary, "Error opening file.\n");
     if (!file)
         return StatusFileOpenFailed;
-    std::array<char, kImageHeaderBytes> header;
-    if (std::fread(header.data(), 1, header.size(), file.get()) != header.size())
+    qx::Scratch<char> header(kImageHeaderBytes);
+    if (!header)
+        return StatusAllocationFailed;
+    if (std::fread(header.data(), 1, kImageHeaderBytes, file.get()) != kImageHeaderBytes)
         return StatusFileReadFailed;
     *info = headInfoOf(header.data());
     return StatusOk;

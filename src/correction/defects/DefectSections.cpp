@@ -106,8 +106,23 @@ void readLines(ByteCursor& cursor, std::uint64_t count, VectorDefect& lists) {
     }
 }
 
-void readClusters(ByteCursor& cursor, std::uint64_t bytes, PixelIndices& indices, std::vector<int>& clusters) {
-    std::uint64_t left = bytes / sizeof(std::int16_t);
+// The run of clusters, and whether its length was cut to what is left of the file.
+struct ClusterRun {
+    Section section;
+    bool isCut;
+};
+
+// Kept: the derived length may run past the file's end, which then ends the run.
+ClusterRun clusterRun(std::span<const char> file, std::uint64_t offset, std::uint64_t otherBytes) {
+    const std::uint64_t bytes = clusterBytes(file, otherBytes);
+    const std::uint64_t left = file.size() - std::min<std::uint64_t>(offset, file.size());
+    const bool isCut = offset <= file.size() && bytes > left;
+    return {{offset, isCut ? left : bytes}, isCut};
+}
+
+// False when the file's end cuts an index. One that the derived length cuts does not count.
+bool readClusters(ByteCursor& cursor, const ClusterRun& run, PixelIndices& indices, std::vector<int>& clusters) {
+    std::uint64_t left = run.section.bytes / sizeof(std::int16_t);
     bool isFirstOfCluster = false;
     while (left > 0) {
         const auto word = cursor.read<std::int16_t>();
@@ -119,11 +134,21 @@ void readClusters(ByteCursor& cursor, std::uint64_t bytes, PixelIndices& indices
             continue;
         }
         if (left == 0)
-            break;
+            return !run.isCut;
         clusters.push_back(indices.of(word, cursor.read<std::int16_t>()));
         --left;
         isFirstOfCluster = false;
     }
+    return !run.isCut || run.section.bytes % sizeof(std::int16_t) == 0;
+}
+
+// The number of entries of a group. Of clusters it is signed: fewer than none are none.
+std::uint32_t entryCount(const LineGroup& group) {
+    return static_cast<std::uint32_t>(group.header[0]);
+}
+
+std::uint32_t entryCount(const ClusterGroup& group) {
+    return static_cast<std::uint32_t>(std::max(group.header[0], 0));
 }
 
 // Groups that lie back to back. Their first number counts their entries.
@@ -134,7 +159,7 @@ void readGroups(ByteCursor& cursor, std::uint32_t count, std::vector<Group>& gro
     for (std::uint32_t i = 0; i < count; ++i) {
         Group group{};
         cursor.read(std::span(group.header));
-        const auto entries = static_cast<std::uint32_t>(group.header[0]);
+        const std::uint32_t entries = entryCount(group);
         if (!cursor.holds(entries, sizeof(DefectEntry)))
             return;
         group.entries.resize(entries);
@@ -159,8 +184,8 @@ int DefectSections::readClassic(VectorDefect& lists) const {
     const std::uint64_t lineCount = std::uint64_t{info_.rowCount} + info_.columnCount;
     const Section points{info_.pointOffset, info_.pointCount * kPointBytes};
     const Section lines{info_.rowOffset, lineCount * kLineBytes};
-    const Section clusters{info_.clusterOffset, clusterBytes(file_, points.bytes + lines.bytes)};
-    if (!areApart(std::array{points, lines, clusters}, file_.size()))
+    const ClusterRun clusters = clusterRun(file_, info_.clusterOffset, points.bytes + lines.bytes);
+    if (!areApart(std::array{points, lines, clusters.section}, file_.size()))
         return StatusFileReadFailed;
     VectorDefect found;
     PixelIndices indices(info_.imageWidth);
@@ -173,9 +198,10 @@ int DefectSections::readClassic(VectorDefect& lists) const {
         cursor.moveTo(lines.first);
         readLines(cursor, lineCount, found);
     }
-    if (clusters.bytes > 0) {
-        cursor.moveTo(clusters.first);
-        readClusters(cursor, clusters.bytes, indices, found.clusters);
+    if (clusters.section.bytes > 0) {
+        cursor.moveTo(clusters.section.first);
+        if (!readClusters(cursor, clusters, indices, found.clusters))
+            return StatusFileReadFailed;
     }
     if (cursor.failed() || !indices.fit())
         return StatusFileReadFailed;

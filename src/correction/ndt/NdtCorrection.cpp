@@ -4,6 +4,8 @@
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
 #include "QxUtils/StatusCode.h"
+#include "correction/defects/StructuredLists.h"
+#include "files/RawImageReader.h"
 #include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
 #include "kernels/FrameKernels.h"
@@ -12,11 +14,10 @@
 #include <QxCorrection.h>
 #include <QxSysMgt.h>
 
-#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <new>
-#include <vector>
 
 namespace qx {
 namespace {
@@ -66,30 +67,6 @@ int provideGainFile(const NdtFileName& name) noexcept {
     return download(kGainFile, name) ? StatusOk : StatusCalibrationMissing;
 }
 
-// The lists of a structured record for an image. Pixels outside it belong to no list.
-VectorDefect listsOf(const DefectInfo& record, const ImageView<float>& image) {
-    const auto addPixel = [&](const DefectEntry& entry, std::vector<int>& list) {
-        if (image.contains({entry.y1, entry.x1, 1, 1}))
-            list.push_back(entry.y1 * image.width + entry.x1);
-    };
-    VectorDefect lists;
-    for (const DefectEntry& point : record.points)
-        addPixel(point, lists.points);
-    for (const ClusterGroup& cluster : record.clusters) {
-        if (!lists.clusters.empty())
-            lists.clusters.push_back(-1);
-        for (const DefectEntry& entry : cluster.entries)
-            addPixel(entry, lists.clusters);
-    }
-    for (const LineGroup& group : record.rows)
-        for (const DefectEntry& entry : group.entries)
-            lists.rows.push_back(entry.y1);
-    for (const LineGroup& group : record.columns)
-        for (const DefectEntry& entry : group.entries)
-            lists.columns.push_back(entry.x1);
-    return lists;
-}
-
 int correctByLists(const ImageView<float>& results, VectorDefect& lists) {
     const int status = correctImgDefectMap(results.data, results.width, results.height, &lists, 0);
     if (status == StatusOk)
@@ -110,7 +87,7 @@ int correctByStructuredRecord(const ImageView<float>& results) {
     if (status != StatusOk)
         return status;
     logCorrection(LogInfo, "Load defect information successfully.");
-    VectorDefect lists = listsOf(record, results);
+    VectorDefect lists = listsOf(record, results.width, results.height);
     VectorDefect outSetA;
     VectorDefect outSetB;
     status = loadDefectFromNoiseAndMultImgs(results.width, results.height, &lists, &outSetA, &outSetB);
@@ -152,8 +129,8 @@ int NdtCorrection::provideDark() noexcept {
 int NdtCorrection::loadDark() noexcept {
     constexpr char kFailed[] = "Load offset image of NDT mode fail!";
     const NdtFileName name = NdtFileName::dark();
-    long size = 0;
-    int status = getImageSize(getOfstImgDir(), name.c_str(), size);
+    std::int64_t length = 0;
+    int status = lengthOfFile(getOfstImgDir(), name.c_str(), length);
     if (status != StatusOk) {
         logCorrection(LogError, JoinedPath(getOfstImgDir(), name.c_str()).c_str());
         if (!exists(getOfstImgDir(), name)) {

@@ -2,7 +2,7 @@
 
 #include "QxUtils/Files.h"
 #include "QxUtils/Foundation.h"
-#include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 
 #include <QxSysMgt.h>
 
@@ -53,11 +53,10 @@ int CalibrationFile::write(const char* directory, const NdtFileName& name) noexc
 }
 
 int CalibrationFile::read(const char* directory, const NdtFileName& name) noexcept {
-    long found = 0;
-    const int status = getImageSize(directory, name.c_str(), found);
-    if (status != StatusOk)
-        return status;
-    return found == size() ? readImageFromDisk(directory, name.c_str(), bytes_.data(), size()) : StatusFileReadFailed;
+    RawImageReader reader(directory, name.c_str());
+    if (reader.read(bytes_.data(), bytes_.span().size()))
+        reader.expectEnd();
+    return reader.finish();
 }
 
 int CalibrationFile::size() const noexcept {

@@ -31,6 +31,7 @@ bool isPixelCount(int pixelCount) {
     return pixelCount >= 1 && CalibrationFile::fits(kPixelBytes * pixelCount);
 }
 
+// The directory is the kit's text: it lasts until the first line of the log.
 int writeLogged(CalibrationFile& file, const char* directory, const NdtFileName& name, int errorLine) {
     const int status = file.write(directory, name);
     if (status != StatusOk) {
@@ -46,7 +47,8 @@ int writeDark(std::span<const std::uint32_t> dark) {
         return StatusAllocationFailed;
     file.fillHeader(kDarkHeader);
     std::memcpy(file.pixels<std::uint32_t>().data(), dark.data(), dark.size_bytes());
-    return writeLogged(file, getOfstImgDir(), NdtFileName::dark(), kDarkErrorLine);
+    const NdtFileName name = NdtFileName::dark();
+    return writeLogged(file, getOfstImgDir(), name, kDarkErrorLine);
 }
 
 int writeGain(std::span<const std::uint32_t> bright, std::span<const std::uint32_t> dark) {
@@ -55,7 +57,8 @@ int writeGain(std::span<const std::uint32_t> bright, std::span<const std::uint32
         return StatusAllocationFailed;
     file.fillHeader(kGainHeader);
     qx::ndtGains(bright, dark, file.pixels<std::uint16_t>());
-    return writeLogged(file, getGainImgDir(), NdtFileName::gain(), kGainErrorLine);
+    const NdtFileName name = NdtFileName::gain();
+    return writeLogged(file, getGainImgDir(), name, kGainErrorLine);
 }
 
 }  // namespace

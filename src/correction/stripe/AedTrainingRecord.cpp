@@ -1,21 +1,25 @@
 #include "QxUtils/Correction.h"
 
-#include "QxUtils/Numerics.h"
+#include "QxUtils/StatusCode.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
 #include "foundation/JoinedPath.h"
-#include "foundation/Scratch.h"
+#include "foundation/LogFolder.h"
+#include "numerics/statistics/PixelMedian.h"
 #include "platform/Clock.h"
-#include "platform/Console.h"
 #include "platform/SharedAppend.h"
 
 #include <QxSysMgt.h>
 
 #include <algorithm>
-#include <cstdarg>
+#include <array>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <string_view>
+#include <functional>
+#include <new>
+#include <span>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -25,40 +29,14 @@ constexpr int kEdgeBlocks = 7;
 // The rows that are looked at lie so far from the trigger line.
 constexpr int kNearest = 5;
 constexpr int kFarthest = 25;
+constexpr int kMostRows = kFarthest - kNearest + 1;
 
-const char* textOrEmpty(const char* text) {
-    return text == nullptr ? "" : text;
-}
-
-// Text of a limited length.
-class RecordText {
-public:
-    explicit RecordText(std::int64_t capacity) : text_(capacity) {}
-
-    explicit operator bool() const { return static_cast<bool>(text_); }
-    std::string_view view() const { return std::string_view(text_.data(), length_); }
-
-    QX_PRINTF(2, 3) void add(const char* format, ...) {
-        std::va_list arguments;
-        va_start(arguments, format);
-        const std::int64_t room = text_.count() - length_;
-        const int written = std::vsnprintf(text_.data() + length_, room, format, arguments);
-        va_end(arguments);
-        if (written > 0)
-            length_ += std::min<std::int64_t>(written, room - 1);
-    }
-
-private:
-    qx::Scratch<char> text_;
-    std::int64_t length_ = 0;
-};
-
+// Rows relative to the trigger line, each end kept within the image.
 struct RowRange {
     int first;
     int last;
 };
 
-// Rows relative to the trigger line, each end kept within the image.
 RowRange rowsAt(int triggerLine, int first, int last, int height) {
     const auto row = [=](std::int64_t offset) {
         return static_cast<int>(std::clamp<std::int64_t>(triggerLine + offset, 0, height - 1));
@@ -66,93 +44,94 @@ RowRange rowsAt(int triggerLine, int first, int last, int height) {
     return {row(first), row(last)};
 }
 
-// Values of the column blocks, followed by their median and their trimmed mean.
-class BlockLine {
-public:
-    explicit BlockLine(int blocks) : blocks_(blocks), values_(blocks + 2) {}
-
-    explicit operator bool() const { return static_cast<bool>(values_); }
-
-    int& operator[](int block) { return values_[block]; }
-    void finish(float mean) {
-        values_[blocks_] = getMedian(values_.data(), blocks_);
-        values_[blocks_ + 1] = qx::truncateToInt(mean);
+// The medians of the column blocks in some rows, which need no memory of their own.
+std::vector<int> blockLevels(const qx::ImageView<const WORD>& image, const RowRange& rows) {
+    std::vector<int> levels(image.width / kBlockColumns);
+    std::array<WORD, kMostRows * kBlockColumns> pixels;
+    for (int b = 0; b < std::ssize(levels); ++b) {
+        WORD* end = pixels.data();
+        for (int y = rows.first; y <= rows.last; ++y)
+            end = std::copy_n(image.row(y) + b * kBlockColumns, kBlockColumns, end);
+        levels[b] = qx::lowerMiddle(std::span<const WORD>(pixels.data(), end));
     }
+    return levels;
+}
 
-    // Kept: no guard against 14 blocks and fewer, of which none is left.
-    float trimmedMean() const {
-        float sum = 0.0f;
-        for (int b = kEdgeBlocks; b < blocks_ - kEdgeBlocks; ++b)
-            sum += values_[b];
-        return sum / (blocks_ - 2 * kEdgeBlocks);
-    }
+// Kept: without a block a status stands for the median.
+int medianOf(std::vector<int> values) {
+    return values.empty() ? int{StatusNullArgument} : qx::lowerMiddleInPlace(values);
+}
 
-    void print(RecordText& text) const {
-        for (const int value : values_.span())
-            text.add("%d ", value);
-        text.add("\n");
-    }
+// Kept: no guard against 14 blocks and fewer, of which none is left.
+float trimmedMean(const std::vector<int>& levels) {
+    const int blocks = static_cast<int>(levels.size());
+    float sum = 0.0f;
+    for (int b = kEdgeBlocks; b < blocks - kEdgeBlocks; ++b)
+        sum += levels[b];
+    return sum / (blocks - 2 * kEdgeBlocks);
+}
 
-private:
-    int blocks_;
-    qx::Scratch<int> values_;
-};
+void addLine(std::string& record, const std::vector<int>& levels, float mean) {
+    for (const int level : levels)
+        record.append(std::to_string(level)).append(" ");
+    for (const int summary : {medianOf(levels), qx::truncateToInt(mean)})
+        record.append(std::to_string(summary)).append(" ");
+    record.append("\n");
+}
 
-void addInformation(RecordText& text, int triggerLine) {
+// A pointer from the kit is used up before the kit is asked again.
+void addInformation(std::string& record, int triggerLine) {
     StatusInformation status{};
     getStatusInformation(&status);
     const qx::LocalTime now = qx::localTime();
     const int* const exposureTime = getRadExpTime();
+    const int exposureTimeMs = exposureTime == nullptr ? 0 : *exposureTime;
+    const auto timeInterval = static_cast<double>(getTimeInterval());
     // Kept: every record has a header of its own.
-    text.add("[INFO]\n");
-    text.add("Time\t\t\tMachineID\t\t\tIntegrationTime\t\t\tTemperature\t\t\tTrigLine\t\t\tTimeInterval\n");
+    record.append(
+        "[INFO]\nTime\t\t\tMachineID\t\t\tIntegrationTime\t\t\tTemperature\t\t\tTrigLine\t\t\tTimeInterval\n");
+    std::array<char, 256> text;
     // Kept: the parts of the time are not padded.
-    text.add("%d%d%d%d%d%d\t\t\t", now.year, now.month, now.day, now.hour, now.minute, now.second);
-    text.add("%s\t\t\t%d\t\t\t%.1f\t\t\t%d\t\t\t%.3f\n", textOrEmpty(getMachineID()),
-             exposureTime == nullptr ? 0 : *exposureTime, static_cast<double>(status.temperature), triggerLine,
-             static_cast<double>(getTimeInterval()));
+    std::snprintf(text.data(), text.size(), "%d%d%d%d%d%d\t\t\t", now.year, now.month, now.day, now.hour, now.minute,
+                  now.second);
+    record.append(text.data());
+    const char* const machine = getMachineID();
+    record.append(machine == nullptr ? "" : machine);
+    std::snprintf(text.data(), text.size(), "\t\t\t%d\t\t\t%.1f\t\t\t%d\t\t\t%.3f\n", exposureTimeMs,
+                  static_cast<double>(status.temperature), triggerLine, timeInterval);
+    record.append(text.data());
 }
 
-// Longer than any record of so many blocks.
-std::int64_t recordCapacity(std::int64_t blocks) {
-    constexpr int kTextOfInformation = 1024;
-    constexpr int kTextOfNumber = 12;
-    return kTextOfInformation + std::strlen(textOrEmpty(getMachineID())) + 3 * kTextOfNumber * (blocks + 3);
+// Throws when memory is short.
+std::string recordOf(const qx::ImageView<const WORD>& image) {
+    const int triggerLine = getAEDRadScanLine();
+    const std::vector<int> above = blockLevels(image, rowsAt(triggerLine, -kFarthest, -kNearest, image.height));
+    const std::vector<int> below = blockLevels(image, rowsAt(triggerLine, kNearest, kFarthest, image.height));
+    std::vector<int> difference(above.size());
+    std::ranges::transform(above, below, difference.begin(), std::minus<>());
+    const float meanAbove = trimmedMean(above);
+    const float meanBelow = trimmedMean(below);
+
+    std::string record;
+    addInformation(record, triggerLine);
+    record.append("[DATA]\n");
+    addLine(record, above, meanAbove);
+    addLine(record, below, meanBelow);
+    addLine(record, difference, meanAbove - meanBelow);
+    return record;
 }
 
 }  // namespace
 
 void recordAedTrainStepInfo(const WORD* image, int width, int height) {
-    const char* const workDirectory = textOrEmpty(getWorkDir());
-    if (image == nullptr || !qx::isImageSize(width, height) || *workDirectory == '\0')
+    const qx::LogFolder folder;
+    const qx::ImageView<const WORD> view{image, width, height};
+    if (!view.exists() || !folder.hasPath())
         return;
-    const int blocks = width / kBlockColumns;
-    BlockLine above(blocks);
-    BlockLine below(blocks);
-    BlockLine difference(blocks);
-    RecordText text(recordCapacity(blocks));
-    if (!above || !below || !difference || !text)
+    try {
+        qx::appendShared(qx::JoinedPath(folder.path(), "PostDarkData.txt").c_str(), recordOf(view));
+    } catch (const std::bad_alloc&) {
+        // Half a record would be worse than none.
         return;
-
-    const int triggerLine = getAEDRadScanLine();
-    const RowRange rowsAbove = rowsAt(triggerLine, -kFarthest, -kNearest, height);
-    const RowRange rowsBelow = rowsAt(triggerLine, kNearest, kFarthest, height);
-    for (int b = 0; b < blocks; ++b) {
-        const int first = b * kBlockColumns;
-        const int last = first + kBlockColumns - 1;
-        above[b] = getROIMedian(image, rowsAbove.first, rowsAbove.last, first, last, width);
-        below[b] = getROIMedian(image, rowsBelow.first, rowsBelow.last, first, last, width);
-        difference[b] = above[b] - below[b];
     }
-    const float meanAbove = above.trimmedMean();
-    const float meanBelow = below.trimmedMean();
-    above.finish(meanAbove);
-    below.finish(meanBelow);
-    difference.finish(meanAbove - meanBelow);
-
-    addInformation(text, triggerLine);
-    text.add("[DATA]\n");
-    for (const BlockLine* line : {&above, &below, &difference})
-        line->print(text);
-    qx::appendShared(qx::JoinedPath(workDirectory, "logs\\PostDarkData.txt").c_str(), text.view());
 }

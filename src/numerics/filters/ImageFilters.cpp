@@ -4,6 +4,7 @@
 #include "foundation/CacheLine.h"
 #include "foundation/ImageView.h"
 #include "foundation/Panels.h"
+#include "foundation/Scratch.h"
 #include "kernels/WindowKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
 
@@ -91,9 +92,11 @@ int filterImg(WORD* image, int width, int height) {
 void hisEqualization(WORD* pixels, int n) {
     if (pixels == nullptr || n < 1)
         return;
-    std::array<std::uint32_t, qx::kPixelValues> counts{};
-    std::array<WORD, qx::kPixelValues> levels;
-    qx::countPixels(pixels, n, counts.data());
-    fillLevels(counts.data(), n, levels.data());
+    qx::PixelHistogram histogram;
+    qx::Scratch<WORD> levels(qx::kPixelValues);
+    if (!histogram || !levels)
+        return;
+    histogram.add(pixels, n);
+    fillLevels(histogram.counts(), n, levels.data());
     replaceByLevels(pixels, n, levels.data());
 }

@@ -6,7 +6,6 @@
 #include "numerics/statistics/PixelHistogram.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -21,8 +20,6 @@ constexpr float kFloatCeiling = 110.0f;
 constexpr float kBorderTolerance = 1e-6f;
 constexpr int kManyBins = 1 << 20;
 constexpr float kTailShare = 0.05f;
-
-using PixelCounts = std::array<std::uint32_t, qx::kPixelValues>;
 
 // Counts the values below `bins` into a histogram that is already cleared.
 void countBelow(std::span<const WORD> data, int* hist, int bins) {
@@ -126,7 +123,7 @@ int middleOfSparseBins(std::span<const float> data, const FloatBins& bins, int h
 }
 
 // How many values from one end of the histogram are passed until their pixels reach `tail`.
-int valuesInTail(const PixelCounts& counts, int tail, bool fromBelow) {
+int valuesInTail(const std::uint32_t* counts, int tail, bool fromBelow) {
     int passed = 0;
     for (std::int64_t pixels = 0; pixels < tail && passed < qx::kPixelValues; ++passed)
         pixels += counts[fromBelow ? passed : qx::kPixelValues - 1 - passed];
@@ -139,7 +136,7 @@ struct BinContent {
     std::int64_t sum = 0;
 };
 
-BinContent contentOf(const PixelCounts& counts, std::int64_t start, std::int64_t end) {
+BinContent contentOf(const std::uint32_t* counts, std::int64_t start, std::int64_t end) {
     BinContent content;
     for (std::int64_t value = start; value < std::min<std::int64_t>(end, qx::kPixelValues); ++value) {
         content.pixels += counts[value];
@@ -167,7 +164,7 @@ float getFloatHisMedian(const float* data, int n, int*, int) {
     FloatBins bins = binsBetweenExtremes(values);
     const float binCount = bins.width() / kFloatBinWidth;
     if (!(binCount >= 1.0f))
-        return bins.minimum;
+        return bins.minimum + 0.0f;  // no bin is passed, and the sum of zeros has no sign
     if (binCount >= static_cast<float>(INT_MAX))
         return StatusWrongParameter;
     bins.count = qx::truncateToInt(binCount);
@@ -181,12 +178,15 @@ float getFloatHisMedian(const float* data, int n, int*, int) {
 int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, int n) {
     if (counts == nullptr || centers == nullptr || data == nullptr)
         return StatusNullArgument;
-    PixelCounts histogram{};
-    qx::countPixels(data, std::max(n, 0), histogram.data());
+    qx::PixelHistogram histogram;
+    if (!histogram)
+        return StatusAllocationFailed;
+    histogram.add(data, std::max(n, 0));
+    const std::uint32_t* const held = histogram.counts();
     // Kept: the bins share what is left between two tails, even where that is nothing.
     const int tail = qx::truncateToInt(static_cast<float>(n) * kTailShare);
-    const int low = valuesInTail(histogram, tail, true);
-    const int high = qx::kPixelValues - 1 - valuesInTail(histogram, tail, false);
+    const int low = valuesInTail(held, tail, true);
+    const int high = qx::kPixelValues - 1 - valuesInTail(held, tail, false);
     const int range = high - low + 1;
     if (bins < 1)
         return StatusOk;
@@ -195,7 +195,7 @@ int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, in
     std::int64_t start = low;
     for (int bin = 0; bin < bins; ++bin) {
         const std::int64_t end = start + step + (bin < remainder && range > bins ? 1 : 0);
-        const BinContent content = contentOf(histogram, start, end);
+        const BinContent content = contentOf(held, start, end);
         counts[bin] = content.pixels;
         centers[bin] = static_cast<int>(content.pixels > 0 ? content.sum / content.pixels : (start + end) / 2);
         start = end;

@@ -6,7 +6,6 @@
 #include "numerics/statistics/PixelMedian.h"
 
 #include <algorithm>
-#include <functional>
 #include <span>
 #include <utility>
 
@@ -73,8 +72,7 @@ int getMedian(const int* data, int n) {
     if (!copy)
         return StatusAllocationFailed;
     std::copy_n(data, n, copy.data());
-    std::nth_element(copy.data(), copy.data() + n / 2, copy.data() + n, std::greater<>());
-    return copy[n / 2];
+    return qx::lowerMiddleInPlace(copy.span());
 }
 
 float getMedian(const float* data, int n) {

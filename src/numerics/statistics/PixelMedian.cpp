@@ -3,6 +3,7 @@
 #include "kernels/RankKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace qx {
@@ -23,6 +24,12 @@ WORD lowerMiddle(std::span<const WORD> pixels) noexcept {
         }
     }
     return rankKernels().pixelRank(pixels.data(), pixels.size(), rank);
+}
+
+int lowerMiddleInPlace(std::span<int> values) noexcept {
+    const auto middle = values.begin() + (std::ssize(values) - 1) / 2;
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 }  // namespace qx

@@ -33,7 +33,8 @@ public:
     // The brightest region up to the first exposed one.
     virtual void region(const qx::Measure& median, const Rect& place) = 0;
     virtual void middleArea(const qx::Measure& median) = 0;
-    virtual void outerArea(const qx::Measure& median, const Rect& place) = 0;
+    virtual void outerPlace(const Rect&) {}
+    virtual void outerArea(const qx::Measure& median) = 0;
 };
 
 // The regions that are searched have the shape of the image.
@@ -115,12 +116,13 @@ int measureTrigger(const Image& image, TriggerListener& listener, bool& exposed)
     exposed = middleMedian.met();
     if (exposed)
         return StatusOk;
+    listener.outerPlace(outer);
     status = qx::regionMedian(image, outer, median);
     if (status != StatusOk)
         return status;
     // Kept: the outer area must exceed half of the floor, the middle one only reach it.
     const qx::Measure outerMedian(median, MeasureAbove, floor / 2);
-    listener.outerArea(outerMedian, outer);
+    listener.outerArea(outerMedian);
     exposed = outerMedian.met();
     return StatusOk;
 }
@@ -136,9 +138,11 @@ class TriggerLog final : public TriggerListener {
     void middleArea(const qx::Measure& median) override {
         qx::logInfo(kLogNoValue, "The median of middle area is %f", median.value);
     }
-    void outerArea(const qx::Measure& median, const Rect& place) override {
+    void outerPlace(const Rect& place) override {
         qx::logInfo(kLogNoValue, "The outer ROI is [%d,%d,%d,%d]", place.top, place.bottom() - 1, place.left,
                     place.right() - 1);
+    }
+    void outerArea(const qx::Measure& median) override {
         qx::logInfo(kLogNoValue, "The median of outer area is %f", median.value);
     }
 };
@@ -154,7 +158,7 @@ private:
     void middleArea(const qx::Measure& median) override {
         records_.addAlternative(median, "counts", "middle area's median");
     }
-    void outerArea(const qx::Measure& median, const Rect&) override {
+    void outerArea(const qx::Measure& median) override {
         records_.addAlternative(median, "counts", "outer area's median");
     }
 

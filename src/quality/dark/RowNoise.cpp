@@ -37,7 +37,8 @@ int measureSteps(int width, int height, qx::Measure& stepping) {
     qx::RowSteps steps(width);
     if (!rows || !steps)
         return StatusAllocationFailed;
-    qx::RawImageReader reader(getOfstImgDir(), darkImageName().data());
+    const std::array<char, 256> name = darkImageName();
+    qx::RawImageReader reader(getOfstImgDir(), name.data());
     for (int y = 0; y < height; y += rowsAtOnce) {
         const int now = std::min(rowsAtOnce, height - y);
         if (!reader.read(reinterpret_cast<char*>(rows.data()), std::int64_t{now} * width * sizeof(float)))

@@ -34,7 +34,7 @@ public:
     float operator[](int strip) const noexcept { return means_[strip]; }
 
 private:
-    // Kept: a strip is examined while columns are left beyond it, so the last 32 to 63 are not.
+    // Kept: a strip is examined while columns are left beyond it, so the last 1 to 32 are not.
     static int lastStripsUnexamined(int width) noexcept {
         return width > kStripColumns ? (width - 1) / kStripColumns : 0;
     }

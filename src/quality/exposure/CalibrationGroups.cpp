@@ -2,6 +2,7 @@
 #include "QxUtils/Numerics.h"
 #include "QxUtils/Quality.h"
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Scratch.h"
 #include "platform/Console.h"
@@ -10,18 +11,19 @@
 #include <QxSysMgt.h>
 
 #include <algorithm>
-#include <array>
+#include <charconv>
 #include <climits>
-#include <cstdlib>
-#include <cstring>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <system_error>
 
 namespace {
 
 constexpr int kWordBytes = sizeof(WORD);
-constexpr int kListCapacity = 2560;
-constexpr int kEntryCapacity = 10;
+constexpr int kMaxListLength = 2559;
 constexpr int kMaxEntries = 256;
-constexpr char kSeparator[] = ";";
+constexpr char kSeparator = ';';
 
 // A file that cannot be read. Kept: a negative limit makes it a verdict.
 int readFailure(int status) {
@@ -29,8 +31,8 @@ int readFailure(int status) {
 }
 
 int sizeOfFirst(const char* path, int& size) {
-    long length = 0;
-    const int status = getImageSize(path, "", length);
+    std::int64_t length = 0;
+    const int status = qx::lengthOfFile(path, "", length);
     if (status != StatusOk)
         return readFailure(status);
     if (length < kWordBytes)
@@ -66,24 +68,30 @@ int measureGroup(const char* const* paths, int count, qx::Measure& spread) {
     return StatusOk;
 }
 
+// The number that an entry begins with behind blanks and a sign, 0 without one; none when no int holds it.
+std::optional<int> numberOf(std::string_view entry) {
+    constexpr std::string_view kBlanks = " \t\n\v\f\r";
+    entry.remove_prefix(std::min(entry.find_first_not_of(kBlanks), entry.size()));
+    const bool hasPlus = entry.starts_with('+') && !entry.starts_with("+-");
+    entry.remove_prefix(hasPlus);
+    int number = 0;
+    const auto [end, error] = std::from_chars(entry.data(), entry.data() + entry.size(), number);
+    return error == std::errc::result_out_of_range ? std::nullopt : std::optional(number);
+}
+
 // Counts the entries that are `time`.
 int measureEntries(const char* list, int time, qx::Measure& entries) {
     if (list == nullptr)
         return StatusNullArgument;
-    std::array<char, kListCapacity> text{};
-    std::strncpy(text.data(), list, text.size() - 1);
-    const char* entry = text.data();
+    std::string_view rest = std::string_view(list).substr(0, kMaxListLength);
     int found = 0;
-    for (int looked = 0; *entry != '\0' && looked < kMaxEntries;) {
-        const std::size_t length = std::strcspn(entry, kSeparator);
-        if (length > 0) {
-            std::array<char, kEntryCapacity> slot{};
-            std::memcpy(slot.data(), entry, std::min(length, slot.size() - 1));
-            found += std::atoi(slot.data()) == time;
+    for (int looked = 0; !rest.empty() && looked < kMaxEntries;) {
+        const std::string_view entry = rest.substr(0, rest.find(kSeparator));
+        if (!entry.empty()) {
+            found += numberOf(entry) == time;
             ++looked;
         }
-        entry += length;
-        entry += *entry == kSeparator[0];
+        rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
     }
     entries = {found, MeasureAtLeast, 1};
     return StatusOk;

@@ -55,6 +55,10 @@ struct FactoryImages {
     }
 };
 
+void logReason(const char* reason) {
+    WriteLogFile(LogModuleUtils, LogInfo, reason, kLogNoValue);
+}
+
 void logFailedImage(const std::string& directory, const std::string& name) {
     qx::logInfo(kLogNoValue, "fail to retrieve SNR from file %s\\%s.\n", directory.c_str(), name.c_str());
 }
@@ -82,7 +86,7 @@ FactoryImages measureImages(int detectorType, const std::string& root) {
         if (name.find("ms") != std::string::npos)
             addDirectory(detectorType, root + name, images);
     if (images.integrationTimes == 0)
-        WriteLogFile(LogModuleUtils, LogInfo, "could not find valid directory.\n", kLogNoValue);
+        logReason("could not find valid directory.\n");
     return images;
 }
 
@@ -124,36 +128,37 @@ void fillHeader(char* header, int width, int height, int detectorType) {
     qx::logInfo(kLogNoValue, "width=%d, height=%d, dtttype=%d", width, height, detectorType);
 }
 
-// The name of the file, after the detector's; empty when the description does not tell it.
+// The name of the file, after the detector's; empty, with the reason in the log, when the description tells none.
 std::string fileNameOf(const DetectorInformation& detector) {
     const std::string_view all(detector.description, sizeof detector.description);
     const std::string_view description = all.substr(0, std::min(all.find('\0'), all.size()));
     const std::size_t product = description.find(kProductWord);
-    if (product == std::string_view::npos)
+    if (product == std::string_view::npos) {
+        logReason("the detector's description does not name the product");
         return {};
-    return std::string(description.substr(product + kProductWord.size())) + "-SNR.raw";
+    }
+    const std::string name(description.substr(product + kProductWord.size()));
+    // The file would lie in another directory, on one platform or the other.
+    if (name.find_first_of("/\\") != std::string::npos) {
+        logReason("the detector's description holds a path separator");
+        return {};
+    }
+    return name + "-SNR.raw";
 }
 
-int writeFile(const FactoryImages& images, const std::string& root, int detectorType, qx::LoggedOperation& operation) {
-    const std::int64_t bytes = images.fileBytes();
-    if (bytes > INT_MAX)
-        return StatusWrongParameter;
-    qx::Scratch<char> content(bytes);
-    if (!content)
-        return StatusAllocationFailed;
-    content.clear();
-    fillPayload(content.data() + kImageHeaderBytes, images, detectorType);
-
+// Names the file, fills its header and writes it.
+int writeContent(qx::Scratch<char>& content, const std::string& root, int detectorType,
+                 qx::LoggedOperation& operation) {
     DetectorInformation detector{};
     int status = qx::askDetector(detector);
     if (status != StatusOk)
-        return operation.endUntold(status);
+        return status;
     const std::string name = fileNameOf(detector);
     if (name.empty())
         return StatusWrongParameter;
     qx::logInfo(kLogNoValue, "%s", name.c_str());
     fillHeader(content.data(), qx::networkToHost(detector.width), qx::networkToHost(detector.height), detectorType);
-    status = writeImageToDisk(root.c_str(), name.c_str(), content.data(), bytes);
+    status = writeImageToDisk(root.c_str(), name.c_str(), content.data(), content.count());
     if (status != StatusOk) {
         qx::logInfo(kLogNoValue, "fail to write image %s in the directory of %s", name.c_str(), root.c_str());
         return operation.end(status, " terminates with return value ");
@@ -161,11 +166,33 @@ int writeFile(const FactoryImages& images, const std::string& root, int detector
     return status;
 }
 
+int writeFile(const FactoryImages& images, const std::string& root, int detectorType, qx::LoggedOperation& operation) {
+    if (!images.even) {
+        logReason("the directories differ in their number of images");
+        return StatusWrongParameter;
+    }
+    const std::int64_t bytes = images.fileBytes();
+    if (bytes > INT_MAX) {
+        logReason("the factory SNR file would be too long");
+        return StatusWrongParameter;
+    }
+    qx::Scratch<char> content(bytes);
+    if (!content) {
+        qx::logAllocationFailure("factorySNRFileData", bytes, StatusAllocationFailed);
+        return StatusAllocationFailed;
+    }
+    content.clear();
+    fillPayload(content.data() + kImageHeaderBytes, images, detectorType);
+    return writeContent(content, root, detectorType, operation);
+}
+
 // Without an image there is nothing to write; a detector that does not answer tells why there is none.
-int answerWithoutImages(qx::LoggedOperation& operation) {
+int answerWithoutImages(const FactoryImages& images) {
+    if (images.integrationTimes > 0)
+        logReason("no image was measured");
     DetectorInformation detector{};
     const int status = qx::askDetector(detector);
-    return status == StatusOk ? int{StatusFileReadFailed} : operation.endUntold(status);
+    return status == StatusOk ? int{StatusFileReadFailed} : status;
 }
 
 }  // namespace
@@ -178,10 +205,9 @@ int retrieveAllSNRForQualityCheck(int detectorType, const char* dir) {
     try {
         const std::string root = qx::withSeparator(dir);
         const FactoryImages images = measureImages(detectorType, root);
-        if (images.records.empty())
-            return answerWithoutImages(operation);
-        return images.even ? writeFile(images, root, detectorType, operation) : int{StatusWrongParameter};
+        return images.records.empty() ? answerWithoutImages(images) : writeFile(images, root, detectorType, operation);
     } catch (const std::bad_alloc&) {
+        logReason("memory is short");
         return StatusAllocationFailed;
     }
 }

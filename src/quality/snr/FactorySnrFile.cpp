@@ -5,13 +5,14 @@
 #include "QxUtils/StatusCode.h"
 #include "files/ByteCursor.h"
 #include "files/HeaderLayout.h"
+#include "files/RawImageReader.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <new>
+#include <set>
 #include <utility>
 
 namespace {
@@ -46,10 +47,12 @@ FactorySNRRecord readRecord(qx::ByteCursor& cursor, int snrLength) {
 // Appends the records, all of them or none. Kept: what the list held before stays in it.
 void appendRecords(qx::ByteCursor& cursor, const FileFields& fields, FactoryDiffIntSNRList& list) {
     FactoryDiffIntSNRList longer = list;
+    // A file may hold as many times as records, which a search of the list would compare pair by pair.
+    std::set<int> known(list.integrationTimes.begin(), list.integrationTimes.end());
     for (std::int64_t i = 0; i < fields.records(); ++i) {
         longer.records.push_back(readRecord(cursor, fields.snrLength));
         const int time = longer.records.back().integrationTime;
-        if (std::ranges::find(longer.integrationTimes, time) != longer.integrationTimes.end())
+        if (!known.insert(time).second)
             continue;
         longer.integrationTimes.push_back(time);
         // Kept: the text stands as it is.
@@ -90,8 +93,8 @@ int loadAllSNRFromFactory(const char* dir, const char* file, FactoryDiffIntSNRLi
     if (dir == nullptr || file == nullptr)
         return StatusNullArgument;
     qx::logBegin("loadAllSNRFromFactory");
-    long size = 0;
-    getImageSize(dir, file, size);
+    std::int64_t size = 0;
+    qx::lengthOfFile(dir, file, size);
     if (size == 0) {
         WriteLogFile(LogModuleUtils, LogInfo, "factory SNR data doesn't exist.\n", kLogNoValue);
         return StatusFileReadFailed;

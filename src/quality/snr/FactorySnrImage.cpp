@@ -4,6 +4,7 @@
 #include "QxUtils/Foundation.h"
 #include "QxUtils/Numerics.h"
 #include "QxUtils/StatusCode.h"
+#include "files/RawImageReader.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
@@ -35,8 +36,8 @@ struct ImageSize {
 
 // Whether the file has the length of an image with its header.
 int checkLength(const std::string& directory, const char* name, const ImageSize& size) {
-    long bytes = 0;
-    getImageSize(directory.c_str(), name, bytes);
+    std::int64_t bytes = 0;
+    lengthOfFile(directory.c_str(), name, bytes);
     if (bytes == 0) {
         logInfo(kLogNoValue, "fail to read image, size is 0");
         return StatusFileReadFailed;
@@ -96,10 +97,7 @@ int retrieve(const std::string& directory, const char* name, const ImageSize& si
     record.integrationTime = truncateToInt(information.integrationTime);
     compareWithPath(record.integrationTime, directory, name);
     const auto* const pixels = reinterpret_cast<const WORD*>(content.data() + kImageHeaderBytes);
-    status = measure({pixels, size.width, size.height}, record);
-    if (status == StatusOk)
-        logEnd("retrieveSNRFromImage", " terminates", status);
-    return status;
+    return measure({pixels, size.width, size.height}, record);
 }
 
 }  // namespace
@@ -118,21 +116,23 @@ int askDetector(DetectorInformation& detector) noexcept {
 }
 
 int retrieveSNRFromImage(int detectorType, const char* directory, const char* file, FactorySNRRecord& record) {
-    logBegin("retrieveSNRFromImage");
+    LoggedOperation operation("retrieveSNRFromImage");
     DetectorInformation detector{};
     const int status = askDetector(detector);
     if (status != StatusOk)
-        return status;
+        return operation.end(status);
     ImageSize size;
     size.width = networkToHost(detector.width);
     size.height = networkToHost(detector.height);
     logInfo(kLogNoValue, "detectorType=%d, width=%d, height=%d", detectorType, size.width, size.height);
-    if (!snrMeasurable(size.width, size.height) || size.fileBytes() > INT_MAX)
-        return StatusWrongParameter;
+    if (!snrMeasurable(size.width, size.height) || size.fileBytes() > INT_MAX) {
+        logInfo(kLogNoValue, "no SNR is measured of an image of this size");
+        return operation.end(StatusWrongParameter);
+    }
     try {
-        return retrieve(withSeparator(directory), file, size, record);
+        return operation.end(retrieve(withSeparator(directory), file, size, record));
     } catch (const std::bad_alloc&) {
-        return StatusAllocationFailed;
+        return operation.end(StatusAllocationFailed);
     }
 }
 

@@ -116,6 +116,17 @@ TEST_F(AfeCorrection, gains_leave_white_pixels_the_reference_block_and_the_last_
             0, correctRDbyRgain(actual.data(), c.width, height, c.gains.data(), static_cast<int>(c.gains.size()), 2));
         EXPECT_EQ(c.expected, actual);
     }
+    // Five blocks that are wider than the panels they are scaled in.
+    constexpr int kBlock = 2500;
+    const Floats gains = {2, 3, 5, 7};
+    Floats actual, expected;
+    for (int i = 0; i < 2 * (5 * kBlock + 1); ++i) {
+        const int block = i % (5 * kBlock + 1) / kBlock;
+        actual.push_back(static_cast<float>(i));
+        expected.push_back(actual.back() * (block < 2 ? gains[block] : block == 2 || block > 4 ? 1 : gains[block - 1]));
+    }
+    EXPECT_EQ(0, correctRDbyRgain(actual.data(), 5 * kBlock + 1, 2, gains.data(), 4, kBlock));
+    EXPECT_EQ(expected, actual);
 }
 
 TEST_F(AfeCorrection, abnormal_pixels_become_a_tenth) {

@@ -183,6 +183,40 @@ TEST_F(ClassicDefectFile, run_of_clusters) {
     }
 }
 
+// Its length is counted from the header on, as if the sections began there: behind stray bytes, or with a point that is
+// not counted, it runs past the file, which ends it then.
+TEST_F(ClassicDefectFile, run_of_clusters_ends_with_the_file_unless_an_index_is_cut) {
+    const ClassicDefects defects = classicDefects();
+    const std::string lines = sectionsOf(ClassicDefects{0, defects.points, defects.lines, {}});
+    const auto fileWith = [&](std::uint32_t stray, const std::string& run) {
+        FileHeadInfo info = headInfoOf(defects);
+        for (std::uint32_t* const offset : {&info.pointOffset, &info.rowOffset, &info.clusterOffset})
+            *offset += stray;
+        return defectHeader(info) + std::string(stray, '\1') + lines + run;
+    };
+    const std::string run = words(defects.clusterWords);
+    expectClassic(fileWith(2, run), classicLists());
+    VectorDefect lists = classicLists();
+    lists.clusters.push_back(6005);
+    for (const std::uint32_t stray : {4u, 400u}) {
+        expectClassic(fileWith(stray, run), classicLists());
+        expectClassic(fileWith(stray, run + words({5, 6})), lists);
+        expectRefused("cut", fileWith(stray, run + words({5})), "an x without its y");
+        expectRefused("cut", fileWith(stray, run + "x"), "half a word");
+    }
+    FileHeadInfo info = headInfoOf(defects);
+    --info.pointCount;
+    lists = classicLists();
+    lists.points.pop_back();
+    expectClassic(defectHeader(info) + lines + run, lists);
+    // All of the run is left out, and the file may not be left.
+    info.clusterOffset += static_cast<std::uint32_t>(run.size());
+    lists.clusters.clear();
+    expectClassic(defectHeader(info) + lines + run, lists);
+    ++info.clusterOffset;
+    expectRefused("behind", defectHeader(info) + lines + run, "a run behind the file");
+}
+
 // Separators elsewhere: in the header, at its end, and in the other sections.
 TEST_F(ClassicDefectFile, run_of_clusters_is_none_without_a_separator_of_its_own) {
     ClassicDefects defects{1000, {}, {}, {}};
@@ -249,21 +283,20 @@ TEST_F(DefectFile, lying_counts_are_refused) {
     const ClassicDefects classic = classicDefects();
     const DefectInfo structured = structuredDefects();
     for (const Field field : kCounts) {
-        const std::uint32_t one_more = headInfoOf(structured).*field + 1;
-        for (const std::uint32_t count : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu, one_more}) {
-            const std::string what = "count " + std::to_string(count);
-            expectRefused(kStructuredNames[0], lyingFile(structured, field, count), what);
-            if (field != &FileHeadInfo::clusterCount)
-                expectRefused("classic", lyingFile(classic, field, count), what);
-        }
+        const auto expectRefusals = [&](const std::string& name, const auto& defects) {
+            const std::uint32_t oneMore = headInfoOf(defects).*field + 1;
+            for (const std::uint32_t count : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu, oneMore})
+                expectRefused(name, lyingFile(defects, field, count), "count " + std::to_string(count));
+        };
+        expectRefusals(kStructuredNames[0], structured);
+        if (field != &FileHeadInfo::clusterCount)
+            expectRefusals("classic", classic);
     }
     // The sum of both leaves 32 bits.
     FileHeadInfo info = headInfoOf(classic);
     info.rowCount = 0x80000000u;
     info.columnCount = 0x80000000u + 6;
     expectRefused("classic", defectHeader(info) + sectionsOf(classic), "sum of lines");
-    // A point less makes the run of clusters longer than the file.
-    expectRefused("classic", lyingFile(classic, &FileHeadInfo::pointCount, 4), "too long a run");
 }
 
 TEST_F(DefectFile, empty_sections_lie_anywhere) {
@@ -290,7 +323,9 @@ TEST_F(DefectFile, sections_outside_the_file_or_over_others_are_refused) {
         const std::uint32_t right = headInfoOf(defects).*field;
         for (const std::uint32_t offset : {0u, 1u, kHeader - 1, size - 1, size, size + 1, right - entry, right + 1,
                                            right + entry, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
-            expectRefused(name, lyingFile(defects, field, offset), "offset " + std::to_string(offset));
+            // The clusters of a classic file may lose some of their pairs.
+            if (offset != right + entry || field != &FileHeadInfo::clusterOffset || name != "classic")
+                expectRefused(name, lyingFile(defects, field, offset), "offset " + std::to_string(offset));
     };
     for (const Field field : kOffsets) {
         expectRefusals(kStructuredNames[0], structured, field, 16);
@@ -299,10 +334,21 @@ TEST_F(DefectFile, sections_outside_the_file_or_over_others_are_refused) {
     }
 }
 
+// Of clusters the count is signed: below 0 there are no entries.
+TEST_F(StructuredDefectFile, cluster_groups_of_negative_length_are_empty) {
+    for (const int count : {-1, INT_MIN}) {
+        DefectInfo defects = structuredDefects();
+        defects.clusters.insert(defects.clusters.begin() + 1, ClusterGroup{{count, 1, 2, 3}, {}});
+        expectStructured(structuredFile(defects), defects);
+    }
+}
+
 TEST_F(StructuredDefectFile, lying_groups_are_refused) {
     const FileHeadInfo info = headInfoOf(structuredDefects());
     for (const int list : {0, 1, 2}) {
         for (const int count : {-1, INT_MIN, INT_MAX, 2, 1 << 27, 1 << 28}) {
+            if (list == 2 && count < 0)
+                continue;
             DefectInfo defects = structuredDefects();
             (list == 0   ? defects.rows[1].header
              : list == 1 ? defects.columns[1].header

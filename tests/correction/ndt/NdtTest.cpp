@@ -217,16 +217,32 @@ protected:
         EXPECT_EQ(lines, takeLog());
     }
 
-    // What is no file is not downloaded; files of another length give 1040.
+    // What the console tells while debugging of reading so many bytes of a file.
+    static std::string readingTold(const std::string& path, std::size_t bytes) {
+        return "Full path: " + path + " \n fread return count=" + std::to_string(bytes) + "\n";
+    }
+
+    // What is no file is not downloaded; files of another length give 1040. The length of a dark image is asked for
+    // ahead of its reading.
     void expectRefusals(const char* directory, const std::string& name, const std::string& whole, const Longs* dark,
                         const std::function<Lines(int)>& lines) {
         fs::create_directory(file(directory, name));
         expectCorrection(dark, lines(1039), 1039);
         fs::remove(file(directory, name));
+        const std::string path = (dark == nullptr ? detector().offsetDirectory : detector().gainDirectory) + name;
+        const std::string asked = dark == nullptr ? "Full path: " + path + " \n" : "";
         for (const std::string& content : {std::string(), whole.substr(0, whole.size() - 1), whole + "x"}) {
             writeFile(file(directory, name), content);
-            expectCorrection(dark, lines(1040), 1040);
+            setDebug(1);
+            EXPECT_EQ(asked + readingTold(path, std::min(content.size(), whole.size())) + "Read file error!\n",
+                      printedBy([&] { expectCorrection(dark, lines(1040), 1040); }));
+            setDebug(0);
         }
+#ifdef __linux__
+        // The file takes no space; the low 32 bits of its length are right.
+        fs::resize_file(file(directory, name), (std::uintmax_t{1} << 32) + whole.size());
+        expectCorrection(dark, lines(1040), 1040);
+#endif
         EXPECT_TRUE(detector().transfers.empty());
     }
 
@@ -297,7 +313,14 @@ TEST_F(CorrectNdtImage, every_pixel_has_its_own_gain_with_and_without_a_defect_l
 TEST_F(CorrectNdtImage, without_a_dark_image_the_stored_one_serves_if_the_detector_stores_one) {
     store("offset", kDarkName, dark_);
     store("gain", kGainName, gains_);
-    expectCorrection(nullptr, {kDarkLoaded, gainPath(), kGainLoaded, kCorrected});
+    const std::string darkFile = detector().offsetDirectory + kDarkName;
+    setDebug(1);
+    EXPECT_EQ("Full path: " + darkFile + " \n" + readingTold(darkFile, kHeaderBytes + 16) +
+                  readingTold(detector().gainDirectory + kGainName, kHeaderBytes + 8),
+              printedBy([&] {
+                  expectCorrection(nullptr, {kDarkLoaded, gainPath(), kGainLoaded, kCorrected});
+              }));
+    setDebug(0);
     for (const int syncMode : {0, 3}) {
         detector().syncMode = syncMode;
         detector().ndtFrameCount = 1;

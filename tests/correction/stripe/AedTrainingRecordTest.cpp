@@ -163,6 +163,18 @@ TEST_F(RecordAedTrainStepInfo, file_that_cannot_be_opened_is_silent) {
     recordAedTrainStepInfo(image.data(), 1000, 70);
 }
 
+TEST_F(RecordAedTrainStepInfo, lies_beside_the_log_below_the_current_directory_too) {
+    const TestImage image = randomImage(1000, 70, 0, 65535, 1);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder().path());
+    detector().workDirectory = "";
+    recordAedTrainStepInfo(image.data(), 1000, 70);
+    EXPECT_EQ(0, WriteLogFile(LogModuleUtils, LogInfo, "line", 7));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(7u, splitLines(content()).size());
+    EXPECT_EQ("Utils  | I | line7", logLines().at(0));
+}
+
 TEST_F(RecordAedTrainStepInfo, impossible_arguments_are_harmless) {
     const TestImage image = randomImage(1000, 70, 0, 65535, 1);
     detector().aedTriggerLine = 30;

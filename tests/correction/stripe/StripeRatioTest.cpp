@@ -135,18 +135,20 @@ TEST_F(FindHomogeneousColumns, by_hand) {
 
 // Of 27 columns 23 are alike. A column of nothing makes the smallest logarithm 0, and another one makes the largest
 // twice that of the 23: these lie at a border between bins or beside it, by the last bit or more, or the largest one is
-// theirs. Two brighter columns, where there are any, tell which bin counts them.
+// theirs. Two brighter columns, where there are any, tell which bin counts them, or lie beyond the border by less than
+// a table of logarithms can tell.
 TEST_F(FindHomogeneousColumns, borders_belong_to_both_bins) {
     constexpr double kNearly[] = {0.0, 2e-9, -2e-9, 0.0, 1e-7, -1e-7};
     std::set<std::size_t> sizes;
     for (int round = 0; round < 480; ++round) {
         const double alike = 1.01 + 0.0087 * (round / 4);
         const double square = 1.0 + 34 * alike * alike;
+        const double brighter = round / 24 % 2 == 0 ? 1.0001 : 1.0 + 5e-8;
         std::vector<double> sampled(kBandRows * 27, alike);
         for (std::size_t row = 0; row < kBandRows; ++row) {
             sampled[row * 27 + 3] = 0.0;
             if (round % 2 != 0)
-                sampled[row * 27 + 8] = sampled[row * 27 + 9] = 1.0001 * alike;
+                sampled[row * 27 + 8] = sampled[row * 27 + 9] = brighter * alike;
         }
         std::fill_n(sampled.begin() + 24 * 27, 27, 1.0);
         if (round % 4 < 2)
@@ -217,35 +219,33 @@ TEST_F(CalcStripeRatio, usable_columns_lie_between_the_limits) {
     }
 }
 
-// The last two steps of the smoothed ratio towards row 24 have to be steep, both of them.
+// The last two steps of the smoothed ratio towards row 24 have to be steeper than a fortieth of the jump of 0.25, which
+// is 937.5 of 150000: the fall from row 21 to row 24 makes the one, those from the rows 22 and 23 together the other.
 TEST_F(CalcStripeRatio, first_method_refuses_stripes_that_are_too_wide) {
-    BandColumn ramp = bandColumn(4000, 5000, 5000);
-    for (std::size_t row = 0; row < 24; ++row)
-        ramp[row] = 4000 + 2 * (24 - static_cast<int>(row));
-    BandColumn onlyRow22 = bandColumn(4000, 5000, 5000);
-    std::fill_n(onlyRow22.begin(), 23, 4040);
-    onlyRow22[23] = 4080;
-    BandColumn onlyRow23 = onlyRow22;
-    onlyRow23[21] = 4200;
-    onlyRow23[22] = onlyRow23[23] = 4020;
-    BandColumn neither = onlyRow23;
-    neither[23] = 4100;
-    for (const BandColumn& column : {ramp, onlyRow22, onlyRow23}) {
-        EXPECT_EQ(kNoStripeRatio, measure(bandOfTwoKinds(10, 10, column, 5010)));
-        EXPECT_EQ(Lines{kTooWide}, takeLog());
+    const struct {
+        int row21, row22, row23, rows;
+    } cases[] = {{938, 469, 469, 2},
+                 {937, 469, 469, kNoStripeRatio},
+                 {938, 468, 469, kNoStripeRatio},
+                 {25, 25, 25, kNoStripeRatio}};
+    for (const auto& c : cases) {
+        BandColumn column = bandColumn(50000, 62500, 62500);
+        std::fill_n(column.begin(), 24, 50000 + c.row23);
+        column[21] = 50000 + c.row21;
+        column[22] = 50000 + c.row22;
+        EXPECT_EQ(c.rows, measure(bandOfTwoKinds(10, 10, column, 62700))) << "case " << &c - cases;
+        EXPECT_EQ(Lines{c.rows == 2 ? methodOne(20, 2) : kTooWide}, takeLog());
     }
-    EXPECT_EQ(2, measure(bandOfTwoKinds(10, 10, neither, 5010)));
-    EXPECT_EQ(Lines{methodOne(20, 2)}, takeLog());
 }
 
-// The jump of 0.25 makes smoothed steps below -0.0025 count: that to row 21 is -0.0026 or -0.0024.
+// The jump of 0.25 makes smoothed steps below its hundredth part count: that to row 21 is -376 or -374 of 150000.
 TEST_F(CalcStripeRatio, first_method_counts_steep_steps_up_to_the_first_flat_one) {
     for (const int rows : {3, 2}) {
-        BandColumn column = bandColumn(10000, 12500, 12500);
-        std::fill_n(column.begin(), 23, 10500);
-        column[20] = rows == 3 ? 10478 : 10472;
-        column[23] = 10400;
-        EXPECT_EQ(rows, measure(bandOfTwoKinds(10, 10, column, 12540)));
+        BandColumn column = bandColumn(50000, 62500, 62500);
+        std::fill_n(column.begin(), 23, 52500);
+        column[20] = rows == 3 ? 52376 : 52374;
+        column[23] = 52000;
+        EXPECT_EQ(rows, measure(bandOfTwoKinds(10, 10, column, 62700)));
         EXPECT_EQ(Lines{methodOne(20, rows)}, takeLog());
     }
 }

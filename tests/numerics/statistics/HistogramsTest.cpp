@@ -93,6 +93,10 @@ TEST(GetFloatHisMedian, edges) {
     for (int n : {0, -1})
         EXPECT_EQ(1057.0f, getFloatHisMedian(high, n, nullptr, 0));
     EXPECT_EQ(1057.0f, getFloatHisMedian(nullptr, 4, nullptr, 0));
+    // No bin is passed where there is none, or half of one value: the minimum and a sum of nothing.
+    for (const float highest : {5e-5f, 5.0f})
+        EXPECT_TRUE(
+            sameBits(0.0f, getFloatHisMedian(std::array{-0.0f, highest}.data(), highest < 1 ? 2 : 1, nullptr, 0)));
     // 3e9 bins, and endless ones.
     for (const float lowest : {-3e5f, -HUGE_VALF})
         EXPECT_EQ(1020.0f, getFloatHisMedian(std::array{lowest, 0.0f}.data(), 2, nullptr, 0));

@@ -4,6 +4,7 @@
 #include <QxUtils/Quality.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <tuple>
 
@@ -31,10 +32,11 @@ TEST(CheckDarkTimeRepeat, finds_a_time_among_the_entries) {
                  {"7; ", {7, 0}, {}},
                  {"-5;+7", {-5, 7}, {5, 0}},
                  {"5 0;1e3;12ms;b", {5, 1, 12, 0}, {50, 1000}},
-                 // Nine characters an entry.
-                 {"123456789;5", {123456789, 5}, {}},
-                 {"1234567890;5", {123456789, 5}, {0, 1234567890}},
-                 {"0000000005", {0}, {5}},
+                 {"+-5;++6;- 7", {0}, {5, -5, 6, -7}},
+                 // All digits of an entry; no entry is a number that 32 bits do not hold.
+                 {"2147483647;-2147483648", {INT_MAX, INT_MIN}, {214748364, 0}},
+                 {"0000000500;" + std::string(2000, '0') + "9", {500, 9}, {0, 50}},
+                 {"4294967796;2147483648;-2147483649", {}, {500, INT_MAX, INT_MIN, 0, 429496779}},
                  // 256 entries; empty ones do not count.
                  {entries(1000, 300), {1000, 1255}, {1256, 1299}},
                  {std::string(300, ';') + entries(1000, 257), {1255}, {1256}},
@@ -42,7 +44,7 @@ TEST(CheckDarkTimeRepeat, finds_a_time_among_the_entries) {
                  {std::string(2558, ';') + "5", {5}, {}},
                  {std::string(2559, ';') + "5", {}, {5, 0}},
                  {std::string(2556, ';') + "1234", {123}, {1234, 4}},
-                 {std::string(10000, '3'), {333333333}, {3}}};
+                 {std::string(10000, '3'), {}, {333333333, 3, 0}}};
     for (const auto& c : cases) {
         for (const int time : c.listed)
             EXPECT_EQ(0, CheckDarkTimeRepeat(c.list.c_str(), time)) << c.list.substr(0, 30) << ": " << time;
@@ -99,6 +101,8 @@ TEST_F(CheckGainImgGroup, by_hand) {
     const std::string even = words(alternating(40, 100, 300));  // mean 200, deviation 100
     const std::string level = words(Words(40, 1000));
     const std::string half = words(alternating(2, 1, 2));  // deviation sqrt(0.5) about 1
+    Words nearly(1000, 60000);
+    --nearly[7];
     const struct {
         Lines files;
         float ratio;
@@ -107,6 +111,8 @@ TEST_F(CheckGainImgGroup, by_hand) {
                  {{even, level}, 0.0f, "0.000"},
                  {{even, level, level, even}, 100.0f / 600.0f, "0.167"},
                  {{half}, static_cast<float>(std::sqrt(0.5)), "0.707"},
+                 // A mean of 59999.999 is 60000 in single precision, which is truncated.
+                 {{words(nearly)}, static_cast<float>(std::sqrt(0.001)) / 60000.0f, "0.000"},
                  // The header counts as pixels, an odd byte at the end does not.
                  {{std::string(65536, '\0') + words(Words(32768, 1000))}, 1.0f, "1.000"},
                  {{even + "x", even + "yz"}, 0.5f, "0.500"},

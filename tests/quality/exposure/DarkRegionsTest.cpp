@@ -105,8 +105,10 @@ TEST_F(FindDarkRegion, distances_reach_across_long_images_from_the_last_maximum)
     blocks[0] = blocks[99] = 800;
     blocks[27] = 150;  // 72 blocks from the last maximum
     EXPECT_EQ(0, find(blocks, 100, 0.25f, 0));
-    // The limit falls beyond 36 blocks; it is dark itself.
-    for (const auto& [distance, limit] : {std::pair{36, 200.0f}, {45, 160.0f}, {72, 100.0f}, {90, 80.0f}}) {
+    // The limit falls beyond 36 blocks; it is dark itself. At 40 and 41 blocks it lies below 180 and above 7200 / 41,
+    // as single precision has it.
+    for (const auto& [distance, limit] :
+         {std::pair{36, 200.0f}, {40, 179.999985f}, {41, 175.609772f}, {45, 160.0f}, {72, 100.0f}, {90, 80.0f}}) {
         blocks.assign(100, 700);
         blocks[0] = 800;
         for (const float level : {limit, std::nextafter(limit, 900.0f)}) {
@@ -116,17 +118,23 @@ TEST_F(FindDarkRegion, distances_reach_across_long_images_from_the_last_maximum)
     }
 }
 
-// 27 rows and 36 columns away, 45 in all; what is not a number is not dark.
+// 27 rows and 36 columns are 45 blocks. The root of 7 x 7 + 37 x 37 is single precision, as is what becomes of it. What
+// is not a number is not dark.
 TEST_F(FindDarkRegion, distances_count_in_both_directions) {
     std::vector<float> blocks(60 * 50, 700);
     blocks[10 * 60 + 20] = 800;
     blocks[11] = std::nanf("");
-    for (const int row : {10 + 27, 10}) {
-        for (const float level : {160.0f, std::nextafter(160.0f, 200.0f)}) {
-            blocks[static_cast<std::size_t>(row * 60 + 56)] = level;
-            EXPECT_EQ(level > 160 && row > 10 ? 0 : 1062, find(blocks, 60, 0.25f, 0)) << level;
+    const struct {
+        int rows, columns;
+        float limit;
+    } cases[] = {{27, 36, 160.0f}, {0, 36, 200.0f}, {7, 37, 191.20285f}};
+    for (const auto& [rows, columns, limit] : cases) {
+        float& block = blocks[static_cast<std::size_t>((10 + rows) * 60 + 20 + columns)];
+        for (const float level : {limit, std::nextafter(limit, 300.0f)}) {
+            block = level;
+            EXPECT_EQ(level > limit ? 0 : 1062, find(blocks, 60, 0.25f, 0)) << level;
         }
-        blocks[static_cast<std::size_t>(row * 60 + 56)] = 700;
+        block = 700;
     }
 }
 

@@ -223,6 +223,18 @@ TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the
     }
 }
 
+// Columns at both edges of every AFE have half of their signal left of the peak and half of it more right of it: with
+// them among the others, the medians of blocks would be those of places further right.
+TEST_F(CheckFirstImg, bad_columns_at_afe_edges_do_not_move_the_centre_of_the_tube) {
+    setLimits(100, 16);
+    EXPECT_EQ(0, first(lit(768, 640, [](int row, int col) {
+                  const double squares = (col - 384) * (col - 384) + (row - 270) * (row - 270);
+                  const double factor = col % 16 > 0 && col % 16 < 15 ? 1 : col < 384 ? 0.5 : 1.5;
+                  return 30000 * (1 - 1.2e-6 * squares) * factor;
+              })));
+    EXPECT_TRUE(logHolds("tube center calculate by poly fit, x0=384,y0=270"));
+}
+
 // Pixels below the dark level on both sides of every boundary: their differences, and what they are raised to, have a
 // ratio of 1. The parabola through the levels 4900, 4400 and 2500 of 4, 2 and 2 blocks has its vertex at -2.53.
 TEST_F(CheckFirstImg, afes_without_signal_at_their_edges_keep_their_levels) {

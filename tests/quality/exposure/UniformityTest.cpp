@@ -172,7 +172,7 @@ TEST_F(AnalysisStrip, by_hand) {
                  {stripImage({120, 110, 100}, 3, 32), 10},
                  {oneLess, 9},
                  {stripImage({7, 7}, 3, 1), 0},
-                 // The last 32 to 63 columns are not examined.
+                 // The last 1 to 32 columns are not examined.
                  {stripImage({100, 100}, 3, 32, 9000), 0},
                  {stripImage({100, 100, 9000}, 3, 0), 0},
                  {stripImage({100, 100, 9000}, 3, 1), 8900}};
@@ -226,10 +226,14 @@ TEST_F(DarkGray, by_hand) {
         nearly.at(1, i) -= static_cast<WORD>(kDistances[i]);
     }
     ++nearly.at(0, 31);
+    // The mean of 59999.999 is 60000 in single precision, which is truncated.
+    TestImage bright = constantImage(64, 32, 60000);
+    --bright.at(31, 31);
     const struct {
         TestImage image;
         int level;  // lowest floor that refuses it
     } cases[] = {{nearly, 9400},
+                 {bright, 60000},
                  {constantImage(96, 2, 0), 0},
                  {noisyStrip({500, 0, 500}, 1, 32), 270},
                  // Of equal strips the left one.
@@ -240,7 +244,7 @@ TEST_F(DarkGray, by_hand) {
                  // None below 10000: the leftmost.
                  {stripImage({20000, 10000}, 2, 32), 20000},
                  {stripImage({20000, 9999}, 2, 32), 9999},
-                 // The last 32 to 63 columns are not examined; a single strip is.
+                 // The last 1 to 32 columns are not examined; a single strip is.
                  {stripImage({300, 0}, 2, 0), 300},
                  {stripImage({300, 0}, 2, 1), 0},
                  {noisyStrip({0}, 0, 0), 270}};

@@ -8,6 +8,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <ctime>
 #include <limits>
 #include <numeric>
 
@@ -65,6 +66,22 @@ TEST_F(LoadAllSnrFromFactory, appends_every_record) {
     expectList({500, 300, -1, 9}, records);
     expectLog(kOpening + "snrLen=3, oneImgSNRSize=24, dose=2, inteNum=2, detectorType=7\n" + push + push + push + end +
               kOpening + "snrLen=0, oneImgSNRSize=12, dose=2, inteNum=1, detectorType=7\n" + push + end);
+}
+
+// As many times as records, where comparing each with each would exceed the limit.
+TEST_F(LoadAllSnrFromFactory, many_times_take_no_longer_than_few) {
+    constexpr int kCount = 400000;
+    detector().config.loggingEnabled = 0;
+    std::vector<FactorySNRRecord> records;
+    std::vector<int> times;
+    for (int i = 0; i < kCount; ++i) {
+        times.push_back(kCount - i);
+        records.push_back({times.back(), 0, 1.0f, {}});
+    }
+    const std::clock_t start = std::clock();
+    EXPECT_EQ(0, loadPayload(snrPayload({1, kCount, 0, kType}, records)));
+    EXPECT_GT(10.0, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+    expectList(times, records);
 }
 
 TEST_F(LoadAllSnrFromFactory, nothing_to_load_and_another_detector_type) {
@@ -164,8 +181,9 @@ protected:
                "Calib  | I | <SNRcalc> begins\nCalib  | I | <SNRcalc> terminates0\n"
                "<retrieveSNRFromImage> terminates0\n";
     }
-    std::string failed(const std::string& name) const {
-        return "fail to retrieve SNR from file " + dir() + "500ms\\" + name + ".\n\n";
+    std::string failed(const std::string& name, int status) const {
+        return "<retrieveSNRFromImage> terminates" + std::to_string(status) + "\nfail to retrieve SNR from file " +
+               dir() + "500ms\\" + name + ".\n\n";
     }
 
     // The file as it should be: the kit's header with three fields set by the library.
@@ -222,14 +240,14 @@ TEST_F(RetrieveAllSnrForQualityCheck, separator_is_added_and_the_result_replaces
     expectLog(kBegin + measured() + kWriting + kDone);
 }
 
-// A header that cannot be filled stays empty but for the three fields.
+// The file's own name does not count. A header that cannot be filled stays empty but for the three fields.
 TEST_F(RetrieveAllSnrForQualityCheck, time_that_the_path_does_not_name_is_an_error_line_only) {
-    const FactorySNRRecord record = place("500ms", "one", 987654.0f, 1);
+    const FactorySNRRecord record = place("500ms", "987654", 987654.0f, 1);
     detector().faults.fillImgHead = 9;
     EXPECT_EQ(0, retrieve());
     EXPECT_EQ(expectedFile(1, 1, {record}), readFile(resultFile()));
     expectLog(kBegin +
-              measured("Utils  | E | the integration time 987654 in header of image one mismatch the path name " +
+              measured("Utils  | E | the integration time 987654 in header of image 987654 mismatch the path name " +
                        dir() + "500ms\\\n") +
               kWriting + kDone);
 }
@@ -254,7 +272,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, images_that_cannot_be_measured_are_left_ou
                                    "the width and height in image header mismatch the detector type\n\n"};
     std::string log = kBegin;
     for (int i = 0; i < 5; ++i)
-        log += kImage + reasons[i] + failed(std::to_string(i));
+        log += kImage + reasons[i] + failed(std::to_string(i), i < 3 ? 1040 : 1020);
     expectLog(log + measured() + kWriting + kDone);
 }
 
@@ -266,7 +284,7 @@ TEST_F(RetrieveAllSnrForQualityCheck, no_directory_or_no_image) {
     fs::create_directory(root() / "500ms");
     EXPECT_EQ(1040, retrieve());
     const std::string nothing = kBegin + "could not find valid directory.\n\n" + kDone;
-    expectLog(nothing + nothing + kBegin + kDone);
+    expectLog(nothing + nothing + kBegin + "no image was measured\n" + kDone);
     EXPECT_FALSE(fs::exists(resultFile()));
 }
 
@@ -276,7 +294,8 @@ TEST_F(RetrieveAllSnrForQualityCheck, directories_of_unequal_number_are_refused)
     for (const char* const more : {"1ms", "2ms"}) {
         place(more, "1", 1.0f, 1);
         EXPECT_EQ(1020, retrieve());
-        EXPECT_EQ("Utils  | I | " + kDone, logLines().back() + '\n');
+        expectLog(kBegin + measured() + measured() + measured() + "the directories differ in their number of images\n" +
+                  kDone);
         fs::remove(root() / more / "1");
     }
     // A directory of its own counts, also without images; so does one whose image is left out.
@@ -289,14 +308,26 @@ TEST_F(RetrieveAllSnrForQualityCheck, directories_of_unequal_number_are_refused)
     EXPECT_FALSE(fs::exists(resultFile()));
 }
 
-TEST_F(RetrieveAllSnrForQualityCheck, description_without_the_product_word) {
+// Nothing is written outside the directory either, whatever the platform takes for a separator.
+TEST_F(RetrieveAllSnrForQualityCheck, description_without_the_product_word_or_with_a_separator) {
     place("500ms", "one", 500.0f, 1);
-    for (const char* const description : {"", "Panel 4343", "halbrook4343", "Halbroo"}) {
+    const auto entries = [this] {
+        return std::distance(fs::recursive_directory_iterator(folder().path()), fs::recursive_directory_iterator{});
+    };
+    const auto before = entries();
+    for (const char* const description : {"", "Panel 4343", "halbrook4343", "Halbroo", "Halbrook/4343",
+                                          "Halbrook\\4343", "Halbrook/../x", "Halbrook..\\x", "a/b\\Halbrook/"}) {
         detector().description = description;
         EXPECT_EQ(1020, retrieve()) << description;
-        EXPECT_EQ("Utils  | I | " + kDone, logLines().back() + '\n');
+        const bool isNamed = detector().description.find("Halbrook") != std::string::npos;
+        expectLog(kBegin + measured() + "the detector's description " +
+                  (isNamed ? "holds a path separator\n" : "does not name the product\n") + kDone);
+        fs::remove(logFolder());
+        EXPECT_EQ(before, entries()) << description;
     }
-    EXPECT_EQ(1, std::distance(fs::directory_iterator(root()), fs::directory_iterator{}));
+    detector().description = "a/b\\Halbrook.1";
+    EXPECT_EQ(0, retrieve());
+    EXPECT_TRUE(fs::exists(root() / ".1-SNR.raw"));
     detector().description = "HalbrookHalbrook1";
     EXPECT_EQ(0, retrieve());
     EXPECT_TRUE(fs::exists(root() / "Halbrook1-SNR.raw"));
@@ -313,12 +344,17 @@ TEST_F(RetrieveAllSnrForQualityCheck, file_that_cannot_be_written_and_detector_t
     const std::string noAnswer = "Utils  | E | getDetectorInformation failed9\n";
     expectLog(kBegin + measured() + kWriting + "fail to write image 4343 x-SNR.raw in the directory of " + dir() +
               "\n<retrieveAllSNRForQualityCheck> terminates with return value 1039\n" + kBegin +
-              "<retrieveSNRFromImage> begins\n" + noAnswer + failed("one") + noAnswer);
+              "<retrieveSNRFromImage> begins\n" + noAnswer + failed("one", 9) + "no image was measured\n" + noAnswer +
+              kDone);
     detector().faults.getDetectorInformation = 0;
     for (const auto& [width, height] : {std::pair{127, 400}, {400, 127}, {0, 0}, {-1, -1}, {INT_MAX, INT_MAX}}) {
         detector().width = width;
         detector().height = height;
         EXPECT_EQ(1040, retrieve());
+        const std::string size = "width=" + std::to_string(width) + ", height=" + std::to_string(height);
+        expectLog(kBegin + "<retrieveSNRFromImage> begins\ndetectorType=7, " + size +
+                  "\nno SNR is measured of an image of this size\n" + failed("one", 1020) + "no image was measured\n" +
+                  kDone);
     }
 }
 

@@ -278,6 +278,13 @@ TEST_F(EvaluateSnrResult, course_is_logged_and_a_null_image_is_excellent) {
     expectCourse(image().data(), 1091, missedAt(2), "Good");
     expectCourse(image().data(), 1092, missedAt(3), "Poor");
     expectCourse(nullptr, 1090, missedAt(4), "Excellent");
+    // Values beyond the measured ones are shown and not compared.
+    Series longer = measured();
+    longer.resize(9, 1e9f);
+    expectCourse(image().data(), 1090, longer, "Excellent");
+    longer = missedAt(2);
+    longer.resize(9, 1e9f);
+    EXPECT_EQ(0, check(longer));
 }
 
 TEST_F(EvaluateSnrResult, refused_images_are_not_good_enough) {

@@ -1,0 +1,540 @@
+#include "EveryExport.h"
+
+#include "BinaryFields.h"
+#include "Builders.h"
+#include "DefectFiles.h"
+#include "SnrFiles.h"
+#include "StripeBands.h"
+
+#include <QxUtils.h>
+#include <VirtualDetector.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+namespace qx::test {
+namespace {
+
+constexpr int kSide = 512;
+constexpr int kFrameSide = 128;  // of the detector
+constexpr int kFramePixels = kFrameSide * kFrameSide;
+constexpr int kDetectorType = 7;
+constexpr int kTriggerLine = 35;
+constexpr float kFactorySeries[] = {1, 1, 1};
+
+// Everything that a call writes is a copy of its own; these are only read.
+const TestImage& flat() {
+    static const TestImage image = flatImage(2 * kSide, kSide, 30000, 50, 1);
+    return image;
+}
+
+std::vector<WORD> pixels(int width, int height) {
+    return {flat().pixels.begin(), flat().pixels.begin() + width * height};
+}
+
+std::vector<float> floats(int width, int height = 1) {
+    return {flat().pixels.begin(), flat().pixels.begin() + width * height};
+}
+
+std::vector<WORD> dark(int width, int height) {
+    return constantImage(width, height, 300).pixels;
+}
+
+// 0 .. n - 1.
+template <class Number>
+std::vector<Number> ascending(int n) {
+    std::vector<Number> numbers;
+    for (int i = 0; i < n; ++i)
+        numbers.push_back(static_cast<Number>(i));
+    return numbers;
+}
+
+// A stripe above kTriggerLine.
+std::vector<WORD> stripedPixels() {
+    SplitMix64 random(3);
+    std::vector<WORD> image = pixels(256, kTriggerLine - 25);
+    const TestImage band = randomBand(256, BandContent::Smooth, 65535, random);
+    image.insert(image.end(), band.pixels.begin(), band.pixels.end());
+    return image;
+}
+
+const char* putFile(const std::string& dir, const char* name, const std::string& content) {
+    writeFile(dir + name, content);
+    return name;
+}
+
+// The verdict of a check on a flat image of so many columns and rows.
+template <class Check, class... Rest>
+double onFlat(int width, int height, Check check, Rest... rest) {
+    std::vector<WORD> image = pixels(width, height);
+    return check(image.data(), width, height, rest...);
+}
+
+template <class Check, class... Rest>
+double onExposure(Check check, Rest... rest) {
+    return check(pixels(kSide, kSide).data(), dark(kSide, kSide).data(), kSide, kSide, rest...);
+}
+
+// The status of a measurement, which takes its record last and fills it.
+template <class Measure>
+double measured(Measure measure) {
+    CheckMeasures measures{};
+    const double status = measure(&measures);
+    return status == 0 && measures.count < 1 ? -1 : status;
+}
+
+template <class Measure, class... Rest>
+double measuredOnFlat(int side, Measure measure, Rest... rest) {
+    return measured([=](CheckMeasures* out) { return onFlat(side, side, measure, rest..., out); });
+}
+
+template <class Measure>
+double measuredOnExposure(Measure measure) {
+    return measured([=](CheckMeasures* out) { return onExposure(measure, out); });
+}
+
+const ClassicDefects kDefects = {10, {{1, 1}}, {{1, 0, 1, 9}}, {1, 2, -1}};
+
+template <class Fit>
+double fitted(Fit fit) {
+    std::vector<float> model(6), coefficients(10), residuals(3);
+    float quality = 0;
+    const int status =
+        fit(model.data(), 10, quality, floats(64, 64).data(), 64, 64, coefficients.data(), residuals.data());
+    return status != 0 || model[0] != 0 ? status : -1;
+}
+
+template <class Check>
+double oneGainImage(const std::string& dir, Check check) {
+    const std::string path = dir + putFile(dir, "gain.raw", words(ascending<int>(5000)));
+    const char* const paths[] = {path.c_str()};
+    return check(paths, 1);
+}
+
+// Calls take the directory or nothing, and hand back a number or nothing.
+template <class Call>
+constexpr ExportCall with(const char* signature, double result, Call, bool mayRunBesideItself = true) {
+    return {signature, result,
+            [](const std::string& dir) -> double {
+                const auto run = [&] {
+                    if constexpr (std::is_invocable_v<Call>)
+                        return Call{}();
+                    else
+                        return Call{}(dir);
+                };
+                if constexpr (std::is_void_v<decltype(run())>)
+                    return run(), 0;
+                else
+                    return static_cast<double>(run());
+            },
+            mayRunBesideItself};
+}
+
+template <class Call>
+constexpr ExportCall alone(const char* signature, double result, Call call) {
+    return with(signature, result, call, false);
+}
+
+using Dir = const std::string&;
+
+// clang-format off
+const ExportCall kCalls[] = {
+    // Foundation.h, StatusCode.h
+    with("GetTimeCounter(long&, long&, double&)", 1.5, [] {
+        long start = 1000, end = 2500;
+        double seconds = 0;
+        return GetTimeCounter(start, end, seconds);
+    }),
+    with("WriteErrorLine(int, int, char const*)", 0, [] { WriteErrorLine(LogModuleUtils, 7, "calls"); }),
+    with("WriteLogFile(int, int, char const*, int)", 0, [] { return WriteLogFile(8, LogInfo, "called", 1); }),
+    with("getAEDTrigSource()", 1, [] { return getAEDTrigSource(); }),
+    with("getCurrentExpTime()", 500, [] { return getCurrentExpTime(); }),
+    with("getGainId()", 2, [] { return getGainId(); }),
+    with("getLocalTimeStr(char*)", 19,
+         [] { std::array<char, 20> text{}; getLocalTimeStr(text.data()); return std::strlen(text.data()); }),
+    with("getLogLevel()", 1, [] { return getLogLevel(); }),
+    with("getPowerModeId()", 1, [] { return getPowerModeId(); }),
+    with("getQxUtilsDllVersion()", 'Q', [] { return *getQxUtilsDllVersion(); }),
+    with("getReadOutChannels()", 96, [] { return getReadOutChannels(); }),
+    with("getStatusCodeAt(int)", 0, [] { return getStatusCodeAt(0); }),
+    with("getStatusMessage(int)", 'E', [] { return *getStatusMessage(StatusAllocationFailed); }),
+    with("removeLogFile()", 0, [] { return removeLogFile(); }),
+    with("setLogLevel(int)", 0, [] { return setLogLevel(1); }),
+    with("setTimeStamp(char*)", 14,
+         [] { std::array<char, 15> text{}; setTimeStamp(text.data()); return std::strlen(text.data()); }),
+    with("setUtilDebug(int)", 0, [] { return setUtilDebug(0); }),
+
+    // Files.h
+    with("CheckDirPath(char*&)", 0,
+         [](Dir dir) { std::string text = dir; char* path = text.data(); return CheckDirPath(path); }),
+    with("CutString(char**&, char const*, char, int&)", 3, [] {
+        char** pieces = nullptr;
+        int count = 0;
+        CutString(pieces, "a,b,c", ',', count);
+        deleteMemory(pieces[0]);
+        deleteMemory2(pieces);
+        return count;
+    }),
+    with("ImageBoundCheck(int&, int&, int&)", 4,
+         [] { int pixel = 5, width = 4, height = 4; return ImageBoundCheck(pixel, width, height); }),
+    with("base64_decode(char const*, char*)", 3,
+         [] { std::array<char, 3> bytes{}; return base64_decode("MTIz", bytes.data()); }),
+    with("base64_encode(char const*, char*, int)", 'M',
+         [] { std::array<char, 5> text{}; return *base64_encode("123", text.data(), 3); }),
+    with("checkIP(char const*)", 0, [] { return checkIP("192.168.1.10"); }),
+    with("cleanFile(char const*, char const*)", 0, [](Dir dir) { return cleanFile(dir.c_str(), "clean"); }),
+    with("codecData(char*, int)", 0, [] { std::string data(300, 'x'); return codecData(data.data(), 300); }),
+    with("copyFile(char const*, char const*)", 1, [](Dir dir) {
+        const std::string source = dir + putFile(dir, "source", randomBytes(300000, 1));
+        copyFile((dir + "copy").c_str(), source.c_str());
+        return readFile(dir + "copy") == readFile(source);
+    }),
+    with("decodeFile(char const*, char const*)", 0, [](Dir dir) {
+        return decodeFile((dir + putFile(dir, "text", "MTIz\nMTIz\n")).c_str(), (dir + "decoded").c_str());
+    }),
+    with("deleteMemory(char*&)", 0, [] { char* array = new char[8]; deleteMemory(array); }),
+    with("deleteMemory2(char**&)", 0, [] { char** array = new char*[8]; deleteMemory2(array); }),
+    with("getDetectorFileHeadFromImageHead(DetectorFileHead*, char const*)", 0, [] {
+        DetectorFileHead head;
+        getDetectorFileHeadFromImageHead(&head, std::string(kImageHeaderBytes, '\0').data());
+        return head.width;
+    }),
+    with("getDetectorInfoHeadFromImageHead(DetectorInfoHead*, char const*)", 0, [] {
+        DetectorInfoHead head;
+        getDetectorInfoHeadFromImageHead(&head, std::string(kImageHeaderBytes, '\0').data());
+        return head.detectorType;
+    }),
+    with("getDirectorySpace(char const*)", 10, [](Dir dir) {
+        std::filesystem::create_directory(dir + "space");
+        putFile(dir, "space/file", "0123456789");
+        return getDirectorySpace((dir + "space/").c_str());
+    }),
+    with("getFileNumInDirectory(char const*, int&)", 0,
+         [](Dir dir) { int count = 0; return getFileNumInDirectory(dir.c_str(), count); }),
+    with("getGainExpTime(char const*)", 25, [] { return getGainExpTime("gain-300ms-25-mA.raw"); }),
+    with("getImageSize(char const*, char const*, long&)", 0,
+         [](Dir dir) { long size = 0; return getImageSize(dir.c_str(), putFile(dir, "size", "123"), size); }),
+    with("getPcImageHeadFromImageHead(PcImgHead*, char const*)", 0, [] {
+        PcImgHead head;
+        getPcImageHeadFromImageHead(&head, std::string(kImageHeaderBytes, '\0').data());
+        return head.stored[0];
+    }),
+    with("getStrPos(char const*, char const*, int, int, int&)", 1,
+         [] { int position = 0; getStrPos("abcd", "bc", 4, 2, position); return position; }),
+    with("getTemperatureFromImageHead(char const*)", 0,
+         [] { return getTemperatureFromImageHead(std::string(kImageHeaderBytes, '\0').data()); }),
+    with("imageWithHead(char const*, char const*, int)", 1,
+         [](Dir dir) { return imageWithHead(dir.c_str(), putFile(dir, "head", "123"), 3); }),
+    with("isInVector(std::vector<int, std::allocator<int> > const*, int)", 1,
+         [] { const auto list = ascending<int>(5); return isInVector(&list, 3); }),
+    with("isNewElement(std::vector<int, std::allocator<int> > const*, int)", 0,
+         [] { const auto list = ascending<int>(5); return isNewElement(&list, 3); }),
+    with("readImageFromDisk(char const*, char const*, char*, int)", 0, [](Dir dir) {
+        std::array<char, 3> bytes;
+        return readImageFromDisk(dir.c_str(), putFile(dir, "read", "123"), bytes.data(), 3);
+    }),
+    with("readLocalCRC(char const*, char const*, unsigned long&)", 0xCBF43926, [](Dir dir) {
+        unsigned long crc = 0;
+        readLocalCRC(dir.c_str(), putFile(dir, "crc", "123456789"), crc);
+        return crc;
+    }),
+    with("releaseFileList(_WIN32_FIND_DATAA*&)", 1, [](Dir dir) {
+        putFile(dir, "listed", "");
+        _WIN32_FIND_DATAA* list = nullptr;
+        int count = 0;
+        sortFileByCreateTime(dir.c_str(), list, count);
+        const bool isListed = list != nullptr;
+        releaseFileList(list);
+        return isListed && list == nullptr ? 1 : 0;
+    }),
+    with("sortFileByCreateTime(char const*, _WIN32_FIND_DATAA*&, int&)", 0, [](Dir dir) {
+        putFile(dir, "first", "");
+        putFile(dir, "second", "");
+        _WIN32_FIND_DATAA* list = nullptr;
+        int count = 0;
+        const int status = sortFileByCreateTime(dir.c_str(), list, count);
+        releaseFileList(list);
+        return count < 2 ? -1 : status;
+    }),
+    with("writeImageToDisk(char const*, char const*, char const*, int)", 0,
+         [](Dir dir) { return writeImageToDisk(dir.c_str(), "written", "123", 3); }),
+
+    // Numerics.h: statistics
+    with("GetCovOfTwoImages(unsigned short const*, int, int)", 1,
+         [] { return GetCovOfTwoImages(pixels(8, 8).data(), 8, 8); }),
+    with("double getMean<unsigned short>(unsigned short const*, int)", 5,
+         [] { return getMean(ascending<WORD>(11).data(), 11); }),
+    with("findidxbigger(float const*, int, float)", 6,
+         [] { return findidxbigger(ascending<float>(11).data(), 11, 5.5f); }),
+    with("findidxsmaller(float const*, int, float)", 5,
+         [] { return findidxsmaller(ascending<float>(11).data(), 11, 5.5f); }),
+    with("getFloatHisMedian(float const*, int, int*, int)", 4,
+         [] { return std::round(getFloatHisMedian(ascending<float>(11).data(), 11, nullptr, 0)); }),
+    with("getFloatMedian(float const*, int)", 50,
+         [] { const auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }),
+    with("getFloatMedian(float*, int)", 50,
+         [] { auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }),
+    with("getFloatMedianByQuickMethod(float*, int)", 50,
+         [] { return getFloatMedianByQuickMethod(ascending<float>(100).data(), 100); }),
+    alone("getGaussValue(double, double)", 1, [] { return std::isfinite(getGaussValue(1, 0)); }),
+    with("getHisMedian(unsigned short const*, int, int*, int)", 4,
+         [] { std::array<int, 20> hist; return getHisMedian(ascending<WORD>(11).data(), 11, hist.data(), 20); }),
+    with("getHistogramByBins(int*, int*, int, unsigned short const*, int)", 0, [] {
+        std::array<int, 4> counts{}, centers{};
+        return getHistogramByBins(counts.data(), centers.data(), 4, pixels(64, 64).data(), 64 * 64);
+    }),
+    with("getMaxIndex(float const*, int)", 10, [] { return getMaxIndex(ascending<float>(11).data(), 11); }),
+    with("getMaxIndex(int const*, int)", 10, [] { return getMaxIndex(ascending<int>(11).data(), 11); }),
+    with("getMaxandMinIndex(double const*, int, bool)", 16,
+         [] { return getMaxandMinIndex(ascending<double>(64).data(), 64, true); }),
+    with("getMaxandMinIndex(float const*, int, bool)", 47,
+         [] { return getMaxandMinIndex(ascending<float>(64).data(), 64, false); }),
+    with("getMedian(float const*, int)", 49, [] { return getMedian(ascending<float>(100).data(), 100); }),
+    with("getMedian(int const*, int)", 49, [] { return getMedian(ascending<int>(100).data(), 100); }),
+    with("getMedian(unsigned short const*, int)", 49, [] { return getMedian(ascending<WORD>(100).data(), 100); }),
+    with("getMinIndex(float const*, int)", 0, [] { return getMinIndex(ascending<float>(11).data(), 11); }),
+    with("getMinIndex(int const*, int)", 0, [] { return getMinIndex(ascending<int>(11).data(), 11); }),
+    with("getMinIndex(unsigned short const*, int)", 0, [] { return getMinIndex(ascending<WORD>(11).data(), 11); }),
+    with("getROIMean(unsigned short const*, int, int, int, int, int)", 8,
+         [] { return getROIMean(ascending<WORD>(64).data(), 0, 2, 0, 1, 8); }),
+    with("getROIMedian(float const*, int, int, int, int, int)", 9,
+         [] { return getROIMedian(ascending<float>(64).data(), 0, 2, 0, 2, 8); }),
+    with("getROIMedian(unsigned short const*, int, int, int, int, int)", 9,
+         [] { return getROIMedian(ascending<WORD>(64).data(), 0, 2, 0, 2, 8); }),
+    with("getStdev(float const*, int, int)", 0, [] { return getStdev(std::vector<float>(64, 7).data(), 8, 8); }),
+    with("getStdev(int const*, int, int)", 0, [] { return getStdev(std::vector<int>(64, 7).data(), 8, 8); }),
+    with("getStdev(unsigned short const*, int, int)", 0,
+         [] { return getStdev(std::vector<WORD>(64, 7).data(), 8, 8); }),
+    with("getStdevAndMean(int const*, int, int, float&, float&)", 7, [] {
+        float mean = 0, stdev = 0;
+        getStdevAndMean(std::vector<int>(64, 7).data(), 8, 8, mean, stdev);
+        return mean;
+    }),
+    with("getWordMedian(unsigned short const*, int)", 49,
+         [] { return getWordMedian(ascending<WORD>(100).data(), 100); }),
+    with("getfloatMedian(double const*, int)", 49, [] { return getfloatMedian(ascending<double>(100).data(), 100); }),
+
+    // Numerics.h: fits, filters, resampling
+    with("FitSurfaceLeastSquares(float const*, float const*, float const* const*, float (*) [3], float*, "
+         "int, int, int, int)", 7, [] {
+        const std::vector<float> at = ascending<float>(8), row(8, 7.0f);
+        const std::vector<const float*> rows(8, row.data());
+        float a[3][3] = {}, residuals[3];
+        FitSurfaceLeastSquares(at.data(), at.data(), rows.data(), a, residuals, 8, 8, 3, 3);
+        return std::round(a[0][0]);
+    }),
+    with("calcMedianPerColumn(float*, float const*, int, int)", 0, [] {
+        std::vector<float> medians(64);
+        return calcMedianPerColumn(medians.data(), floats(64, 64).data(), 64, 64);
+    }),
+    with("doSurfaceFit(float*, int, float&, float const*, int, int, float*, float*)", 0,
+         [] { return fitted(doSurfaceFit); }),
+    with("doSurfaceFitUsingCubFormula(float*, int, float&, float const*, int, int, float*, float*)", 0,
+         [] { return fitted(doSurfaceFitUsingCubFormula); }),
+    with("doSurfaceFitUsingGeneralFormula(float*, int, float&, float const*, int, int, float*, float*)", 0,
+         [] { return fitted(doSurfaceFitUsingGeneralFormula); }),
+    with("filterImg(unsigned short*, int, int)", 0, [] { return onFlat(kSide, 64, filterImg); }),
+    with("filterUsingSGolay(float*, float const*, int, int, int)", 0,
+         [] { std::vector<float> out(200); return filterUsingSGolay(out.data(), floats(200).data(), 200, 2, 51); }),
+    with("getIntepolationSize(int&, int&, int, int)", 0,
+         [] { int first = 0, second = 0; return getIntepolationSize(first, second, 1, 1); }),
+    with("getMedianImage(float*, unsigned short const*, int, int)", 0, [] {
+        std::vector<float> out(kSide * 32);
+        return getMedianImage(out.data(), pixels(kSide, 32).data(), kSide, 32);
+    }),
+    with("hisEqualization(unsigned short*, int)", 65535,
+         [] { auto image = std::vector<WORD>(4096, 7); hisEqualization(image.data(), 4096); return image[0]; }),
+    with("interpImg2D(unsigned short**, int, int, unsigned short**, int, int)", 300, [] {
+        std::vector<WORD> in = dark(64, 48), out(80 * 96);
+        interpImg2D(reinterpret_cast<WORD**>(out.data()), 96, 80, reinterpret_cast<WORD**>(in.data()), 48, 64);
+        return out[80 * 50];
+    }),
+    with("medianFilter(float*, int, int)", 0, [] {
+        medianFilter(floats(10000).data(), 10000, 5);
+        medianFilter(floats(10000).data(), 10000, 40);
+    }),
+    with("polyFit(float*, float const* const*, int, int)", 1, [] {
+        const float points[][2] = {{0, 1}, {1, 2}, {2, 3}};
+        const float* const rows[] = {points[0], points[1], points[2]};
+        float line[2] = {};
+        polyFit(line, rows, 3, 1);
+        return std::round(line[0]);
+    }),
+
+    // Correction.h
+    with("calcNeighbourAFERatio(float*, int, float const*, int, int, int)", 0, [] {
+        std::vector<float> ratio(3 * 64);
+        return calcNeighbourAFERatio(ratio.data(), 3, floats(128, 64).data(), 128, 64, 32);
+    }),
+    with("calcRgain(float*, float const*, int, int, int)", 0, [] {
+        std::vector<float> gain(3);
+        return calcRgain(gain.data(), std::vector<float>(3, 1.0f).data(), 3, 128, 32);
+    }),
+    with("correctAbnormalPixelFromRD(float*, int, int)", 0,
+         [] { return correctAbnormalPixelFromRD(floats(64, 64).data(), 64, 64); }),
+    with("correctAedStripe(unsigned short*, int, int, int, int, int)", 0,
+         [] { return correctAedStripe(pixels(1024, 128).data(), 1024, 128, 0, 0, 64); }),
+    alone("correctAedStripeClinic(unsigned short*, unsigned short const*, int, int, int, int)", 0, [] {
+        std::vector<WORD> image = stripedPixels();
+        const int height = static_cast<int>(image.size()) / 256;
+        return correctAedStripeClinic(image.data(), stripedPixels().data(), 256, 256, height, kTriggerLine);
+    }),
+    with("correctNDTImage(unsigned int*, unsigned int const*, int)", 0, [] {
+        std::vector<std::uint32_t> image(kFramePixels, 5000), dark(kFramePixels, 300);
+        return correctNDTImage(image.data(), dark.data(), kFramePixels);
+    }),
+    with("correctRDbyRgain(float*, int, int, float const*, int, int)", 0,
+         [] { return correctRDbyRgain(floats(128, 64).data(), 128, 64, std::vector<float>(3, 1.1f).data(), 3, 32); }),
+    with("correctRDwithoutRgain(float*, int, int)", 0,
+         [] { return correctRDwithoutRgain(floats(kSide, 64).data(), kSide, 64); }),
+    with("cutBinningImage(float*, float const*, int, int, int)", 0,
+         [] { std::vector<float> out(64 * 64); return cutBinningImage(out.data(), floats(64, 64).data(), 64, 64, 4); }),
+    with("doBinningSample(float*, float const*, int, int)", 0,
+         [] { std::vector<float> out(16); return doBinningSample(out.data(), floats(128, 128).data(), 128, 128); }),
+    alone("executeNDTCAL(unsigned int const*, unsigned int const*, int)", 0, [] {
+        std::vector<std::uint32_t> bright(kFramePixels, 5000), dark(kFramePixels, 300);
+        return executeNDTCAL(bright.data(), dark.data(), kFramePixels);
+    }),
+    with("getDefectHeadInfo(char const*, char const*, FileHeadInfo*)", 0, [](Dir dir) {
+        FileHeadInfo info;
+        return getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(kDefects)), &info);
+    }),
+    with("getDefectIndexFromDefectFile(char const*, char const*, VectorDefect*, DefectInfo*)", 0, [](Dir dir) {
+        VectorDefect defects;
+        const char* const name = putFile(dir, "list", classicFile(kDefects));
+        return getDefectIndexFromDefectFile(dir.c_str(), name, &defects, nullptr);
+    }),
+    with("getRealCoordinate(VectorDefect*, VectorDefect, int, int, int, int, int)", 0,
+         [] { VectorDefect source{{1, 2}, {3, -1}, {}, {}}; getRealCoordinate(&source, {}, 10, 0, 0, 0, 5); }),
+    with("jingtaiEnhance(void*, char const*, int, int, int)", 0,
+         [] { return jingtaiEnhance(pixels(8, 8).data(), "", 8, 8, 0); }),
+    with("operateSubImage(float*, float const*, int, int, int, int, int)", 0, [] {
+        std::vector<float> quarter(16 * 16);
+        operateSubImage(quarter.data(), floats(32, 32).data(), 32, 32, 0, 0, 1);
+    }),
+    with("overwriteBadLineAroundAFEEdge(float*, int, int, int)", 0,
+         [] { overwriteBadLineAroundAFEEdge(floats(128, 64).data(), 128, 64, 32); }),
+    with("precisionEnhance(unsigned short*, char const*, int, int)", 0,
+         [] { return precisionEnhance(pixels(8, 8).data(), "", 8, 8); }),
+    with("recordAedTrainStepInfo(unsigned short const*, int, int)", 0,
+         [] { recordAedTrainStepInfo(pixels(1024, 64).data(), 1024, 64); }),
+    with("subtractImage(float*, unsigned short const*, unsigned short const*, int)", 0,
+         [] { std::vector<float> out(64); subtractImage(out.data(), pixels(64, 1).data(), dark(64, 1).data(), 64); }),
+
+    // Quality.h
+    with("CheckDarkTimeRepeat(char const*, int)", 0, [] { return CheckDarkTimeRepeat("500;1000;", 500); }),
+    with("analysisRcn(int, int)", 0, [] { return analysisRcn(kFrameSide, kFrameSide); }),
+    with("analysisStrip(unsigned short const*, int, int)", 0, [] { return onFlat(256, 256, analysisStrip); }),
+    with("calcGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >&)", 0,
+         [] { std::vector<float> snr(3); return calcGlobalSNR(pixels(kSide, kSide).data(), kSide, kSide, snr); }),
+    with("checkCollimator(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkCollimator); }),
+    with("checkFalseTriggAEDImage(float const*, int, int)", 0,
+         [] { return checkFalseTriggAEDImage(floats(1024, kSide).data(), 1024, kSide); }),
+    with("checkFirstImg(unsigned short const*, unsigned short const*, int, int)", 0,
+         [] { return onExposure(checkFirstImg); }),
+    with("checkGainImgGroup(char const* const*, int)", StatusLinearityUnqualified,
+         [](Dir dir) { return oneGainImage(dir, checkGainImgGroup); }),
+    with("checkGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >)", 0,
+         [] { return onFlat(kSide, kSide, checkGlobalSNR, std::vector<float>(3, 1.0f)); }),
+    with("checkGlobalUniform(unsigned short const*, int, int, float)", 0,
+         [] { return onFlat(kSide, kSide, checkGlobalUniform, 0.1f); }),
+    with("checkOffsetImageQuality(float const*, int, int)", 0,
+         [] { return checkOffsetImageQuality(floats(kSide, kSide).data(), kSide, kSide); }),
+    with("checkPreImg(unsigned short const*, unsigned short const*, int, int)", 0,
+         [] { return onExposure(checkPreImg); }),
+    with("checkSync(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkSync); }),
+    with("checkTube(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkTube); }),
+    with("darkImgGrayAnalysis(unsigned short const*, int, int)", 0,
+         [] { return onFlat(256, 256, darkImgGrayAnalysis); }),
+    with("evaluateSNRResult(unsigned short const*, int, int, std::vector<float, std::allocator<float> >, "
+         "SurfaceFitResult&)", StatusCalibrationExcellent,
+         [] {
+        SurfaceFitResult result{};
+        evaluateSNRResult(pixels(kSide, kSide).data(), kSide, kSide, {0, 0, 0}, result);
+        return result.evaluation;
+    }),
+    with("getUniform(unsigned short const*, int, int)", 0, [] { return onFlat(kSide, kSide, getUniform); }),
+    with("loadAllSNRFromFactory(char const*, char const*, FactoryDiffIntSNRList&, int)", 0, [](Dir dir) {
+        FactoryDiffIntSNRList list;
+        const std::string payload = snrPayload({1, 1, 1, 7}, {{5, 1, 1.0f, {2.0f}}});
+        const char* const name = putFile(dir, "snr", std::string(kImageHeaderBytes, '\0') + payload);
+        return loadAllSNRFromFactory(dir.c_str(), name, list, 7);
+    }),
+    with("retrieveAllSNRForQualityCheck(int, char const*)", 0, [](Dir dir) {
+        const std::string images = dir + "snr-images/";
+        std::filesystem::create_directories(images + "500ms");
+        putFile(images, "500ms/1.raw", imageFile({kFrameSide, kFrameSide, pixels(kFrameSide, kFrameSide)}, 500.0f));
+        return retrieveAllSNRForQualityCheck(kDetectorType, images.c_str());
+    }),
+
+    // Measures.h
+    with("locateShadow(unsigned short const*, unsigned short const*, int, int, unsigned char*, int)", 0,
+         [] { return onExposure(locateShadow, std::vector<unsigned char>(256).data(), 256); }),
+    with("measureDarkGray(unsigned short const*, int, int, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(256, measureDarkGray); }),
+    with("measureDarkTimeRepeat(char const*, int, CheckMeasures*)", 0,
+         [] { return measured([](CheckMeasures* out) { return measureDarkTimeRepeat("500;", 500, out); }); }),
+    with("measureFalseTriggAEDImage(float const*, int, int, CheckMeasures*)", 0, [] {
+        const std::vector<float> image = floats(1024, kSide);
+        return measured([&](CheckMeasures* out) { return measureFalseTriggAEDImage(image.data(), 1024, kSide, out); });
+    }),
+    with("measureFirstImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
+         [] { return measuredOnExposure(measureFirstImg); }),
+    with("measureGainImgGroup(char const* const*, int, CheckMeasures*)", 0, [](Dir dir) {
+        return oneGainImage(dir, [](const char* const* paths, int count) {
+            return measured([=](CheckMeasures* out) { return measureGainImgGroup(paths, count, out); });
+        });
+    }),
+    with("measureGlobalSNR(unsigned short const*, int, int, float const*, int, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(kSide, measureGlobalSNR, kFactorySeries, 3); }),
+    with("measureGlobalUniform(unsigned short const*, int, int, float, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(kSide, measureGlobalUniform, 0.1f); }),
+    with("measureOffsetImageQuality(float const*, int, int, CheckMeasures*)", 0, [] {
+        const std::vector<float> image = floats(kSide, kSide);
+        return measured([&](CheckMeasures* out) { return measureOffsetImageQuality(image.data(), kSide, kSide, out); });
+    }),
+    with("measurePreImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
+         [] { return measuredOnExposure(measurePreImg); }),
+    with("measureRcn(int, int, CheckMeasures*)", 0,
+         [] { return measured([](CheckMeasures* out) { return measureRcn(kFrameSide, kFrameSide, out); }); }),
+    with("measureSNRResult(unsigned short const*, int, int, float const*, int, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(kSide, measureSNRResult, kFactorySeries, 3); }),
+    with("measureSNRSquares(unsigned short const*, int, int, float const*, int, SNRSquare*, int, int*)", 3, [] {
+        std::array<SNRSquare, 3> squares;
+        int count = 0;
+        onFlat(kSide, kSide, measureSNRSquares, kFactorySeries, 3, squares.data(), 3, &count);
+        return count;
+    }),
+    with("measureStrip(unsigned short const*, int, int, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(256, measureStrip); }),
+    with("measureUniform(unsigned short const*, int, int, CheckMeasures*)", 0,
+         [] { return measuredOnFlat(kSide, measureUniform); }),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const ExportCall> everyExport() {
+    return kCalls;
+}
+
+void prepareDetector(const std::string& root) {
+    qxkit::resetVirtualDetector();
+    qxkit::setDirectories(root);
+    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    detector.type = kDetectorType;
+    for (int* const side : {&detector.width, &detector.height, &detector.modeWidth, &detector.modeHeight})
+        *side = kFrameSide;
+    detector.afeWidth = 32;
+    detector.aedTriggerLine = 32;
+    detector.config.defectCorrectionMethod = -1;
+    const std::string gains(2 * kFramePixels, '\x10');
+    writeFile(root + "storage/ndt-linear-gain2.raw", std::string(kImageHeaderBytes, '\0') + gains);
+    writeFile(root + "offset/dark-500ms-std-gain2.raw", std::string(4 * kFramePixels, '\0'));
+}
+
+}  // namespace qx::test

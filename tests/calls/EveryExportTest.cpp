@@ -1,0 +1,137 @@
+// What holds for every export alike: it has a call in the table, needs little stack, and runs beside others.
+
+#include "EveryExport.h"
+#include "Builders.h"
+#include "SmallThread.h"
+
+#include <QxSysMgt.h>
+#include <QxUtils.h>
+#include <VirtualDetector.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <barrier>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace qx::test;
+namespace fs = std::filesystem;
+
+constexpr std::size_t kKiB = 1024;
+
+class EveryExport : public ::testing::Test {
+protected:
+    EveryExport() { prepareDetector(root()); }
+    ~EveryExport() override { qxkit::resetVirtualDetector(); }
+
+    const std::string& root() const { return root_.path(); }
+
+    // A directory of that name, for one call at a time.
+    std::string directory(const std::string& name) const {
+        fs::create_directories(root() + name);
+        return root() + name + '/';
+    }
+
+private:
+    TemporaryDirectory root_;
+};
+
+TEST_F(EveryExport, has_a_call_of_its_own) {
+    std::vector<std::string> called;
+    std::transform(everyExport().begin(), everyExport().end(), std::back_inserter(called),
+                   [](const ExportCall& entry) { return entry.signature; });
+    std::sort(called.begin(), called.end());
+    std::vector<std::string> exported = splitLines(readFile(QXUTILS_EXPORTS));
+    std::sort(exported.begin(), exported.end());
+    EXPECT_FALSE(exported.empty());
+    EXPECT_EQ(exported, called);
+}
+
+// The bytes are those of the library, of the kit's substitute and of the C runtime together.
+TEST_F(EveryExport, needs_no_more_than_32_kib_of_stack) {
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "frames of code that is instrumented, or not optimised, are larger";
+#endif
+    constexpr std::size_t kMeasured = 448 * kKiB;
+    const std::string dir = directory("stack");
+    for (const ExportCall& entry : everyExport()) {
+        std::size_t taken = kMeasured;
+        double result = entry.result;
+        ASSERT_TRUE(runWithStack(kMeasured + 64 * kKiB,
+                                 [&] { taken = stackTakenBy([&] { result = entry.call(dir); }, kMeasured); }));
+        EXPECT_EQ(entry.result, result) << entry.signature;
+        ASSERT_LE(taken, 32 * kKiB) << entry.signature;
+        ASSERT_TRUE(runWithStack(64 * kKiB, [&] { result = entry.call(dir); }));
+        EXPECT_EQ(entry.result, result) << entry.signature << ", with 64 KiB of stack";
+    }
+}
+
+constexpr std::size_t kThreads = 4;
+
+// Rounds in step, where nothing but an export's own locks orders what the threads do inside it, and rounds in which
+// each thread is at another export.
+TEST_F(EveryExport, runs_beside_itself_and_every_other) {
+    constexpr std::size_t kRounds = 4;
+    std::vector<const ExportCall*> calls;
+    for (const ExportCall& entry : everyExport())
+        if (entry.mayRunBesideItself)
+            calls.push_back(&entry);
+    std::vector<std::string> wrong[kThreads];
+    std::barrier gate(kThreads);
+    const auto run = [&](std::size_t thread, const std::string& dir) {
+        for (std::size_t i = 0; i < kRounds * calls.size(); ++i) {
+            const bool isInStep = i / calls.size() % 2 == 0;
+            if (isInStep)
+                gate.arrive_and_wait();
+            const ExportCall& entry = *calls[(i + (isInStep ? 0 : thread * calls.size() / kThreads)) % calls.size()];
+            if (const double result = entry.call(dir); result != entry.result)
+                wrong[thread].push_back(entry.signature + (": " + std::to_string(result)));
+        }
+    };
+    std::vector<std::jthread> threads;
+    for (std::size_t thread = 0; thread < kThreads; ++thread)
+        threads.emplace_back(run, thread, directory("thread" + std::to_string(thread)));
+    threads.clear();
+    for (const std::vector<std::string>& signatures : wrong)
+        EXPECT_EQ(std::vector<std::string>{}, signatures);
+}
+
+// Every thread misses the calibration file, and has it delivered while others read it. The detector's state changes
+// meanwhile.
+TEST_F(EveryExport, of_the_ndt_mode_shares_a_download) {
+    constexpr int kRounds = 50;
+    const auto entry = std::find_if(everyExport().begin(), everyExport().end(), [](const ExportCall& call) {
+        return std::string(call.signature).starts_with("correctNDTImage(");
+    });
+    int failures[kThreads] = {};
+    std::barrier gate(kThreads, [&]() noexcept {
+        std::error_code error;
+        fs::remove(root() + "gain/ndt-linear-gain2.raw", error);
+    });
+    {
+        std::vector<std::jthread> threads;
+        for (int& failed : failures)
+            threads.emplace_back([&] {
+                for (int round = 0; round < kRounds; ++round) {
+                    gate.arrive_and_wait();
+                    failed += entry->call("") != 0;
+                    const qxkit::DetectorLock lock;
+                    qxkit::virtualDetector().machineId = std::string(round % 7 * 10, 'x');
+                    EXPECT_STREQ(qxkit::virtualDetector().machineId.c_str(), getMachineID());
+                }
+            });
+    }
+    EXPECT_EQ(std::vector<int>(kThreads), std::vector<int>(failures, failures + kThreads));
+    const auto& transfers = qxkit::virtualDetector().transfers;
+    EXPECT_LE(kRounds, std::ssize(transfers));
+    EXPECT_TRUE(std::all_of(transfers.begin(), transfers.end(), [](const auto& call) { return call.status == 0; }));
+}
+
+}  // namespace
