@@ -96,6 +96,23 @@ struct Entry {
     std::function<void()> compare;
 };
 
+// An argument as the export takes it: records have the same layout, references are addresses.
+template <class To, class From>
+decltype(auto) as(From value) {
+    if constexpr (std::is_reference_v<To>)
+        return *as<std::remove_reference_t<To>*>(value);
+    else if constexpr (std::is_pointer_v<To>)
+        return (To)value;
+    else
+        return static_cast<To>(value);
+}
+
+// Calls an export with the arguments of a C function.
+template <auto Export, class R, class... A, class S, class... B>
+constexpr R (*likeOf(R (*)(A...), S (*)(B...)))(A...) {
+    return [](A... a) -> R { return Export(as<B>(a)...); };
+}
+
 // The C function and what its export makes of the same arguments.
 #define QX_AS(name, ...)                                                                                               \
     {                                                                                                                  \
@@ -103,14 +120,10 @@ struct Entry {
     }
 #define QX_SAME_AS(name, behind) QX_AS(name, [](auto... a) { return behind(a...); })
 #define QX_SAME(name) QX_SAME_AS(name, name)
+#define QX_LIKE(name) QX_AS(name, likeOf<name>(qx_##name, name))
 
 std::vector<float> series(const float* values, int count) {
     return {values, values + count};
-}
-
-template <class To, class From>
-To* as(From* record) {
-    return reinterpret_cast<To*>(record);
 }
 
 // Tested one by one below.
@@ -179,36 +192,19 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
               }),
         QX_SAME(codecData),
         QX_SAME(getGainExpTime),
-        QX_AS(getDetectorFileHeadFromImageHead,
-              [](qx_detector_file_head* record, const char* header) {
-                  getDetectorFileHeadFromImageHead(as<DetectorFileHead>(record), header);
-              }),
-        QX_AS(getDetectorInfoHeadFromImageHead,
-              [](qx_detector_info_head* record, const char* header) {
-                  getDetectorInfoHeadFromImageHead(as<DetectorInfoHead>(record), header);
-              }),
-        QX_AS(getPcImageHeadFromImageHead,
-              [](qx_pc_img_head* record, const char* header) {
-                  getPcImageHeadFromImageHead(as<PcImgHead>(record), header);
-              }),
+        QX_LIKE(getDetectorFileHeadFromImageHead),
+        QX_LIKE(getDetectorInfoHeadFromImageHead),
+        QX_LIKE(getPcImageHeadFromImageHead),
         QX_SAME(getTemperatureFromImageHead),
-        QX_AS(CheckDirPath,
-              [](const char* path) {
-                  char* text = const_cast<char*>(path);
-                  return CheckDirPath(text);
-              }),
+        QX_LIKE(CheckDirPath),
         QX_SAME(getDirectorySpace),
-        QX_AS(getFileNumInDirectory, [](const char* dir, int* count) { return getFileNumInDirectory(dir, *count); }),
-        QX_AS(getStrPos, [](const char* a, const char* b, int m, int n, int* at) { getStrPos(a, b, m, n, *at); }),
+        QX_LIKE(getFileNumInDirectory),
+        QX_LIKE(getStrPos),
         QX_SAME(checkIP),
         QX_SAME(base64_encode),
         QX_SAME(base64_decode),
         QX_SAME(decodeFile),
-        QX_AS(ImageBoundCheck,
-              [](const int* pixel, const int* width, const int* height) {
-                  int p = *pixel, w = *width, h = *height;
-                  return ImageBoundCheck(p, w, h);
-              }),
+        QX_LIKE(ImageBoundCheck),
         QX_AS(isInVector,
               [](const int* list, int n, int value) {
                   const std::vector<int> values(list, list + n);
@@ -232,8 +228,7 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
         QX_SAME_AS(getStdev_u16, getStdev),
         QX_SAME_AS(getStdev_i32, getStdev),
         QX_SAME_AS(getStdev_f32, getStdev),
-        QX_AS(getStdevAndMean, [](const int* image, int w, int h, float* mean,
-                                  float* stdev) { getStdevAndMean(image, w, h, *mean, *stdev); }),
+        QX_LIKE(getStdevAndMean),
         QX_SAME_AS(getMean_u16, getMean),
         QX_SAME_AS(getMaxandMinIndex_f64, getMaxandMinIndex),
         QX_SAME_AS(getMaxandMinIndex_f32, getMaxandMinIndex),
@@ -257,30 +252,17 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
                   return 0;
               }),
         QX_SAME(calcMedianPerColumn),
-        QX_AS(doSurfaceFit, [](float* m, int n, float* q, const float* i, int w, int h, float* c,
-                               float* r) { return doSurfaceFit(m, n, *q, i, w, h, c, r); }),
-        QX_AS(doSurfaceFitUsingGeneralFormula,
-              [](float* m, int n, float* q, const float* i, int w, int h, float* c, float* r) {
-                  return doSurfaceFitUsingGeneralFormula(m, n, *q, i, w, h, c, r);
-              }),
-        QX_AS(doSurfaceFitUsingCubFormula,
-              [](float* m, int n, float* q, const float* i, int w, int h, float* c, float* r) {
-                  return doSurfaceFitUsingCubFormula(m, n, *q, i, w, h, c, r);
-              }),
-        QX_AS(FitSurfaceLeastSquares,
-              [](const float* x, const float* y, const float* const* z, float* a, float* dt, int n, int m, int p,
-                 int q) { FitSurfaceLeastSquares(x, y, z, as<float[3]>(a), dt, n, m, p, q); }),
+        QX_LIKE(doSurfaceFit),
+        QX_LIKE(doSurfaceFitUsingGeneralFormula),
+        QX_LIKE(doSurfaceFitUsingCubFormula),
+        QX_LIKE(FitSurfaceLeastSquares),
         QX_SAME(medianFilter),
         QX_SAME(filterImg),
         QX_SAME(hisEqualization),
         QX_SAME(getMedianImage),
         QX_SAME(filterUsingSGolay),
-        QX_AS(interpImg2D,
-              [](uint16_t* out, int rows, int columns, const uint16_t* in, int inRows, int inColumns) {
-                  interpImg2D(as<WORD*>(out), rows, columns, as<WORD*>(const_cast<uint16_t*>(in)), inRows, inColumns);
-              }),
-        QX_AS(getIntepolationSize,
-              [](int* first, int* second, int i, int type) { return getIntepolationSize(*first, *second, i, type); }),
+        QX_LIKE(interpImg2D),
+        QX_LIKE(getIntepolationSize),
         QX_SAME(correctRDwithoutRgain),
         QX_SAME(correctRDbyRgain),
         QX_SAME(correctAbnormalPixelFromRD),
@@ -298,15 +280,12 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
         QX_SAME(operateSubImage),
         QX_SAME(jingtaiEnhance),
         QX_SAME(precisionEnhance),
-        QX_AS(getDefectHeadInfo,
-              [](const char* dir, const char* name, qx_file_head_info* info) {
-                  return getDefectHeadInfo(dir, name, as<FileHeadInfo>(info));
-              }),
+        QX_LIKE(getDefectHeadInfo),
         QX_AS(checkGlobalSNR, [](const uint16_t* image, int w, int h, const float* factory,
                                  int n) { return checkGlobalSNR(image, w, h, series(factory, n)); }),
         QX_AS(evaluateSNRResult,
               [](const uint16_t* image, int w, int h, const float* factory, int n, qx_surface_fit_result* result) {
-                  return evaluateSNRResult(image, w, h, series(factory, n), *as<SurfaceFitResult>(result));
+                  return evaluateSNRResult(image, w, h, series(factory, n), as<SurfaceFitResult&>(result));
               }),
         QX_SAME(retrieveAllSNRForQualityCheck),
         QX_SAME(getUniform),
@@ -323,50 +302,20 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
         QX_SAME(CheckDarkTimeRepeat),
         QX_SAME(checkFalseTriggAEDImage),
         QX_SAME(checkOffsetImageQuality),
-        QX_AS(measureUniform, [](const uint16_t* i, int w, int h,
-                                 qx_check_measures* m) { return measureUniform(i, w, h, as<CheckMeasures>(m)); }),
-        QX_AS(measureGlobalUniform,
-              [](const uint16_t* i, int w, int h, float limit, qx_check_measures* m) {
-                  return measureGlobalUniform(i, w, h, limit, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureStrip, [](const uint16_t* i, int w, int h,
-                               qx_check_measures* m) { return measureStrip(i, w, h, as<CheckMeasures>(m)); }),
-        QX_AS(measureDarkGray, [](const uint16_t* i, int w, int h,
-                                  qx_check_measures* m) { return measureDarkGray(i, w, h, as<CheckMeasures>(m)); }),
-        QX_AS(measureRcn, [](int w, int h, qx_check_measures* m) { return measureRcn(w, h, as<CheckMeasures>(m)); }),
-        QX_AS(measureFirstImg,
-              [](const uint16_t* i, const uint16_t* dark, int w, int h, qx_check_measures* m) {
-                  return measureFirstImg(i, dark, w, h, as<CheckMeasures>(m));
-              }),
-        QX_AS(measurePreImg, [](const uint16_t* i, const uint16_t* dark, int w, int h,
-                                qx_check_measures* m) { return measurePreImg(i, dark, w, h, as<CheckMeasures>(m)); }),
-        QX_AS(measureGlobalSNR,
-              [](const uint16_t* i, int w, int h, const float* factory, int n, qx_check_measures* m) {
-                  return measureGlobalSNR(i, w, h, factory, n, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureSNRResult,
-              [](const uint16_t* i, int w, int h, const float* factory, int n, qx_check_measures* m) {
-                  return measureSNRResult(i, w, h, factory, n, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureGainImgGroup,
-              [](const char* const* paths, int n, qx_check_measures* m) {
-                  return measureGainImgGroup(paths, n, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureDarkTimeRepeat,
-              [](const char* list, int time, qx_check_measures* m) {
-                  return measureDarkTimeRepeat(list, time, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureFalseTriggAEDImage,
-              [](const float* i, int w, int h, qx_check_measures* m) {
-                  return measureFalseTriggAEDImage(i, w, h, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureOffsetImageQuality,
-              [](const float* i, int w, int h, qx_check_measures* m) {
-                  return measureOffsetImageQuality(i, w, h, as<CheckMeasures>(m));
-              }),
-        QX_AS(measureSNRSquares,
-              [](const uint16_t* i, int w, int h, const float* factory, int n, qx_snr_square* squares, int room,
-                 int* count) { return measureSNRSquares(i, w, h, factory, n, as<SNRSquare>(squares), room, count); }),
+        QX_LIKE(measureUniform),
+        QX_LIKE(measureGlobalUniform),
+        QX_LIKE(measureStrip),
+        QX_LIKE(measureDarkGray),
+        QX_LIKE(measureRcn),
+        QX_LIKE(measureFirstImg),
+        QX_LIKE(measurePreImg),
+        QX_LIKE(measureGlobalSNR),
+        QX_LIKE(measureSNRResult),
+        QX_LIKE(measureGainImgGroup),
+        QX_LIKE(measureDarkTimeRepeat),
+        QX_LIKE(measureFalseTriggAEDImage),
+        QX_LIKE(measureOffsetImageQuality),
+        QX_LIKE(measureSNRSquares),
         QX_SAME(locateShadow),
         QX_SAME(setLogLevel),
         QX_SAME(getLogLevel),
