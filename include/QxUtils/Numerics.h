@@ -82,10 +82,10 @@ QXUTILS_API int findidxsmaller(const float* data, int n, float threshold);
 
 // Statistics of the rows rowStart..rowEnd and columns colStart..colEnd (both inclusive) of an image whose rows are
 // width pixels apart. The region is not clipped to the image: the caller keeps it inside. A region that starts before
-// the image, or has one range reversed, gives 1020; one without pixels, that ends just before it starts, a median of
-// 1057 and a mean of 1020; both ranges reversed count as zeros. The medians are the lower middle (WORD) and the upper
-// middle truncated to an integer (float); 1035, with a log line, when memory is short. The mean is truncated; it is 0
-// when rowStart is above rowEnd.
+// the image, or has one range reversed, gives 1020. The medians are the lower middle (WORD) and the upper middle
+// truncated to an integer (float); 1057 for a region without pixels, whose end lies just before its start; with both
+// ranges reversed the pixels count as zeros; 1035, with a log line, when memory is short. The mean is truncated; it is
+// 0 whenever rowStart is above rowEnd, and 1020 for rows without columns.
 QXUTILS_API int getROIMedian(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMedian(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QXUTILS_API int getROIMean(const WORD* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
@@ -119,8 +119,9 @@ QXUTILS_API int calcMedianPerColumn(float* medians, const float* image, int widt
 // Surface fits. All of them describe the peak of an image by the model
 //   F(x, y) = A [1 - B (x - x0)^2 - C (y - y0)^2 - D x y]
 // and write A, B, C, D, x0, y0 to model. quality receives the squared correlation of image and fitted surface, 1 for a
-// perfect fit; that of a constant image is 1 or not a number, as the rounding of its sums has it. They log their
-// coefficients or their course, and always return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of
+// perfect fit; a constant image leaves nothing to correlate but the rounding of sums: 1 or not a number by the first
+// fit, anything from 0 to 1 or not a number by the formulas. They log their coefficients or their course, and always
+// return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of
 // memory leave the outputs as they were. Nothing guards a division by zero: a surface without curvature along an axis
 // gives values that are infinite or not a number.
 
@@ -194,8 +195,7 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
 // bits and a lack of memory leave the output as it was. Memory: 4 MiB, or 128 bytes for every input row where that is
-// more, some 300 bytes for every row and column, and, above 1024 output columns of more than 1024 rows, up to 400 bytes
-// for every input row.
+// more, and some 300 bytes for every row and column (more where rows and columns both exceed 100,000).
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

@@ -8,8 +8,10 @@
 
 // Tube illumination of a flat field and the grade of a one-shot calibration. Eight 32-bit fields. The library writes
 // `evaluation` alone: the first-image check fills the others in a record of its own, logs them and drops it.
-//   F(x, y) = a [1 - b (x - x0)^2 - c (y - y0)^2 - d x y]
-// is the peak's model, in blocks of 32 x 32 pixels counted from the middle block.
+//   F(x, y) = a [1 - b (x - p)^2 - c (y - q)^2 - d x y]
+// is the peak's model over the medians of 32 x 32 pixels without four blocks at every side, x and y counted in blocks
+// from the middle one, number w / 2 of w blocks across and h / 2 of h down:
+//   x0 = 32 (w / 2 + p + 4), y0 = 32 (h / 2 + q + 4), truncated.
 struct SurfaceFitResult {
     float asymDegree;  // asymmetry degree, 0 for a symmetric field
     std::int32_t x0;   // tube centre column, in full-resolution pixels from the left

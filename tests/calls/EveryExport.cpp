@@ -11,7 +11,6 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -117,7 +116,7 @@ double oneGainImage(const std::string& dir, Check check) {
 
 // Calls take the directory or nothing, and hand back a number or nothing.
 template <class Call>
-constexpr ExportCall with(const char* signature, double result, Call, bool mayRunBesideItself = true) {
+constexpr ExportCall with(const char* signature, double result, Call, Company company = Company::All) {
     return {signature, result,
             [](const std::string& dir) -> double {
                 const auto run = [&] {
@@ -131,12 +130,12 @@ constexpr ExportCall with(const char* signature, double result, Call, bool mayRu
                 else
                     return static_cast<double>(run());
             },
-            mayRunBesideItself};
+            company};
 }
 
 template <class Call>
-constexpr ExportCall alone(const char* signature, double result, Call call) {
-    return with(signature, result, call, false);
+constexpr ExportCall once(const char* signature, double result, Call call) {
+    return with(signature, result, call, Company::Others);
 }
 
 using Dir = const std::string&;
@@ -280,7 +279,7 @@ const ExportCall kCalls[] = {
          [] { auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }),
     with("getFloatMedianByQuickMethod(float*, int)", 50,
          [] { return getFloatMedianByQuickMethod(ascending<float>(100).data(), 100); }),
-    alone("getGaussValue(double, double)", 1, [] { return std::isfinite(getGaussValue(1, 0)); }),
+    once("getGaussValue(double, double)", 1, [] { return std::isfinite(getGaussValue(1, 0)); }),
     with("getHisMedian(unsigned short const*, int, int*, int)", 4,
          [] { std::array<int, 20> hist; return getHisMedian(ascending<WORD>(11).data(), 11, hist.data(), 20); }),
     with("getHistogramByBins(int*, int*, int, unsigned short const*, int)", 0, [] {
@@ -378,7 +377,7 @@ const ExportCall kCalls[] = {
          [] { return correctAbnormalPixelFromRD(floats(64, 64).data(), 64, 64); }),
     with("correctAedStripe(unsigned short*, int, int, int, int, int)", 0,
          [] { return correctAedStripe(pixels(1024, 128).data(), 1024, 128, 0, 0, 64); }),
-    alone("correctAedStripeClinic(unsigned short*, unsigned short const*, int, int, int, int)", 0, [] {
+    once("correctAedStripeClinic(unsigned short*, unsigned short const*, int, int, int, int)", 0, [] {
         std::vector<WORD> image = stripedPixels();
         const int height = static_cast<int>(image.size()) / 256;
         return correctAedStripeClinic(image.data(), stripedPixels().data(), 256, 256, height, kTriggerLine);
@@ -395,10 +394,10 @@ const ExportCall kCalls[] = {
          [] { std::vector<float> out(64 * 64); return cutBinningImage(out.data(), floats(64, 64).data(), 64, 64, 4); }),
     with("doBinningSample(float*, float const*, int, int)", 0,
          [] { std::vector<float> out(16); return doBinningSample(out.data(), floats(128, 128).data(), 128, 128); }),
-    alone("executeNDTCAL(unsigned int const*, unsigned int const*, int)", 0, [] {
+    with("executeNDTCAL(unsigned int const*, unsigned int const*, int)", 0, [] {
         std::vector<std::uint32_t> bright(kFramePixels, 5000), dark(kFramePixels, 300);
         return executeNDTCAL(bright.data(), dark.data(), kFramePixels);
-    }),
+    }, Company::None),
     with("getDefectHeadInfo(char const*, char const*, FileHeadInfo*)", 0, [](Dir dir) {
         FileHeadInfo info;
         return getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(kDefects)), &info);

@@ -5,7 +5,10 @@
 #include "platform/Clock.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
+#include <optional>
+#include <string>
 #include <tuple>
 
 namespace {
@@ -34,13 +37,21 @@ protected:
 // A zone of 5 h 30 min ahead of universal time, set aside when the test ends.
 class SystemClock : public ::testing::Test {
 protected:
-    SystemClock() { setZone("QXT-5:30"); }
-    ~SystemClock() override { setZone(nullptr); }
+    SystemClock() : before_(zone()) { setZone("QXT-5:30"); }
+    ~SystemClock() override { setZone(before_ ? before_->c_str() : nullptr); }
 
     static void setZone(const char* zone) {
         zone != nullptr ? setenv("TZ", zone, 1) : unsetenv("TZ");
         tzset();
     }
+
+private:
+    static std::optional<std::string> zone() {
+        const char* const name = std::getenv("TZ");
+        return name != nullptr ? std::optional<std::string>(name) : std::nullopt;
+    }
+
+    std::optional<std::string> before_;
 };
 
 TEST_F(SystemClock, tells_the_zones_time_to_the_millisecond) {

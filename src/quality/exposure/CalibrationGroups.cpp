@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -79,11 +81,17 @@ std::optional<int> numberOf(std::string_view entry) {
     return error == std::errc::result_out_of_range ? std::nullopt : std::optional(number);
 }
 
+// A text up to its end, or its first characters where it is longer; what follows those is not read.
+std::string_view beginningOf(const char* text, std::size_t most) {
+    const void* const end = std::memchr(text, '\0', most);
+    return {text, end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : most};
+}
+
 // Counts the entries that are `time`.
 int measureEntries(const char* list, int time, qx::Measure& entries) {
     if (list == nullptr)
         return StatusNullArgument;
-    std::string_view rest = std::string_view(list).substr(0, kMaxListLength);
+    std::string_view rest = beginningOf(list, kMaxListLength);
     int found = 0;
     for (int looked = 0; !rest.empty() && looked < kMaxEntries;) {
         const std::string_view entry = rest.substr(0, rest.find(kSeparator));

@@ -177,10 +177,8 @@ int writeFile(const FactoryImages& images, const std::string& root, int detector
         return StatusWrongParameter;
     }
     qx::Scratch<char> content(bytes);
-    if (!content) {
-        qx::logAllocationFailure("factorySNRFileData", bytes, StatusAllocationFailed);
+    if (!content)
         return StatusAllocationFailed;
-    }
     content.clear();
     fillPayload(content.data() + kImageHeaderBytes, images, detectorType);
     return writeContent(content, root, detectorType, operation);
@@ -207,7 +205,6 @@ int retrieveAllSNRForQualityCheck(int detectorType, const char* dir) {
         const FactoryImages images = measureImages(detectorType, root);
         return images.records.empty() ? answerWithoutImages(images) : writeFile(images, root, detectorType, operation);
     } catch (const std::bad_alloc&) {
-        logReason("memory is short");
         return StatusAllocationFailed;
     }
 }

@@ -52,6 +52,9 @@ TEST(CheckDarkTimeRepeat, finds_a_time_among_the_entries) {
             EXPECT_EQ(1, CheckDarkTimeRepeat(c.list.c_str(), time)) << c.list.substr(0, 30) << ": " << time;
     }
     EXPECT_EQ(1057, CheckDarkTimeRepeat(nullptr, 1057));
+    // Nothing behind them is read.
+    const std::vector<char> endless(2559, '1');
+    EXPECT_EQ(1, CheckDarkTimeRepeat(endless.data(), 1));
 }
 
 // count values, every other one of either.
