@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <type_traits>
 #include <vector>
@@ -532,6 +534,24 @@ TEST_F(CInterface, series_texts_and_listings_have_buffers) {
     std::srand(5);
     EXPECT_EQ(first, qx_getGaussValue(2, 10));
     EXPECT_EQ(second, qx_getGaussValue(2, 10));
+}
+
+// On Windows these are two copies of the library in one process.
+TEST_F(CInterface, shares_the_log_with_the_library_beside_it) {
+    constexpr int kLines = 200;
+    std::thread beside([] {
+        for (int i = 0; i < kLines; ++i)
+            WriteLogFile(8, 1, "library ", i);
+    });
+    for (int i = 0; i < kLines; ++i)
+        qx_WriteLogFile(8, 1, "door ", i);
+    beside.join();
+    Lines expected, found = takeLog();
+    for (int i = 0; i < kLines; ++i)
+        expected.insert(expected.end(), {"library " + std::to_string(i), "door " + std::to_string(i)});
+    std::sort(expected.begin(), expected.end());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(expected, found);
 }
 
 TEST_F(CInterface, null_places_of_results_give_1057_and_change_nothing) {
