@@ -49,7 +49,10 @@ install(TARGETS ${QX_INSTALLED_LIBRARIES} EXPORT QxUtilsTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+# Builds what is installed, without the tests.
+add_custom_target(qx_installed DEPENDS ${QX_INSTALLED_LIBRARIES})
 if(TARGET qxutils)
+  add_dependencies(qx_installed qxutils)
   install(TARGETS qxutils RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endif()
 install(FILES include/QxUtils.h include/qxutils_c.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
