@@ -57,7 +57,7 @@ int getDetectorInformation(DetectorInformation*) {
 }
 
 int getModeInfo(ModeInfo* mode) {
-    *mode = {.mode = 1, .width = kWidth, .height = kHeight};
+    *mode = {1, kWidth, kHeight};
     return 0;
 }
 

@@ -2,7 +2,6 @@
 #include "common/DetectorSetup.h"
 
 #include <QxUtils/Foundation.h>
-#include <VirtualDetector.h>
 
 #include <CLI/CLI.hpp>
 
@@ -52,8 +51,8 @@ int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
 void loadDetector(const std::optional<std::string>& file) {
     if (file)
         loadDetectorFile(*file);
-    else
-        qxkit::virtualDetector().config.loggingEnabled = 0;
+    else if (hasVirtualDetector())
+        virtualDetector().config.loggingEnabled = 0;
 }
 
 void flushOutput() {

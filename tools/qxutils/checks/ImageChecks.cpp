@@ -1,11 +1,11 @@
 #include "checks/ImageChecks.h"
 
 #include "common/ComparedNumbers.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
 
 #include <QxUtils.h>
-#include <VirtualDetector.h>
 
 #include <algorithm>
 #include <cmath>
@@ -71,7 +71,7 @@ std::string averageDarkName() {
 }
 
 std::string averageDarkPath() {
-    return qxkit::nativePath(getOfstImgDir() + averageDarkName()).string();
+    return nativePath(getOfstImgDir() + averageDarkName()).string();
 }
 
 }  // namespace
@@ -187,7 +187,7 @@ CheckResult checkRowNoise(const Shape& shape) {
 
 void storeAverageDark(const std::string& folder, const FloatImage& image) {
     saveFloatImage(folder + '/' + averageDarkName(), image);
-    qxkit::virtualDetector().offsetDirectory = folder + "\\";
+    virtualDetector().offsetDirectory = folder + "\\";
 }
 
 }  // namespace qx::tool

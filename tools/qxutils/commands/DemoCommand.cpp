@@ -3,8 +3,6 @@
 #include "common/FileAccess.h"
 #include "demo/Demo.h"
 
-#include <VirtualDetector.h>
-
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -31,8 +29,7 @@ struct DemoOptions {
 };
 
 Shape demoShape(const std::optional<std::string>& text) {
-    const Shape shape =
-        text ? parseShape(*text) : Shape{qxkit::virtualDetector().width, qxkit::virtualDetector().height};
+    const Shape shape = text ? parseShape(*text) : Shape{virtualDetector().width, virtualDetector().height};
     const auto [shorter, longer] = std::minmax(shape.width, shape.height);
     if (shorter < kMinDemoSide || longer > kMaxDemoSide) {
         throw ToolError(toText(shape) + ": the demo's panel needs sides from " + std::to_string(kMinDemoSide) + " to " +
@@ -45,7 +42,7 @@ Shape demoShape(const std::optional<std::string>& text) {
 // Returns the folder's name without a separator at its end. As in the library, '\\' separates on every platform.
 std::string createOutputDirectory(const std::string& text) {
     requireName(text, "a folder with --out");
-    std::string directory = qxkit::nativePath(text).generic_string();
+    std::string directory = nativePath(text).generic_string();
     while (directory.size() > 1 && directory.back() == '/')
         directory.pop_back();
     if (directory.size() > kMaxOutputPath) {
@@ -59,8 +56,8 @@ std::string createOutputDirectory(const std::string& text) {
 // The library asks the detector where to log.
 void configureDetector(const std::string& directory, const Shape& shape) {
     setPanelSize(shape);
-    qxkit::virtualDetector().workDirectory = directory + "\\";
-    qxkit::virtualDetector().config.loggingEnabled = 1;
+    virtualDetector().workDirectory = directory + "\\";
+    virtualDetector().config.loggingEnabled = 1;
 }
 
 ExitCode demonstrate(const DemoOptions& options) {

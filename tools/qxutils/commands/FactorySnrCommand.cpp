@@ -1,10 +1,10 @@
 #include "commands/Subcommand.h"
+#include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
-#include <VirtualDetector.h>
 
 #include <CLI/CLI.hpp>
 
@@ -24,14 +24,14 @@ struct FactorySnrOptions {
 // The file's name, which the library makes of the detector's name.
 std::string factorySnrName() {
     const std::string product = "Halbrook";
-    const std::string& description = qxkit::virtualDetector().description;
+    const std::string& description = virtualDetector().description;
     const std::size_t found = description.find(product);
     return found == std::string::npos ? "" : description.substr(found + product.size()) + "-SNR.raw";
 }
 
 ExitCode measureFactorySnr(const FactorySnrOptions& options) {
     requireFolder(options.folder, "a folder with folders of images, such as 500ms");
-    const int type = options.detectorType.value_or(qxkit::virtualDetector().type);
+    const int type = options.detectorType.value_or(virtualDetector().type);
     const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
     if (status != StatusOk) {
         throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +

@@ -43,7 +43,7 @@ void configureDetector(const std::string& folder, const Shape& shape) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
     }
-    if (const std::string problem = setCalibrationFolder(qxkit::nativePath(folder)); !problem.empty())
+    if (const std::string problem = setCalibrationFolder(nativePath(folder)); !problem.empty())
         throw ToolError(problem + "; give another folder");
     setModeSize(shape);
 }
@@ -59,7 +59,7 @@ ExitCode runCalibrate(const NdtOptions& options) {
                         "); check that it may be written to");
     }
     printStatistics(std::cout, {{"bright", &bright}, {"dark", &dark}});
-    printCalibrationFiles(std::cout, qxkit::nativePath(options.folder));
+    printCalibrationFiles(std::cout, nativePath(options.folder));
     return ExitCode::Passed;
 }
 
@@ -73,7 +73,7 @@ int correct(LongImage& image, const std::optional<LongImage>& dark) {
         return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr, image.pixelCount());
     };
     const int status = call();
-    const auto& transfers = qxkit::virtualDetector().transfers;
+    const auto& transfers = virtualDetector().transfers;
     if (status == StatusOk || !std::any_of(transfers.begin(), transfers.end(), isDownloaded))
         return status;
     std::cout << "  downloaded from the detector: " << transfers.back().fileName << "; correcting again\n";
@@ -92,7 +92,7 @@ ExitCode runCorrect(const NdtOptions& options) {
         requireOtherFile(options.output, *options.dark);
     requireFolder(options.folder, "the folder that qxutils ndt calibrate wrote");
     configureDetector(options.folder, shape);
-    qxkit::virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
+    virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
     LongImage corrected = image;
     const int status = correct(corrected, dark);
     if (status != StatusOk) {
@@ -102,7 +102,7 @@ ExitCode runCorrect(const NdtOptions& options) {
                                     ", or give DARK unless the detector triggers itself and sums frames"));
     }
     saveLongImage(options.output, corrected);
-    printCalibrationFiles(std::cout, qxkit::nativePath(options.folder));
+    printCalibrationFiles(std::cout, nativePath(options.folder));
     printStatistics(std::cout, {{"before", &image}, {"after", &corrected}});
     return ExitCode::Passed;
 }

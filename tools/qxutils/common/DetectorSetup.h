@@ -12,6 +12,14 @@
 
 namespace qx::tool {
 
+// A host's own kit may have taken the virtual detector's place. It answers the library, but cannot be set: what follows
+// throws a ToolError then.
+bool hasVirtualDetector();
+qxkit::VirtualDetector& virtualDetector();
+
+// qxkit::nativePath
+std::filesystem::path nativePath(const std::string& kitPath);
+
 // Sets it from a TOML file; throws a ToolError when the file cannot be read or says something wrong.
 void loadDetectorFile(const std::string& file);
 
@@ -29,12 +37,12 @@ std::string setCalibrationFolder(const std::filesystem::path& folder);
 class DetectorScope {
 public:
     DetectorScope() = default;
-    ~DetectorScope() { qxkit::virtualDetector() = std::move(before_); }
+    ~DetectorScope() { virtualDetector() = std::move(before_); }
     DetectorScope(const DetectorScope&) = delete;
     DetectorScope& operator=(const DetectorScope&) = delete;
 
 private:
-    qxkit::VirtualDetector before_ = qxkit::virtualDetector();
+    qxkit::VirtualDetector before_ = virtualDetector();
 };
 
 }  // namespace qx::tool

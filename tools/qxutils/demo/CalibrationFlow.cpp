@@ -7,7 +7,6 @@
 
 #include <QxUtils/Foundation.h>
 #include <QxUtils/StatusCode.h>
-#include <VirtualDetector.h>
 
 #include <algorithm>
 #include <ostream>
@@ -91,7 +90,7 @@ class FlowRunner {
 public:
     FlowRunner(std::uint64_t seed, const std::string& folder) : scene_(seed), folder_(folder) {
         setPanelSize(kPanel);
-        qxkit::virtualDetector().afeWidth = scene_.parameters().afeWidth;
+        virtualDetector().afeWidth = scene_.parameters().afeWidth;
         createFolder(folder);
         flow_.dark = scene_.dark();
         flow_.flat = scene_.flat();

@@ -9,7 +9,6 @@
 #include "ndt/ClassicDefectFile.h"
 
 #include <QxUtils.h>
-#include <VirtualDetector.h>
 
 #include <algorithm>
 #include <cmath>
@@ -40,7 +39,7 @@ void configureDetector(const std::string& folder) {
     if (const std::string problem = setCalibrationFolder(folder); !problem.empty())
         throw ToolError(problem);
     setModeSize(kPanel);
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    qxkit::VirtualDetector& detector = virtualDetector();
     detector.syncMode = kAedSynchronisation;
     detector.ndtFrameCount = kFrames;
     detector.config.fixedLinearGainEnabled = 0;
@@ -50,7 +49,7 @@ void configureDetector(const std::string& folder) {
 // The files go where the detector keeps what it delivers.
 void calibrateIntoStorage(const LongImage& bright, const LongImage& dark) {
     const DetectorScope scope;
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    qxkit::VirtualDetector& detector = virtualDetector();
     detector.offsetDirectory = detector.gainDirectory = detector.storageDirectory;
     const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount());
     if (status != StatusOk)
@@ -58,7 +57,7 @@ void calibrateIntoStorage(const LongImage& bright, const LongImage& dark) {
 }
 
 NdtCall correct(const char* what, int defectMethod, LongImage& image) {
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    qxkit::VirtualDetector& detector = virtualDetector();
     detector.config.defectCorrectionMethod = defectMethod;
     detector.transfers.clear();
     NdtCall call{what, correctNDTImage(image.pixels.data(), nullptr, image.pixelCount()), {}};

@@ -9,7 +9,6 @@
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
-#include <VirtualDetector.h>
 
 #include <cmath>
 #include <cstddef>
@@ -34,7 +33,7 @@ RawImage flatOf(const qxkit::VirtualPanel& panel, double level, std::uint32_t fr
 }
 
 void writeHeaded(const std::string& path, const RawImage& image, int integrationTimeMs) {
-    qxkit::virtualDetector().integrationTimeMs = integrationTimeMs;
+    virtualDetector().integrationTimeMs = integrationTimeMs;
     std::string content(kImageHeaderBytes, '\0');
     fillImgHead(content.data(), kFactorySnrHeader, 0);
     writeFile(path, content.append(pixelBytes(image)));
@@ -76,7 +75,7 @@ FactorySNRRecord matchOf(const FactorySnrDemo& demo) {
 FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) {
     const DetectorScope scope;
     setPanelSize(kPanel);
-    qxkit::VirtualDetector& detector = qxkit::virtualDetector();
+    qxkit::VirtualDetector& detector = virtualDetector();
     detector.description = "Halbrook4343";
     const qxkit::VirtualPanel panel(panelParameters(kPanel, seed));
     writeImages(panel, folder);

@@ -1,0 +1,10 @@
+# The archives that cpack makes: what is installed, in one file. debian/ makes Debian's packages.
+set(CPACK_PACKAGE_VENDOR "QxUtils")
+set(CPACK_PACKAGE_FILE_NAME "QxUtils-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_GENERATOR TGZ)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+endif()
+include(CPack)
