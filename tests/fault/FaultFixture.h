@@ -17,7 +17,8 @@ protected:
     template <class Result>
     static long failEach(const std::function<Result()>& call, const std::function<void(Result)>& check) {
         // The kit keeps each text that it hands out, from the first time on: its memory is not the operation's.
-        for (char* (*const text)() : {getWorkDir, getOfstImgDir, getGainImgDir, getDefectImgDir, getTempImgDir})
+        for (char* (*const text)() :
+             {getWorkDir, getOfstImgDir, getGainImgDir, getDefectImgDir, getTempImgDir, getMachineID})
             text();
         for (long failing = 1;; ++failing) {
             failAllocation(failing);
