@@ -15,7 +15,7 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 add_library(qx_settings INTERFACE)
 # -Wrestrict and -Wmaybe-uninitialized warn about the compiler's own headers (std::string, AVX-512 intrinsics).
 target_compile_options(qx_settings INTERFACE
-  -Wall -Wextra -Wshadow -Wundef -Wnon-virtual-dtor -Wformat=2 -Wno-restrict -Werror
+  -Wall -Wextra -Wshadow -Wundef -Wnon-virtual-dtor -Wformat=2 $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> -Werror
   -ffp-contract=off -fno-strict-aliasing)
 if(QXUTILS_SANITIZE)
   target_compile_options(qx_settings INTERFACE -fsanitize=${QXUTILS_SANITIZE} -fno-sanitize-recover=all
@@ -37,10 +37,12 @@ else()
   target_link_options(qx_settings INTERFACE -Wl,--no-undefined)
 endif()
 
-# Stricter for the library itself, whose arithmetic is single precision unless a step asks for double.
+# Stricter for the library itself, whose arithmetic is single precision unless a step asks for double. clang's warning
+# of that takes a float that is stored as a double for a fault.
 add_library(qx_library_settings INTERFACE)
 target_link_libraries(qx_library_settings INTERFACE qx_settings)
-target_compile_options(qx_library_settings INTERFACE -Wdouble-promotion -Wfloat-conversion -Wold-style-cast)
+target_compile_options(qx_library_settings INTERFACE
+  $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion> -Wfloat-conversion -Wold-style-cast)
 
 # What Windows shows of a file's origin; kind is DLL or EXE. The object is made apart, because the resource compiler does
 # not know the options of the C++ compiler.

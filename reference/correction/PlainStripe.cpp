@@ -325,11 +325,11 @@ int correctAedStripe(WORD* image, int width, int height, int triggerLine) {
     if (width < 1002)
         return 1020;
     const int n = std::min(triggerLine, 15);
-    const auto [s, i] = lineBelowTrigger(image, width, height, triggerLine);
+    const auto line = lineBelowTrigger(image, width, height, triggerLine);
     const int top = triggerLine - n;
     // What a row is shifted by, whose place in the line is that of band row j.
     const auto offset = [&](int row, int j) {
-        return static_cast<float>(1 - n + j) * s + i -
+        return static_cast<float>(1 - n + j) * line.slope + line.intercept -
                static_cast<float>(segmentMedian(image + at(row, 0, width), width));
     };
     const float topOffset = offset(top, 0);

@@ -45,10 +45,11 @@ bool isAddressField(std::string_view field) {
     static constexpr Range kRanges[] = {{0, 9}, {10, 99}, {100, 255}};
     if (field.empty() || field.size() > std::size(kRanges))
         return false;
-    // Kept: what is no digit counts as its distance from '0'.
+    // Kept: what is no digit counts as its distance from '0'. Bytes from 128 on lie below it, whether or not the
+    // processor's characters have a sign.
     unsigned value = 0;
     for (const char character : field)
-        value = value * 10 + static_cast<unsigned>(character - '0');
+        value = value * 10 + static_cast<unsigned>(static_cast<signed char>(character) - '0');
     const Range range = kRanges[field.size() - 1];
     return value >= range.lowest && value <= range.highest;
 }

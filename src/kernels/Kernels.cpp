@@ -3,6 +3,7 @@
 #include "kernels/CrcKernels.h"
 #include "kernels/FrameKernels.h"
 #include "kernels/PixelKernels.h"
+#include "kernels/Processor.h"
 #include "kernels/RankKernels.h"
 #include "kernels/SplineKernels.h"
 #include "kernels/SumKernels.h"
@@ -10,23 +11,14 @@
 #include "kernels/WindowKernels.h"
 
 #include <algorithm>
-#include <iterator>
 
 // Which table of each purpose is used.
 
 namespace qx {
 namespace {
 
-// Products without carry are part of no level. Where the processor lacks those of the level in use, a lower level's
-// table serves.
-VectorLevel highestCrcLevel() noexcept {
-    __builtin_cpu_init();
-    if (!__builtin_cpu_supports("pclmul"))
-        return VectorLevel::Baseline;
-    return __builtin_cpu_supports("vpclmulqdq") ? std::end(kEveryVectorLevel)[-1] : VectorLevel::V3;
-}
-
-const VectorLevel crcLimit = highestCrcLevel();
+// Where the processor lacks the products of the level in use, a lower level's table serves.
+const VectorLevel crcLimit = processorCrcLevel();
 
 }  // namespace
 

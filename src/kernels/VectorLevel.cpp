@@ -1,5 +1,7 @@
 #include "kernels/VectorLevel.h"
 
+#include "kernels/Processor.h"
+
 namespace qx {
 namespace {
 
@@ -11,19 +13,8 @@ struct LevelNames {
 #define QX_NAMES_OF(unused, level, instructions) {#level, instructions},
 constexpr LevelNames kNames[] = {QX_FOR_LEVELS(QX_NAMES_OF, )};
 
-#define QX_RAISE_TO(best, level, instructions)                                                                         \
-    if (__builtin_cpu_supports(instructions))                                                                          \
-        best = VectorLevel::level;
-
-VectorLevel bestLevel() noexcept {
-    __builtin_cpu_init();
-    VectorLevel best = VectorLevel::Baseline;
-    QX_FOR_LEVELS(QX_RAISE_TO, best)
-    return best;
-}
-
-const VectorLevel processorLevel = bestLevel();
-VectorLevel activeLevel = processorLevel;
+const VectorLevel bestLevel = processorLevel();
+VectorLevel activeLevel = bestLevel;
 
 }  // namespace
 
@@ -32,7 +23,7 @@ VectorLevel vectorLevel() noexcept {
 }
 
 bool forceVectorLevel(VectorLevel level) noexcept {
-    if (level > processorLevel)
+    if (level > bestLevel)
         return false;
     activeLevel = level;
     return true;

@@ -10,15 +10,22 @@
 // the one that was compiled for a processor that is not there. So what lies in levels/ is local to its source, and the
 // headers beside it hold declarations and constants alone.
 //
-// A new level is an entry in the list below and its flags in CMakeLists.txt. A new purpose is a header that declares
+// A new level is an entry in the list below, its flags in CMakeLists.txt and the processors that have it in
+// Processor.cpp. A new purpose is a header that declares
 // its table's type, a source in levels/, and a line in Kernels.cpp.
 
 namespace qx {
 
-// The levels, the lowest first, each with the name that the compiler knows its instruction set by: plain x86-64, with
-// AVX2, with AVX-512. A macro is applied to each, with what else it is given in front.
+// The levels, the lowest first, each with the name that compilers know its instruction set by: plain x86-64, with AVX2,
+// with AVX-512; one level on other processors. A macro is applied to each, with what else it is given in front.
+#if defined(__x86_64__)
 #define QX_FOR_LEVELS(apply, with)                                                                                     \
     apply(with, Baseline, "x86-64") apply(with, V3, "x86-64-v3") apply(with, V4, "x86-64-v4")
+#elif defined(__aarch64__)
+#define QX_FOR_LEVELS(apply, with) apply(with, Baseline, "armv8-a")
+#else
+#define QX_FOR_LEVELS(apply, with) apply(with, Baseline, "baseline")
+#endif
 
 #define QX_LEVEL_MEMBER(enumeration, level, instructions) level,
 enum class VectorLevel { QX_FOR_LEVELS(QX_LEVEL_MEMBER, VectorLevel) };

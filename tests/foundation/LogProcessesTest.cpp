@@ -37,8 +37,8 @@ bool runWriters(const std::string& workDirectory) {
 #else
     std::string command = "pids=;";
     for (int id = 0; id < kProcesses; ++id) {
-        command += " '" + program + "' '" + workDirectory + "' " + std::to_string(id) + " " + processCount + " " +
-                   count + " & pids=\"$pids $!\";";
+        command += " " QX_EMULATOR " '" + program + "' '" + workDirectory + "' " + std::to_string(id) + " " +
+                   processCount + " " + count + " & pids=\"$pids $!\";";
     }
     command += " for pid in $pids; do wait $pid || exit 1; done";
     return std::system(command.c_str()) == 0;

@@ -1,7 +1,9 @@
 #include "kernels/Base64Kernels.h"
 
 #include <cstdint>
+#if defined(__AVX2__)
 #include <immintrin.h>
+#endif
 
 namespace qx {
 namespace {

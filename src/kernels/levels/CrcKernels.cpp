@@ -1,6 +1,8 @@
 #include "kernels/CrcKernels.h"
 
+#if defined(__PCLMUL__)
 #include <immintrin.h>
+#endif
 
 // The state is a CRC without its final complement. Arithmetic is that of polynomials over GF(2) modulo the CRC-32
 // polynomial; bits are reflected: bit 31 of a state stands for x^0. Powers and tables are made by the compiler.
@@ -8,7 +10,7 @@
 namespace qx {
 namespace {
 
-consteval std::uint32_t timesX(std::uint32_t value) {
+constexpr std::uint32_t timesX(std::uint32_t value) {
     constexpr std::uint32_t kPolynomial = 0xEDB88320;
     return (value >> 1) ^ ((value & 1) != 0 ? kPolynomial : 0);
 }
@@ -90,7 +92,7 @@ std::uint32_t advanceByTables(std::uint32_t state, const unsigned char* bytes, s
 // flight; they are joined when fewer bytes are left. Only the last block is reduced, by the tables.
 
 // x^exponent.
-consteval std::uint32_t powerOfX(int exponent) {
+constexpr std::uint32_t powerOfX(int exponent) {
     std::uint32_t value = 0x80000000;
     for (int i = 0; i < exponent; ++i)
         value = timesX(value);
@@ -104,7 +106,7 @@ struct Factors {
     long long second;
 };
 
-consteval Factors factorsOver(int bytes) {
+constexpr Factors factorsOver(int bytes) {
     return {static_cast<long long>(powerOfX(8 * bytes + 32)) << 1, static_cast<long long>(powerOfX(8 * bytes - 32))
                                                                        << 1};
 }

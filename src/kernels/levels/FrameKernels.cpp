@@ -46,11 +46,6 @@ double differenceSum(const std::uint32_t* image, const std::uint32_t* dark, std:
     return sum;
 }
 
-// What does not fit becomes the lowest integer.
-Ints truncatedInts(Floats values) {
-    return Ints(QX_WIDE(cvttps_epi32)(values));
-}
-
 std::uint16_t truncatedShort(float value) {
     return value > -kTwoTo31 && value < kTwoTo31 ? static_cast<std::uint16_t>(static_cast<std::int32_t>(value)) : 0;
 }

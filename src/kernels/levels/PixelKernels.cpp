@@ -132,10 +132,10 @@ void fill(std::uint16_t* pixels, std::size_t count, std::uint16_t value) {
 // Sums and differences of unsigned lanes that stop at their ends.
 Bits shiftedUp(Bits pixels, const WholeShift& whole, Bits isUp) {
     const Bits step = Bits(Shorts{} + static_cast<std::int16_t>(whole.step));
-    return QX_WIDE(adds_epu16)(QX_WIDE(adds_epu16)(pixels, step), Bits(Shorts(isUp) & 1));
+    return unsignedSum(unsignedSum(pixels, step), Bits(Shorts(isUp) & 1));
 }
 Bits shiftedDown(Bits pixels, const WholeShift& whole, Bits isUp) {
-    return QX_WIDE(subs_epu16)(pixels, Bits(Shorts{} + static_cast<std::int16_t>(-whole.step) + Shorts(isUp)));
+    return unsignedDifference(pixels, Bits(Shorts{} + static_cast<std::int16_t>(-whole.step) + Shorts(isUp)));
 }
 
 template <class Shifted>
@@ -148,7 +148,7 @@ void shiftBy(std::uint16_t* pixels, std::size_t count, float offset, const Whole
     for (; i + kShortLanes <= count; i += kShortLanes) {
         fetchAhead(pixels + i);
         const Bits old = Bits(loadShorts(pixels + i));
-        const Bits isUp = Bits((Shorts(QX_WIDE(subs_epu16)(firstUp, old)) == 0) & anyUp);
+        const Bits isUp = Bits((Shorts(unsignedDifference(firstUp, old)) == 0) & anyUp);
         store(pixels + i, shifted(old, whole, isUp));
     }
     for (; i < count; ++i)

@@ -67,19 +67,19 @@ constexpr int kStripsInFlight = kPieces * kPieceShorts;
 void transposeShorts(const Bits* in, Bits* columns) {
     Bits pairs[kPieceShorts];
     for (int i = 0; i < 4; ++i) {
-        pairs[i] = QX_WIDE(unpacklo_epi16)(in[2 * i], in[2 * i + 1]);
-        pairs[i + 4] = QX_WIDE(unpackhi_epi16)(in[2 * i], in[2 * i + 1]);
+        pairs[i] = lowShortsOf(in[2 * i], in[2 * i + 1]);
+        pairs[i + 4] = highShortsOf(in[2 * i], in[2 * i + 1]);
     }
     for (int half = 0; half < 2; ++half) {
         const Bits* const p = pairs + 4 * half;
-        const Bits a = QX_WIDE(unpacklo_epi32)(p[0], p[1]);
-        const Bits b = QX_WIDE(unpackhi_epi32)(p[0], p[1]);
-        const Bits c = QX_WIDE(unpacklo_epi32)(p[2], p[3]);
-        const Bits d = QX_WIDE(unpackhi_epi32)(p[2], p[3]);
-        columns[4 * half] = QX_WIDE(unpacklo_epi64)(a, c);
-        columns[4 * half + 1] = QX_WIDE(unpackhi_epi64)(a, c);
-        columns[4 * half + 2] = QX_WIDE(unpacklo_epi64)(b, d);
-        columns[4 * half + 3] = QX_WIDE(unpackhi_epi64)(b, d);
+        const Bits a = lowIntsOf(p[0], p[1]);
+        const Bits b = highIntsOf(p[0], p[1]);
+        const Bits c = lowIntsOf(p[2], p[3]);
+        const Bits d = highIntsOf(p[2], p[3]);
+        columns[4 * half] = lowLongsOf(a, c);
+        columns[4 * half + 1] = highLongsOf(a, c);
+        columns[4 * half + 2] = lowLongsOf(b, d);
+        columns[4 * half + 3] = highLongsOf(b, d);
     }
 }
 
@@ -101,8 +101,8 @@ struct StripGroup {
             Bits columns[kPieceShorts];
             transposeShorts(in, columns);
             for (const Bits& column : columns) {
-                runningLow += toFloats(Ints(QX_WIDE(unpacklo_epi16)(column, zero)));
-                runningHigh += toFloats(Ints(QX_WIDE(unpackhi_epi16)(column, zero)));
+                runningLow += toFloats(Ints(lowShortsOf(column, zero)));
+                runningHigh += toFloats(Ints(highShortsOf(column, zero)));
             }
         }
         low = runningLow;

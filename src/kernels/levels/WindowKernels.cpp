@@ -12,29 +12,14 @@ struct Pixels {
     Bits lanes;
 };
 
-#if defined(__AVX2__)
 Pixels smallerOf(Pixels a, Pixels b) {
-    return {QX_WIDE(min_epu16)(a.lanes, b.lanes)};
+    return {smallerShorts(a.lanes, b.lanes)};
 }
 Pixels largerOf(Pixels a, Pixels b) {
-    return {QX_WIDE(max_epu16)(a.lanes, b.lanes)};
+    return {largerShorts(a.lanes, b.lanes)};
 }
-#else
-// Differences that stop at 0.
-Pixels smallerOf(Pixels a, Pixels b) {
-    return {_mm_sub_epi16(a.lanes, _mm_subs_epu16(a.lanes, b.lanes))};
-}
-Pixels largerOf(Pixels a, Pixels b) {
-    return {_mm_add_epi16(b.lanes, _mm_subs_epu16(a.lanes, b.lanes))};
-}
-#endif
-
-Floats smallerOf(Floats a, Floats b) {
-    return Floats(QX_WIDE(min_ps)(a, b));
-}
-Floats largerOf(Floats a, Floats b) {
-    return Floats(QX_WIDE(max_ps)(a, b));
-}
+using ::largerOf;
+using ::smallerOf;
 float smallerOf(float a, float b) {
     return a < b ? a : b;
 }

@@ -181,7 +181,7 @@ std::map<std::string, Work> operations(const fs::path& root) {
 
 TEST_F(StrictKitTest, texts_and_records_that_end_with_the_next_call_change_nothing) {
     for (const auto& [name, work] : operations(root_)) {
-        const auto outcome = [&](bool moves) {
+        const auto outcome = [&, &work = work](bool moves) {
             start(moves);
             Longs image = raw_;
             ::testing::internal::CaptureStdout();

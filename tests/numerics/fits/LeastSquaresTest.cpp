@@ -263,7 +263,8 @@ TEST(SurfaceBasis, counts_columns_and_rows_from_the_middle_pixel) {
                   // From 2^24 on whole numbers have gaps, and one more or less is rounded.
                   {6000, 6000, {{0x1p24, -1785, -204}, {0x1p24, -1785, -204}, {0x1p24 + 2, -1784, -204}}},
                   {2000000000, 1, {{1, -1e9, 0}}}};
-    for (const auto& [width, height, places] : images) {
+    for (const auto& image : images) {
+        const auto& [width, height, places] = image;
         Floats abscissas;
         for (const auto& place : places)
             abscissas.push_back(static_cast<float>(place[0]));
@@ -273,7 +274,7 @@ TEST(SurfaceBasis, counts_columns_and_rows_from_the_middle_pixel) {
             (count == 6 ? qx::quadraticBasis : qx::cubicBasis)(abscissas.data(), {values.data(), rows, count}, width,
                                                                height);
             Floats expected = matrixOf(rows, count, [&](int i, int j) {
-                const auto [abscissa, x, y] = places[i];
+                const auto [abscissa, x, y] = image.places[i];
                 return Doubles{1, x, y, x * y, x * x, y * y, x * x * y, x * y * y, x * x * x, y * y * y}[j];
             });
             expected.push_back(kPoison);

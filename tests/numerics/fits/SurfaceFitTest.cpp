@@ -305,7 +305,9 @@ TEST_F(SurfaceFits, impossible_arguments_leave_the_outputs) {
             });
         }
         for (const auto& [width, height] : {std::pair{0, 1}, {1, 0}, {-1, -1}, {INT_MIN, 1}, {65536, 65536}})
-            printedBy([&] { EXPECT_EQ(0, fit(&model, 1, quality, &pixel, width, height, &coefficient, &residual)); });
+            printedBy([&, width = width, height = height] {
+                EXPECT_EQ(0, fit(&model, 1, quality, &pixel, width, height, &coefficient, &residual));
+            });
     }
     const float* const z = &pixel;
     float a[1][3] = {{kPoison, kPoison, kPoison}};
