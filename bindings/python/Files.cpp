@@ -28,16 +28,17 @@ void writeImage(const py::object& path, const py::array& image) {
 }
 
 // The file's first bytes, of which those behind the header are the result's elements.
-py::array readImage(const py::object& path, const std::vector<py::ssize_t>& shape, const py::dtype& type,
+py::array readImage(const py::object& path, const std::vector<py::ssize_t>& shape, const py::object& elements,
                     int headerBytes) {
-    py::ssize_t elements = 1;
+    const py::dtype type = py::dtype::from_args(elements);
+    py::ssize_t count = 1;
     for (const py::ssize_t side : shape)
-        if (side < 0 || __builtin_mul_overflow(elements, side, &elements))
+        if (side < 0 || __builtin_mul_overflow(count, side, &count))
             throw Failure{StatusWrongParameter};
     if (py::cast<bool>(type.attr("hasobject")))
         throw py::type_error("dtype: a file holds no objects");
     py::ssize_t size = 0;
-    if (headerBytes < 0 || __builtin_mul_overflow(elements, type.itemsize(), &size) || size > INT_MAX - headerBytes)
+    if (headerBytes < 0 || __builtin_mul_overflow(count, type.itemsize(), &size) || size > INT_MAX - headerBytes)
         throw Failure{StatusWrongParameter};
     const auto bytes = newArray<char>({size + headerBytes});
     const Path file = splitPath(path);

@@ -291,6 +291,7 @@ def shadow_blocks(image: _U16, dark: _U16) -> NDArray[np.uint8]: ...
 # The kit's virtual detector
 
 _Self = TypeVar("_Self", bound=VirtualDetector)
+_Kind = type[BaseException]
 
 class VirtualDetector:
     type: int
@@ -336,7 +337,7 @@ class VirtualDetector:
     ) -> None: ...
     def __enter__(self: _Self) -> _Self: ...
     def __exit__(
-        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
+        self, kind: _Kind | None, error: BaseException | None, trace: TracebackType | None
     ) -> None: ...
     def load(self, file: str | PathLike[str]) -> None: ...
     @property
