@@ -171,3 +171,11 @@ def test_library_works_without_the_kits_virtual_detector() -> None:
     result = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
     assert result.stdout == "Normal exit without an error.\n"
     assert qx.__version__ in qx.library_version()
+
+
+def test_readmes_program_runs(capfd: pytest.CaptureFixture[str]) -> None:
+    (program,) = Path(os.environ["QX_README"]).read_text().split("```python\n")[1:]
+    exec(program.split("```")[0], {})
+    snr, measures, error = capfd.readouterr().out.splitlines()[-3:]
+    assert float(snr) == pytest.approx(198, rel=0.03)
+    assert "five squares" in measures and error == "1020 Wrong user parameter."
