@@ -119,8 +119,10 @@ def test_in_place_changes_the_array_and_otherwise_a_copy(change: Callable[..., A
 
 
 COUNTS = np.random.default_rng(1).normal(3000, 500, (2000, 2000)).astype(np.uint16)
+OWN = COUNTS.copy()
 VALUES = COUNTS.astype(np.float32)
 SUMS = COUNTS.astype(np.uint32)
+BYTES = COUNTS.tobytes()
 
 
 @pytest.fixture
@@ -141,6 +143,7 @@ def during(call: Callable[[], Any], attempt: Callable[[], Any]) -> list[Any]:
         call()
         span.extend((begin, time.perf_counter()))
 
+    call()  # what the first call imports would let others run, too
     for _ in range(50):
         span.clear()
         worker = threading.Thread(target=run)
@@ -158,7 +161,7 @@ def during(call: Callable[[], Any], attempt: Callable[[], Any]) -> list[Any]:
 LONG: list[Callable[[], Any]] = [
     lambda: qx.snr_series(COUNTS),
     lambda: qx.equalize(COUNTS),
-    lambda: qx.equalize(COUNTS.copy(), in_place=True),
+    lambda: qx.equalize(OWN, in_place=True),
     lambda: qx.median(VALUES),
     lambda: qx.mean(COUNTS),
     lambda: qx.column_medians(VALUES),
@@ -174,7 +177,7 @@ LONG: list[Callable[[], Any]] = [
     lambda: qx.surface_fit(VALUES),
     lambda: qx.ndt_calibrate(SUMS, SUMS),
     lambda: qx.write_image("/dev/null", COUNTS),
-    lambda: qx.base64_encode(bytes(4_000_000)),
+    lambda: qx.base64_encode(BYTES),
 ]
 
 
