@@ -198,7 +198,11 @@ TEST_F(CInterface, functions_do_what_the_exports_behind_them_do) {
         QX_LIKE(getDetectorInfoHeadFromImageHead),
         QX_LIKE(getPcImageHeadFromImageHead),
         QX_SAME(getTemperatureFromImageHead),
-        QX_LIKE(CheckDirPath),
+        QX_AS(CheckDirPath,
+              [](const char* path) {
+                  char* text = const_cast<char*>(path);
+                  return CheckDirPath(text);
+              }),
         QX_SAME(getDirectorySpace),
         QX_LIKE(getFileNumInDirectory),
         QX_LIKE(getStrPos),
