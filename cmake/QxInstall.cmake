@@ -51,6 +51,9 @@ install(TARGETS ${QX_INSTALLED_LIBRARIES} EXPORT QxUtilsTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 # Builds what is installed, without the tests.
 add_custom_target(qx_installed DEPENDS ${QX_INSTALLED_LIBRARIES})
+if(TARGET qx_python_package)
+  add_dependencies(qx_installed qx_python_package)
+endif()
 if(TARGET qxutils)
   add_dependencies(qx_installed qxutils)
   install(TARGETS qxutils RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)

@@ -44,8 +44,8 @@ target_link_libraries(qx_library_settings INTERFACE qx_settings)
 target_compile_options(qx_library_settings INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion> -Wfloat-conversion -Wold-style-cast)
 
-# What Windows shows of a file's origin; kind is DLL or EXE. The object is made apart, because the resource compiler does
-# not know the options of the C++ compiler.
+# What Windows shows of a file's origin; kind is DLL or EXE. The object is made apart, because the resource compiler
+# does not know the options of the C++ compiler.
 function(qx_version_resource target kind)
   string(TOLOWER "${kind}" suffix)
   set(QX_FILE_NAME "${target}.${suffix}")

@@ -8,7 +8,7 @@
  * Numerics.h, Correction.h, Quality.h, Measures.h, all of them beside this file). This header says what differs:
  *
  *   overloads     carry the element type: _u16, _i32, _u32, _f32, _f64; one that changes its array ends in _inplace
- *   references    are pointers; a null one gives 1057 in the result's type, and nothing happens
+ *   references    are pointers; a null one gives 1057 in the result's type (the surface fits' 0), and nothing happens
  *   long          is int64_t, and a CRC uint32_t
  *   series        are a buffer and its capacity in values, or a pointer and its count
  *   lists         of defects and of factory series are handles: numbers, never addresses. One that was released, that
@@ -190,7 +190,9 @@ QX_C_API int qx_getROIMedian_u16(const uint16_t* image, int rowStart, int rowEnd
 QX_C_API int qx_getROIMedian_f32(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QX_C_API int qx_getROIMean(const uint16_t* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QX_C_API int qx_getHistogramByBins(int* counts, int* centers, int bins, const uint16_t* data, int n);
+/* Draws from the rand() of the runtime inside the library, which qx_seed seeds. */
 QX_C_API double qx_getGaussValue(double sigma, double mean);
+QX_C_API void qx_seed(unsigned seed);
 QX_C_API float qx_GetCovOfTwoImages(const uint16_t* image, int width, int height);
 /* Returns 0, or 1086 for an order above 6. */
 QX_C_API int qx_polyFit(float* coefficients, const float* const* points, int pointCount, int order);

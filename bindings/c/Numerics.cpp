@@ -4,6 +4,8 @@
 #include "QxUtils/Numerics.h"
 #include "QxUtils/StatusCode.h"
 
+#include <cstdlib>
+
 int qx_getMedian_i32(const int* data, int n) {
     return getMedian(data, n);
 }
@@ -119,6 +121,10 @@ int qx_getHistogramByBins(int* counts, int* centers, int bins, const uint16_t* d
 
 double qx_getGaussValue(double sigma, double mean) {
     return getGaussValue(sigma, mean);
+}
+
+void qx_seed(unsigned seed) {
+    std::srand(seed);
 }
 
 float qx_GetCovOfTwoImages(const uint16_t* image, int width, int height) {

@@ -18,10 +18,10 @@ static int noise(void) {
 }
 
 int main(void) {
-    uint16_t* const image = malloc(sizeof *image * kSide * kSide);
+    uint16_t* const image = (uint16_t*)malloc(sizeof *image * kSide * kSide);
     float snr[kSeries] = {0};
     float factory[kSeries] = {0};
-    qx_surface_fit_result grade = {0};
+    static qx_surface_fit_result grade;
     qx_check_measures taken;
     int status;
     int i;

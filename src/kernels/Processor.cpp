@@ -15,7 +15,8 @@ bool hasSmallExtensions() noexcept {
 }
 
 bool hasV3() noexcept {
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
+    return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("popcnt") &&
+           __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
            __builtin_cpu_supports("fma") && hasSmallExtensions();
 }
 

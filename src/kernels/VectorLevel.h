@@ -11,8 +11,8 @@
 // headers beside it hold declarations and constants alone.
 //
 // A new level is an entry in the list below, its flags in CMakeLists.txt and the processors that have it in
-// Processor.cpp. A new purpose is a header that declares
-// its table's type, a source in levels/, and a line in Kernels.cpp.
+// Processor.cpp. A new purpose is a header that declares its table's type, a source in levels/, and a line in
+// Kernels.cpp.
 
 namespace qx {
 

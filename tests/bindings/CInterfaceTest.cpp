@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -152,6 +152,7 @@ const std::set<std::string> kByHand = {"qx_CutString",
                                        "qx_interface_version",
                                        "qx_loadAllSNRFromFactory",
                                        "qx_releaseFileList",
+                                       "qx_seed",
                                        "qx_setTimeStamp",
                                        "qx_sortFileByCreateTime",
                                        "qx_status_message"};
@@ -486,6 +487,27 @@ TEST_F(CInterface, handles_are_looked_up_and_never_followed) {
     EXPECT_EQ(0, qx_factory_list_release(list));
 }
 
+// What is released while another thread works on it lives until that work ends.
+TEST_F(CInterface, handles_may_be_released_beside_their_use) {
+    for (int round = 0; round < 50; ++round) {
+        qx_defects defects = 0;
+        ASSERT_EQ(0, qx_defects_create(&defects));
+        std::atomic<int> uses = 0;
+        std::thread user([&] {
+            const int32_t pixels[3] = {1, 2, 3};
+            int32_t found[3];
+            int count = 0;
+            while (qx_defects_set_pixels(defects, QX_DEFECT_POINTS, pixels, 3) == 0 &&
+                   qx_defects_pixels(defects, QX_DEFECT_POINTS, found, 3, &count) == 0)
+                ++uses;
+        });
+        while (uses < 3)
+            std::this_thread::yield();
+        EXPECT_EQ(0, qx_defects_release(defects));
+        user.join();
+    }
+}
+
 TEST_F(CInterface, series_texts_and_listings_have_buffers) {
     const TestImage image = flatImage(300, 280, 20000, 100, 1);
     std::vector<float> expected(3), snr(5, -1.0f);
@@ -533,9 +555,9 @@ TEST_F(CInterface, series_texts_and_listings_have_buffers) {
     EXPECT_EQ(nullptr, qx_status_message(-1));
     EXPECT_EQ(QX_INTERFACE_VERSION, qx_interface_version());
     // The second deviate of a pair comes from the same numbers.
-    std::srand(5);
+    qx_seed(5);
     const double first = qx_getGaussValue(2, 10), second = qx_getGaussValue(2, 10);
-    std::srand(5);
+    qx_seed(5);
     EXPECT_EQ(first, qx_getGaussValue(2, 10));
     EXPECT_EQ(second, qx_getGaussValue(2, 10));
 }
@@ -592,6 +614,11 @@ TEST_F(CInterface, null_places_of_results_give_1057_and_change_nothing) {
     qx_deleteMemory(nullptr);
     qx_deleteMemory2(nullptr);
     qx_releaseFileList(nullptr);
+    float model[6] = {7}, coefficients[10] = {7}, residuals[3] = {7};
+    const float image[64] = {};
+    for (const auto fit : {qx_doSurfaceFit, qx_doSurfaceFitUsingGeneralFormula, qx_doSurfaceFitUsingCubFormula})
+        EXPECT_EQ(0, fit(model, 10, nullptr, image, 8, 8, coefficients, residuals));
+    EXPECT_EQ(21.0f, model[0] + coefficients[0] + residuals[0]);
     EXPECT_EQ(7, number);
     EXPECT_EQ(7.0, seconds);
     EXPECT_EQ(7.0f, mean);

@@ -9,7 +9,10 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cwchar>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -20,11 +23,35 @@ constexpr const char* kCorrectName = "_Z19correctImgDefectMapPfiiP12VectorDefect
 using Split = int (*)(int, int, VectorDefect*, VectorDefect*, VectorDefect*);
 using Correct = int (*)(float*, int, int, VectorDefect*, int);
 
+constexpr const wchar_t* kKitName = L"QxCorrection.dll";
+
+// The kit's library beside this one, where the system has found the other two; null when there is none.
+HMODULE loadBeside() noexcept {
+    constexpr DWORD kHere = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    HMODULE own = nullptr;
+    std::array<wchar_t, 4096> path;
+    if (GetModuleHandleExW(kHere, reinterpret_cast<const wchar_t*>(&loadBeside), &own) == 0)
+        return nullptr;
+    const std::wstring_view file(path.data(), GetModuleFileNameW(own, path.data(), path.size()));
+    const std::size_t folder = file.rfind(L'\\') + 1;
+    if (folder + std::wcslen(kKitName) >= path.size())
+        return nullptr;
+    std::wcscpy(path.data() + folder, kKitName);
+    return LoadLibraryExW(path.data(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
+// The system counts what is loaded; the kit stays until the process ends.
+HMODULE loadKit() noexcept {
+    if (const HMODULE loaded = GetModuleHandleW(kKitName))
+        return loaded;
+    const HMODULE beside = loadBeside();
+    return beside != nullptr ? beside : LoadLibraryW(kKitName);
+}
+
 // Null when the kit has no such function, or there is no kit.
 template <class Function>
 Function find(const char* name) noexcept {
-    // The system counts what is loaded; the kit stays until the process ends.
-    static const HMODULE kit = LoadLibraryA("QxCorrection.dll");
+    const HMODULE kit = loadKit();
     return kit != nullptr ? std::bit_cast<Function>(GetProcAddress(kit, name)) : nullptr;
 }
 
