@@ -309,7 +309,7 @@ class VirtualDetector:
     integration_time_ms: int
     temperature_c: float
     time_interval_s: float
-    iparams: dict[int, int]
+    iparams: Mapping[int, int]
     exposure_time_ms: float
     mode_word: int
     logging_enabled: int
