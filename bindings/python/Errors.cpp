@@ -14,7 +14,7 @@ constexpr const char* kErrorText = R"(A status code other than 0.
 PyObject* errorType = nullptr;
 
 void raise(const Failure& failure) {
-    const py::object error = py::handle(errorType)(messageOf(failure.status));
+    const py::object error = py::handle(errorType)(failure.text != nullptr ? failure.text : messageOf(failure.status));
     error.attr("status") = failure.status;
     PyErr_SetObject(errorType, error.ptr());
 }

@@ -44,7 +44,8 @@ py::array medianRatio(const py::object& image) {
 py::array savgolFiltered(const py::object& values, int window, int order) {
     const Image<float> array(values, "values", Shape::Sequence);
     const Array<float> out(newLike<float>(array.array()), "out", Shape::Sequence);
-    require(released([&] { return filterUsingSGolay(out.data(), array.data(), array.count(), order, window); }));
+    require(released([&] { return filterUsingSGolay(out.data(), array.data(), array.count(), order, window); }),
+            "No fit for this length, window and order.");
     return out.array();
 }
 

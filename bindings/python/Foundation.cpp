@@ -50,7 +50,7 @@ void bindLog(py::module_& module) {
         [](int level) { require(setLogLevel(level)); }, arg("level"));
     define(module, "log_level", "getLogLevel", "The severity from which lines are written.", getLogLevel);
     define(module, "remove_old_logs", "removeLogFile", "Deletes logs of more than 30 days.",
-           [] { require(released(removeLogFile)); });
+           [] { require(released(removeLogFile), "The log folder cannot be listed."); });
 }
 
 void bindDetectorQueries(py::module_& module) {

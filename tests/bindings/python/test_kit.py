@@ -32,6 +32,12 @@ LEFT = uneven(slice(None), slice(0, 512), 5000)
 CORNER = uneven(slice(0, 300), slice(0, 300), 3000)
 UNEXPOSED = uneven(slice(0, 100), slice(0, 100), 400)
 
+PATCH = DARK.astype(np.float32)
+PATCH[320:336, 320:336] = 100
+# By the unit of the measure: what the answer 1 says, which is not the status 1.
+ANSWERS = {"entries": "Not in the list.", "": "Structured patches."}
+
+
 def header_of(side: int, sections: bytes = bytes(32)) -> bytes:
     head = bytes(12) + struct.pack(">2i", side, side) + bytes(20) + sections
     return head.ljust(16464, b"\0") + struct.pack(">f", 500) + bytes(49068)
@@ -50,6 +56,7 @@ VERDICTS: list[tuple[Callable[[], qx.Verdict], int, str, float, str]] = [
     (lambda: qx.check_false_trigger(DARK.astype(np.float32) / 2), 1094, ">", 150.0, "counts"),
     (lambda: qx.check_dark_time("500;1000", 1000), 0, ">=", 1.0, "entries"),
     (lambda: qx.check_dark_time("500;1000", 100), 1, ">=", 0.0, "entries"),
+    (lambda: qx.check_offset_image(PATCH), 1, "<", 1.0, ""),
 ]
 
 
@@ -59,7 +66,7 @@ def test_verdicts_tell_what_decided(
 ) -> None:
     verdict = check()
     assert (verdict.status, verdict.passed, bool(verdict)) == (status, status == 0, status == 0)
-    assert verdict.message == (qx.status_message(status) or "A status without a message.")
+    assert verdict.message == (ANSWERS[verdict.measures[0].unit] if status == 1 else qx.status_message(status))
     measure = verdict.measures[-1]
     assert (measure.comparison, measure.unit) == (comparison, unit)
     assert measure.value == pytest.approx(value, rel=0.1)
