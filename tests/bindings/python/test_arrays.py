@@ -1,6 +1,7 @@
 """What arrays are refused, which are changed, and what other threads may do meanwhile."""
 
 import sys
+import tempfile
 import threading
 import time
 from collections.abc import Callable, Iterator
@@ -150,6 +151,7 @@ VALUES = COUNTS.astype(np.float32)
 SUMS = COUNTS.astype(np.uint32)
 BYTES = COUNTS.tobytes()
 TEXT = "a" * 10_000_000
+FOLDER = tempfile.TemporaryDirectory()
 
 
 @pytest.fixture
@@ -203,7 +205,7 @@ LONG: list[Callable[[], Any]] = [
     lambda: qx.balance_afe(VALUES),
     lambda: qx.surface_fit(VALUES),
     lambda: qx.ndt_calibrate(SUMS, SUMS),
-    lambda: qx.write_image("/dev/null", COUNTS),
+    lambda: qx.write_image(f"{FOLDER.name}/image.raw", COUNTS),
     lambda: qx.base64_encode(BYTES),
     lambda: qx.text_position(TEXT, "ab"),
 ]
