@@ -8,7 +8,8 @@ namespace {
 
 constexpr const char* kErrorText = R"(A status code other than 0.
 
-`status` is the code, the text the library's message for it.)";
+`status` is the code, the text the library's message for it. Where a function answers by 1, the text says what that
+answer means.)";
 
 // Lives as long as the interpreter.
 PyObject* errorType = nullptr;

@@ -81,8 +81,9 @@ void bindFilters(py::module_& module) {
            py::kw_only(), arg("in_place") = false);
     define(module, "median_ratio", "getMedianImage",
            "The neighbourhood's median over the pixel, as float32; 0 within 5 of a border.", medianRatio, arg("image"));
-    define(module, "savgol_filter", "filterUsingSGolay", "Savitzky-Golay smoothing of float32.", savgolFiltered,
-           arg("values"), arg("window"), arg("order") = 2);
+    define(module, "savgol_filter", "filterUsingSGolay",
+           "Savitzky-Golay smoothing of float32; QxError 1 without a fit.", savgolFiltered, arg("values"),
+           arg("window"), arg("order") = 2);
     define(module, "resample", "interpImg2D",
            "uint16 resampled to (rows, columns) by cubic splines; zeros when memory is short. QxError 1020 for sizes "
            "below 1.",
