@@ -145,6 +145,19 @@ def test_in_place_changes_the_array_and_otherwise_a_copy(change: Callable[..., A
     np.testing.assert_array_equal(own, copy)
 
 
+@pytest.mark.parametrize("median", [qx.upper_median, qx.quick_median])
+def test_medians_reorder_the_array_in_place(median: Callable[..., float]) -> None:
+    values = NOISE.ravel().astype(np.float32)
+    own = values.copy()
+    assert median(own) == median(own.copy(), in_place=True) == np.sort(values)[values.size // 2]
+    np.testing.assert_array_equal(own, values)
+    median(own, in_place=True)
+    assert not np.array_equal(own, values)
+    np.testing.assert_array_equal(np.sort(own), np.sort(values))
+    with pytest.raises(ValueError, match="^values: the array is read-only"):
+        median(read_only(values), in_place=True)
+
+
 COUNTS = np.random.default_rng(1).normal(3000, 500, (2000, 2000)).astype(np.uint16)
 OWN = COUNTS.copy()
 VALUES = COUNTS.astype(np.float32)
