@@ -18,6 +18,7 @@ struct Verdict {
     int status;
     bool passed;
     std::vector<CheckMeasure> measures;
+    const char* message = messageOf(status);
 };
 
 constexpr std::array<const char*, 4> kComparisons = {"<", "<=", ">", ">="};
@@ -38,6 +39,13 @@ Verdict verdictOf(std::initializer_list<int> refusals, bool measured, Check chec
     });
     require(isOneOf(refusals, status) ? 0 : status);
     return {status, status == 0, std::vector<CheckMeasure>(taken.measures, taken.measures + taken.count)};
+}
+
+// The code 1 is an answer in some checks, not the status 1.
+Verdict answered(Verdict verdict, const char* answer) {
+    if (verdict.status == 1)
+        verdict.message = answer;
+    return verdict;
 }
 
 template <int (*check)(const WORD*, int, int), int (*measure)(const WORD*, int, int, CheckMeasures*), int kRefusal>
@@ -111,6 +119,7 @@ Verdict grade(const py::object& image, const py::object& factory, bool measured)
         });
     verdict.status = result.evaluation;
     verdict.passed = result.evaluation != StatusCalibrationPoor;
+    verdict.message = messageOf(verdict.status);
     return verdict;
 }
 
@@ -125,11 +134,16 @@ Verdict gainGroup(const std::vector<py::object>& paths, bool measured) {
         [&](CheckMeasures* taken) { return measureGainImgGroup(names.data(), count, taken); });
 }
 
-// The code 1 says that the time is missing.
 Verdict darkTime(const std::string& times, int timeMs, bool measured) {
-    return verdictOf(
-        {1}, measured, [&] { return CheckDarkTimeRepeat(times.c_str(), timeMs); },
-        [&](CheckMeasures* taken) { return measureDarkTimeRepeat(times.c_str(), timeMs, taken); });
+    return answered(verdictOf(
+                        {1}, measured, [&] { return CheckDarkTimeRepeat(times.c_str(), timeMs); },
+                        [&](CheckMeasures* taken) { return measureDarkTimeRepeat(times.c_str(), timeMs, taken); }),
+                    "Not in the list.");
+}
+
+Verdict offsetImage(const py::object& image, bool measured) {
+    return answered(floatImage<checkOffsetImageQuality, measureOffsetImageQuality, 1>(image, measured),
+                    "Structured patches.");
 }
 
 py::array shadowBlocks(const py::object& image, const py::object& dark) {
@@ -155,7 +169,7 @@ std::string textOf(const CheckMeasure& measure) {
 
 std::string textOf(const Verdict& verdict) {
     return "<Verdict " + std::to_string(verdict.status) + (verdict.passed ? ", passed: " : ", not passed: ") +
-           messageOf(verdict.status) + ">";
+           verdict.message + ">";
 }
 
 void bindVerdict(py::module_& module) {
@@ -177,7 +191,7 @@ void bindVerdict(py::module_& module) {
                         "decided, in the order in which they were looked at. It counts as true when passed.")
         .def_readonly("status", &Verdict::status)
         .def_readonly("passed", &Verdict::passed)
-        .def_property_readonly("message", [](const Verdict& verdict) { return messageOf(verdict.status); })
+        .def_readonly("message", &Verdict::message)
         .def_readonly("measures", &Verdict::measures)
         .def("__bool__", [](const Verdict& verdict) { return verdict.passed; })
         .def("__repr__", [](const Verdict& verdict) { return textOf(verdict); });
@@ -213,8 +227,7 @@ void bindDark(py::module_& module) {
     defineCheck(module, "check_dark_level", "darkImgGrayAnalysis measureDarkGray", "Judges a dark image's level.",
                 oneImage<darkImgGrayAnalysis, measureDarkGray, StatusDarkLevelUnqualified>, arg("image"));
     defineCheck(module, "check_offset_image", "checkOffsetImageQuality measureOffsetImageQuality",
-                "Judges patches in a dark image of float32.",
-                floatImage<checkOffsetImageQuality, measureOffsetImageQuality, 1>, arg("image"));
+                "Judges patches in a dark image of float32.", offsetImage, arg("image"));
     defineCheck(module, "check_false_trigger", "checkFalseTriggAEDImage measureFalseTriggAEDImage",
                 "Judges whether a float32 image was exposed.",
                 floatImage<checkFalseTriggAEDImage, measureFalseTriggAEDImage, StatusFalseTrigger>, arg("image"));

@@ -8,13 +8,14 @@ namespace {
 
 constexpr const char* kErrorText = R"(A status code other than 0.
 
-`status` is the code, the text the library's message for it.)";
+`status` is the code, the text the library's message for it. Where a function answers by 1, the text says what that
+answer means.)";
 
 // Lives as long as the interpreter.
 PyObject* errorType = nullptr;
 
 void raise(const Failure& failure) {
-    const py::object error = py::handle(errorType)(messageOf(failure.status));
+    const py::object error = py::handle(errorType)(failure.text != nullptr ? failure.text : messageOf(failure.status));
     error.attr("status") = failure.status;
     PyErr_SetObject(errorType, error.ptr());
 }

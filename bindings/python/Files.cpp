@@ -15,7 +15,14 @@ using py::arg;
 // A joined path beyond this length ends the process in cleanFile.
 constexpr std::size_t kLongestPath = 255;
 
-void writeImage(const py::object& path, const py::array& image) {
+constexpr const char* kNoDirectory = "The directory cannot be listed.";
+
+void writeImage(const py::object& path, const py::object& pixels) {
+    if (!py::isinstance<py::array>(pixels))
+        refuseArray(pixels, "image", "any type");
+    const auto image = py::reinterpret_borrow<py::array>(pixels);
+    if (py::cast<bool>(image.dtype().attr("hasobject")))
+        throw py::type_error("image: a file holds no objects");
     if ((image.flags() & py::array::c_style) == 0)
         throw py::value_error("image: a C-contiguous array is needed; numpy.ascontiguousarray makes one");
     if (image.nbytes() > INT_MAX)
@@ -90,8 +97,11 @@ struct ImageHeader {
     float temperature;
 };
 
-ImageHeader imageHeader(const py::buffer& header) {
-    const py::buffer_info bytes = header.request();
+ImageHeader imageHeader(const py::object& header) {
+    if (PyObject_CheckBuffer(header.ptr()) == 0)
+        throw py::type_error("header: bytes are needed, not " +
+                             std::string(py::str(py::type::of(header).attr("__name__"))));
+    const py::buffer_info bytes = py::reinterpret_borrow<py::buffer>(header).request();
     if (bytes.ndim != 1 || bytes.itemsize != 1 || bytes.size < kImageHeaderBytes || bytes.strides[0] != 1)
         throw Failure{StatusWrongParameter};
     ImageHeader read{};
@@ -117,7 +127,7 @@ double directoryBytes(const py::object& path) {
 int fileCount(const py::object& path) {
     const std::string directory = directoryText(path);
     int count = 0;
-    require(released([&] { return getFileNumInDirectory(directory.c_str(), count); }));
+    require(released([&] { return getFileNumInDirectory(directory.c_str(), count); }), kNoDirectory);
     return count;
 }
 
@@ -125,7 +135,7 @@ py::list filesByCreationTime(const py::object& path) {
     const std::string directory = directoryText(path);
     _WIN32_FIND_DATAA* entries = nullptr;
     int count = 0;
-    require(released([&] { return sortFileByCreateTime(directory.c_str(), entries, count); }));
+    require(released([&] { return sortFileByCreateTime(directory.c_str(), entries, count); }), kNoDirectory);
     const std::unique_ptr<_WIN32_FIND_DATAA, void (*)(void*)> owner(entries, std::free);
     py::list names;
     for (int i = 0; i < count; ++i)
@@ -154,10 +164,10 @@ void bindDirectories(py::module_& module) {
     define(module, "path_exists", "CheckDirPath", "Whether there is a file or a directory.", pathExists, arg("path"));
     define(module, "directory_bytes", "getDirectorySpace", "Bytes of the files in a directory.", directoryBytes,
            arg("directory"));
-    define(module, "file_count", "getFileNumInDirectory", "The regular files in a directory.", fileCount,
-           arg("directory"));
-    define(module, "files_by_creation_time", "sortFileByCreateTime", "Their names, oldest first.", filesByCreationTime,
-           arg("directory"));
+    define(module, "file_count", "getFileNumInDirectory",
+           "The regular files in a directory; QxError 1 when it cannot be listed.", fileCount, arg("directory"));
+    define(module, "files_by_creation_time", "sortFileByCreateTime",
+           "Their names, oldest first; QxError 1 as file_count.", filesByCreationTime, arg("directory"));
 }
 
 }  // namespace

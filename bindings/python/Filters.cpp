@@ -44,7 +44,8 @@ py::array medianRatio(const py::object& image) {
 py::array savgolFiltered(const py::object& values, int window, int order) {
     const Image<float> array(values, "values", Shape::Sequence);
     const Array<float> out(newLike<float>(array.array()), "out", Shape::Sequence);
-    require(released([&] { return filterUsingSGolay(out.data(), array.data(), array.count(), order, window); }));
+    require(released([&] { return filterUsingSGolay(out.data(), array.data(), array.count(), order, window); }),
+            "No fit for this length, window and order.");
     return out.array();
 }
 
@@ -80,8 +81,9 @@ void bindFilters(py::module_& module) {
            py::kw_only(), arg("in_place") = false);
     define(module, "median_ratio", "getMedianImage",
            "The neighbourhood's median over the pixel, as float32; 0 within 5 of a border.", medianRatio, arg("image"));
-    define(module, "savgol_filter", "filterUsingSGolay", "Savitzky-Golay smoothing of float32.", savgolFiltered,
-           arg("values"), arg("window"), arg("order") = 2);
+    define(module, "savgol_filter", "filterUsingSGolay",
+           "Savitzky-Golay smoothing of float32; QxError 1 without a fit.", savgolFiltered, arg("values"),
+           arg("window"), arg("order") = 2);
     define(module, "resample", "interpImg2D",
            "uint16 resampled to (rows, columns) by cubic splines; zeros when memory is short. QxError 1020 for sizes "
            "below 1.",

@@ -12,6 +12,7 @@ namespace {
 
 using py::arg;
 
+constexpr int kMostPowers = 20;
 constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
 
 // A new array of numbers that nothing has written yet.
@@ -72,7 +73,8 @@ std::pair<py::array, py::array> gridFit(const py::object& x, const py::object& y
     const Image<float> xs(x, "x", Shape::Sequence);
     const Image<float> ys(y, "y", Shape::Sequence);
     const Image<float> zs(z, "z", Shape::Image);
-    const bool fits = zs.height() == xs.count() && zs.width() == ys.count() && zs.count() > 0 && p > 0 && q > 0;
+    const bool fits =
+        zs.height() == xs.count() && zs.width() == ys.count() && zs.count() > 0 && p > 0 && p <= kMostPowers && q > 0;
     require(fits ? 0 : StatusWrongParameter);
     const Array<float> coefficients(newArray<float>({p, 3}), "coefficients", Shape::Image);
     std::fill_n(coefficients.data(), coefficients.count(), 0.0f);
@@ -118,7 +120,7 @@ void bindFits(py::module_& module) {
     bindSurfaces(module);
     define(module, "grid_fit", "FitSurfaceLeastSquares",
            "Coefficients (p rows of three) and residuals of z[i, j] at x[i], y[j]; QxError 1020 for sizes that do not "
-           "fit.",
+           "fit and p above 20.",
            gridFit, arg("x"), arg("y"), arg("z"), arg("p"), arg("q"));
 }
 

@@ -49,8 +49,9 @@ void bindLog(py::module_& module) {
         module, "set_log_level", "setLogLevel", "Sets the severity from which lines are written.",
         [](int level) { require(setLogLevel(level)); }, arg("level"));
     define(module, "log_level", "getLogLevel", "The severity from which lines are written.", getLogLevel);
-    define(module, "remove_old_logs", "removeLogFile", "Deletes logs of more than 30 days.",
-           [] { require(released(removeLogFile)); });
+    define(module, "remove_old_logs", "removeLogFile",
+           "Deletes logs of more than 30 days; QxError 1 when the log folder cannot be listed.",
+           [] { require(released(removeLogFile), "The log folder cannot be listed."); });
 }
 
 void bindDetectorQueries(py::module_& module) {

@@ -50,15 +50,24 @@ float upperMedian(const py::object& values, bool inPlace) {
     return released([&] { return getFloatMedian(array.data(), array.count()); });
 }
 
-float quickMedian(const py::object& values) {
-    const Array<float> array(values, "values", Shape::Any);
+float quickMedian(const py::object& values, bool inPlace) {
+    if (inPlace) {
+        const Array<float> array(values, "values", Shape::Any);
+        requireElements(array.count());
+        return released([&] { return getFloatMedianByQuickMethod(array.data(), array.count()); });
+    }
+    const Image<float> array(values, "values", Shape::Any);
     requireElements(array.count());
-    return released([&] { return getFloatMedianByQuickMethod(array.data(), array.count()); });
+    return released([&] {
+        std::vector<float> copy(array.data(), array.data() + array.count());
+        return getFloatMedianByQuickMethod(copy.data(), array.count());
+    });
 }
 
 py::tuple histogramMedian(const py::object& values, int bins) {
     const Image<WORD> array(values, "values", Shape::Any);
     require(bins < 1 ? StatusWrongParameter : 0);
+    requireElements(array.count());
     const Array<int> counts(newArray<int>({bins}), "counts", Shape::Sequence);
     const int middle = released([&] { return getHisMedian(array.data(), array.count(), counts.data(), bins); });
     return py::make_tuple(middle, counts.array());
@@ -173,10 +182,11 @@ void bindMedians(py::module_& module) {
            "The upper middle of float32; in_place leaves the array sorted. QxError 1057 without elements.", upperMedian,
            arg("values"), py::kw_only(), arg("in_place") = false);
     define(module, "quick_median", "getFloatMedianByQuickMethod",
-           "The upper middle of float32, whose order changes; QxError 1057 without elements.", quickMedian,
-           arg("values"));
-    define(module, "histogram_median", "getHisMedian", "The median of uint16 below bins, and their counts.",
-           histogramMedian, arg("values"), arg("bins") = 65536);
+           "The upper middle of float32; in_place reorders the array. QxError 1057 without elements.", quickMedian,
+           arg("values"), py::kw_only(), arg("in_place") = false);
+    define(module, "histogram_median", "getHisMedian",
+           "The median of uint16 below bins, and their counts; QxError 1057 without elements.", histogramMedian,
+           arg("values"), arg("bins") = 65536);
     define(module, "float_histogram_median", "getFloatHisMedian",
            "The median of float32 between 0 and 110 in steps of 0.0001; QxError 1057 without elements.",
            floatHistogramMedian, arg("values"));

@@ -59,10 +59,12 @@ void decodeOneFile(const py::object& source, const py::object& destination) {
     require(released([&] { return decodeFile(from.c_str(), to.c_str()); }));
 }
 
-std::vector<std::string> splitText(const std::string& text, char separator) {
+std::vector<std::string> splitText(const std::string& text, const std::string& separator) {
+    if (separator.size() != 1)
+        throw py::value_error("separator: one ASCII character is needed");
     char** pieces = nullptr;
     int count = 0;
-    const int status = CutString(pieces, text.c_str(), separator, count);
+    const int status = released([&] { return CutString(pieces, text.c_str(), separator.front(), count); });
     std::vector<std::string> result;
     if (pieces != nullptr) {
         result.assign(pieces, pieces + count);
@@ -77,7 +79,10 @@ int textPosition(const std::string& text, const std::string& pattern) {
     if (text.size() > INT_MAX || pattern.size() > INT_MAX)
         throw Failure{StatusWrongParameter};
     int position = -1;
-    getStrPos(text.c_str(), pattern.c_str(), static_cast<int>(text.size()), static_cast<int>(pattern.size()), position);
+    released([&] {
+        getStrPos(text.c_str(), pattern.c_str(), static_cast<int>(text.size()), static_cast<int>(pattern.size()),
+                  position);
+    });
     return position;
 }
 
@@ -98,8 +103,8 @@ void bindTexts(py::module_& module) {
     define(module, "base64_decode", "base64_decode", "The bytes of a Base64 text.", decoded, arg("text"));
     define(module, "decode_file", "decodeFile", "Decodes a file line by line; the source comes first.", decodeOneFile,
            arg("source"), arg("destination"));
-    define(module, "split_text", "CutString deleteMemory deleteMemory2", "The pieces of a text between separators.",
-           splitText, arg("text"), arg("separator"));
+    define(module, "split_text", "CutString deleteMemory deleteMemory2",
+           "The pieces of a text between separators, one ASCII character.", splitText, arg("text"), arg("separator"));
     define(module, "text_position", "getStrPos", "Where a pattern begins in a text, in bytes of UTF-8; -1: nowhere.",
            textPosition, arg("text"), arg("pattern"));
     define(

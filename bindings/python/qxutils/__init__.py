@@ -17,7 +17,9 @@ from ._qxutils import __version__
 def __getattr__(name: str) -> Any:
     # Only the kit's substitute has a virtual detector; everything else works beside another kit, too.
     if name == "VirtualDetector":
-        from ._detector import VirtualDetector
-
+        try:
+            from ._detector import VirtualDetector
+        except ImportError as error:
+            raise AttributeError(f"this kit has no virtual detector: {error}") from error
         return VirtualDetector
     raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

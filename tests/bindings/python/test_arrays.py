@@ -1,6 +1,7 @@
 """What arrays are refused, which are changed, and what other threads may do meanwhile."""
 
 import sys
+import tempfile
 import threading
 import time
 from collections.abc import Callable, Iterator
@@ -40,6 +41,17 @@ REFUSED: list[tuple[Callable[[], Any], type[Exception], str]] = [
     (lambda: qx.snr_squares(U16, "abc"), TypeError, "factory: an SnrSeries or a sequence"),  # type: ignore[arg-type]
     (lambda: qx.write_image("x", U16[:, ::2]), ValueError, "image: a C-contiguous array is needed"),
     (lambda: qx.read_image("x", (1,), object), TypeError, "dtype: a file holds no objects"),
+    (lambda: qx.write_image("x", np.array([{}])), TypeError, "image: a file holds no objects"),
+    (lambda: qx.write_image("x", [[1]]), TypeError, "image: a NumPy array of any"),  # type: ignore[arg-type]
+    (lambda: qx.image_header("x"), TypeError, "header: bytes are needed, not str"),  # type: ignore[arg-type]
+    (lambda: qx.has_length("x", 1 << 40), ValueError, "length: a whole number of 32 bits is needed, not 1099511627776"),
+    (lambda: qx.crop(F32, "1"), TypeError, "border: a whole number of 32 bits"),  # type: ignore[arg-type]
+    (lambda: qx.resample(U16, (1 << 40, 1)), TypeError, "shape: a pair of whole numbers of 32 bits"),
+    (lambda: qx.write_log(1), TypeError, "text: a text is needed, not 1"),  # type: ignore[arg-type]
+    (lambda: qx.is_address("1.2.3.4\0x"), ValueError, "address: a text without a zero byte"),
+    (lambda: qx.gain_exposure_time("ms-\0-mA"), ValueError, "name: a text without a zero byte"),
+    (lambda: qx.split_text("a", "\xe9"), ValueError, "separator: one ASCII character is needed"),
+    (lambda: qx.split_text("a", ""), ValueError, "separator: one ASCII character is needed"),
 ]
 
 
@@ -55,13 +67,14 @@ CODES: list[tuple[Callable[[], Any], int]] = [
     (lambda: qx.snr_series(U16[:100].copy()), 1020),
     (lambda: qx.snr_series(np.empty((0, 300), np.uint16)), 1020),
     (lambda: qx.median(np.empty(0, np.float32)), 1057),
+    (lambda: qx.histogram_median(np.empty(0, np.uint16)), 1057),
+    (lambda: qx.grid_fit(F32[0], F32[0], np.ones((260, 260), np.float32), 21, 3), 1020),
     (lambda: qx.region_median(U16, (0, 200), (0, 9)), 1020),
     (lambda: qx.region_mean(U16, (3, 2), (0, 9)), 1020),
     (lambda: qx.resample(U16, (0, 9)), 1020),
     (lambda: qx.histogram(U16, 0), 1020),
     (lambda: qx.polynomial_fit(F32[:, :2].copy(), 7), 1086),
     (lambda: qx.polynomial_fit(F32, 2), 1020),
-    (lambda: qx.savgol_filter(F32[0], 6), 1),
     (lambda: qx.balance_afe(F32[:, :20].copy()), 1020),
     (lambda: qx.afe_ratios(F32, 0), 1020),
     (lambda: qx.crop(F32, -1), 1020),
@@ -92,6 +105,20 @@ def test_statuses_are_errors_with_the_librarys_message(call: Callable[[], Any], 
     assert caught.value.status == status and str(caught.value) == (qx.status_message(status) or "")
 
 
+ANSWERS: list[tuple[Callable[[], Any], str]] = [
+    (lambda: qx.savgol_filter(F32[0], 6), "No fit for this length, window and order."),
+    (lambda: qx.file_count("/nowhere"), "The directory cannot be listed."),
+    (lambda: qx.files_by_creation_time("/nowhere"), "The directory cannot be listed."),
+]
+
+
+@pytest.mark.parametrize(("call", "sentence"), ANSWERS)
+def test_an_answer_of_1_has_a_sentence_of_its_own(call: Callable[[], Any], sentence: str) -> None:
+    with pytest.raises(qx.QxError, match=f"^{sentence}$") as caught:
+        call()
+    assert caught.value.status == 1
+
+
 NOISE = np.random.default_rng(2).integers(0, 60000, (200, 260), dtype=np.uint16)
 
 CHANGING: list[tuple[Callable[..., Array], Array]] = [
@@ -118,11 +145,26 @@ def test_in_place_changes_the_array_and_otherwise_a_copy(change: Callable[..., A
     np.testing.assert_array_equal(own, copy)
 
 
+@pytest.mark.parametrize("median", [qx.upper_median, qx.quick_median])
+def test_medians_reorder_the_array_in_place(median: Callable[..., float]) -> None:
+    values = NOISE.ravel().astype(np.float32)
+    own = values.copy()
+    assert median(own) == median(own.copy(), in_place=True) == np.sort(values)[values.size // 2]
+    np.testing.assert_array_equal(own, values)
+    median(own, in_place=True)
+    assert not np.array_equal(own, values)
+    np.testing.assert_array_equal(np.sort(own), np.sort(values))
+    with pytest.raises(ValueError, match="^values: the array is read-only"):
+        median(read_only(values), in_place=True)
+
+
 COUNTS = np.random.default_rng(1).normal(3000, 500, (2000, 2000)).astype(np.uint16)
 OWN = COUNTS.copy()
 VALUES = COUNTS.astype(np.float32)
 SUMS = COUNTS.astype(np.uint32)
 BYTES = COUNTS.tobytes()
+TEXT = "a" * 10_000_000
+FOLDER = tempfile.TemporaryDirectory()
 
 
 @pytest.fixture
@@ -176,8 +218,9 @@ LONG: list[Callable[[], Any]] = [
     lambda: qx.balance_afe(VALUES),
     lambda: qx.surface_fit(VALUES),
     lambda: qx.ndt_calibrate(SUMS, SUMS),
-    lambda: qx.write_image("/dev/null", COUNTS),
+    lambda: qx.write_image(f"{FOLDER.name}/image.raw", COUNTS),
     lambda: qx.base64_encode(BYTES),
+    lambda: qx.text_position(TEXT, "ab"),
 ]
 
 

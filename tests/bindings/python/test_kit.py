@@ -5,6 +5,8 @@ import re
 import struct
 import subprocess
 import sys
+import threading
+import time
 from collections.abc import Callable
 from pathlib import Path
 from typing import Any
@@ -30,6 +32,12 @@ LEFT = uneven(slice(None), slice(0, 512), 5000)
 CORNER = uneven(slice(0, 300), slice(0, 300), 3000)
 UNEXPOSED = uneven(slice(0, 100), slice(0, 100), 400)
 
+PATCH = DARK.astype(np.float32)
+PATCH[320:336, 320:336] = 100
+# By the unit of the measure: what the answer 1 says, which is not the status 1.
+ANSWERS = {"entries": "Not in the list.", "": "Structured patches."}
+
+
 def header_of(side: int, sections: bytes = bytes(32)) -> bytes:
     head = bytes(12) + struct.pack(">2i", side, side) + bytes(20) + sections
     return head.ljust(16464, b"\0") + struct.pack(">f", 500) + bytes(49068)
@@ -48,6 +56,7 @@ VERDICTS: list[tuple[Callable[[], qx.Verdict], int, str, float, str]] = [
     (lambda: qx.check_false_trigger(DARK.astype(np.float32) / 2), 1094, ">", 150.0, "counts"),
     (lambda: qx.check_dark_time("500;1000", 1000), 0, ">=", 1.0, "entries"),
     (lambda: qx.check_dark_time("500;1000", 100), 1, ">=", 0.0, "entries"),
+    (lambda: qx.check_offset_image(PATCH), 1, "<", 1.0, ""),
 ]
 
 
@@ -57,7 +66,7 @@ def test_verdicts_tell_what_decided(
 ) -> None:
     verdict = check()
     assert (verdict.status, verdict.passed, bool(verdict)) == (status, status == 0, status == 0)
-    assert verdict.message == (qx.status_message(status) or "A status without a message.")
+    assert verdict.message == (ANSWERS[verdict.measures[0].unit] if status == 1 else qx.status_message(status))
     measure = verdict.measures[-1]
     assert (measure.comparison, measure.unit) == (comparison, unit)
     assert measure.value == pytest.approx(value, rel=0.1)
@@ -155,6 +164,52 @@ def test_detector_is_as_before_behind_its_block(tmp_path: Path, detector: qx.Vir
     assert not os.path.exists(folder)
 
 
+class Slow:
+    """A width whose reader lets other threads run meanwhile."""
+
+    def __init__(self, reached: threading.Event) -> None:
+        self.reached = reached
+
+    def __index__(self) -> int:
+        self.reached.set()
+        time.sleep(0.2)
+        return 100
+
+
+# In a process of its own, which a deadlock does not outlive.
+def test_other_threads_reach_the_detector_while_settings_are_read() -> None:
+    code = """if True:
+        import threading, qxutils
+        from test_kit import Slow
+        with qxutils.VirtualDetector() as outer:
+            reached = threading.Event()
+            def use() -> None:
+                reached.wait()
+                outer.height = outer.height + 1
+                outer.transfers, qxutils.gain_id()
+            thread = threading.Thread(target=use)
+            thread.start()
+            with qxutils.VirtualDetector(width=Slow(reached)) as inner:
+                assert inner.width == 100
+            thread.join()
+    """
+    environment = os.environ | {"PYTHONPATH": os.pathsep.join(sys.path)}
+    subprocess.run([sys.executable, "-c", code], env=environment, check=True, timeout=30)
+
+
+def test_settings_are_refused_with_a_sentence(detector: qx.VirtualDetector) -> None:
+    with pytest.raises(ValueError, match="^width: a whole number of 32 bits is needed, not 1099511627776$"):
+        detector.width = 1 << 40
+    with pytest.raises(TypeError, match="^temperature_c: a number is needed, not 'x'$"):
+        setattr(detector, "temperature_c", "x")
+    with pytest.raises(ValueError, match="^machine_id: a text without a zero byte is needed$"):
+        detector.machine_id = "a\0b"
+    with pytest.raises(TypeError, match="item assignment"):
+        detector.iparams[196] = 3  # type: ignore[index]
+    detector.iparams = {**detector.iparams, 196: 3}
+    assert detector.iparams[196] == qx.aed_trigger_source() == 3
+
+
 def test_every_export_has_a_function_that_names_it() -> None:
     pinned = Path(os.environ["QX_PINNED_EXPORTS"]).read_text().split("\n")
     exports = {line.split("(")[0].split("<")[0].split(" ")[-1] for line in pinned if line}
@@ -176,6 +231,8 @@ def test_library_works_without_the_kits_virtual_detector() -> None:
     result = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
     assert result.stdout == "Normal exit without an error.\n"
     assert qx.__version__ in qx.library_version()
+    code = "import sys, qxutils; sys.modules['qxutils._detector'] = None; exit(hasattr(qxutils, 'VirtualDetector'))"
+    subprocess.run([sys.executable, "-c", code], check=True)
 
 
 def test_readmes_program_runs(capfd: pytest.CaptureFixture[str]) -> None:
