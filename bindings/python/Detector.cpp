@@ -164,7 +164,7 @@ void settings(Class& session, Record& (*record)(VirtualDetector&),
               std::initializer_list<std::pair<const char*, Value Record::*>> fields) {
     for (const auto& [name, field] : fields)
         setting(session, name,
-                [record, field](VirtualDetector& detector) -> Value& { return record(detector).*field; });
+                [record, field = field](VirtualDetector& detector) -> Value& { return record(detector).*field; });
 }
 
 VirtualDetector& itself(VirtualDetector& detector) {
