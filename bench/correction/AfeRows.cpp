@@ -54,6 +54,22 @@ Row afeRow(int side, int afeWidth) {
             .keepAlive = detector};
 }
 
+// Gains of 1, so that every run does the same work.
+Row givenGainsRow(int side) {
+    constexpr int kAfeWidth = 128;
+    const std::vector<float> gains(static_cast<std::size_t>(side / kAfeWidth - 1), 1.0f);
+    const FloatImage field = floatFlatField(side, side);
+    const auto scaledBy = [&](auto scale) {
+        return onOwnImage(field, [gains, scale](FloatImage& image) {
+            scale(image.data(), image.width, image.height, gains.data(), static_cast<int>(gains.size()), kAfeWidth);
+        });
+    };
+    return {.ours = scaledBy(correctRDbyRgain),
+            .plain = scaledBy(qx::plain::correctRDbyRgain),
+            .limitName = "one update",
+            .limit = onOwnImage(field, [](FloatImage& image) { streamUpdate(image.data(), byteCount(image)); })};
+}
+
 }  // namespace
 
 std::vector<qx::bench::RowEntry> qx::bench::afeRows() {
@@ -62,5 +78,7 @@ std::vector<qx::bench::RowEntry> qx::bench::afeRows() {
          [](const Scale& scale) { return afeRow(scale.pick(3072, 300), 32); }},
         {"correctRDwithoutRgain 3072 x 3072, AFEs of 128 columns",
          [](const Scale& scale) { return afeRow(scale.pick(3072, 600), 128); }},
+        {"correctRDbyRgain 3072 x 3072, AFEs of 128 columns",
+         [](const Scale& scale) { return givenGainsRow(scale.pick(3072, 600)); }},
     };
 }

@@ -48,6 +48,8 @@ void calcRgain(float* rgain, const float* medianRatio, int nAfe, int width, int 
     }
 }
 
+}  // namespace
+
 void correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth) {
     const int reference = referenceBlock(width, afeWidth);
     for (int column = 0; column < width; ++column) {
@@ -64,6 +66,8 @@ void correctRDbyRgain(float* image, int width, int height, const float* rgain, i
         }
     }
 }
+
+namespace {
 
 std::vector<float> columnMeans(const float* image, int width, int height) {
     std::vector<float> means;

@@ -8,6 +8,7 @@ namespace qx::plain {
 
 void calcNeighbourAFERatio(float* ratio, int nAfe, const float* image, int width, int height, int afeWidth);
 void overwriteBadLineAroundAFEEdge(float* image, int width, int height, int afeWidth);
+void correctRDbyRgain(float* image, int width, int height, const float* rgain, int nAfe, int afeWidth);
 void correctRDwithoutRgain(float* image, int width, int height, int afeWidth);
 
 void cutBinningImage(float* out, const float* image, int width, int height, int border);

@@ -52,22 +52,11 @@ void columnMeans(const qx::ImageView<float>& image, std::span<float> means) {
         sum /= image.height;
 }
 
-void scaleImage(const qx::ImageView<float>& image, const AfeBlocks& blocks, std::span<const float> columnGains) {
+// Scales the columns from `first` on for which there are gains.
+void scaleColumns(const qx::ImageView<float>& image, const AfeBlocks& blocks, int first,
+                  std::span<const float> columnGains) {
     for (int y = 0; y < image.height; ++y)
-        qx::scaleRow(image.rowSpan(y), blocks, columnGains);
-}
-
-// Scales the columns first .. end - 1, a panel at a time, so that their gains need no memory that may be missing.
-void scaleColumns(const qx::ImageView<float>& image, const AfeBlocks& blocks, std::span<const float> gains, int first,
-                  int end) {
-    constexpr int kPanelColumns = 2048;
-    std::array<float, kPanelColumns> columnGains;
-    qx::forPanels(end - first, kPanelColumns, [&](int offset, int columns) {
-        const int x = first + offset;
-        qx::spreadGains(gains, blocks, x, std::span(columnGains).first(columns));
-        for (int y = 0; y < image.height; ++y)
-            qx::afeKernels().scaleBelow(image.row(y) + x, columns, columnGains.data(), qx::kSaturated);
-    });
+        qx::scaleRow(image.rowSpan(y).subspan(first, columnGains.size()), blocks, first, columnGains);
 }
 
 }  // namespace
@@ -76,7 +65,7 @@ int correctRDwithoutRgain(float* image, int width, int height) {
     const qx::ImageView<float> view{image, width, height};
     RaisedRows rows(view);
     return qx::balanceAfes(image == nullptr ? nullptr : &rows, [&](const qx::AfeMeasurement& measurement) {
-        scaleImage(view, measurement.blocks(), measurement.columnGains());
+        scaleColumns(view, measurement.blocks(), 0, measurement.columnGains());
         return StatusOk;
     });
 }
@@ -88,10 +77,14 @@ int correctRDbyRgain(float* image, int width, int height, const float* rgain, in
     const AfeBlocks blocks{width, afeWidth};
     if (!view.exists() || !hasBlocks(blocks) || nAfe < 1)
         return StatusWrongParameter;
-    const int reference = blocks.first(blocks.reference());
-    const std::span gains(rgain, nAfe);
-    scaleColumns(view, blocks, gains, 0, reference);
-    scaleColumns(view, blocks, gains, reference + afeWidth, width);
+    // The gains of so many columns need no memory that may be missing.
+    constexpr int kPanelColumns = 4096;
+    std::array<float, kPanelColumns> panelGains;
+    qx::forPanels(width, kPanelColumns, [&](int first, int columns) {
+        const std::span<float> columnGains = std::span(panelGains).first(columns);
+        qx::spreadGains(std::span(rgain, nAfe), blocks, first, columnGains);
+        scaleColumns(view, blocks, first, columnGains);
+    });
     return StatusOk;
 }
 

@@ -14,9 +14,6 @@ inline bool measurable(const AfeBlocks& blocks) noexcept {
     return blocks.afeWidth >= kMinEdgeBlock && blocks.afeWidth <= blocks.width;
 }
 
-// Pixels from here on are not rescaled.
-inline constexpr float kSaturated = 65535.0f;
-
 // The detector's AFE width; 32 when it does not tell.
 int detectorAfeWidth() noexcept;
 
@@ -30,8 +27,9 @@ void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::
 void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int first,
                  std::span<float> columnGains) noexcept;
 
-// Multiplies a row's pixels outside the reference block by their columns' gains, saturated ones excepted.
-void scaleRow(std::span<float> row, const AfeBlocks& blocks, std::span<const float> columnGains) noexcept;
+// Multiplies a row's pixels from column `first` on by their columns' gains, but for the reference block and saturated
+// ones.
+void scaleRow(std::span<float> pixels, const AfeBlocks& blocks, int first, std::span<const float> columnGains) noexcept;
 
 // Measures the gain steps between the AFE blocks of an image from its rows. The blocks must be measurable.
 class AfeMeasurement {

@@ -161,7 +161,7 @@ int binBalanced(const Exposure& exposure, Illumination& illumination) {
         return StatusAllocationFailed;
     return balanceAfes(&rows, [&](const AfeMeasurement& measurement) {
         const auto scale = [&](std::span<float> row) {
-            scaleRow(row, measurement.blocks(), measurement.columnGains());
+            scaleRow(row, measurement.blocks(), 0, measurement.columnGains());
         };
         return binRows(rows, scale, illumination.blocks());
     });
@@ -216,7 +216,7 @@ int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
     const auto repairAndScale = [&](std::span<float> row) {
         for (const ColumnReplacement& replacement : measurement.replacements())
             row[replacement.column] = row[replacement.source];
-        scaleRow(row, blocks, measurement.columnGains());
+        scaleRow(row, blocks, 0, measurement.columnGains());
     };
     status = binRows(rows, repairAndScale, illumination.blocks());
     if (status != StatusOk)

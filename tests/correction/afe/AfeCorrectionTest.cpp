@@ -117,7 +117,7 @@ TEST_F(AfeCorrection, gains_leave_white_pixels_the_reference_block_and_the_last_
         EXPECT_EQ(c.expected, actual);
     }
     // Five blocks that are wider than the panels they are scaled in.
-    constexpr int kBlock = 2500;
+    constexpr int kBlock = 5000;
     const Floats gains = {2, 3, 5, 7};
     Floats actual, expected;
     for (int i = 0; i < 2 * (5 * kBlock + 1); ++i) {
