@@ -3,8 +3,6 @@
 #include "QxUtils/StatusCode.h"
 
 #include <climits>
-#include <cstdint>
-#include <new>
 #include <span>
 #include <vector>
 

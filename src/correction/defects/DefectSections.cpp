@@ -19,7 +19,6 @@ namespace {
 constexpr std::uint64_t kPointBytes = 4;
 constexpr std::uint64_t kLineBytes = 8;
 constexpr std::int16_t kSeparator = -1;
-constexpr int kSeparatorInList = -1;
 
 // A stretch of the file; empty ones lie anywhere.
 struct Section {

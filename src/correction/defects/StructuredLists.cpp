@@ -1,18 +1,10 @@
 #include "correction/defects/StructuredLists.h"
 
+#include "correction/defects/DefectSections.h"
+
 #include <vector>
 
 namespace qx {
-namespace {
-
-constexpr int kClusterSeparator = -1;
-
-// Whether a list's next pixel begins a cluster.
-bool endsCluster(const std::vector<int>& clusters) {
-    return clusters.empty() || clusters.back() == kClusterSeparator;
-}
-
-}  // namespace
 
 VectorDefect listsOf(const DefectInfo& record, int width, int height) {
     const auto addPixel = [&](const DefectEntry& entry, std::vector<int>& list) {
@@ -23,14 +15,13 @@ VectorDefect listsOf(const DefectInfo& record, int width, int height) {
     for (const DefectEntry& point : record.points)
         addPixel(point, lists.points);
     for (const ClusterGroup& cluster : record.clusters) {
-        if (!endsCluster(lists.clusters))
-            lists.clusters.push_back(kClusterSeparator);
+        std::vector<int> pixels;
         for (const DefectEntry& entry : cluster.entries)
-            addPixel(entry, lists.clusters);
+            addPixel(entry, pixels);
+        if (!pixels.empty() && !lists.clusters.empty())
+            lists.clusters.push_back(kSeparatorInList);
+        lists.clusters.insert(lists.clusters.end(), pixels.begin(), pixels.end());
     }
-    // The last groups may have no pixel.
-    if (!lists.clusters.empty() && endsCluster(lists.clusters))
-        lists.clusters.pop_back();
     for (const LineGroup& group : record.rows)
         for (const DefectEntry& entry : group.entries)
             lists.rows.push_back(entry.y1);
