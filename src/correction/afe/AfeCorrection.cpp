@@ -53,10 +53,9 @@ void columnMeans(const qx::ImageView<float>& image, std::span<float> means) {
 }
 
 // Scales the columns from `first` on for which there are gains.
-void scaleColumns(const qx::ImageView<float>& image, const AfeBlocks& blocks, int first,
-                  std::span<const float> columnGains) {
+void scaleColumns(const qx::ImageView<float>& image, int first, std::span<const float> columnGains) {
     for (int y = 0; y < image.height; ++y)
-        qx::scaleRow(image.rowSpan(y).subspan(first, columnGains.size()), blocks, first, columnGains);
+        qx::scaleRow(image.rowSpan(y).subspan(first, columnGains.size()), columnGains);
 }
 
 }  // namespace
@@ -65,7 +64,7 @@ int correctRDwithoutRgain(float* image, int width, int height) {
     const qx::ImageView<float> view{image, width, height};
     RaisedRows rows(view);
     return qx::balanceAfes(image == nullptr ? nullptr : &rows, [&](const qx::AfeMeasurement& measurement) {
-        scaleColumns(view, measurement.blocks(), 0, measurement.columnGains());
+        scaleColumns(view, 0, measurement.columnGains());
         return StatusOk;
     });
 }
@@ -83,7 +82,7 @@ int correctRDbyRgain(float* image, int width, int height, const float* rgain, in
     qx::forPanels(width, kPanelColumns, [&](int first, int columns) {
         const std::span<float> columnGains = std::span(panelGains).first(columns);
         qx::spreadGains(std::span(rgain, nAfe), blocks, first, columnGains);
-        scaleColumns(view, blocks, first, columnGains);
+        scaleColumns(view, first, columnGains);
     });
     return StatusOk;
 }

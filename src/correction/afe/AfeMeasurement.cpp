@@ -61,16 +61,9 @@ void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int firs
     }
 }
 
-void scaleRow(std::span<float> pixels, const AfeBlocks& blocks, int first,
-              std::span<const float> columnGains) noexcept {
+void scaleRow(std::span<float> pixels, std::span<const float> columnGains) noexcept {
     constexpr float kSaturated = 65535.0f;
-    const AfeKernels& kernels = afeKernels();
-    const int count = static_cast<int>(pixels.size());
-    const int reference = blocks.first(blocks.reference()) - first;
-    const int before = std::clamp(reference, 0, count);
-    const int behind = std::clamp(reference + blocks.afeWidth, 0, count);
-    kernels.scaleBelow(pixels.data(), before, columnGains.data(), kSaturated);
-    kernels.scaleBelow(pixels.data() + behind, count - behind, columnGains.data() + behind, kSaturated);
+    afeKernels().scaleBelow(pixels.data(), static_cast<int>(pixels.size()), columnGains.data(), kSaturated);
 }
 
 AfeMeasurement::AfeMeasurement(const AfeBlocks& blocks, int height) noexcept

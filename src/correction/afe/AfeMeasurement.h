@@ -27,9 +27,8 @@ void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::
 void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int first,
                  std::span<float> columnGains) noexcept;
 
-// Multiplies a row's pixels from column `first` on by their columns' gains, but for the reference block and saturated
-// ones.
-void scaleRow(std::span<float> pixels, const AfeBlocks& blocks, int first, std::span<const float> columnGains) noexcept;
+// Multiplies pixels by their columns' gains, saturated ones excepted. A gain of 1 keeps every bit.
+void scaleRow(std::span<float> pixels, std::span<const float> columnGains) noexcept;
 
 // Measures the gain steps between the AFE blocks of an image from its rows. The blocks must be measurable.
 class AfeMeasurement {

@@ -160,9 +160,7 @@ int binBalanced(const Exposure& exposure, Illumination& illumination) {
     if (!rows)
         return StatusAllocationFailed;
     return balanceAfes(&rows, [&](const AfeMeasurement& measurement) {
-        const auto scale = [&](std::span<float> row) {
-            scaleRow(row, measurement.blocks(), 0, measurement.columnGains());
-        };
+        const auto scale = [&](std::span<float> row) { scaleRow(row, measurement.columnGains()); };
         return binRows(rows, scale, illumination.blocks());
     });
 }
@@ -216,7 +214,7 @@ int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
     const auto repairAndScale = [&](std::span<float> row) {
         for (const ColumnReplacement& replacement : measurement.replacements())
             row[replacement.column] = row[replacement.source];
-        scaleRow(row, blocks, 0, measurement.columnGains());
+        scaleRow(row, measurement.columnGains());
     };
     status = binRows(rows, repairAndScale, illumination.blocks());
     if (status != StatusOk)
