@@ -1,0 +1,234 @@
+#include "results/RecordJson.h"
+
+#include "common/FileAccess.h"
+#include "common/ToolError.h"
+
+#include <QxSysMgt.h>
+#include <QxUtils/Foundation.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace qx::tool {
+namespace {
+
+constexpr std::int64_t kMaxResultsBytes = std::int64_t{1} << 28;
+constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
+constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
+constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
+
+// JSON has no other numbers than finite ones.
+Json numberToJson(double value) {
+    if (std::isnan(value))
+        return nullptr;
+    if (std::isinf(value))
+        return value > 0 ? "Infinity" : "-Infinity";
+    return value;
+}
+
+double numberFromJson(const Json& json) {
+    if (json.is_null())
+        return std::numeric_limits<double>::quiet_NaN();
+    if (json.is_string())
+        return json.get<std::string>() == "Infinity" ? HUGE_VAL : -HUGE_VAL;
+    return json.get<double>();
+}
+
+// The value whose text is given, as the first function has it.
+template <class Value, std::size_t Count>
+Value named(const std::array<Value, Count>& values, const char* (*textOf)(Value), const Json& json) {
+    for (const Value value : values) {
+        if (json.get<std::string>() == textOf(value))
+            return value;
+    }
+    throw std::runtime_error("\"" + json.get<std::string>() + "\" is unknown");
+}
+
+std::string crcText(std::uint32_t crc) {
+    std::string digits(8, '0');
+    for (std::size_t i = digits.size(); i-- > 0; crc >>= 4)
+        digits[i] = "0123456789abcdef"[crc & 0xF];
+    return digits;
+}
+
+std::uint32_t crcFromText(const std::string& text) {
+    std::uint32_t crc = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), crc, 16).ptr != text.data() + text.size())
+        throw std::runtime_error("\"" + text + "\" is no CRC");
+    return crc;
+}
+
+Json toJson(const Measure& measure) {
+    Json json = {{"name", measure.name},
+                 {"value", numberToJson(measure.value)},
+                 {"unit", measure.unit},
+                 {"decimals", measure.decimals}};
+    if (measure.limit) {
+        json["comparison"] = symbolOf(measure.limit->comparison);
+        json["limit"] = numberToJson(measure.limit->value);
+        json["requirement"] = measure.limit->requirement;
+        json["met"] = measure.limit->met;
+    }
+    return json;
+}
+
+Measure measureFromJson(const Json& json) {
+    Measure measure{json.at("name"), numberFromJson(json.at("value")), json.at("unit"), json.at("decimals")};
+    if (json.contains("limit")) {
+        measure.limit = {named(kComparisons, symbolOf, json.at("comparison")), numberFromJson(json.at("limit")),
+                         json.at("requirement"), json.at("met")};
+    }
+    return measure;
+}
+
+Json toJson(const SnrSquare& square) {
+    Json json = {{"side", square.side}, {"measured", numberToJson(square.measured)}};
+    if (square.factory)
+        json["factory"] = numberToJson(*square.factory);
+    if (square.expected) {
+        json["expected"] = numberToJson(*square.expected);
+        json["below"] = square.isBelow;
+    }
+    return json;
+}
+
+SnrSquare squareFromJson(const Json& json) {
+    SnrSquare square{json.at("side"), numberFromJson(json.at("measured"))};
+    if (json.contains("factory"))
+        square.factory = numberFromJson(json.at("factory"));
+    if (json.contains("expected")) {
+        square.expected = numberFromJson(json.at("expected"));
+        square.isBelow = json.at("below");
+    }
+    return square;
+}
+
+void addSubject(Json& json, const Subject& subject) {
+    json["file"] = subject.file;
+    if (subject.bytes)
+        json["bytes"] = *subject.bytes;
+    if (subject.crc)
+        json["crc"] = crcText(*subject.crc);
+    if (subject.shape)
+        json["shape"] = {{"width", subject.shape->width}, {"height", subject.shape->height}};
+    if (!subject.time.empty())
+        json["time"] = subject.time;
+}
+
+Subject subjectFromJson(const Json& json) {
+    Subject subject{json.at("file")};
+    if (json.contains("bytes"))
+        subject.bytes = json.at("bytes").get<std::int64_t>();
+    if (json.contains("crc"))
+        subject.crc = crcFromText(json.at("crc"));
+    if (json.contains("shape"))
+        subject.shape = Shape{json.at("shape").at("width"), json.at("shape").at("height")};
+    subject.time = json.value("time", "");
+    return subject;
+}
+
+// Without a kit that answers there is less to tell.
+Json detectorJson() {
+    Json json = Json::object();
+    DetectorInformation information{};
+    if (getDetectorInformation(&information) == 0)
+        json["description"] = information.description;
+    if (const char* const machine = getMachineID(); machine != nullptr)
+        json["machine"] = machine;
+    json["gain"] = getGainId();
+    json["exposureTimeMs"] = getCurrentExpTime();
+    StatusInformation status{};
+    if (getStatusInformation(&status) == 0)
+        json["temperatureC"] = status.temperature;
+    return json;
+}
+
+std::string versionNumber() {
+    const std::string version = getQxUtilsDllVersion();
+    return version.substr(version.find_first_of("0123456789"));
+}
+
+std::vector<Record> parseRecords(const std::string& text) {
+    std::vector<Record> records;
+    const Json document = Json::parse(text, nullptr, false);
+    if (!document.is_discarded() && document.contains("results")) {
+        for (const Json& json : document.at("results"))
+            records.push_back(recordFromJson(json));
+        return records;
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        records.push_back(recordFromJson(Json::parse(line)));
+    return records;
+}
+
+}  // namespace
+
+Json documentHead() {
+    return {
+        {"schema", kResultsSchema}, {"program", "qxutils"}, {"version", versionNumber()}, {"detector", detectorJson()}};
+}
+
+Json toJson(const Record& record) {
+    Json json = {{"command", record.command}};
+    if (!record.check.empty())
+        json["check"] = record.check;
+    addSubject(json, record.subject);
+    json["verdict"] = toText(record.verdict);
+    if (record.code)
+        json["code"] = *record.code;
+    if (!record.message.empty())
+        json["message"] = record.message;
+    if (record.grade)
+        json["grade"] = *record.grade;
+    json["measures"] = Json::array();
+    for (const Measure& measure : record.measures)
+        json["measures"].push_back(toJson(measure));
+    for (const SnrSquare& square : record.squares)
+        json["squares"].push_back(toJson(square));
+    return json;
+}
+
+Record recordFromJson(const Json& json) {
+    Record record{json.at("command")};
+    record.check = json.value("check", "");
+    record.subject = subjectFromJson(json);
+    record.verdict = named(kVerdicts, toText, json.at("verdict"));
+    if (json.contains("code"))
+        record.code = json.at("code").get<int>();
+    record.message = json.value("message", "");
+    if (json.contains("grade"))
+        record.grade = json.at("grade").get<int>();
+    for (const Json& measure : json.at("measures"))
+        record.measures.push_back(measureFromJson(measure));
+    if (json.contains("squares")) {
+        for (const Json& square : json.at("squares"))
+            record.squares.push_back(squareFromJson(square));
+    }
+    return record;
+}
+
+std::string toLine(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::vector<Record> loadRecords(const std::string& path) {
+    if (fileBytes(path, kResultsWanted) > kMaxResultsBytes)
+        throw ToolError(path + ": too long for results; give " + kResultsWanted);
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file)
+        throw ToolError(path + ": cannot be read; check that you may read it and that it is not empty");
+    try {
+        return parseRecords(text.str());
+    } catch (const std::exception& error) {
+        throw ToolError(path + ": holds no results (" + error.what() + "); give " + kResultsWanted);
+    }
+}
+
+}  // namespace qx::tool
