@@ -96,7 +96,7 @@ void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string
 }
 
 ExitCode runBatch(const BatchOptions& options, const std::string& command, const JudgeFile& judge,
-                  const PrintTable& printTable) {
+                  const PrintTable& printTable, const PrepareFiles& prepare) {
     const auto outcomeOfFile = [&](const std::string& file) {
         return outcomeOf(command, file, [&] { return judge(file); });
     };
@@ -105,6 +105,8 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
         return ExitCode::Passed;
     }
     const NamedFiles named = filesNamedBy(options.names, options.recursive, options.endings);
+    if (prepare)
+        prepare(named.files);
     Run run(options.results, printTable, named.files.size(), options.quiet);
     for (const std::string& problem : named.problems)
         run.tellProblem(problem);

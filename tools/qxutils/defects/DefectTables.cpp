@@ -33,6 +33,16 @@ std::string firstOf(const std::vector<Entry>& list) {
 
 }  // namespace
 
+Record defectCountsOf(const DefectLists& lists) {
+    const auto countOf = [](const auto& list) { return static_cast<double>(list.size()); };
+    Record record;
+    record.measures = {{"points", countOf(lists.points), "pixels"},
+                       {"rows", countOf(lists.rows), "rows"},
+                       {"columns", countOf(lists.columns), "columns"},
+                       {"clusters", countOf(lists.clusters), "clusters"}};
+    return record;
+}
+
 void printDefectCounts(std::ostream& out, const DefectLists& lists) {
     TextTable table({"defects", "points", "rows", "columns", "clusters"});
     table.addRow({"", std::to_string(lists.points.size()), std::to_string(lists.rows.size()),

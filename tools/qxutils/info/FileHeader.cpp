@@ -8,7 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <iostream>
+#include <ostream>
 #include <vector>
 
 namespace qx::tool {
@@ -42,13 +42,12 @@ FileHeader loadFactorySnrHeader(const std::string& path) {
     return header;
 }
 
-void printHeader(const FileHeader& header) {
-    TextTable table({"header", "width", "height", "detector type", "integration time", "temperature"});
+void printHeader(std::ostream& out, const FileHeader& header) {
+    TextTable table({"header", "width", "height", "detector type", "integration time, ms", "temperature, C"});
     table.addRow({"", std::to_string(header.file.width), std::to_string(header.file.height),
-                  std::to_string(header.detector.detectorType),
-                  formatNumber(header.detector.integrationTime, 1) + " ms",
-                  formatNumber(header.detector.temperature, 1) + " C"});
-    table.print(std::cout);
+                  std::to_string(header.detector.detectorType), formatNumber(header.detector.integrationTime, 1),
+                  formatNumber(header.detector.temperature, 1)});
+    table.print(out);
 }
 
 std::optional<float> headerIntegrationTime(const std::string& path) {
