@@ -26,13 +26,13 @@ bool isSameFile(const std::string& first, const std::string& second) {
 }
 
 // Refuses what is not there, as a kind of thing that is missing.
-bool isFolder(const std::string& path, const std::string& wanted, const char* kind) {
+fs::file_type typeOf(const std::string& path, const std::string& wanted, const char* kind) {
     requireName(path, wanted);
     std::error_code error;
     const fs::file_status status = fs::status(toPath(path), error);
     if (!fs::exists(status))
         throw ToolError(path + ": no such " + kind + "; check the name");
-    return fs::is_directory(status);
+    return status.type();
 }
 
 }  // namespace
@@ -43,8 +43,13 @@ void requireName(const std::string& path, const std::string& wanted) {
 }
 
 std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
-    if (isFolder(path, wanted, "file"))
+    const fs::file_type type = typeOf(path, wanted, "file");
+    if (type == fs::file_type::directory)
         throw ToolError(path + ": is a directory; give " + wanted);
+    if (type == fs::file_type::fifo)
+        throw ToolError(path + ": is a pipe; give a file, or - to read standard input");
+    if (type != fs::file_type::regular)
+        throw ToolError(path + ": is no regular file; give " + wanted);
     std::error_code error;
     const std::uintmax_t bytes = fs::file_size(toPath(path), error);
     if (error)
@@ -53,13 +58,25 @@ std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
 }
 
 void requireFolder(const std::string& path, const std::string& wanted) {
-    if (!isFolder(path, wanted, "folder"))
+    if (typeOf(path, wanted, "folder") != fs::file_type::directory)
         throw ToolError(path + ": is no folder; give " + wanted);
 }
 
+void requireDistinct(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs) {
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        for (const std::string& input : inputs)
+            requireOtherFile(*output, input);
+        for (auto other = outputs.begin(); other != output; ++other) {
+            if (isSameFile(*output, *other))
+                throw ToolError(*output + ": would be written twice; give another name", ExitCode::Usage);
+        }
+    }
+}
+
 void requireOtherFile(const std::string& output, const std::string& input) {
-    if (isSameFile(output, input))
+    if (isSameFile(output, input == "-" ? "/dev/stdin" : input))
         throw ToolError(output + ": would overwrite the file it is made from; give another name", ExitCode::Usage);
+    requireReplaceable(output);
 }
 
 void createFolder(const std::string& path) {
