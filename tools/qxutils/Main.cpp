@@ -1,5 +1,7 @@
 #include "commands/Command.h"
 #include "common/DetectorSetup.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 
 #include <QxUtils/Foundation.h>
 
@@ -23,7 +25,7 @@ int exitStatus(ExitCode code) {
 // Runs where memory may be short, so it takes none and throws nothing.
 int reportError(const char* message, ExitCode code) noexcept {
     std::fflush(nullptr);
-    std::fprintf(stderr, "qxutils: %s\n", message);
+    printErrorLine(message);
     return exitStatus(code);
 }
 
@@ -108,5 +110,5 @@ int run(int argc, char** argv) {
 }  // namespace qx::tool
 
 int main(int argc, char** argv) {
-    return qx::tool::run(argc, argv);
+    return qx::tool::run(argc, qx::tool::nativeArguments(argv));
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <new>
 
 namespace qx::tool {
 namespace {
@@ -57,7 +59,7 @@ std::filesystem::path toPath(const std::string& name) {
 }
 
 std::string toName(const std::filesystem::path& path) {
-    const std::u8string name = path.u8string();
+    const std::u8string name = path.generic_u8string();
     return {name.begin(), name.end()};
 }
 
@@ -72,6 +74,14 @@ std::string printable(std::string_view text) {
         text.remove_prefix(std::max<std::size_t>(bytes, 1));
     }
     return line;
+}
+
+void printErrorLine(const char* message) noexcept {
+    try {
+        std::fprintf(stderr, "qxutils: %s\n", printable(message).c_str());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "qxutils: %s\n", message);
+    }
 }
 
 }  // namespace qx::tool

@@ -8,11 +8,16 @@
 
 namespace qx::tool {
 
-// A narrow text that is made into a path directly may be read in another code page.
+// A narrow text that is made into a path directly is read in the C library's locale on Windows.
 std::filesystem::path toPath(const std::string& name);
+
+// With '/' on every platform.
 std::string toName(const std::filesystem::path& path);
 
 // A text for one line of a terminal: what is no printable UTF-8, control characters among it, stands as \xNN.
 std::string printable(std::string_view text);
+
+// Writes "qxutils: " and the message as one line to standard error, even where memory is short.
+void printErrorLine(const char* message) noexcept;
 
 }  // namespace qx::tool

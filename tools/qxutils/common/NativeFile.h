@@ -66,6 +66,12 @@ bool moveFile(const std::filesystem::path& from, const std::filesystem::path& to
 
 unsigned long processNumber();
 
+// The arguments of main: in UTF-8 on Windows, whatever the process's code page, and as they are elsewhere.
+char** nativeArguments(char** arguments);
+
+// Whether narrow texts, which the library takes, can name every file.
+bool takesNamesInAnyScript();
+
 // Lets removeNow, which may do nothing but remove files, run when the process is told to end.
 void onInterruption(void (*removeNow)() noexcept);
 

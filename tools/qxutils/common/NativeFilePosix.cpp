@@ -133,6 +133,14 @@ unsigned long processNumber() {
     return static_cast<unsigned long>(::getpid());
 }
 
+char** nativeArguments(char** arguments) {
+    return arguments;
+}
+
+bool takesNamesInAnyScript() {
+    return true;
+}
+
 void onInterruption(void (*removeNow)() noexcept) {
     removeAtEnd = removeNow;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})

@@ -5,9 +5,18 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <io.h>
+#include <iterator>
 #include <share.h>
 #include <sys/stat.h>
+#include <vector>
 #include <windows.h>
+
+// Of the C runtime, which declares them nowhere.
+struct RuntimeStart {
+    int newMode;
+};
+extern "C" int _dowildcard;
+extern "C" int __wgetmainargs(int*, wchar_t***, wchar_t***, int, RuntimeStart*);
 
 namespace qx::tool {
 namespace {
@@ -19,6 +28,14 @@ constexpr int kStandardOutput = 1;
 constexpr std::size_t kMostBytesAtOnce = 1 << 30;
 
 void (*removeAtEnd)() noexcept = nullptr;
+
+std::string toUtf8(const wchar_t* wide) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
+    std::string text(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), size, nullptr, nullptr);
+    text.resize(text.size() - 1);
+    return text;
+}
 
 BOOL WINAPI endByConsole(DWORD /*event*/) {
     removeAtEnd();
@@ -110,6 +127,27 @@ bool moveFile(const std::filesystem::path& from, const std::filesystem::path& to
 
 unsigned long processNumber() {
     return GetCurrentProcessId();
+}
+
+// Read as the runtime read them for main, wildcards included.
+char** nativeArguments(char** arguments) {
+    static std::vector<std::string> texts;
+    static std::vector<char*> pointers;
+    int count = 0;
+    wchar_t** wide = nullptr;
+    wchar_t** environment = nullptr;
+    RuntimeStart start{};
+    if (__wgetmainargs(&count, &wide, &environment, _dowildcard, &start) != 0)
+        return arguments;
+    for (int i = 0; i < count; ++i)
+        texts.push_back(toUtf8(wide[i]));
+    std::ranges::transform(texts, std::back_inserter(pointers), [](std::string& text) { return text.data(); });
+    pointers.push_back(nullptr);
+    return pointers.data();
+}
+
+bool takesNamesInAnyScript() {
+    return GetACP() == CP_UTF8;
 }
 
 void onInterruption(void (*removeNow)() noexcept) {

@@ -17,6 +17,13 @@ WritePolicy chosenPolicy;
 // Those that a dry run does not make.
 std::set<fs::path> announcedFolders;
 
+// Those whose files are the tool's own.
+std::set<fs::path> exemptFolders;
+
+WritePolicy policyOf(const fs::path& file) {
+    return exemptFolders.contains(file.parent_path()) ? WritePolicy{} : chosenPolicy;
+}
+
 // Follows links also to what is not there yet.
 fs::path linkTarget(fs::path path) {
     constexpr int kMaxLinks = 40;
@@ -53,7 +60,8 @@ bool isReplaceable(const fs::path& path) {
 
 bool isProtected(const std::string& path) {
     std::error_code error;
-    return chosenPolicy.noClobber && !streamOfOutput(path) && fs::is_regular_file(toPath(path), error);
+    const fs::path file = toPath(path);
+    return policyOf(file).noClobber && !streamOfOutput(path) && fs::is_regular_file(file, error);
 }
 
 [[noreturn]] void refuseReplacement(const std::string& path) {
@@ -84,15 +92,20 @@ void announceFolder(const std::string& path) {
         announce("make the folder " + path);
 }
 
-WholeFile::WholeFile(const std::string& path) : path_(path), target_(linkTarget(toPath(path))) {
+void exemptFolder(const fs::path& folder) {
+    exemptFolders.insert(folder);
+}
+
+WholeFile::WholeFile(const std::string& path)
+    : path_(path), target_(linkTarget(toPath(path))), policy_(policyOf(target_)) {
     requireReplaceable(path);
-    if (const std::optional<int> stream = streamOfOutput(path); stream && !chosenPolicy.dryRun) {
+    if (const std::optional<int> stream = streamOfOutput(path); stream && !policy_.dryRun) {
         std::cout.flush();
         file_ = openStream(*stream);
     } else {
         open();
     }
-    if (!file_.isOpen() && !chosenPolicy.dryRun)
+    if (!file_.isOpen() && !policy_.dryRun)
         failToOpen();
 }
 
@@ -104,9 +117,9 @@ WholeFile::~WholeFile() {
 
 void WholeFile::open() {
     const bool exists = isThere(target_);
-    if (exists ? isFolder(target_) || !mayWrite(target_) : chosenPolicy.dryRun && !mayTakeFiles(target_.parent_path()))
+    if (exists ? isFolder(target_) || !mayWrite(target_) : policy_.dryRun && !mayTakeFiles(target_.parent_path()))
         failToOpen();
-    if (!chosenPolicy.dryRun && (!isReplaceable(target_) || !openTemporary()))
+    if (!policy_.dryRun && (!isReplaceable(target_) || !openTemporary()))
         openInPlace();
 }
 
@@ -127,19 +140,19 @@ void WholeFile::openInPlace() {
 }
 
 void WholeFile::write(std::string_view bytes) {
-    if (!chosenPolicy.dryRun && !file_.write(bytes))
+    if (!policy_.dryRun && !file_.write(bytes))
         failToWrite();
 }
 
 std::optional<std::string> WholeFile::handOver() {
-    if (chosenPolicy.dryRun)
+    if (!temporary_)
         return std::nullopt;
     file_.close();
-    return toName(temporary_ ? temporary_->path() : target_);
+    return toName(temporary_->path());
 }
 
 void WholeFile::commit() {
-    if (chosenPolicy.dryRun) {
+    if (policy_.dryRun) {
         announce((isThere(target_) && isReplaceable(target_) ? "replace " : "write ") + path_);
         return;
     }
@@ -152,7 +165,7 @@ void WholeFile::commit() {
 
 // A file that its folder does not let go, such as another user's in a shared folder, is filled where it is.
 void WholeFile::moveIntoPlace() {
-    if (moveFile(temporary_->path(), target_, !chosenPolicy.noClobber))
+    if (moveFile(temporary_->path(), target_, !policy_.noClobber))
         return;
     requireReplaceable(path_);
     std::error_code error;

@@ -23,6 +23,9 @@ struct WritePolicy {
 void setWritePolicy(const WritePolicy& policy);
 const WritePolicy& writePolicy();
 
+// Lets files that lie in this folder be written whatever the policy.
+void exemptFolder(const std::filesystem::path& folder);
+
 // Refuses a file that is there and must not be replaced.
 void requireReplaceable(const std::string& path);
 
@@ -42,7 +45,8 @@ public:
 
     void write(std::string_view bytes);
 
-    // For another writer: closes the file and returns the name to write it under; none in a dry run.
+    // For another writer: closes the file and returns the temporary name to write it under; none where there is none,
+    // so that write() has to bring what was written elsewhere.
     std::optional<std::string> handOver();
 
     // Gives the file its name; nothing is left of one that is not committed.
@@ -59,6 +63,7 @@ private:
     std::string path_;
     std::filesystem::path target_;
     std::optional<TemporaryName> temporary_;
+    WritePolicy policy_;
     Descriptor file_;
     bool removesTarget_ = false;
 };
