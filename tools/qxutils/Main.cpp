@@ -1,4 +1,5 @@
 #include "commands/Command.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
@@ -73,6 +74,7 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
+    addWriteOptions(app);
     addCommands(app, chosen);
 }
 

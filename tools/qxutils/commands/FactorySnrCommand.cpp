@@ -1,14 +1,16 @@
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -31,13 +33,16 @@ std::string factorySnrName() {
 
 ExitCode measureFactorySnr(const FactorySnrOptions& options) {
     requireFolder(options.folder, "a folder with folders of images, such as 500ms");
+    requireLibraryName(options.folder);
+    refuseDryRun("factory-snr");
+    const std::string file = toName(toPath(options.folder) / factorySnrName());
+    requireReplaceable(file);
     const int type = options.detectorType.value_or(virtualDetector().type);
     const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
     if (status != StatusOk) {
         throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +
                         "); give folders of as many images each, named as 500ms, of the size that --detector tells");
     }
-    const std::string file = (std::filesystem::path(options.folder) / factorySnrName()).string();
     printFactorySnr(loadFactorySnrFile(file));
     std::cout << "  written to " << file << '\n';
     return ExitCode::Passed;

@@ -1,5 +1,6 @@
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
@@ -39,6 +40,7 @@ struct NdtOptions {
 // The calibration folder becomes the detector's, but for the log.
 void configureDetector(const std::string& folder, const Shape& shape) {
     requireName(folder, "the calibration folder");
+    requireLibraryName(folder);
     if (folder.size() > kMaxFolderPath) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
@@ -50,6 +52,8 @@ void configureDetector(const std::string& folder, const Shape& shape) {
 
 ExitCode runCalibrate(const NdtOptions& options) {
     const Shape shape = parseShape(options.shape);
+    refuseDryRun("ndt calibrate");
+    requireFreshFolder(options.folder);
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);
