@@ -1,6 +1,9 @@
 #include "batch/ChildProcess.h"
 #include "commands/Command.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 #include "common/StandardOutput.h"
 
 #include <QxUtils/Foundation.h>
@@ -25,7 +28,7 @@ int exitStatus(ExitCode code) {
 // Runs where memory may be short, so it takes none and throws nothing.
 int reportError(const char* message, ExitCode code) noexcept {
     std::fflush(nullptr);
-    std::fprintf(stderr, "qxutils: %s\n", message);
+    printErrorLine(message);
     return exitStatus(code);
 }
 
@@ -73,6 +76,7 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
+    addWriteOptions(app);
     addCommands(app, chosen);
 }
 
@@ -112,5 +116,5 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     qx::tool::rememberArguments(argc, argv);
     const qx::tool::StandardOutput results;
-    return qx::tool::run(argc, argv);
+    return qx::tool::run(argc, qx::tool::nativeArguments(argv));
 }

@@ -5,11 +5,12 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <map>
 
@@ -47,7 +48,7 @@ public:
 private:
     void tell(const std::string& problem) {
         progress_.clear();
-        std::fprintf(stderr, "qxutils: %s\n", problem.c_str());
+        printErrorLine(problem.c_str());
     }
 
     ResultWriter writer_;
@@ -55,10 +56,9 @@ private:
     ExitCode worst_ = ExitCode::Passed;
 };
 
-bool readsStandardInput(const std::vector<std::string>& files) {
-    return std::ranges::any_of(files, [](const std::string& file) {
-        return file == "-" || file == "/dev/stdin" || file.starts_with("/proc/self/fd/");
-    });
+// Another process has no such stream, or another one.
+bool readsStream(const std::vector<std::string>& files) {
+    return std::ranges::any_of(files, [](const std::string& file) { return streamOfInput(file).has_value(); });
 }
 
 }  // namespace
@@ -110,7 +110,7 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
     Run run(options.results, printTable, named.files.size(), options.quiet);
     for (const std::string& problem : named.problems)
         run.tellProblem(problem);
-    if (options.jobs > 1 && named.files.size() > 1 && !readsStandardInput(named.files)) {
+    if (options.jobs > 1 && named.files.size() > 1 && !readsStream(named.files)) {
         judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
     } else {
         // On the way that outcomes of other processes come, so that nothing depends on the number of processes.

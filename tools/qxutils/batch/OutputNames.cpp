@@ -1,6 +1,7 @@
 #include "batch/OutputNames.h"
 
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/ToolError.h"
 
 #include <filesystem>
@@ -24,16 +25,16 @@ bool endsAsFolder(const std::string& output) {
 
 bool isOutputFolder(const std::string& output) {
     std::error_code error;
-    return endsAsFolder(output) || fs::is_directory(output, error);
+    return endsAsFolder(output) || fs::is_directory(toPath(output), error);
 }
 
 std::string outputFor(const std::string& output, const std::string& file, const std::string& ending) {
     if (!isOutputFolder(output))
         return output;
-    fs::path name = file == "-" ? fs::path("standard-input") : fs::path(file).filename();
+    fs::path name = file == "-" ? fs::path("standard-input") : toPath(file).filename();
     if (!ending.empty())
         name.replace_extension(ending);
-    return (fs::path(output) / name).string();
+    return toName(toPath(output) / name);
 }
 
 void prepareOutputs(const std::string& output, const std::vector<std::string>& files) {

@@ -1,15 +1,17 @@
 #include "batch/Batch.h"
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,13 +35,16 @@ std::string factorySnrName() {
 
 std::vector<Record> measure(const FactorySnrOptions& options) {
     requireFolder(options.folder, "a folder with folders of images, such as 500ms");
+    requireLibraryName(options.folder);
+    refuseDryRun("factory-snr");
+    const std::string file = toName(toPath(options.folder) / factorySnrName());
+    requireReplaceable(file);
     const int type = options.detectorType.value_or(virtualDetector().type);
     const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
     if (status != StatusOk) {
         throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +
                         "); give folders of as many images each, named as 500ms, of the size that --detector tells");
     }
-    const std::string file = (std::filesystem::path(options.folder) / factorySnrName()).string();
     std::vector<Record> records = factorySnrRecords(file);
     records.back().text += "  written to " + file + '\n';
     return records;

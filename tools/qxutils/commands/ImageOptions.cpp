@@ -8,10 +8,6 @@
 
 namespace qx::tool {
 
-RawImage ImageOptions::load(const std::string& file) const {
-    return loadRawImage(file, parseShape(shape));
-}
-
 ImageFiles ImageOptions::filesFor(const std::string& file) const {
     ImageFiles files{file, "", std::nullopt};
     if (output) {
@@ -33,8 +29,9 @@ ExitCode runImages(const ImageOptions& options, const std::string& command,
     const Shape shape = parseShape(options.shape);
     const auto judge = [&](const std::string& file) {
         const ImageFiles files = options.filesFor(file);
-        Record record = work(loadRawImage(file, shape), files);
-        record.subject = subjectOf(file, shape);
+        const LoadedImage loaded = loadImageFile(file, shape);
+        Record record = work(loaded.image, files);
+        record.subject = subjectOf(file, loaded);
         return std::vector{record};
     };
     const auto prepare = [&options](const std::vector<std::string>& files) {

@@ -31,8 +31,6 @@ struct ImageOptions {
     std::optional<std::string> picture;
     std::optional<std::string> zoom;
 
-    RawImage load(const std::string& file) const;
-
     // The names of one file. Throws a ToolError for one that cannot be written to without harm.
     ImageFiles filesFor(const std::string& file) const;
 

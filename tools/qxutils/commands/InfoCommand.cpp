@@ -29,7 +29,8 @@ struct InfoOptions {
 };
 
 void addStatistics(Record& record, std::ostream& out, const std::string& file, const Shape& shape) {
-    const RawImage image = loadRawImage(file, shape);
+    const LoadedImage loaded = loadImageFile(file, shape);
+    const RawImage& image = loaded.image;
     const WORD* const pixels = image.pixels.data();
     const int count = image.pixelCount();
     const WORD least = pixels[getMinIndex(pixels, count)];
@@ -37,11 +38,10 @@ void addStatistics(Record& record, std::ostream& out, const std::string& file, c
     const double mean = getMean(pixels, count);
     const double deviation = getStdev(pixels, shape.width, shape.height);
     const WORD median = getMedian(pixels, count);
-    out << "  statistics for " << toText(shape) << ", "
-        << (hasImageHeader(file, shape) ? "behind a header" : "no header") << ", counts\n    min " << least << ", max "
-        << largest << ", mean " << formatNumber(mean, 2) << ", stdev " << formatNumber(deviation, 2) << ", median "
-        << median << '\n';
-    record.subject.shape = shape;
+    out << "  statistics for " << toText(shape) << ", " << (loaded.header.empty() ? "no header" : "behind a header")
+        << ", counts\n    min " << least << ", max " << largest << ", mean " << formatNumber(mean, 2) << ", stdev "
+        << formatNumber(deviation, 2) << ", median " << median << '\n';
+    record.subject = subjectOf(file, loaded);
     record.measures = {{"minimum", double(least), "counts"},
                        {"maximum", double(largest), "counts"},
                        {"mean", plainNumber(mean), "counts", 2},

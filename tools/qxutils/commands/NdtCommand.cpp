@@ -1,6 +1,7 @@
 #include "batch/OutputNames.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
@@ -43,6 +44,7 @@ struct NdtOptions {
 // The calibration folder becomes the detector's, but for the log.
 void configureDetector(const std::string& folder, const Shape& shape) {
     requireName(folder, "the calibration folder");
+    requireLibraryName(folder);
     if (folder.size() > kMaxFolderPath) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
@@ -59,6 +61,8 @@ std::string calibrationFiles(const std::string& folder) {
 }
 
 Record calibrate(const NdtOptions& options, const Shape& shape) {
+    refuseDryRun("ndt calibrate");
+    requireFreshFolder(options.folder);
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);
@@ -68,7 +72,7 @@ Record calibrate(const NdtOptions& options, const Shape& shape) {
                         "); check that it may be written to");
     }
     Record record = statisticsOf({{"bright", &bright}, {"dark", &dark}});
-    record.subject = subjectOf(options.bright, shape);
+    record.subject = subjectOf(options.bright, bright);
     record.text += calibrationFiles(options.folder);
     return record;
 }
@@ -120,7 +124,7 @@ Record correctOne(const NdtOptions& options, const Shape& shape, const std::opti
         throw ToolError(file + ": cannot be corrected (" + statusText(status) + "); " + whatToDo(options));
     saveLongImage(output, corrected);
     Record record = statisticsOf({{"before", &image}, {"after", &corrected}});
-    record.subject = subjectOf(file, shape);
+    record.subject = subjectOf(file, image);
     record.text = text + calibrationFiles(options.folder) + record.text;
     return record;
 }

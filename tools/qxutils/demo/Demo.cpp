@@ -1,5 +1,6 @@
 #include "demo/Demo.h"
 
+#include "common/FileName.h"
 #include "demo/CalibrationFlow.h"
 #include "demo/DemoPictures.h"
 #include "demo/DemoScene.h"
@@ -30,14 +31,14 @@ void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
     constexpr int kLarge = 576;
     std::vector<Tile> tiles = drawBalance(flow, kSmall);
     tiles.push_back(drawShadow(flow, kSmall));
-    writePng((folder / "flow.png").string(), drawTiles(tiles, 3));
-    writePng((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
-    writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
+    writePng(toName(folder / "flow.png"), drawTiles(tiles, 3));
+    writePng(toName(folder / "afe-balance.png"), drawTiles(drawBalance(flow, kLarge), 2));
+    writePng(toName(folder / "shadow.png"), drawTiles({drawShadow(flow, kLarge)}, 1));
 }
 
 void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
                         const SnrSeries& factory) {
-    const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
+    const auto path = [&folder](const std::string& name) { return toName(folder / (name + ".png")); };
     const RawImage rawFlat = scene.rawFlat();
     writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
     writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
@@ -54,8 +55,8 @@ void reportFiles(std::ostream& out, const std::string& folder, const JudgedExpos
         << "/*.png (begin with overview.png, flow.png, stripe.png, ndt.png and snr-series.png)\n"
         << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
-        out << "Daily log: " << entry.path().generic_string() << '\n';
+    for (const auto& entry : fs::directory_iterator(toPath(folder) / "logs", error))
+        out << "Daily log: " << toName(entry.path()) << '\n';
     out << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape " << toText(kept.image.shape)
         << " --factory " << folder << "/factory-snr.toml\n"
         << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
@@ -90,12 +91,12 @@ int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std
     out << "\nFactory SNR: measuring the images of the factory" << std::endl;
     printFactorySnrDemo(out, runFactorySnrDemo(seed, folder + "/factory"));
 
-    writeFlowPictures(folder, flow);
+    writeFlowPictures(toPath(folder), flow);
     writePng(folder + "/stripe.png", drawStripeCase(stripes.front()));
     writePng(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
     writePng(folder + "/ndt.png", drawNdt(ndt, kNdtPreviewWidth));
     saveRawImage(folder + "/striped.raw", stripes.front().striped);
-    writeFieldPictures(folder, scene, exposures, factory);
+    writeFieldPictures(toPath(folder), scene, exposures, factory);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
     reportFiles(out, folder, exposures.back(), flow);

@@ -50,8 +50,10 @@ void printHeader(std::ostream& out, const FileHeader& header) {
     table.print(out);
 }
 
-std::optional<float> headerIntegrationTime(const std::string& path) {
-    const float time = loadFileHeader(path).detector.integrationTime;
+std::optional<float> integrationTimeOf(const std::vector<char>& header) {
+    if (header.empty())
+        return std::nullopt;
+    const float time = parseHeader(header).detector.integrationTime;
     return std::isfinite(time) && time > 0 ? std::optional(time) : std::nullopt;
 }
 

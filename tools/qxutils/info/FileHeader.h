@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 
@@ -25,7 +26,7 @@ FileHeader loadFactorySnrHeader(const std::string& path);
 
 void printHeader(std::ostream& out, const FileHeader& header);
 
-// The integration time in the header of an image file, in ms; none when it does not tell.
-std::optional<float> headerIntegrationTime(const std::string& path);
+// The integration time in the header of an image, in ms; none when it does not tell, or without a header.
+std::optional<float> integrationTimeOf(const std::vector<char>& header);
 
 }  // namespace qx::tool

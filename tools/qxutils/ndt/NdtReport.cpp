@@ -1,5 +1,6 @@
 #include "ndt/NdtReport.h"
 
+#include "common/FileName.h"
 #include "common/TextTable.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ void printCalibrationFiles(std::ostream& out, const fs::path& folder) {
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder / kind, error)) {
             if (entry.is_regular_file(error))
-                files[entry.path().generic_string()] = entry.file_size(error);
+                files[toName(entry.path())] = entry.file_size(error);
         }
         for (const auto& [path, bytes] : files)
             table.addRow({path, std::to_string(bytes)});

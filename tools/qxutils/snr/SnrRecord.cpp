@@ -123,14 +123,12 @@ std::vector<Record> snrRecords(const std::string& file, const Shape& shape, cons
             throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
         return savedRecords(file);
     }
-    const RawImage image = loadRawImage(file, shape);
+    const LoadedImage loaded = loadImageFile(file, shape);
     std::optional<SnrSeries> series;
-    if (factory) {
-        const auto time = hasImageHeader(file, shape) ? headerIntegrationTime(file) : std::nullopt;
-        series = loadFactorySeries(*factory, shape, time);
-    }
-    Record record = snrRecord(image, series);
-    record.subject = subjectOf(file, shape);
+    if (factory)
+        series = loadFactorySeries(*factory, shape, integrationTimeOf(loaded.header));
+    Record record = snrRecord(loaded.image, series);
+    record.subject = subjectOf(file, loaded);
     return {record};
 }
 
