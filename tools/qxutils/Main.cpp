@@ -1,5 +1,6 @@
 #include "commands/Command.h"
 #include "common/DetectorSetup.h"
+#include "common/Terminal.h"
 
 #include <QxUtils/Foundation.h>
 
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <new>
 #include <optional>
 #include <string>
@@ -68,6 +70,10 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.fallthrough();
     app.add_option("--detector", detectorFile,
                    "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
+    app.add_option_function<ColourChoice>("--color", chooseColours,
+                                          "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, ColourChoice>{
+            {"auto", ColourChoice::Auto}, {"always", ColourChoice::Always}, {"never", ColourChoice::Never}}));
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
