@@ -1,3 +1,4 @@
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iostream>
-#include <map>
 #include <optional>
 #include <string>
 
@@ -125,10 +125,9 @@ void addNdtCommand(CLI::App& app, Command& chosen) {
     correct.add_option("DARK", options.dark, "Its dark image; the stored one when left out");
     addShapeOption(correct, options.shape);
     correct.add_option("--calibration", options.folder, "Calibration folder")->required();
-    const std::map<std::string, DefectMethod> methods = {{"classic", DefectMethod::Classic},
-                                                         {"structured", DefectMethod::Structured}};
     correct.add_option("--defects", options.defects, "Which list in the folder's defect to use; none when left out")
-        ->transform(CLI::CheckedTransformer(methods));
+        ->transform(
+            Choice<DefectMethod>({{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}}));
     correct.add_option("-o,--output", options.output, "Raw image to write")->required();
 }
 
