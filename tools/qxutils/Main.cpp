@@ -57,10 +57,10 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.fallthrough();
     app.add_option("--detector", detectorFile,
                    "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
-    app.add_option_function<ColourChoice>("--color", chooseColours,
-                                          "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set")
-        ->transform(Choice<ColourChoice>(
-            {{"auto", ColourChoice::Auto}, {"always", ColourChoice::Always}, {"never", ColourChoice::Never}}));
+    takeOneOf<ColourChoice>(
+        app.add_option_function<ColourChoice>(
+            "--color", chooseColours, "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set"),
+        {{"auto", ColourChoice::Auto}, {"always", ColourChoice::Always}, {"never", ColourChoice::Never}});
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");

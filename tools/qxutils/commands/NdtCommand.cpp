@@ -125,9 +125,9 @@ void addNdtCommand(CLI::App& app, Command& chosen) {
     correct.add_option("DARK", options.dark, "Its dark image; the stored one when left out");
     addShapeOption(correct, options.shape);
     correct.add_option("--calibration", options.folder, "Calibration folder")->required();
-    correct.add_option("--defects", options.defects, "Which list in the folder's defect to use; none when left out")
-        ->transform(
-            Choice<DefectMethod>({{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}}));
+    takeOneOf<DefectMethod>(correct.add_option("--defects", options.defects,
+                                               "Which list in the folder's defect to use; none when left out"),
+                            {{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}});
     correct.add_option("-o,--output", options.output, "Raw image to write")->required();
 }
 

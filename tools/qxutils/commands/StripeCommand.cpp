@@ -74,8 +74,9 @@ void addStripeCommand(CLI::App& app, Command& chosen) {
     command.add_option("--reference", options.reference,
                        "Raw image in which the stripe is measured; the image itself when left out");
     command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");
-    command.add_option("--method", options.method, "clinic: gains from a reference; line: offsets from the rows below")
-        ->transform(Choice<StripeMethod>({{"clinic", StripeMethod::Clinic}, {"line", StripeMethod::Line}}));
+    takeOneOf<StripeMethod>(command.add_option("--method", options.method,
+                                               "clinic: gains from a reference; line: offsets from the rows below"),
+                            {{"clinic", StripeMethod::Clinic}, {"line", StripeMethod::Line}});
     addOutputs(command, options.files, "Picture of the rows before and after");
 }
 
