@@ -39,17 +39,30 @@ void printStatistics(const std::string& file, const Shape& shape) {
               << '\n';
 }
 
-void printGeometries(const std::vector<Geometry>& geometries) {
+void printGeometries(const std::vector<JudgedGeometry>& geometries) {
     if (geometries.empty()) {
         std::cout << "  no plausible panel shape fits this size\n";
         return;
     }
-    TextTable table({"fits", "header", "panel"});
-    for (const Geometry& geometry : geometries) {
-        table.addRow(
-            {toText(geometry.shape), geometry.hasHeader ? "yes" : "no", geometry.isCommonPanel ? "common" : "unknown"});
+    TextTable table({"fits, pixels", "header", "panel", "guess", "row step, counts", "other width, counts"});
+    for (const auto& [geometry, confidence, rowDifference, otherDifference] : geometries) {
+        table.addRow({toText(geometry.shape), geometry.hasHeader ? "yes" : "no",
+                      geometry.isCommonPanel ? "common" : "unknown", toText(confidence), formatNumber(rowDifference, 1),
+                      formatNumber(otherDifference, 1)});
     }
     table.print(std::cout);
+}
+
+std::vector<JudgedGeometry> judgeFile(const std::string& file, std::int64_t bytes) {
+    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    if (geometries.empty())
+        return {};
+    std::optional<Shape> headerShape;
+    if (bytes >= kImageHeaderBytes) {
+        if (const FileHeader header = loadFileHeader(file); header.fits(bytes))
+            headerShape = {header.file.width, header.file.height};
+    }
+    return judgeGeometries(loadWords(file, bytes / 2), geometries, headerShape);
 }
 
 // Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns whether the file
@@ -81,7 +94,7 @@ void describeFile(const std::string& file, const std::optional<Shape>& shape) {
     }
     if (!isImage)
         return;
-    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    const std::vector<JudgedGeometry> geometries = judgeFile(file, bytes);
     printGeometries(geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
         printStatistics(file, geometry->shape);
@@ -103,7 +116,7 @@ void addInfoCommand(CLI::App& app, Command& chosen) {
         app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", printInfo);
     command.add_option("FILE", options.files, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)")
         ->required();
-    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels");
+    command.add_option("--shape", options.shape, kShapeHelp);
 }
 
 }  // namespace qx::tool

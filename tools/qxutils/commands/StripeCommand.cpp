@@ -30,7 +30,7 @@ struct StripeOptions {
 };
 
 void printRows(const StripeProfile& before, const StripeProfile& after, int triggerLine) {
-    TextTable table({"row", "before", "after", "straight line"});
+    TextTable table({"row", "before, counts", "after, counts", "straight line, counts"});
     int row = triggerLine - kStripeRows;
     for (std::size_t i = 0; i < before.levels.size(); ++i, ++row) {
         if (before.levels[i] == after.levels[i] && before.straight[i] == after.straight[i])

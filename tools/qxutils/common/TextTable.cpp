@@ -3,7 +3,6 @@
 #include "common/TextWidth.h"
 
 #include <algorithm>
-#include <functional>
 #include <iomanip>
 #include <numeric>
 #include <ostream>
@@ -13,8 +12,10 @@ namespace qx::tool {
 namespace {
 
 constexpr std::string_view kGap = "  ";
-// Words of a column narrower than this are not cut.
-constexpr std::size_t kLeastCutWidth = 12;
+// A column as narrow as this is not made narrower while another one can be.
+constexpr std::size_t kReadableWidth = 20;
+// Words of a column as narrow as this are not cut.
+constexpr std::size_t kLeastWidth = 12;
 
 using Widths = std::vector<std::size_t>;
 
@@ -46,61 +47,86 @@ void TextTable::addRow(const std::vector<std::string>& cells, const std::map<std
         row.at(column).colour = colour;
 }
 
-template <class Measure>
-TextTable::Widths TextTable::widest(Measure measure) const {
+TextTable::Widths TextTable::wholeWidths() const {
     Widths widths;
     for (const Row& row : rows_) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], measure(row[column].text));
+            widths[column] = std::max(widths[column], textWidth(row[column].text));
+    }
+    return widths;
+}
+
+TextTable::Widths TextTable::wordWidths() const {
+    Widths widths(wholeWidths().size());
+    for (const Row& row : rows_) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            const bool isWrapped = leftColumns_.contains(column) || &row == &rows_.front();
+            const std::string& text = row[column].text;
+            widths[column] = std::max(widths[column], isWrapped ? widestWord(text) : textWidth(text));
+        }
     }
     return widths;
 }
 
 TextTable::Widths TextTable::widthsWithin(std::size_t width) const {
-    Widths widths = widest(textWidth);
-    const Widths words = widest(widestWord);
-    Widths leftWords = widths;
-    Widths cutWords = words;
-    for (const std::size_t column : leftColumns_) {
-        if (column < widths.size()) {
-            leftWords[column] = words[column];
-            cutWords[column] = std::min(words[column], kLeastCutWidth);
+    const Widths whole = wholeWidths();
+    const Widths words = wordWidths();
+    Widths readable = whole;
+    Widths headings = words;
+    Widths cut = words;
+    for (std::size_t column = 0; column < whole.size(); ++column) {
+        if (leftColumns_.contains(column)) {
+            readable[column] = headings[column] = std::max(words[column], std::min(whole[column], kReadableWidth));
+            cut[column] = std::min(words[column], kLeastWidth);
         }
     }
-    for (const Widths& least : {leftWords, words, cutWords})
+    Widths widths = whole;
+    for (const Widths& least : {readable, headings, words, cut})
         shrink(widths, least, width);
     return widths;
 }
 
-std::string TextTable::cellText(const Cell& cell, const std::string& line, std::size_t column,
-                                std::size_t width) const {
-    const std::string blanks(width - textWidth(line), ' ');
-    const std::string text = coloured(line, cell.colour);
-    return leftColumns_.contains(column) ? text + blanks : blanks + text;
-}
-
-void TextTable::printRow(std::ostream& out, const Row& row, const Widths& widths) const {
-    std::vector<std::vector<std::string>> cells;
-    std::size_t lines = 1;
+// The lines of a heading end just above the rows.
+std::vector<TextTable::Lines> TextTable::linesOf(const Row& row, const Widths& widths) const {
+    std::vector<Lines> cells;
+    std::size_t height = 1;
     for (std::size_t column = 0; column < row.size(); ++column) {
         cells.push_back(wrapText(row[column].text, widths[column]));
-        lines = std::max(lines, cells.back().size());
+        height = std::max(height, cells.back().size());
     }
-    for (std::size_t line = 0; line < lines; ++line) {
+    for (Lines& lines : cells)
+        lines.insert(&row == &rows_.front() ? lines.begin() : lines.end(), height - lines.size(), "");
+    return cells;
+}
+
+void TextTable::printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells,
+                         const Widths& widths) const {
+    for (std::size_t line = 0; line < cells.front().size(); ++line) {
         std::string text;
         for (std::size_t column = 0; column < row.size(); ++column) {
-            const std::string part = line < cells[column].size() ? cells[column][line] : "";
-            text.append(kGap).append(cellText(row[column], part, column, widths[column]));
+            const std::string& part = cells[column][line];
+            const std::string blanks(widths[column] - textWidth(part), ' ');
+            const std::string shown = coloured(part, row[column].colour);
+            text.append(kGap).append(leftColumns_.contains(column) ? shown + blanks : blanks + shown);
         }
         out << text.substr(0, text.find_last_not_of(' ') + 1) << '\n';
     }
 }
 
 void TextTable::print(std::ostream& out, int width) const {
-    const Widths widths = widthsWithin(static_cast<std::size_t>(std::max(width, 1)));
-    for (const Row& row : rows_)
-        printRow(out, row, widths);
+    const Widths allowed = widthsWithin(static_cast<std::size_t>(std::max(width, 1)));
+    Widths used(allowed.size());
+    std::vector<std::vector<Lines>> rows;
+    for (const Row& row : rows_) {
+        rows.push_back(linesOf(row, allowed));
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            for (const std::string& line : rows.back()[column])
+                used[column] = std::max(used[column], textWidth(line));
+        }
+    }
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        printRow(out, rows_[row], rows[row], used);
 }
 
 std::string formatNumber(double value, int decimals) {

@@ -14,7 +14,8 @@
 namespace qx::tool {
 
 // Columns as wide as their widest cell: the first one to the left, the others to the right unless told otherwise. A
-// table too wide for its place continues the texts of its widest columns on further lines, those to the left first.
+// table too wide for its place continues the texts of its widest columns to the left on further lines, then its
+// headings.
 class TextTable {
 public:
     explicit TextTable(const std::vector<std::string>& header) { addRow(header); }
@@ -32,11 +33,13 @@ private:
     using Row = std::vector<Cell>;
     using Widths = std::vector<std::size_t>;
 
-    template <class Measure>
-    Widths widest(Measure measure) const;
+    using Lines = std::vector<std::string>;
+
+    Widths wholeWidths() const;
+    Widths wordWidths() const;  // with every text, but no number, broken at its blanks
     Widths widthsWithin(std::size_t width) const;
-    std::string cellText(const Cell& cell, const std::string& line, std::size_t column, std::size_t width) const;
-    void printRow(std::ostream& out, const Row& row, const Widths& widths) const;
+    std::vector<Lines> linesOf(const Row& row, const Widths& widths) const;
+    void printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells, const Widths& widths) const;
 
     std::vector<Row> rows_;
     std::set<std::size_t> leftColumns_ = {0};

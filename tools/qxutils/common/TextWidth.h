@@ -14,7 +14,8 @@ std::size_t textWidth(std::string_view text);
 // The widest of the words between blanks.
 std::size_t widestWord(std::string_view text);
 
-// Lines of at most width, broken at blanks; only a word wider than that is cut.
+// Lines of at most width, broken at blanks; only a word wider than that is cut, a path behind a
+// folder.
 std::vector<std::string> wrapText(std::string_view text, std::size_t width);
 
 }  // namespace qx::tool

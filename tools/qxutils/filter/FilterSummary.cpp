@@ -41,7 +41,7 @@ std::vector<float> finiteRatios(const FloatImage& ratio) {
 }  // namespace
 
 void printChanges(const RawImage& before, const RawImage& after) {
-    TextTable table({"image", "min", "max"});
+    TextTable table({"image", "min, counts", "max, counts"});
     addRange(table, "before", before);
     addRange(table, "after", after);
     table.print(std::cout);

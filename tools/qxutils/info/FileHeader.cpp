@@ -43,11 +43,11 @@ FileHeader loadFactorySnrHeader(const std::string& path) {
 }
 
 void printHeader(const FileHeader& header) {
-    TextTable table({"header", "width", "height", "detector type", "integration time", "temperature"});
+    TextTable table(
+        {"header", "width, pixels", "height, pixels", "detector type", "integration time, ms", "temperature, C"});
     table.addRow({"", std::to_string(header.file.width), std::to_string(header.file.height),
-                  std::to_string(header.detector.detectorType),
-                  formatNumber(header.detector.integrationTime, 1) + " ms",
-                  formatNumber(header.detector.temperature, 1) + " C"});
+                  std::to_string(header.detector.detectorType), formatNumber(header.detector.integrationTime, 1),
+                  formatNumber(header.detector.temperature, 1)});
     table.print(std::cout);
 }
 

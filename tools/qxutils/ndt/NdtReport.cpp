@@ -15,7 +15,7 @@ namespace qx::tool {
 namespace fs = std::filesystem;
 
 void printStatistics(std::ostream& out, const std::vector<std::pair<std::string, const LongImage*>>& images) {
-    TextTable table({"image", "mean", "stdev", "min", "max"});
+    TextTable table({"image", "mean, counts", "stdev, counts", "min, counts", "max, counts"});
     for (const auto& [name, image] : images) {
         const std::vector<std::uint32_t>& pixels = image->pixels;
         const double mean = std::accumulate(pixels.begin(), pixels.end(), 0.0) / image->pixelCount();
@@ -30,7 +30,7 @@ void printStatistics(std::ostream& out, const std::vector<std::pair<std::string,
 }
 
 void printCalibrationFiles(std::ostream& out, const fs::path& folder) {
-    TextTable table({"calibration file", "bytes"});
+    TextTable table({"calibration file", "size, bytes"});
     for (const char* const kind : {"offset", "gain", "defect"}) {
         std::map<std::string, std::uintmax_t> files;
         std::error_code error;

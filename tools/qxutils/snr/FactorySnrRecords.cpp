@@ -59,10 +59,10 @@ const FactorySNRRecord& nearestRecord(const FactoryDiffIntSNRList& list, std::op
 }
 
 void printFactorySnr(const FactoryDiffIntSNRList& list) {
-    TextTable table({"integration time", "mean", "squares", "first SNR", "last SNR"});
+    TextTable table({"integration time, ms", "mean, counts", "squares", "first SNR", "last SNR"});
     for (const FactorySNRRecord& record : list.records) {
         const bool isEmpty = record.snr.empty();
-        table.addRow({std::to_string(record.integrationTime) + " ms", formatNumber(record.meanGray, 1),
+        table.addRow({std::to_string(record.integrationTime), formatNumber(record.meanGray, 1),
                       std::to_string(record.snr.size()), isEmpty ? "" : formatNumber(record.snr.front(), 1),
                       isEmpty ? "" : formatNumber(record.snr.back(), 1)});
     }
