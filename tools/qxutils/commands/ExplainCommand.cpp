@@ -150,6 +150,13 @@ void printTable(const std::vector<int>& codes) {
     table.print(std::cout);
 }
 
+void printLines(const std::vector<int>& codes) {
+    for (const int code : codes) {
+        const char* const message = messageOf(code);
+        std::cout << code << "  " << message << '\n';
+    }
+}
+
 bool isNumber(const std::string& text) {
     return parseInteger(text).has_value();
 }
@@ -157,14 +164,12 @@ bool isNumber(const std::string& text) {
 // The codes that are meant, or all of them. Those given as numbers alone are a line each, for scripts.
 ExitCode explain(const std::vector<std::string>& texts) {
     std::vector<int> codes = codesOfAll(texts);
-    if (!texts.empty() && std::ranges::all_of(texts, isNumber)) {
-        for (const int code : codes)
-            std::cout << code << "  " << messageOf(code) << '\n';
-        return ExitCode::Passed;
-    }
     if (texts.empty())
         visitCodes([&](int code) { codes.push_back(code); });
-    printTable(codes);
+    if (!texts.empty() && std::ranges::all_of(texts, isNumber))
+        printLines(codes);
+    else
+        printTable(codes);
     return ExitCode::Passed;
 }
 

@@ -45,7 +45,7 @@ void appendCut(std::vector<std::string>& lines, std::string_view word, std::size
     for (std::size_t bytes = 0; !word.empty(); word.remove_prefix(bytes)) {
         bytes = bytesWithin(word, width);
         const std::size_t folder = word.substr(0, bytes).find_last_of("/\\");
-        if (bytes < word.size() && folder != std::string_view::npos)
+        if (bytes < word.size() && folder != std::string_view::npos && folder >= bytes / 2)
             bytes = folder + 1;
         lines.emplace_back(word.substr(0, bytes));
     }
