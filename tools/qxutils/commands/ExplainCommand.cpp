@@ -142,11 +142,17 @@ std::vector<int> codesOfAll(const std::vector<std::string>& texts) {
     return codes;
 }
 
+TextColour colourOf(int code) {
+    if (code == StatusOk)
+        return TextColour::Green;
+    return std::string_view(messageOf(code)).starts_with("Warning") ? TextColour::Yellow : TextColour::Plain;
+}
+
 void printTable(const std::vector<int>& codes) {
     TextTable table({"code", "name", "message"});
     table.alignLeft({1, 2});
     for (const int code : codes)
-        table.addRow({std::to_string(code), nameOf(code), messageOf(code)});
+        table.addRow({std::to_string(code), nameOf(code), messageOf(code)}, {{0, colourOf(code)}});
     table.print(std::cout);
 }
 

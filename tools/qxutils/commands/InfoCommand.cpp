@@ -54,14 +54,14 @@ void printGeometries(const std::vector<JudgedGeometry>& geometries) {
 }
 
 std::vector<JudgedGeometry> judgeFile(const std::string& file, std::int64_t bytes) {
-    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
-    if (geometries.empty())
-        return {};
     std::optional<Shape> headerShape;
     if (bytes >= kImageHeaderBytes) {
         if (const FileHeader header = loadFileHeader(file); header.fits(bytes))
             headerShape = {header.file.width, header.file.height};
     }
+    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    if (geometries.empty() && !headerShape)
+        return {};
     return judgeGeometries(loadWords(file, bytes / 2), geometries, headerShape);
 }
 

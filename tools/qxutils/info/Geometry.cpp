@@ -61,7 +61,7 @@ std::vector<int> otherWidths(const Geometry& geometry, const std::vector<Geometr
         if (other.hasHeader == geometry.hasHeader && other.shape.width != width)
             widths.push_back(other.shape.width);
     }
-    return widths.empty() ? std::vector<int>{width - kSideMultiple, width + kSideMultiple} : widths;
+    return widths.empty() ? std::vector<int>{width + kSideMultiple, width + 2 * kSideMultiple} : widths;
 }
 
 JudgedGeometry judgeByRows(std::span<const WORD> words, const Geometry& geometry,
@@ -88,17 +88,17 @@ std::vector<Geometry> plausibleGeometries(std::int64_t fileBytes) {
     return geometries;
 }
 
-std::vector<JudgedGeometry> judgeGeometries(std::span<const WORD> words, const std::vector<Geometry>& geometries,
+std::vector<JudgedGeometry> judgeGeometries(std::span<const WORD> words, std::vector<Geometry> geometries,
                                             const std::optional<Shape>& headerShape) {
-    const auto isToldByHeader = [&](const Geometry& geometry) {
-        return geometry.hasHeader && geometry.shape == headerShape;
-    };
-    const bool isCertain = std::ranges::any_of(geometries, isToldByHeader);
+    const bool isCertain = headerShape && std::ssize(words) == kHeaderWords + headerShape->pixelCount();
+    const Geometry told{headerShape.value_or(Shape{}), true, isKnownPanel(headerShape.value_or(Shape{}))};
+    if (isCertain && std::ranges::find(geometries, told) == geometries.end())
+        geometries.push_back(told);
     std::vector<JudgedGeometry> judged;
     for (const Geometry& geometry : geometries) {
         judged.push_back(judgeByRows(words, geometry, geometries));
         if (isCertain)
-            judged.back().confidence = isToldByHeader(geometry) ? Confidence::Certain : Confidence::Possible;
+            judged.back().confidence = geometry == told ? Confidence::Certain : Confidence::Possible;
     }
     std::ranges::stable_sort(judged, std::greater(), &JudgedGeometry::confidence);
     return judged;

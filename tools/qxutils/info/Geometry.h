@@ -38,8 +38,9 @@ struct JudgedGeometry {
 std::vector<Geometry> plausibleGeometries(std::int64_t fileBytes);
 
 // Judges the geometries that fit a file by all its words, from the first one on, and by the shape that its header
-// tells, if it tells one. The surest come first, and otherwise they stay in order.
-std::vector<JudgedGeometry> judgeGeometries(std::span<const WORD> words, const std::vector<Geometry>& geometries,
+// tells, if it tells one: this is judged too, be it plausible or not. The surest come first, and otherwise they stay in
+// order.
+std::vector<JudgedGeometry> judgeGeometries(std::span<const WORD> words, std::vector<Geometry> geometries,
                                             const std::optional<Shape>& headerShape);
 
 // The geometry to take when nobody says: the certain one, else the likely one, else the only common panel that fits.
