@@ -5,6 +5,7 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
+#include "commands/Choice.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
 
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <map>
 
 namespace qx::tool {
 namespace {
@@ -71,10 +71,8 @@ std::vector<std::string> filesNamedBy(const BatchOptions& options) {
 }
 
 void addResultOptions(CLI::App& command, ResultOptions& options) {
-    const std::map<std::string, Format> formats = {
-        {"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}};
-    command.add_option("--format", options.format, "table, json or csv")
-        ->transform(CLI::CheckedTransformer(formats).description("{table,json,csv}"));
+    takeOneOf<Format>(command.add_option("--format", options.format, "How results are told; a table when left out"),
+                      {{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}});
 }
 
 void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted) {

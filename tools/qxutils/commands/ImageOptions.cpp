@@ -49,7 +49,7 @@ void requirePictureName(const std::string& picture, const std::string& file) {
 }
 
 void addShapeOption(CLI::App& command, std::string& shape) {
-    command.add_option("--shape", shape, "WIDTHxHEIGHT in pixels")->required();
+    command.add_option("--shape", shape, kShapeHelp)->required();
 }
 
 void addInput(CLI::App& command, ImageOptions& options) {

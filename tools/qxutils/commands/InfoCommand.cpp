@@ -49,17 +49,30 @@ void addStatistics(Record& record, std::ostream& out, const std::string& file, c
                        {"median", double(median), "counts"}};
 }
 
-void printGeometries(std::ostream& out, const std::vector<Geometry>& geometries) {
+void printGeometries(std::ostream& out, const std::vector<JudgedGeometry>& geometries) {
     if (geometries.empty()) {
         out << "  no plausible panel shape fits this size\n";
         return;
     }
-    TextTable table({"fits", "header", "panel"});
-    for (const Geometry& geometry : geometries) {
-        table.addRow(
-            {toText(geometry.shape), geometry.hasHeader ? "yes" : "no", geometry.isCommonPanel ? "common" : "unknown"});
+    TextTable table({"fits, pixels", "header", "panel", "guess", "row step, counts", "other width, counts"});
+    for (const auto& [geometry, confidence, rowDifference, otherDifference] : geometries) {
+        table.addRow({toText(geometry.shape), geometry.hasHeader ? "yes" : "no",
+                      geometry.isCommonPanel ? "common" : "unknown", toText(confidence), formatNumber(rowDifference, 1),
+                      formatNumber(otherDifference, 1)});
     }
     table.print(out);
+}
+
+std::vector<JudgedGeometry> judgeFile(const std::string& file, std::int64_t bytes) {
+    std::optional<Shape> headerShape;
+    if (bytes >= kImageHeaderBytes) {
+        if (const FileHeader header = loadFileHeader(file); header.fits(bytes))
+            headerShape = {header.file.width, header.file.height};
+    }
+    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    if (geometries.empty() && !headerShape)
+        return {};
+    return judgeGeometries(loadWords(file, bytes / 2), geometries, headerShape);
 }
 
 // Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns the records of a
@@ -93,7 +106,7 @@ Record describeImage(std::ostream& out, const std::string& file, std::int64_t by
         addStatistics(record, out, file, *shape);
         return record;
     }
-    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    const std::vector<JudgedGeometry> geometries = judgeFile(file, bytes);
     printGeometries(out, geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
         addStatistics(record, out, file, geometry->shape);
@@ -127,7 +140,7 @@ void addInfoCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<InfoOptions>(
         app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", runInfo);
     addBatchOptions(command, options.batch, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)");
-    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels");
+    command.add_option("--shape", options.shape, kShapeHelp);
 }
 
 }  // namespace qx::tool

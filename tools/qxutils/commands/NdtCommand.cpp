@@ -1,4 +1,5 @@
 #include "batch/OutputNames.h"
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "commands/WriteOptions.h"
@@ -15,7 +16,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -170,10 +170,9 @@ void addNdtCommand(CLI::App& app, Command& chosen) {
                      "All of several files are images; the stored dark image serves them");
     addShapeOption(correct, options.shape);
     correct.add_option("--calibration", options.folder, "Calibration folder")->required();
-    const std::map<std::string, DefectMethod> methods = {{"classic", DefectMethod::Classic},
-                                                         {"structured", DefectMethod::Structured}};
-    correct.add_option("--defects", options.defects, "Which list in the folder's defect to use; none when left out")
-        ->transform(CLI::CheckedTransformer(methods));
+    takeOneOf<DefectMethod>(correct.add_option("--defects", options.defects,
+                                               "Which list in the folder's defect to use; none when left out"),
+                            {{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}});
     correct.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
 }
 

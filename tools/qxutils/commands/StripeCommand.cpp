@@ -1,3 +1,4 @@
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
@@ -9,7 +10,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -89,10 +89,9 @@ void addStripeCommand(CLI::App& app, Command& chosen) {
     command.add_option("--reference", options.reference,
                        "Raw image in which the stripe is measured; the image itself when left out");
     command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");
-    const std::map<std::string, StripeMethod> methods = {{"clinic", StripeMethod::Clinic},
-                                                         {"line", StripeMethod::Line}};
-    command.add_option("--method", options.method, "clinic: gains from a reference; line: offsets from the rows below")
-        ->transform(CLI::CheckedTransformer(methods));
+    takeOneOf<StripeMethod>(command.add_option("--method", options.method,
+                                               "clinic: gains from a reference; line: offsets from the rows below"),
+                            {{"clinic", StripeMethod::Clinic}, {"line", StripeMethod::Line}});
     addOutputs(command, options.files, "Picture of the rows before and after");
 }
 

@@ -51,7 +51,7 @@ void printDefectCounts(std::ostream& out, const DefectLists& lists) {
 }
 
 void printDefectLists(std::ostream& out, const DefectLists& lists) {
-    TextTable table({"defects", "count", "first ones"});
+    TextTable table({"defects", "count", "first ones, pixels"});
     table.alignLeft({2});
     table.addRow({"points", std::to_string(lists.points.size()), firstOf(lists.points)});
     table.addRow({"rows", std::to_string(lists.rows.size()), firstOf(lists.rows)});

@@ -43,7 +43,8 @@ FileHeader loadFactorySnrHeader(const std::string& path) {
 }
 
 void printHeader(std::ostream& out, const FileHeader& header) {
-    TextTable table({"header", "width", "height", "detector type", "integration time, ms", "temperature, C"});
+    TextTable table(
+        {"header", "width, pixels", "height, pixels", "detector type", "integration time, ms", "temperature, C"});
     table.addRow({"", std::to_string(header.file.width), std::to_string(header.file.height),
                   std::to_string(header.detector.detectorType), formatNumber(header.detector.integrationTime, 1),
                   formatNumber(header.detector.temperature, 1)});

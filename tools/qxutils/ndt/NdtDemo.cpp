@@ -165,7 +165,8 @@ void printNdt(std::ostream& out, const NdtDemo& demo) {
         << " frames. A dark image that had to be downloaded serves the\nnext call:\n";
     calls.print(out);
 
-    TextTable errors({"image", "rms error", "largest", "% of the field", "deviating pixels"});
+    TextTable errors(
+        {"image", "rms error, counts", "largest, counts", "rms error, % of the field", "deviating pixels"});
     const std::pair<const char*, const LongImage*> images[] = {
         {"as it was read", &demo.raw}, {"offset and gain", &demo.flattened}, {"and defects", &demo.corrected}};
     for (const auto& [name, image] : images) {

@@ -41,7 +41,7 @@ Record statisticsOf(const std::vector<std::pair<std::string, const LongImage*>>&
 }
 
 void printCalibrationFiles(std::ostream& out, const fs::path& folder) {
-    TextTable table({"calibration file", "bytes"});
+    TextTable table({"calibration file", "size, bytes"});
     for (const char* const kind : {"offset", "gain", "defect"}) {
         std::map<std::string, std::uintmax_t> files;
         std::error_code error;
