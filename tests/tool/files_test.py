@@ -99,9 +99,11 @@ def test_what_cannot_be_replaced_is_written_in_place(folder, writer):
     result = run(*writer, "/dev/full", folder=folder)
     assert result.exit == 1
     assert result.error.endswith("qxutils: /dev/full: cannot be written completely; check that there is room\n")
-    with open(folder / "stream", "wb") as stream:
+    with open(folder / "stream", "wb", buffering=0) as stream:
+        stream.write(b"before")
         subprocess.run([*COMMAND, *writer, "/dev/stdout"], cwd=folder, stdout=stream, check=True, timeout=60)
-    assert expected in (folder / "stream").read_bytes()
+    content = (folder / "stream").read_bytes()
+    assert content.startswith(b"before") and expected in content
 
     os.mkfifo(folder / "pipe")
     received = []
@@ -119,8 +121,11 @@ def test_what_cannot_be_replaced_is_written_in_place(folder, writer):
 
 def test_the_longest_name_has_room_for_a_temporary_one(folder):
     name = "ü" * 125 + ".png" if not IS_WINDOWS else "x" * 200 + ".png"
+    (folder / name).touch()
+    identity = (folder / name).stat().st_ino
     assert run(*PREVIEW, name, folder=folder).exit == 0
     assert names(folder) == {"image.raw", "lines.b64", "old", name}
+    assert (folder / name).stat().st_ino != identity
 
 
 def test_a_dry_run_judges_and_writes_nothing(folder):
@@ -208,7 +213,8 @@ def test_an_output_is_never_an_input(folder):
 @on_linux_only
 def test_an_output_is_not_what_standard_input_reads(folder):
     with open(folder / "image.raw", "rb") as image:
-        refused(run("preview", "-", *SHAPE, "-o", "image.raw", stdin=image, folder=folder), 2, "would overwrite")
+        refused(run("preview", "-", *SHAPE, "-o", "image.raw", stdin=image, folder=folder), 2,
+                "image.raw: would overwrite the file it is made from; give another name")
 
 
 @on_linux_only
@@ -227,6 +233,9 @@ def test_standard_input_is_a_file(folder, name):
     floats = ("check", "false-trigger", name, "--shape", "1024x1024")
     assert b" 804 " in run(*floats, input=b"00ID" * 1024 * 1024, folder=folder).output
     refused(run(*floats, input=b"00ID" * 1024 * 1024 + b"0", folder=folder), 1, f"{name}: more than 4194304 bytes")
+    (folder / "factory.txt").write_text("1 " * 9)
+    timed = run("snr", name, *SHAPE, "--factory", "factory.txt", input=HEADER + PIXELS, folder=folder)
+    assert timed.exit in (0, 3) and b"12147.0" in timed.output
     assert run("base64", "encode", name, input=LINES, folder=folder).output.startswith(b"UVVGQlFVRkIK")
 
 

@@ -10,12 +10,14 @@ RawImage ImageOptions::load() const {
     return loadRawImage(file, parseShape(shape));
 }
 
+std::vector<std::string> ImageOptions::outputs() const {
+    return picture ? std::vector{output, *picture} : std::vector{output};
+}
+
 void ImageOptions::requireOutputs() const {
     requireName(output, "the image file to write");
-    requireOtherFile(output, file);
     requirePicture();
-    if (picture)
-        requireOtherFile(*picture, output);
+    requireDistinct(outputs(), {file});
 }
 
 void ImageOptions::requirePicture() const {

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // The options that commands on raw images share.
 
@@ -26,6 +27,9 @@ struct ImageOptions {
 
     // The part of the image that pictures show.
     Region shownPart(const RawImage& image) const { return parseRegion(zoom, image.shape); }
+
+    // The image and, where there is one, the picture.
+    std::vector<std::string> outputs() const;
 
     // Both throw a ToolError for a name that cannot be written to without harm.
     void requireOutputs() const;

@@ -4,6 +4,7 @@
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "image/RawImage.h"
 #include "ndt/NdtReport.h"
 
@@ -95,6 +96,7 @@ ExitCode runCorrect(const NdtOptions& options) {
     if (options.dark)
         requireOtherFile(options.output, *options.dark);
     requireFolder(options.folder, "the folder that qxutils ndt calibrate wrote");
+    protectFolder(options.folder);
     configureDetector(options.folder, shape);
     virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
     LongImage corrected = image;

@@ -45,14 +45,13 @@ void printJudgement(const std::vector<int>& sides, const SnrJudgement& judgement
 
 ExitCode printSnr(const SnrOptions& options) {
     const Shape shape = parseShape(options.shape);
-    const RawImage image = loadRawImage(options.file, shape);
+    const auto [image, header] = loadImageFile(options.file, shape);
     const std::vector<int> sides = snrSquareSides(shape);
     if (!options.factoryFile) {
         printSeries(sides, measureSnr(image));
         return ExitCode::Passed;
     }
-    const auto time = hasImageHeader(options.file, shape) ? headerIntegrationTime(options.file) : std::nullopt;
-    const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), time);
+    const SnrSeries factory = loadFactorySeries(*options.factoryFile, sides.size(), headerIntegrationTime(header));
     const SnrJudgement judgement = judgeSnr(image, factory);
     printJudgement(sides, judgement, factory);
     return judgement.passed() ? ExitCode::Passed : ExitCode::NotPassed;

@@ -50,7 +50,7 @@ ExitCode runStripe(const StripeOptions& options) {
     const RawImage image = options.files.load();
     options.files.requireOutputs();
     if (options.reference)
-        requireOtherFile(options.files.output, *options.reference);
+        requireDistinct(options.files.outputs(), {*options.reference});
     const RawImage corrected = correctStripe(image, options.loadReference(image), options.triggerLine, options.method);
     if (corrected.pixels == image.pixels)
         std::cout << "  no row departs: nothing changed\n";

@@ -52,7 +52,11 @@ void printHeader(const FileHeader& header) {
 }
 
 std::optional<float> headerIntegrationTime(const std::string& path) {
-    const float time = loadFileHeader(path).detector.integrationTime;
+    return headerIntegrationTime(loadBytes(path, kImageHeaderBytes));
+}
+
+std::optional<float> headerIntegrationTime(const std::vector<char>& header) {
+    const float time = header.empty() ? 0.0f : parseHeader(header).detector.integrationTime;
     return std::isfinite(time) && time > 0 ? std::optional(time) : std::nullopt;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 
@@ -26,5 +27,8 @@ void printHeader(const FileHeader& header);
 
 // The integration time in the header of an image file, in ms; none when it does not tell.
 std::optional<float> headerIntegrationTime(const std::string& path);
+
+// The same of a header in memory; nothing for an image without one.
+std::optional<float> headerIntegrationTime(const std::vector<char>& header);
 
 }  // namespace qx::tool
