@@ -205,7 +205,9 @@ def test_an_output_is_never_an_input(folder):
     for case, command in own_inputs(folder).items():
         before = {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()}
         result = run(*command, folder=folder)
-        text = "would be written twice" if case == "twice" else "would overwrite"
+        text = {"twice": "would be written twice", "settings": "would overwrite a file that was read",
+                "calibration": "would overwrite a file that was read"}.get(
+                    case, "would overwrite the file it is made from")
         assert (case, result.exit) == (case, 2) and text in result.error, result
         assert {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()} == before
 
@@ -285,6 +287,9 @@ def test_bad_inputs_are_told_in_one_line(folder):
         with open(folder / "sparse", "rb") as sparse:
             refused(run("preview", "-", *SHAPE, "-o", "got", stdin=sparse, folder=folder), 1, "-: 5368709120 bytes, but")
         refused(run("base64", "encode", "sparse", folder=folder), 1, "sparse: longer than 2147483647 bytes")
+        directory = os.open(folder, os.O_RDONLY)
+        refused(run("preview", "-", *SHAPE, "-o", "got", folder=folder, stdin=directory), 1, "-: is a directory; give")
+        os.close(directory)
         refused(run("preview", "-", *SHAPE, "-o", "got", folder=folder, preexec_fn=lambda: os.close(0)), 1, "-: cannot")
 
 
