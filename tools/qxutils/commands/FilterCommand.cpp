@@ -88,7 +88,7 @@ ExitCode runFilter(const FilterOptions& options, const std::string& command, Fil
     return runImages(options.files, command, [&](const RawImage& image, const ImageFiles& files) {
         const Region shown = options.files.shownPart(image);
         const Result result = filter(image, options);
-        const Record record = save(files.output, image, result);
+        const Record record = save(files.output.value(), image, result);
         if (files.picture) {
             const Original original{image, shown};
             writePng(*files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));

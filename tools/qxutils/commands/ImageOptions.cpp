@@ -8,19 +8,26 @@
 
 namespace qx::tool {
 
+std::vector<std::string> ImageFiles::outputs() const {
+    std::vector<std::string> names;
+    for (const std::optional<std::string>& name : {output, picture}) {
+        if (name)
+            names.push_back(*name);
+    }
+    return names;
+}
+
 ImageFiles ImageOptions::filesFor(const std::string& file) const {
-    ImageFiles files{file, "", std::nullopt};
+    ImageFiles files{file, std::nullopt, std::nullopt};
     if (output) {
         files.output = outputFor(*output, file);
-        requireName(files.output, "the image file to write");
-        requireOtherFile(files.output, file);
+        requireName(*files.output, "the image file to write");
     }
     if (picture) {
         files.picture = outputFor(*picture, file, ".png");
-        requirePictureName(*files.picture, file);
-        if (output)
-            requireOtherFile(*files.picture, files.output);
+        requireName(*files.picture, "the picture file to write");
     }
+    requireDistinct(files.outputs(), {file});
     return files;
 }
 

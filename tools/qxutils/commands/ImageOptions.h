@@ -19,8 +19,10 @@ namespace qx::tool {
 // One raw 16-bit image and where what is made of it goes.
 struct ImageFiles {
     std::string file;
-    std::string output;
+    std::optional<std::string> output;
     std::optional<std::string> picture;
+
+    std::vector<std::string> outputs() const;
 };
 
 // What a command that turns raw 16-bit images into other ones is told.

@@ -6,6 +6,7 @@
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "image/RawImage.h"
 #include "ndt/NdtReport.h"
 #include "results/Subject.h"
@@ -140,6 +141,7 @@ ExitCode runCorrect(NdtOptions options) {
     if (options.dark)
         dark = loadLongImage(*options.dark, shape);
     requireFolder(options.folder, "the folder that qxutils ndt calibrate wrote");
+    protectFolder(options.folder);
     configureDetector(options.folder, shape);
     virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
     return runBatch(

@@ -83,7 +83,7 @@ ExitCode runResize(const ResizeOptions& options) {
     return runImages(options.files, "resize", [&](const RawImage& image, const ImageFiles& files) {
         const Region region = options.files.shownPart(image);
         const RawImage resized = resize(image, shape);
-        saveRawImage(files.output, resized);
+        saveRawImage(files.output.value(), resized);
         if (files.picture)
             writePng(*files.picture, drawResized(image, resized, region));
         return sizesOf(image.shape, shape);

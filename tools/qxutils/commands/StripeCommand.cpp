@@ -60,10 +60,10 @@ Record contrastsOf(const StripeProfile& before, const StripeProfile& after, int 
 
 Record correctOne(const StripeOptions& options, const RawImage& image, const ImageFiles& files) {
     if (options.reference)
-        requireOtherFile(files.output, *options.reference);
+        requireDistinct(files.outputs(), {*options.reference});
     const int line = options.triggerLine;
     const RawImage corrected = correctStripe(image, options.loadReference(image), line, options.method);
-    saveRawImage(files.output, corrected);
+    saveRawImage(files.output.value(), corrected);
     if (files.picture) {
         writePng(*files.picture,
                  drawStripe({{image, "before", "", kTileText}, {corrected, "after", "", kTileText}}, line, {}));

@@ -52,6 +52,7 @@ void loadDetectorFile(const std::string& file) {
     const std::string problem = qxkit::loadVirtualDetector(path);
     if (!problem.empty())
         throw ToolError(problem);
+    protectInput(file);
     if (writePolicy().dryRun)
         virtualDetector().config.loggingEnabled = 0;
 }

@@ -4,7 +4,9 @@
 #include "common/ToolError.h"
 #include "common/WholeFile.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 namespace qx::tool {
@@ -12,17 +14,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Not every platform can tell whether two existing names are one file, and none can when the output does not exist.
-bool isSameFile(const std::string& first, const std::string& second) {
+// A name, and what it comes to when links and folders are resolved.
+struct Place {
+    const std::string& name;
+    fs::path path;
+    fs::path resolved;
+    bool isThere;
+};
+
+Place placeOf(const std::string& name) {
     std::error_code error;
-    if (fs::equivalent(toPath(first), toPath(second), error))
-        return true;
-    const auto plainName = [](const std::string& path) {
-        std::error_code unknown;
-        const fs::path canonical = fs::weakly_canonical(toPath(path), unknown);
-        return fs::absolute(unknown ? toPath(path) : canonical, unknown).lexically_normal();
-    };
-    return plainName(first) == plainName(second);
+    const fs::path path = toPath(name == "-" ? "/dev/stdin" : name);
+    const fs::path canonical = fs::weakly_canonical(path, error);
+    return {name, path, fs::absolute(error ? path : canonical, error).lexically_normal(), fs::exists(path, error)};
+}
+
+std::vector<Place> placesOf(const std::vector<std::string>& names) {
+    std::vector<Place> places;
+    std::ranges::transform(names, std::back_inserter(places), placeOf);
+    return places;
+}
+
+// Not every platform can tell whether two existing names are one file, and none can when the output does not exist.
+bool isSameFile(const Place& first, const Place& second) {
+    std::error_code error;
+    return first.resolved.native() == second.resolved.native() ||
+           (first.isThere && second.isThere && fs::equivalent(first.path, second.path, error));
 }
 
 // Refuses what is not there, as a kind of thing that is missing.
@@ -63,20 +80,22 @@ void requireFolder(const std::string& path, const std::string& wanted) {
 }
 
 void requireDistinct(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs) {
-    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
-        for (const std::string& input : inputs)
-            requireOtherFile(*output, input);
-        for (auto other = outputs.begin(); other != output; ++other) {
-            if (isSameFile(*output, *other))
-                throw ToolError(*output + ": would be written twice; give another name", ExitCode::Usage);
+    const std::vector<Place> sources = placesOf(inputs);
+    const std::vector<Place> targets = placesOf(outputs);
+    for (auto target = targets.begin(); target != targets.end(); ++target) {
+        const auto isTarget = [target](const Place& place) { return isSameFile(*target, place); };
+        if (std::ranges::any_of(sources, isTarget)) {
+            throw ToolError(target->name + ": would overwrite the file it is made from; give another name",
+                            ExitCode::Usage);
         }
+        if (std::any_of(targets.begin(), target, isTarget))
+            throw ToolError(target->name + ": would be written twice; give another name", ExitCode::Usage);
+        requireReplaceable(target->name);
     }
 }
 
 void requireOtherFile(const std::string& output, const std::string& input) {
-    if (isSameFile(output, input == "-" ? "/dev/stdin" : input))
-        throw ToolError(output + ": would overwrite the file it is made from; give another name", ExitCode::Usage);
-    requireReplaceable(output);
+    requireDistinct({output}, {input});
 }
 
 void createFolder(const std::string& path) {

@@ -3,6 +3,7 @@
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/ToolError.h"
+#include "common/WholeFile.h"
 
 #include <cerrno>
 #include <system_error>
@@ -27,6 +28,7 @@ InputFile::InputFile(const std::string& path, const std::string& wanted) : path_
     if (isDirectory(file_))
         throw ToolError(path + ": is a directory; give " + wanted);
     bytes_ = bytesLeft(file_);
+    protectInput(path);
 }
 
 void InputFile::open(const std::string& wanted) {

@@ -55,7 +55,9 @@ int resultsDescriptor() {
 }
 
 StandardOutput::StandardOutput() : descriptor_(copyOf(kOutput)), before_(std::cout.rdbuf(this)) {
+    // What the library prints stands where it belongs among the lines of standard error.
     std::fflush(stdout);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
     redirect(kOutput, kError);
     copyOfOutput = descriptor_;
     setp(buffer_.data(), buffer_.data() + buffer_.size());

@@ -4,6 +4,7 @@
 #include "common/StandardOutput.h"
 #include "common/ToolError.h"
 
+#include <algorithm>
 #include <iostream>
 #include <set>
 #include <system_error>
@@ -20,6 +21,8 @@ std::set<fs::path> announcedFolders;
 
 // Those whose files are the tool's own.
 std::set<fs::path> exemptFolders;
+
+std::set<fs::path> inputs;
 
 WritePolicy policyOf(const fs::path& file) {
     return exemptFolders.contains(file.parent_path()) ? WritePolicy{} : chosenPolicy;
@@ -57,6 +60,13 @@ bool isReplaceable(const fs::path& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     return !fs::exists(status) || fs::is_regular_file(status);
+}
+
+bool isInput(const fs::path& path) {
+    return isThere(path) && isReplaceable(path) && std::ranges::any_of(inputs, [&](const fs::path& input) {
+               std::error_code error;
+               return fs::equivalent(path, input, error);
+           });
 }
 
 bool isProtected(const std::string& path) {
@@ -97,8 +107,21 @@ void exemptFolder(const fs::path& folder) {
     exemptFolders.insert(folder);
 }
 
+void protectInput(const std::string& path) {
+    inputs.insert(toPath(path == "-" ? "/dev/stdin" : path));
+}
+
+void protectFolder(const std::string& path) {
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(toPath(path), error), end; !error && entry != end;
+         entry.increment(error))
+        inputs.insert(entry->path());
+}
+
 WholeFile::WholeFile(const std::string& path)
     : path_(path), target_(linkTarget(toPath(path))), policy_(policyOf(target_)) {
+    if (isInput(target_))
+        throw ToolError(path + ": would overwrite a file that was read; give another name", ExitCode::Usage);
     requireReplaceable(path);
     if (const std::optional<int> stream = streamOfOutput(path); stream && !policy_.dryRun) {
         std::cout.flush();

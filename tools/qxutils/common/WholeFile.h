@@ -26,6 +26,12 @@ const WritePolicy& writePolicy();
 // Lets files that lie in this folder be written whatever the policy.
 void exemptFolder(const std::filesystem::path& folder);
 
+// What was read: from here on no file replaces it, under whatever name.
+void protectInput(const std::string& path);
+
+// The same for all files below a folder, which the library reads by name.
+void protectFolder(const std::string& path);
+
 // Refuses a file that is there and must not be replaced.
 void requireReplaceable(const std::string& path);
 
