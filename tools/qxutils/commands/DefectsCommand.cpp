@@ -31,7 +31,7 @@ ExitCode printDefects(const DefectsOptions& options) {
         requirePicture(*options.picture, options.file, lists.shape);
     printDefectLists(std::cout, lists);
     if (options.picture)
-        writePng(*options.picture, drawDefectMap(lists));
+        writePicture(*options.picture, drawDefectMap(lists));
     return ExitCode::Passed;
 }
 
