@@ -41,7 +41,7 @@ void addDefectsCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of a defect file", printDefects);
     command.add_option("FILE", options.file, "Defect file; its name tells whether it is a structured one")->required();
-    command.add_option("--png", options.picture, "Map of the defects");
+    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name");
 }
 
 }  // namespace qx::tool

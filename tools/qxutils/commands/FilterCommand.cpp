@@ -123,7 +123,7 @@ public:
 
     void addComparison(const char* name, const char* description) {
         CLI::App& kind = addOfImage(name, description, runCompare);
-        kind.add_option("--png", family_.options().files.picture, "PNG file to write")->required();
+        kind.add_option("--png", family_.options().files.picture, "PNG or SVG file to write, by its name")->required();
         addZoom(kind, family_.options().files);
         addRadius(kind);
         addWindow(kind);

@@ -114,8 +114,8 @@ std::vector<Tick> ticksOf(const Axis& axis, double low, double high, int steps) 
         for (const double value : axis.ticks)
             ticks.push_back({value, formatNumber(value, value == std::floor(value) ? 0 : 2)});
     } else if (axis.scale == AxisScale::Days) {
-        // Dates need the room of two numbers.
-        ticks = dateTicks(low, high, std::max(1, steps / 2));
+        // Dates need more room than numbers.
+        ticks = dateTicks(low, high, std::max(1, 2 * steps / 3));
     } else if (axis.scale == AxisScale::Logarithmic) {
         ticks = logarithmicTicks(low, high, steps);
     } else {
