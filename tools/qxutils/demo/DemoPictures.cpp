@@ -98,7 +98,7 @@ Drawing drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>&
          1.0,
          scaleOf(window),
          "raw flat field",
-         {{"before correction:"}, {"amplifiers of different gain,"}, {"defective rows and columns"}}}};
+         {{"before correction:"}, {"amplifiers of different gain,"}, {"defective pixels, rows and columns"}}}};
     const int smallestSide = snrSquareSides(rawFlat.shape).front();
     for (const JudgedExposure& judged : exposures)
         tiles.push_back(makeTile(judged, smallestSide));

@@ -68,7 +68,11 @@ std::vector<Tile> drawBalance(const CalibrationFlow& flow, double side) {
     const GreyWindow window = windowAroundMedian(before, kBalanceContrast);
     const auto tile = [&](const RawImage& shown, const char* caption, const char* line) {
         GreyPicture picture = makePreview(shown, window, static_cast<int>(side / kPixelSide));
-        return Tile{std::move(picture), kPixelSide, scaleOf(window), caption, {{line}}};
+        return Tile{std::move(picture),
+                    kPixelSide,
+                    scaleOf(window),
+                    caption,
+                    {{line}, {"specks, lines: defective pixels and rows"}}};
     };
     return {tile(before, "before the AFE balance", "dark image subtracted"),
             tile(truncatedCounts(image), "after the AFE balance", "AFEs at one level")};
@@ -87,7 +91,8 @@ Tile drawShadow(const CalibrationFlow& flow, double side) {
         scaleOf(window),
         "shutter half open, block medians",
         {{"status " + std::to_string(StatusUniformityUnqualified) + ": " + std::to_string(size) + " blocks in a shadow",
-          kNotPassed}},
+          kNotPassed},
+         {"outlined: the shadow that was found"}},
         outline(shadow, blocks.shape, blockSide)};
 }
 

@@ -13,7 +13,8 @@ constexpr double kErrorContrast = 0.04;
 
 constexpr double kWhiteShare = 1.15;
 constexpr double kOpenCounts = 32768.0;
-constexpr double kPixelSide = 0.5;
+// Pixels for each side of a block that becomes one logical pixel of the drawing.
+constexpr int kBlock = 2;
 
 // Half of the pictures' range is the open field.
 RawImage scaled(const LongImage& image, double openField) {
@@ -41,7 +42,7 @@ std::vector<Stroke> ringsAround(const NdtDemo& demo) {
     Drawing rings(0.0, 0.0, kPaper);
     const int width = demo.corrected.shape.width;
     for (int pixel = 0; pixel < demo.corrected.pixelCount(); ++pixel) {
-        const Place centre{(pixel % width + 0.5) * kPixelSide, (pixel / width + 0.5) * kPixelSide};
+        const Place centre{(pixel % width + 0.5) / kBlock, (pixel / width + 0.5) / kBlock};
         if (deviates(demo.corrected, demo, static_cast<std::size_t>(pixel)))
             rings.drawRing(centre, 5.0, {kMarked, 1.25});
     }
@@ -56,23 +57,23 @@ std::vector<Stroke> ringsAround(const NdtDemo& demo) {
 Drawing drawNdt(const NdtDemo& demo) {
     const GreyWindow window{0.0, kWhiteShare * kOpenCounts};
     const GreyScale counts = scaleOf({0.0, kWhiteShare * demo.openField});
-    const int side = demo.raw.shape.width;
+    const int side = demo.raw.shape.width / kBlock;
     const NdtError after = ndtError(demo.corrected, demo);
     const std::string ends = formatNumber(100.0 * kErrorContrast, 0);
     return drawTiles({{makePreview(scaled(demo.raw, demo.openField), window, side),
-                       kPixelSide,
+                       1.0,
                        counts,
                        "as it was read",
                        {{errorText(ndtError(demo.raw, demo), demo), kNotPassed},
                         {"Steps: amplifiers of different gain."},
                         {"Specks and lines: defective pixels, rows, columns."}}},
-                      {makePreview(scaled(demo.corrected, demo.openField), window, side / 2),
-                       2.0 * kPixelSide,
+                      {makePreview(scaled(demo.corrected, demo.openField), window, side),
+                       1.0,
                        counts,
                        "offset, gain and defects corrected",
                        {{errorText(after, demo), kPassed}}},
-                      {makePreview(errorMap(demo), GreyWindow{}, side / 2),
-                       2.0 * kPixelSide,
+                      {makePreview(errorMap(demo), GreyWindow{}, side),
+                       1.0,
                        {"-" + ends, "+" + ends, "% of the open field"},
                        "error that is left",
                        {{"Ringed: the " + std::to_string(after.deviatingPixels) + " pixels beyond 5 sigma of noise,"},
