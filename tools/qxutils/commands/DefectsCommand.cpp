@@ -33,7 +33,7 @@ Record describe(const DefectsOptions& options, const std::string& file) {
     if (options.picture) {
         const std::string picture = outputFor(*options.picture, file, ".png");
         requirePicture(picture, file, lists.shape);
-        writePng(picture, drawDefectMap(lists));
+        writePicture(picture, drawDefectMap(lists));
     }
     Record record = defectCountsOf(lists);
     record.subject = subjectOf(file);
@@ -59,7 +59,7 @@ void addDefectsCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of defect files", describeDefects);
     addBatchOptions(command, options.batch, "Defect files (*.cal); the name tells whether one is structured");
-    command.add_option("--png", options.picture, "Map of the defects, or a folder for several");
+    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name, or a folder for several");
 }
 
 }  // namespace qx::tool

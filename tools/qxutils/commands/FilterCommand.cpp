@@ -91,7 +91,7 @@ ExitCode runFilter(const FilterOptions& options, const std::string& command, Fil
         const Record record = save(files.output.value(), image, result);
         if (files.picture) {
             const Original original{image, shown};
-            writePng(*files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
+            writePicture(*files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
         }
         return record;
     });
@@ -104,7 +104,7 @@ ExitCode runCompare(const FilterOptions& options) {
         for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
             images.push_back(compared(original, filter(image, options)));
         images.push_back(compared(original, filterRatio(image, options)));
-        writePng(files.picture.value(), drawComparison(images, original.shown, 3));
+        writePicture(files.picture.value(), drawComparison(images, original.shown, 3));
         return Record{};
     });
 }
@@ -127,7 +127,8 @@ public:
 
     void addComparison(const char* name, const char* description) {
         CLI::App& kind = addOfImage(name, description, runCompare);
-        kind.add_option("--png", family_.options().files.picture, "PNG file to write, or a folder for several")
+        kind.add_option("--png", family_.options().files.picture,
+                        "PNG or SVG file to write, by its name, or a folder for several")
             ->required();
         addZoom(kind, family_.options().files);
         addRadius(kind);

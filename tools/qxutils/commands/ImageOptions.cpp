@@ -66,7 +66,7 @@ void addInput(CLI::App& command, ImageOptions& options) {
 
 void addOutputs(CLI::App& command, ImageOptions& options, const std::string& pictured) {
     command.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
-    command.add_option("--png", options.picture, pictured + ", or a folder for several");
+    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name, or a folder for several");
 }
 
 void addZoom(CLI::App& command, ImageOptions& options) {

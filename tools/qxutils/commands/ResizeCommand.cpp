@@ -72,7 +72,7 @@ Record sizesOf(const Shape& from, const Shape& to) {
     return record;
 }
 
-Canvas drawResized(const RawImage& before, const RawImage& after, const Region& region) {
+Drawing drawResized(const RawImage& before, const RawImage& after, const Region& region) {
     const GreyWindow window = windowOf(before, region);
     return drawComparison(
         {compared(before, window, toText(before.shape)), compared(after, window, toText(after.shape))}, region, 2);
@@ -85,7 +85,7 @@ ExitCode runResize(const ResizeOptions& options) {
         const RawImage resized = resize(image, shape);
         saveRawImage(files.output.value(), resized);
         if (files.picture)
-            writePng(*files.picture, drawResized(image, resized, region));
+            writePicture(*files.picture, drawResized(image, resized, region));
         return sizesOf(image.shape, shape);
     });
 }

@@ -3,8 +3,8 @@
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "picture/Look.h"
 #include "picture/PngWriter.h"
-#include "picture/Tiles.h"
 #include "stripe/StripeCorrection.h"
 #include "stripe/StripePicture.h"
 
@@ -65,8 +65,8 @@ Record correctOne(const StripeOptions& options, const RawImage& image, const Ima
     const RawImage corrected = correctStripe(image, options.loadReference(image), line, options.method);
     saveRawImage(files.output.value(), corrected);
     if (files.picture) {
-        writePng(*files.picture,
-                 drawStripe({{image, "before", "", kTileText}, {corrected, "after", "", kTileText}}, line, {}));
+        writePicture(*files.picture,
+                     drawStripe({{image, "before", "", kInk}, {corrected, "after", "", kInk}}, line, {}));
     }
     return contrastsOf(profileOf(image, line), profileOf(corrected, line), line, corrected.pixels != image.pixels);
 }
