@@ -86,6 +86,8 @@ int correct(LongImage& image, const std::optional<LongImage>& dark) {
 }
 
 ExitCode runCorrect(const NdtOptions& options) {
+    // The library downloads what the calibration folder lacks.
+    refuseDryRun("ndt correct");
     const Shape shape = parseShape(options.shape);
     const LongImage image = loadLongImage(options.image, shape);
     std::optional<LongImage> dark;
