@@ -1,6 +1,7 @@
 #include "batch/Batch.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
+#include "common/NativeFile.h"
 #include "common/TextTable.h"
 #include "defects/DefectTables.h"
 #include "image/RawImage.h"
@@ -115,7 +116,21 @@ Record describeImage(std::ostream& out, const std::string& file, std::int64_t by
     return record;
 }
 
+// Nothing tells how much there is to come.
+std::vector<Record> describeStream(const std::string& file, const std::optional<Shape>& shape) {
+    if (!shape)
+        throw ToolError(file + ": a stream does not tell its size; give --shape");
+    std::ostringstream out;
+    out << file << '\n';
+    Record record;
+    addStatistics(record, out, file, *shape);
+    record.text = out.str();
+    return {record};
+}
+
 std::vector<Record> describeFile(const std::string& file, const std::optional<Shape>& shape) {
+    if (streamOfInput(file))
+        return describeStream(file, shape);
     const std::int64_t bytes = fileBytes(file, kRawImageWanted);
     std::ostringstream out;
     out << file << "\n  " << bytes << " bytes\n";

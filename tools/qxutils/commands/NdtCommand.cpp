@@ -136,6 +136,8 @@ ExitCode runCorrect(NdtOptions options) {
         options.dark = options.batch.names.back();
         options.batch.names.pop_back();
     }
+    // The library downloads what the calibration folder lacks.
+    refuseDryRun("ndt correct");
     const Shape shape = parseShape(options.shape);
     std::optional<LongImage> dark;
     if (options.dark)

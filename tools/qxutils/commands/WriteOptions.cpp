@@ -18,7 +18,7 @@ void addWriteOptions(CLI::App& app) {
             setWritePolicy({true, writePolicy().noClobber});
         },
         "Read and judge, but write no file; standard error tells which would be written or replaced. Not for what "
-        "the library writes: demo, factory-snr, ndt calibrate");
+        "the library writes: demo, factory-snr, ndt");
     app.add_flag_callback(
         "--no-clobber",
         [] {

@@ -41,6 +41,9 @@ Descriptor openToRead(const std::filesystem::path& path);
 // Fails when there is a file of that name.
 Descriptor createNew(const std::filesystem::path& path);
 
+// Whether the last of these failed because the disk is full.
+bool lacksRoom();
+
 // Empties a file, or creates it.
 Descriptor openInPlace(const std::filesystem::path& path);
 

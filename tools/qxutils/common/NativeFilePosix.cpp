@@ -75,6 +75,10 @@ Descriptor createNew(const std::filesystem::path& path) {
     return Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
 }
 
+bool lacksRoom() {
+    return errno == ENOSPC || errno == EDQUOT;
+}
+
 Descriptor openInPlace(const std::filesystem::path& path) {
     return Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0666));
 }

@@ -81,6 +81,10 @@ Descriptor createNew(const std::filesystem::path& path) {
     return create(path, CREATE_NEW);
 }
 
+bool lacksRoom() {
+    return GetLastError() == ERROR_DISK_FULL;
+}
+
 Descriptor openInPlace(const std::filesystem::path& path) {
     return create(path, CREATE_ALWAYS);
 }

@@ -151,11 +151,15 @@ void WholeFile::open() {
 bool WholeFile::openTemporary() {
     temporary_.emplace(nameBeside(target_));
     file_ = createNew(temporary_->path());
-    if (file_.isOpen())
+    if (file_.isOpen()) {
         takeMode(file_, target_);
-    else
-        temporary_.reset();
-    return file_.isOpen();
+        return true;
+    }
+    // What is emptied on a full disk may find no room for its content.
+    if (lacksRoom())
+        failToWrite();
+    temporary_.reset();
+    return false;
 }
 
 void WholeFile::openInPlace() {
