@@ -71,6 +71,7 @@ TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
     };
     TextTable table(used({"image", "check", "what is measured", "value", "limit", "verdict", "message"}));
     table.alignLeft(named ? std::set<std::size_t>{1, 2, 4, 6} : std::set<std::size_t>{1, 3, 5});
+    table.keepWhole({used({"image", "check", "what", "value"}).size()});
     const std::size_t verdictColumn = used({"image", "check", "what", "value", "limit"}).size();
     for (const CheckRow& row : rows) {
         for (std::size_t index = 0; index < row.result.measures.size(); ++index)

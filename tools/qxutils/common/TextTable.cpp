@@ -61,7 +61,7 @@ TextTable::Widths TextTable::wordWidths() const {
     Widths widths(wholeWidths().size());
     for (const Row& row : rows_) {
         for (std::size_t column = 0; column < row.size(); ++column) {
-            const bool isWrapped = leftColumns_.contains(column) || &row == &rows_.front();
+            const bool isWrapped = isText(column) || &row == &rows_.front();
             const std::string& text = row[column].text;
             widths[column] = std::max(widths[column], isWrapped ? widestWord(text) : textWidth(text));
         }
@@ -76,7 +76,7 @@ TextTable::Widths TextTable::widthsWithin(std::size_t width) const {
     Widths headings = words;
     Widths cut = words;
     for (std::size_t column = 0; column < whole.size(); ++column) {
-        if (leftColumns_.contains(column)) {
+        if (isText(column)) {
             readable[column] = headings[column] = std::max(words[column], std::min(whole[column], kReadableWidth));
             cut[column] = std::min(words[column], kLeastWidth);
         }

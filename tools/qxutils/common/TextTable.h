@@ -23,6 +23,8 @@ public:
     // A row, and the colours of some of its cells by their column.
     void addRow(const std::vector<std::string>& cells, const std::map<std::size_t, TextColour>& cellColours = {});
     void alignLeft(const std::set<std::size_t>& columns) { leftColumns_.insert(columns.begin(), columns.end()); }
+    // Columns whose cells are never broken at blanks, such as "< 0.15".
+    void keepWhole(const std::set<std::size_t>& columns) { wholeColumns_.insert(columns.begin(), columns.end()); }
     void print(std::ostream& out, int width = terminalWidth()) const;
 
 private:
@@ -35,14 +37,16 @@ private:
 
     using Lines = std::vector<std::string>;
 
+    bool isText(std::size_t column) const { return leftColumns_.contains(column) && !wholeColumns_.contains(column); }
     Widths wholeWidths() const;
-    Widths wordWidths() const;  // with every text, but no number, broken at its blanks
+    Widths wordWidths() const;  // with every text, but nothing that stays whole, broken at its blanks
     Widths widthsWithin(std::size_t width) const;
     std::vector<Lines> linesOf(const Row& row, const Widths& widths) const;
     void printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells, const Widths& widths) const;
 
     std::vector<Row> rows_;
     std::set<std::size_t> leftColumns_ = {0};
+    std::set<std::size_t> wholeColumns_;
 };
 
 // A number with a fixed count of decimals.
