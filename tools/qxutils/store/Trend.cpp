@@ -1,0 +1,149 @@
+#include "store/Trend.h"
+
+#include "store/DateText.h"
+
+#include <QxUtils/Numerics.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+
+namespace qx::tool {
+namespace {
+
+constexpr double kYearDays = 365.25;
+constexpr double kHorizonDays = 10 * kYearDays;
+constexpr std::size_t kFewestTimes = 3;
+
+double meanOf(const std::vector<TrendPoint>& points) {
+    const double sum = std::accumulate(points.begin(), points.end(), 0.0,
+                                       [](double total, const TrendPoint& point) { return total + point.value; });
+    return sum / static_cast<double>(points.size());
+}
+
+// The points come in the order of their times.
+std::size_t differentTimes(const std::vector<TrendPoint>& points) {
+    std::size_t count = 1;
+    for (std::size_t i = 1; i < points.size(); ++i)
+        count += points[i].day > points[i - 1].day ? 1 : 0;
+    return count;
+}
+
+// The library fits in single precision, so both axes are brought to -1 ... 1 first.
+Forecast fitLine(const std::vector<TrendPoint>& points, double mean) {
+    const double halfSpan = (points.back().day - points.front().day) / 2;
+    const double middle = points.front().day + halfSpan;
+    double spread = 0.0;
+    for (const TrendPoint& point : points)
+        spread = std::max(spread, std::abs(point.value - mean));
+    if (spread == 0.0)
+        return {0.0, mean};
+    std::vector<std::array<float, 2>> scaled;
+    std::vector<const float*> pairs;
+    scaled.reserve(points.size());
+    for (const TrendPoint& point : points) {
+        scaled.push_back(
+            {static_cast<float>((point.day - middle) / halfSpan), static_cast<float>((point.value - mean) / spread)});
+        pairs.push_back(scaled.back().data());
+    }
+    std::array<float, 2> line{};
+    polyFit(line.data(), pairs.data(), static_cast<int>(pairs.size()), 1);
+    const double constant = line[0];
+    const double slope = line[1];
+    return {slope * spread / halfSpan, mean + spread * (constant + slope)};
+}
+
+bool isUpper(const Limit& limit) {
+    return limit.comparison == MeasureBelow || limit.comparison == MeasureAtMost;
+}
+
+Outlook outlookOf(const Trend& trend) {
+    const std::optional<Limit>& limit = trend.series.limit;
+    if (!limit)
+        return Outlook::Unlimited;
+    if (!limit->met)
+        return Outlook::Already;
+    if (!trend.forecast)
+        return Outlook::Unknown;
+    const double slope = trend.forecast->slopePerDay;
+    const double room = limit->value - trend.forecast->lastOnLine;
+    if (isUpper(*limit) ? room < 0 : room > 0)
+        return Outlook::Already;
+    if (isUpper(*limit) ? slope < 0 : slope > 0)
+        return Outlook::MovesAway;
+    return std::abs(room) > kHorizonDays * std::abs(slope) ? Outlook::Never : Outlook::Ahead;
+}
+
+Json toJson(const TrendPoint& point) {
+    return {{"time", point.time}, {"value", point.value}, {"file", point.file}};
+}
+
+Json forecastJson(const Trend& trend) {
+    if (!trend.forecast)
+        return nullptr;
+    const Json date = trend.limitDay ? Json(dateText(*trend.limitDay)) : Json(nullptr);
+    return {{"limitDate", date}, {"slopePerDay", trend.forecast->slopePerDay}};
+}
+
+Json toJson(const Trend& trend) {
+    const TrendSeries& series = trend.series;
+    Json json = {{"check", series.check}, {"measure", series.measure}, {"unit", series.unit}};
+    if (series.limit) {
+        json["comparison"] = symbolOf(series.limit->comparison);
+        json["limit"] = series.limit->value;
+    }
+    json["points"] = Json::array();
+    for (const TrendPoint& point : series.points)
+        json["points"].push_back(toJson(point));
+    json["outlook"] = outlookText(trend);
+    json["forecast"] = forecastJson(trend);
+    return json;
+}
+
+}  // namespace
+
+Trend trendOf(const TrendSeries& series) {
+    Trend trend{series, meanOf(series.points)};
+    if (differentTimes(series.points) >= kFewestTimes)
+        trend.forecast = fitLine(series.points, trend.mean);
+    trend.outlook = outlookOf(trend);
+    if (trend.outlook == Outlook::Ahead) {
+        const double room = series.limit->value - trend.forecast->lastOnLine;
+        trend.limitDay = series.points.back().day + (room == 0.0 ? 0.0 : room / trend.forecast->slopePerDay);
+    }
+    return trend;
+}
+
+std::vector<Trend> trendsOf(const PanelStore& store, const TrendFilter& filter) {
+    std::vector<Trend> trends;
+    for (const TrendSeries& series : store.series(filter))
+        trends.push_back(trendOf(series));
+    return trends;
+}
+
+std::string outlookText(const Trend& trend) {
+    switch (trend.outlook) {
+    case Outlook::Unlimited:
+        return "no limit";
+    case Outlook::Unknown:
+        return "too few times";
+    case Outlook::Already:
+        return "already";
+    case Outlook::Ahead:
+        return dateText(trend.limitDay.value());
+    case Outlook::Never:
+        return "not in 10 years";
+    default:
+        return "moves away";
+    }
+}
+
+Json trendsJson(const std::vector<Trend>& trends) {
+    Json json = Json::array();
+    for (const Trend& trend : trends)
+        json.push_back(toJson(trend));
+    return json;
+}
+
+}  // namespace qx::tool
