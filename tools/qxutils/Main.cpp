@@ -1,5 +1,7 @@
+#include "batch/ChildProcess.h"
 #include "commands/Command.h"
 #include "common/DetectorSetup.h"
+#include "common/StandardOutput.h"
 
 #include <QxUtils/Foundation.h>
 
@@ -108,5 +110,7 @@ int run(int argc, char** argv) {
 }  // namespace qx::tool
 
 int main(int argc, char** argv) {
+    qx::tool::rememberArguments(argc, argv);
+    const qx::tool::StandardOutput results;
     return qx::tool::run(argc, argv);
 }

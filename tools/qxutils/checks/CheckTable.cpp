@@ -1,11 +1,12 @@
 #include "checks/CheckTable.h"
 
+#include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
 
-#include <QxUtils/StatusCode.h>
-
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <ostream>
 #include <set>
@@ -19,18 +20,40 @@ std::string firstSentence(const std::string& message) {
     return stop == std::string::npos ? message : message.substr(0, stop + 1);
 }
 
+// How a value stands to its limit, whether it ought to or not.
+const char* relationOf(const Limit& limit) {
+    switch (limit.comparison) {
+    case MeasureBelow:
+        return limit.met ? "<" : ">=";
+    case MeasureAtMost:
+        return limit.met ? "<=" : ">";
+    case MeasureAbove:
+        return limit.met ? ">" : "<=";
+    default:
+        return limit.met ? ">=" : "<";
+    }
+}
+
+// The unit follows unless the name begins with it, as in "blocks in a shadow".
+std::string quantityOf(const Measure& measure, bool isAlternative) {
+    const bool tellsUnit = measure.unit.empty() || measure.name.starts_with(measure.unit);
+    return (isAlternative ? "or " : "") + measure.name + (tellsUnit ? "" : ", " + measure.unit);
+}
+
 std::vector<std::string> cellsOf(const CheckRow& row, std::size_t index) {
-    const auto& [check, status, meaning, findings] = row.result;
-    const auto& [quantity, value, limit] = findings[index];
+    const Record& record = row.result;
+    const Measure& measure = record.measures[index];
+    const Limit& limit = measure.limit.value();
     const bool isFirst = index == 0;
-    const bool decided = index + 1 == findings.size();
+    const bool decided = index + 1 == record.measures.size();
+    const bool isAlternative = !isFirst && limit.requirement == record.measures[index - 1].limit->requirement;
     return {isFirst ? row.image : "",
-            isFirst ? check : "",
-            quantity,
-            value,
-            limit,
-            decided ? std::to_string(status) : "",
-            decided ? firstSentence(meaning) : ""};
+            isFirst ? record.check : "",
+            quantityOf(measure, isAlternative),
+            std::isnan(measure.value) ? "-" : textBeside(measure.value, limit.value, measure.decimals),
+            std::string(relationOf(limit)) + ' ' + shortText(limit.value),
+            decided ? std::to_string(record.code.value_or(0)) : "",
+            decided ? firstSentence(record.message) : ""};
 }
 
 TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
@@ -41,7 +64,7 @@ TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
     TextTable table(used({"image", "check", "what is measured", "value", "limit", "verdict", "message"}));
     table.alignLeft(named ? std::set<std::size_t>{1, 2, 4, 6} : std::set<std::size_t>{1, 3, 5});
     for (const CheckRow& row : rows) {
-        for (std::size_t index = 0; index < row.result.findings.size(); ++index)
+        for (std::size_t index = 0; index < row.result.measures.size(); ++index)
             table.addRow(used(cellsOf(row, index)));
     }
     return table;
@@ -54,11 +77,27 @@ void printChecks(std::ostream& out, const std::vector<CheckRow>& rows) {
     makeTable(rows, named).print(out);
     std::map<int, std::string> shortened;
     for (const auto& [image, result] : rows) {
-        if (firstSentence(result.meaning) != result.meaning)
-            shortened.emplace(result.status, result.meaning);
+        if (firstSentence(result.message) != result.message)
+            shortened.emplace(result.code.value_or(0), result.message);
     }
     for (const auto& [status, meaning] : shortened)
         out << "  " << status << "  " << meaning << '\n';
+}
+
+void printCheckRecords(std::ostream& out, const std::vector<Record>& records) {
+    const auto fileOf = [](const Record& record) { return record.subject.file; };
+    const bool several = std::ranges::adjacent_find(records, std::ranges::not_equal_to{}, fileOf) != records.end();
+    std::vector<CheckRow> rows;
+    const std::string* file = nullptr;
+    for (const Record& record : records) {
+        if (record.verdict == Verdict::Failed)
+            continue;
+        const bool isNew = several && (file == nullptr || *file != record.subject.file);
+        rows.push_back({isNew ? record.subject.file : "", record});
+        file = &record.subject.file;
+    }
+    if (!rows.empty())
+        printChecks(out, rows);
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "checks/ImageChecks.h"
+#include "results/Record.h"
 
 #include <iosfwd>
 #include <string>
@@ -10,11 +10,14 @@ namespace qx::tool {
 
 struct CheckRow {
     std::string image;  // may be empty for every row
-    CheckResult result;
+    Record result;
 };
 
-// Every finding beside its limit, the verdict beside the finding that decided, and the messages of the refusals in
+// Every measure beside its limit, the verdict beside the measure that decided, and the messages of the refusals in
 // full.
 void printChecks(std::ostream& out, const std::vector<CheckRow>& rows);
+
+// The same with the file as the image where there are several. Without a verdict there is no row.
+void printCheckRecords(std::ostream& out, const std::vector<Record>& records);
 
 }  // namespace qx::tool

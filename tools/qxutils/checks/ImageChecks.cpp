@@ -1,6 +1,5 @@
 #include "checks/ImageChecks.h"
 
-#include "common/ComparedNumbers.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
@@ -8,7 +7,6 @@
 #include <QxUtils.h>
 
 #include <algorithm>
-#include <cmath>
 #include <initializer_list>
 #include <iterator>
 #include <set>
@@ -19,25 +17,10 @@ namespace {
 // What the two checks without a code of their own return instead.
 constexpr int kStatusOne = 1;
 
-// How a value stands to its limit, whether it ought to or not.
-const char* relationOf(const CheckMeasure& measure) {
-    const bool met = measure.met != 0;
-    switch (measure.comparison) {
-    case MeasureBelow:
-        return met ? "< " : ">= ";
-    case MeasureAtMost:
-        return met ? "<= " : "> ";
-    case MeasureAbove:
-        return met ? "> " : "<= ";
-    default:
-        return met ? ">= " : "< ";
-    }
-}
-
-Finding findingOf(const CheckMeasure& measure, bool isAlternative, int decimals) {
-    return {(isAlternative ? "or " : "") + std::string(measure.name),
-            std::isnan(measure.value) ? "-" : textBeside(measure.value, measure.limit, decimals),
-            relationOf(measure) + shortText(measure.limit)};
+Measure measureOf(const CheckMeasure& taken, int decimals) {
+    return {taken.name, plainNumber(taken.value), taken.unit, decimals,
+            Limit{static_cast<MeasureComparison>(taken.comparison), plainNumber(taken.limit), taken.requirement,
+                  taken.met != 0}};
 }
 
 // Anything but a pass and the refusals is no verdict.
@@ -52,18 +35,19 @@ void requireVerdict(const std::string& check, int status, const std::set<int>& r
 
 // A check of the library and what it measured: `measure` fills the records, which are shown with these decimals.
 template <class Measure>
-CheckResult resultOf(const std::string& check, int status, const std::set<int>& refusals, Measure measure,
-                     std::initializer_list<int> decimals) {
+Record resultOf(const std::string& check, int status, const std::set<int>& refusals, Measure measure,
+                std::initializer_list<int> decimals) {
     requireVerdict(check, status, refusals);
     CheckMeasures taken{};
     requireVerdict(check, measure(&taken), {});
-    CheckResult result{check, status, getStatusMessage(status), {}};
-    for (int i = 0; i < taken.count; ++i) {
-        const CheckMeasure& record = taken.measures[i];
-        const bool isAlternative = i > 0 && record.requirement == taken.measures[i - 1].requirement;
-        result.findings.push_back(findingOf(record, isAlternative, decimals.begin()[i]));
-    }
-    return result;
+    Record record;
+    record.check = check;
+    record.verdict = status == StatusOk ? Verdict::Passed : Verdict::NotPassed;
+    record.code = status;
+    record.message = getStatusMessage(status);
+    for (int i = 0; i < taken.count; ++i)
+        record.measures.push_back(measureOf(taken.measures[i], decimals.begin()[i]));
+    return record;
 }
 
 std::string averageDarkName() {
@@ -76,7 +60,7 @@ std::string averageDarkPath() {
 
 }  // namespace
 
-CheckResult checkFirst(const RawImage& image, const RawImage& dark) {
+Record checkFirst(const RawImage& image, const RawImage& dark) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -86,7 +70,7 @@ CheckResult checkFirst(const RawImage& image, const RawImage& dark) {
                     {StatusPanelNotExposed, StatusUniformityUnqualified, StatusTubeMisaligned}, measure, {0, 0, 3});
 }
 
-CheckResult checkPreview(const RawImage& image, const RawImage& dark) {
+Record checkPreview(const RawImage& image, const RawImage& dark) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -96,7 +80,7 @@ CheckResult checkPreview(const RawImage& image, const RawImage& dark) {
                     {StatusPanelNotExposed, StatusUniformityUnqualified}, measure, {0, 3});
 }
 
-CheckResult checkSquares(const RawImage& image) {
+Record checkSquares(const RawImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -106,7 +90,7 @@ CheckResult checkSquares(const RawImage& image) {
                     measure, {3});
 }
 
-CheckResult checkBlocks(const RawImage& image, float blockLimit) {
+Record checkBlocks(const RawImage& image, float blockLimit) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -116,7 +100,7 @@ CheckResult checkBlocks(const RawImage& image, float blockLimit) {
                     {StatusUniformityUnqualified}, measure, {3});
 }
 
-CheckResult checkStrips(const RawImage& image) {
+Record checkStrips(const RawImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) { return measureStrip(image.pixels.data(), width, height, taken); };
@@ -124,7 +108,7 @@ CheckResult checkStrips(const RawImage& image) {
                     measure, {0});
 }
 
-CheckResult checkDarkLevel(const RawImage& image) {
+Record checkDarkLevel(const RawImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -134,21 +118,20 @@ CheckResult checkDarkLevel(const RawImage& image) {
                     {StatusDarkLevelUnqualified}, measure, {1});
 }
 
-CheckResult checkOffset(const FloatImage& image) {
+Record checkOffset(const FloatImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
         return measureOffsetImageQuality(image.pixels.data(), width, height, taken);
     };
-    CheckResult result =
-        resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height), {kStatusOne},
-                 measure, {2});
-    if (result.status == kStatusOne)
-        result.meaning = "The dark image shows structured patches.";
-    return result;
+    Record record = resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height),
+                             {kStatusOne}, measure, {2});
+    if (record.code == kStatusOne)
+        record.message = "The dark image shows structured patches.";
+    return record;
 }
 
-CheckResult checkFalseTrigger(const FloatImage& image) {
+Record checkFalseTrigger(const FloatImage& image) {
     const int width = image.shape.width;
     const int height = image.shape.height;
     const auto measure = [&](CheckMeasures* taken) {
@@ -158,7 +141,7 @@ CheckResult checkFalseTrigger(const FloatImage& image) {
                     {StatusFalseTrigger}, measure, {0, 0, 0});
 }
 
-CheckResult checkGainGroup(const std::vector<std::string>& files) {
+Record checkGainGroup(const std::vector<std::string>& files) {
     for (const std::string& file : files)
         fileBytes(file, kRawImageWanted);
     std::vector<const char*> paths;
@@ -169,16 +152,16 @@ CheckResult checkGainGroup(const std::vector<std::string>& files) {
                     [&](CheckMeasures* taken) { return measureGainImgGroup(paths.data(), count, taken); }, {3});
 }
 
-CheckResult checkDarkTime(const std::string& list, int timeMs) {
-    CheckResult result =
+Record checkDarkTime(const std::string& list, int timeMs) {
+    Record record =
         resultOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne},
                  [&](CheckMeasures* taken) { return measureDarkTimeRepeat(list.c_str(), timeMs, taken); }, {0});
-    if (result.status == kStatusOne)
-        result.meaning = "The exposure time is not in the list.";
-    return result;
+    if (record.code == kStatusOne)
+        record.message = "The exposure time is not in the list.";
+    return record;
 }
 
-CheckResult checkRowNoise(const Shape& shape) {
+Record checkRowNoise(const Shape& shape) {
     // Tells what is wrong with the file, if anything is.
     loadFloatImage(averageDarkPath(), shape);
     return resultOf("analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified},

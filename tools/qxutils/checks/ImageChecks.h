@@ -1,45 +1,32 @@
 #pragma once
 
 #include "image/RawImage.h"
+#include "results/Record.h"
 
 #include <string>
 #include <vector>
 
 namespace qx::tool {
 
-// One number of a check beside its limit, as text: "0.572", "> 0.2". With as many digits as it takes to see that it
-// stands so.
-struct Finding {
-    std::string quantity;
-    std::string value;
-    std::string limit;
-};
-
-// What a check of the library says. It stops at the finding that decides: the last one.
-struct CheckResult {
-    std::string check;
-    int status = 0;
-    std::string meaning;
-    std::vector<Finding> findings;
-};
-
 // The relative deviation that a block may have unless the user says otherwise.
 inline constexpr float kDefaultBlockLimit = 0.2f;
 
-// Each throws a ToolError when the library gives no verdict: the image is too small, or a file cannot be read.
-CheckResult checkFirst(const RawImage& image, const RawImage& dark);
-CheckResult checkPreview(const RawImage& image, const RawImage& dark);
-CheckResult checkSquares(const RawImage& image);
-CheckResult checkBlocks(const RawImage& image, float blockLimit);
-CheckResult checkStrips(const RawImage& image);
-CheckResult checkDarkLevel(const RawImage& image);
-CheckResult checkOffset(const FloatImage& image);
-CheckResult checkFalseTrigger(const FloatImage& image);
-CheckResult checkGainGroup(const std::vector<std::string>& files);
-CheckResult checkDarkTime(const std::string& list, int timeMs);
+// What a check of the library says and measures; it stops at the measure that decides, the last one. Who asks says
+// which command and file it is about. Each throws a ToolError when the library gives no verdict: the image is too
+// small, or a file cannot be read.
+Record checkFirst(const RawImage& image, const RawImage& dark);
+Record checkPreview(const RawImage& image, const RawImage& dark);
+Record checkSquares(const RawImage& image);
+Record checkBlocks(const RawImage& image, float blockLimit);
+Record checkStrips(const RawImage& image);
+Record checkDarkLevel(const RawImage& image);
+Record checkOffset(const FloatImage& image);
+Record checkFalseTrigger(const FloatImage& image);
+Record checkGainGroup(const std::vector<std::string>& files);
+Record checkDarkTime(const std::string& list, int timeMs);
 
 // Of the average dark image that the detector's offset directory holds for its exposure time and gain.
-CheckResult checkRowNoise(const Shape& shape);
+Record checkRowNoise(const Shape& shape);
 
 // Puts an average dark image where checkRowNoise looks for it, in a folder that becomes the offset directory.
 void storeAverageDark(const std::string& folder, const FloatImage& image);

@@ -1,14 +1,15 @@
+#include "batch/Batch.h"
 #include "checks/CheckTable.h"
-#include "checks/ImageChecks.h"
+#include "checks/FileJudge.h"
 #include "commands/Command.h"
+#include "commands/ImageOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/TemporaryFolder.h"
+#include "results/Subject.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,49 +19,65 @@ namespace qx::tool {
 namespace {
 
 struct CheckOptions {
-    std::vector<std::string> files;
-    std::string image;
-    std::string dark;
+    BatchOptions batch;
     std::string shape;
+    std::optional<std::string> dark;
+    float blockLimit = kDefaultBlockLimit;
     std::string timeList;
     int timeMs = 0;
-    float blockLimit = kDefaultBlockLimit;
     std::optional<std::string> stored;
     std::optional<std::string> limits;
-
-    RawImage loadImage() const { return loadRawImage(image, parseShape(shape)); }
-    RawImage loadDark() const { return loadRawImage(dark, parseShape(shape)); }
-    FloatImage loadFloat() const { return loadFloatImage(image, parseShape(shape)); }
 };
 
-using Results = std::vector<CheckResult>;
-using Check = std::function<Results(const CheckOptions&)>;
+using RunCheck = std::function<ExitCode(const CheckOptions&)>;
 
-Results checkStoredRowNoise(const CheckOptions& options) {
+ExitCode runOfImages(const CheckOptions& options, const std::string& kind) {
+    const FileJudge judge({kind, parseShape(options.shape), options.dark, options.blockLimit});
+    return runBatch(options.batch, "check " + kind, judge, printCheckRecords);
+}
+
+// The last file is the dark image unless an option names it.
+ExitCode runOfExposures(CheckOptions options, const std::string& kind) {
+    if (!options.dark) {
+        if (options.batch.names.size() < 2)
+            throw ToolError("DARK is required: the dark image that belongs to the others", ExitCode::Usage);
+        options.dark = options.batch.names.back();
+        options.batch.names.pop_back();
+    }
+    return runOfImages(options, kind);
+}
+
+ExitCode runGainGroup(const CheckOptions& options) {
+    return runOnce(
+        options.batch.results, "check gain-group",
+        [&options] {
+            const std::vector<std::string> files = filesNamedBy(options.batch);
+            Record record = checkGainGroup(files);
+            record.subject = subjectOf(files.back());
+            return std::vector{record};
+        },
+        printCheckRecords);
+}
+
+ExitCode runRowNoise(const CheckOptions& options) {
     const Shape shape = parseShape(options.shape);
-    if (!options.stored)
-        return {checkRowNoise(shape)};
-    const FloatImage image = loadFloatImage(*options.stored, shape);
-    const TemporaryFolder folder;
-    storeAverageDark(folder.path(), image);
-    return {checkRowNoise(shape)};
+    const auto judge = [&options, shape] {
+        if (!options.stored)
+            return std::vector{checkRowNoise(shape)};
+        const FloatImage image = loadFloatImage(*options.stored, shape);
+        const TemporaryFolder folder;
+        storeAverageDark(folder.path(), image);
+        Record record = checkRowNoise(shape);
+        record.subject = subjectOf(*options.stored, shape);
+        return std::vector{record};
+    };
+    return runOnce(options.batch.results, "check rcn", judge, printCheckRecords);
 }
 
-Results checkUniformity(const CheckOptions& options) {
-    const RawImage image = options.loadImage();
-    return {checkSquares(image), checkBlocks(image, options.blockLimit)};
-}
-
-ExitCode runCheck(const CheckOptions& options, const Check& check) {
-    if (options.limits)
-        loadDetectorFile(*options.limits);
-    std::vector<CheckRow> rows;
-    for (CheckResult& result : check(options))
-        rows.push_back({"", std::move(result)});
-    printChecks(std::cout, rows);
-    const bool passed =
-        std::all_of(rows.begin(), rows.end(), [](const CheckRow& row) { return row.result.status == 0; });
-    return passed ? ExitCode::Passed : ExitCode::NotPassed;
+ExitCode runDarkTimes(const CheckOptions& options) {
+    return runOnce(
+        options.batch.results, "check dark-times",
+        [&options] { return std::vector{checkDarkTime(options.timeList, options.timeMs)}; }, printCheckRecords);
 }
 
 // The subcommands of "check", each with the options it needs.
@@ -68,33 +85,39 @@ class CheckKinds {
 public:
     CheckKinds(CLI::App& parent, Command& chosen) : parent_(parent), chosen_(chosen) {}
 
-    CLI::App& add(const char* name, const char* description, Check check) {
+    CLI::App& add(const char* name, const char* description, RunCheck run) {
         CLI::App* kind = parent_.add_subcommand(name, description);
         kind->add_option("--limits", options_->limits, "TOML file with limits, written as for --detector");
-        kind->callback([options = options_, check = std::move(check), &chosen = chosen_] {
-            chosen = [options, check] { return runCheck(*options, check); };
+        kind->callback([options = options_, run = std::move(run), &chosen = chosen_] {
+            chosen = [options, run] {
+                if (options->limits)
+                    loadDetectorFile(*options->limits);
+                return run(*options);
+            };
         });
         return *kind;
     }
 
-    CLI::App& addOfImage(const char* name, const char* description, const char* pixels, Check check) {
-        CLI::App& kind = add(name, description, std::move(check));
-        kind.add_option("IMAGE", options_->image, pixels)->required();
-        addShape(kind);
+    CLI::App& addOfImages(const char* name, const char* description, const char* pixels) {
+        CLI::App& kind =
+            add(name, description, [name](const CheckOptions& options) { return runOfImages(options, name); });
+        addBatchOptions(kind, options_->batch, pixels);
+        addShapeOption(kind, options_->shape);
         return kind;
     }
 
-    void addOfExposure(const char* name, const char* description, Check check) {
-        CLI::App& kind = addOfImage(name, description, kWords, std::move(check));
-        kind.add_option("DARK", options_->dark, "The dark image that belongs to it")->required();
+    void addOfExposures(const char* name, const char* description) {
+        CLI::App& kind =
+            add(name, description, [name](const CheckOptions& options) { return runOfExposures(options, name); });
+        addBatchOptions(kind, options_->batch, "Raw 16-bit images, the last one DARK, the dark image of the others");
+        addShapeOption(kind, options_->shape);
+        kind.add_option("--dark", options_->dark, "The dark image, instead of the last one");
     }
-
-    void addShape(CLI::App& kind) { kind.add_option("--shape", options_->shape, "WIDTHxHEIGHT in pixels")->required(); }
 
     CheckOptions& options() { return *options_; }
 
-    static constexpr const char* kWords = "Raw 16-bit image";
-    static constexpr const char* kFloats = "Raw image of 32-bit floats";
+    static constexpr const char* kWords = "Raw 16-bit images";
+    static constexpr const char* kFloats = "Raw images of 32-bit floats";
 
 private:
     CLI::App& parent_;
@@ -103,48 +126,38 @@ private:
 };
 
 void addKindsOfExposedImages(CheckKinds& kinds) {
-    kinds.addOfExposure("first", "The first exposed image of a gain calibration", [](const CheckOptions& options) {
-        return Results{checkFirst(options.loadImage(), options.loadDark())};
-    });
-    kinds.addOfExposure("pre", "A preview image", [](const CheckOptions& options) {
-        return Results{checkPreview(options.loadImage(), options.loadDark())};
-    });
-    kinds.addOfImage("uniform", "Uniformity of five squares, and of blocks", CheckKinds::kWords, checkUniformity)
+    kinds.addOfExposures("first", "The first exposed image of a gain calibration");
+    kinds.addOfExposures("pre", "A preview image");
+    kinds.addOfImages("uniform", "Uniformity of five squares, and of blocks", CheckKinds::kWords)
         .add_option("--block-limit", kinds.options().blockLimit,
                     "Relative deviation that more than 3 blocks may not exceed")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    kinds.addOfImage("strip", "Steps between strips", CheckKinds::kWords,
-                     [](const CheckOptions& options) { return Results{checkStrips(options.loadImage())}; });
-    kinds.addOfImage("false-trigger", "Whether an image that triggered itself was exposed", CheckKinds::kFloats,
-                     [](const CheckOptions& options) { return Results{checkFalseTrigger(options.loadFloat())}; });
-    kinds
-        .add("gain-group", "Consistency of a group of gain images",
-             [](const CheckOptions& options) { return Results{checkGainGroup(options.files)}; })
-        .add_option("FILE", kinds.options().files, "Raw 16-bit images")
-        ->required();
+    kinds.addOfImages("strip", "Steps between strips", CheckKinds::kWords);
+    kinds.addOfImages("false-trigger", "Whether an image that triggered itself was exposed", CheckKinds::kFloats);
+    CLI::App& group = kinds.add("gain-group", "Consistency of a group of gain images", runGainGroup);
+    addFileNames(group, kinds.options().batch, "Raw 16-bit images");
+    addResultOptions(group, kinds.options().batch.results);
 }
 
 void addKindsOfDarkImages(CheckKinds& kinds) {
-    CLI::App& rowNoise = kinds.add("rcn", "Row-correlated noise of the stored average dark image", checkStoredRowNoise);
-    kinds.addShape(rowNoise);
+    CLI::App& rowNoise = kinds.add("rcn", "Row-correlated noise of the stored average dark image", runRowNoise);
+    addShapeOption(rowNoise, kinds.options().shape);
     rowNoise.add_option("--image", kinds.options().stored,
                         "Average dark image of 32-bit floats, instead of the one in the detector's offset directory");
-    kinds.addOfImage("dark", "Level of a dark image", CheckKinds::kWords,
-                     [](const CheckOptions& options) { return Results{checkDarkLevel(options.loadImage())}; });
-    kinds.addOfImage("offset", "Structured patches in an average dark image", CheckKinds::kFloats,
-                     [](const CheckOptions& options) { return Results{checkOffset(options.loadFloat())}; });
-    CLI::App& darkTimes =
-        kinds.add("dark-times", "Whether there are dark images of an exposure time",
-                  [](const CheckOptions& options) { return Results{checkDarkTime(options.timeList, options.timeMs)}; });
+    addResultOptions(rowNoise, kinds.options().batch.results);
+    kinds.addOfImages("dark", "Level of a dark image", CheckKinds::kWords);
+    kinds.addOfImages("offset", "Structured patches in an average dark image", CheckKinds::kFloats);
+    CLI::App& darkTimes = kinds.add("dark-times", "Whether there are dark images of an exposure time", runDarkTimes);
     darkTimes.add_option("LIST", kinds.options().timeList, "The times there are, such as \"500;1000\"")->required();
     darkTimes.add_option("TIME", kinds.options().timeMs, "Exposure time in milliseconds")->required();
+    addResultOptions(darkTimes, kinds.options().batch.results);
 }
 
 }  // namespace
 
 void addCheckCommand(CLI::App& app, Command& chosen) {
-    CLI::App* command = app.add_subcommand("check", "Judge an image by one of the checks of the calibration flow");
+    CLI::App* command = app.add_subcommand("check", "Judge images by one of the checks of the calibration flow");
     command->require_subcommand(1);
     CheckKinds kinds(*command, chosen);
     addKindsOfExposedImages(kinds);

@@ -1,5 +1,6 @@
 #include "demo/CalibrationFlow.h"
 
+#include "checks/ImageChecks.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "image/PanelFrames.h"
@@ -110,8 +111,8 @@ public:
     }
 
 private:
-    void good(const char* image, CheckResult result) { flow_.good.push_back({{image, std::move(result)}, 0}); }
-    void bad(const char* image, CheckResult result, int expected) {
+    void good(const char* image, Record result) { flow_.good.push_back({{image, std::move(result)}, 0}); }
+    void bad(const char* image, Record result, int expected) {
         flow_.bad.push_back({{image, std::move(result)}, expected});
     }
 
@@ -159,7 +160,7 @@ private:
         bad("triggered by a knock", checkFalseTrigger(scene_.falseTrigger()), StatusFalseTrigger);
     }
 
-    CheckResult checkRowNoiseOf(const std::string& folder, const FloatImage& averageDark) {
+    Record checkRowNoiseOf(const std::string& folder, const FloatImage& averageDark) {
         createFolder(folder_ + '/' + folder);
         storeAverageDark(folder_ + '/' + folder, averageDark);
         return checkRowNoise(kPanel);
@@ -188,7 +189,7 @@ int printFlow(std::ostream& out, const CalibrationFlow& flow) {
     for (const auto* steps : {&flow.good, &flow.bad}) {
         for (const FlowStep& step : *steps) {
             rows.push_back(step.row);
-            unexpected += step.row.result.status != step.expected;
+            unexpected += step.row.result.code != step.expected;
         }
     }
     out << "\nThe calibration flow on a panel as it should be, then on what it must refuse:\n";

@@ -2,7 +2,10 @@
 
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
+#include "image/RawImage.h"
 #include "snr/FactorySnrRecords.h"
+
+#include <QxUtils/Files.h>
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>
@@ -20,7 +23,7 @@ namespace qx::tool {
 namespace {
 
 constexpr std::int64_t kMaxFileBytes = 1 << 20;
-constexpr const char* kWanted = "a text, TOML or JSON file with SNR values";
+constexpr const char* kWanted = "a text, TOML or JSON file with SNR values, or a raw reference image";
 
 std::string readText(const std::string& path) {
     if (fileBytes(path, kWanted) > kMaxFileBytes)
@@ -49,10 +52,24 @@ SnrSeries parseToml(const std::string& text) {
     return series;
 }
 
+// The first series among results.
+SnrSeries savedSeries(const nlohmann::json& results) {
+    for (const nlohmann::json& result : results) {
+        SnrSeries series;
+        for (const nlohmann::json& square : result.value("squares", nlohmann::json::array()))
+            series.push_back(toSnr(square.value("measured", 0.0)));
+        if (!series.empty())
+            return series;
+    }
+    throw std::runtime_error("no result with an SNR series");
+}
+
 SnrSeries parseJson(const std::string& text) {
     nlohmann::json list = nlohmann::json::parse(text, nullptr, false);
     if (list.is_discarded())
         throw std::runtime_error("not valid JSON");
+    if (list.is_object() && list.contains("results"))
+        return savedSeries(list.at("results"));
     if (list.is_object())
         list = list.value("snr", nlohmann::json());
     if (!list.is_array())
@@ -90,6 +107,20 @@ SnrSeries parseSeries(const std::string& path) {
     }
 }
 
+bool isReferenceImage(const std::string& path, const Shape& shape) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    if (extension == ".toml" || extension == ".json" || extension == ".txt")
+        return false;
+    const std::int64_t bytes = fileBytes(path, kWanted);
+    return bytes == shape.pixelBytes() || bytes == shape.pixelBytes() + kImageHeaderBytes;
+}
+
+SnrSeries readSeries(const std::string& path, const Shape& shape, std::optional<float> integrationTimeMs) {
+    if (isFactorySnrName(path))
+        return nearestRecord(loadFactorySnrFile(path), integrationTimeMs).snr;
+    return isReferenceImage(path, shape) ? measureSnr(loadRawImage(path, shape)) : parseSeries(path);
+}
+
 // The number with the fewest digits that reads back as the same float.
 double shortestDecimal(float value) {
     char text[32];
@@ -101,9 +132,9 @@ double shortestDecimal(float value) {
 
 }  // namespace
 
-SnrSeries loadFactorySeries(const std::string& path, std::size_t minimumCount, std::optional<float> integrationTimeMs) {
-    SnrSeries series =
-        isFactorySnrName(path) ? nearestRecord(loadFactorySnrFile(path), integrationTimeMs).snr : parseSeries(path);
+SnrSeries loadFactorySeries(const std::string& path, const Shape& shape, std::optional<float> integrationTimeMs) {
+    const std::size_t minimumCount = snrSquareSides(shape).size();
+    SnrSeries series = readSeries(path, shape, integrationTimeMs);
     const auto isUsable = [](float value) { return std::isfinite(value) && value > 0; };
     if (!std::all_of(series.begin(), series.end(), isUsable))
         throw ToolError(path + ": every SNR value must be a positive number");

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "common/ToolError.h"
+#include "results/ResultWriter.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+// One command on many files: each is judged on its own, one that cannot be is told and the rest go on.
+
+namespace CLI {
+class App;
+}
+
+namespace qx::tool {
+
+// How the results of a command that measures are told.
+struct ResultOptions {
+    Format format = Format::Table;
+};
+
+// What a command that takes many files is told.
+struct BatchOptions {
+    std::vector<std::string> names;
+    bool recursive = false;
+    bool quiet = false;
+    int jobs = 1;
+    std::vector<std::string> endings = {".raw"};  // of the files that a folder stands for
+    ResultOptions results;
+};
+
+// The files that options.names stand for; throws a ToolError where an argument names none.
+std::vector<std::string> filesNamedBy(const BatchOptions& options);
+
+void addResultOptions(CLI::App& command, ResultOptions& options);
+
+// FILE... and --recursive.
+void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted);
+
+// The same, --jobs, --quiet and --format.
+void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string& wanted);
+
+// What is found out about one file; throws a ToolError when nothing can be.
+using JudgeFile = std::function<std::vector<Record>(const std::string& file)>;
+
+// Judges the named files in their order, in options.jobs processes, and writes the results. Returns the worst of all:
+// a file without a verdict, a verdict that is not passed, all passed.
+ExitCode runBatch(const BatchOptions& options, const std::string& command, const JudgeFile& judge,
+                  const PrintTable& printTable);
+
+// The same for one judgement of several files or of none.
+ExitCode runOnce(const ResultOptions& options, const std::string& command,
+                 const std::function<std::vector<Record>()>& judge, const PrintTable& printTable);
+
+}  // namespace qx::tool

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace qx::tool {
+
+// Remembers how the program was started; the first thing that main does.
+void rememberArguments(int argc, char** argv);
+
+// Another process of this program with the same arguments, in which isChildProcess is true, at the other end of its
+// standard input and output. It ends when its input ends. Different objects may be used by different threads.
+class ChildProcess {
+public:
+    // Throws a ToolError when no process can be started.
+    ChildProcess();
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // Sends bytes; false when it is gone.
+    bool send(const std::string& bytes);
+
+    // Its next line, without the line end; nothing when it is gone.
+    std::optional<std::string> receiveLine();
+
+private:
+    struct Pipes;
+    std::unique_ptr<Pipes> pipes_;
+    std::string received_;
+};
+
+bool isChildProcess();
+
+}  // namespace qx::tool

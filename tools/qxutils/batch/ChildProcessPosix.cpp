@@ -1,0 +1,146 @@
+#if !defined(_WIN32)
+
+#include "batch/ChildProcess.h"
+
+#include "common/ToolError.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+namespace qx::tool {
+namespace {
+
+constexpr const char* kChildVariable = "QXUTILS_CHILD_PROCESS";
+
+char** programArguments = nullptr;
+
+// Closed in the children that are started later.
+struct Pipe {
+    int readEnd = -1;
+    int writeEnd = -1;
+
+    Pipe() {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            throw ToolError("no pipe to another process can be made; close programs, or leave out --jobs");
+        readEnd = ends[0];
+        writeEnd = ends[1];
+    }
+    ~Pipe() {
+        closeEnd(readEnd);
+        closeEnd(writeEnd);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    static void closeEnd(int& end) {
+        if (end >= 0)
+            close(end);
+        end = -1;
+    }
+};
+
+// This process's environment with the mark of a child.
+std::vector<char*> childEnvironment() {
+    static std::string mark = std::string(kChildVariable) + "=1";
+    std::vector<char*> variables = {mark.data()};
+    for (char** variable = environ; *variable != nullptr; ++variable)
+        variables.push_back(*variable);
+    variables.push_back(nullptr);
+    return variables;
+}
+
+pid_t startProgram(const Pipe& input, const Pipe& output) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input.readEnd, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output.writeEnd, STDOUT_FILENO);
+    // This process ignores the signal of a closed pipe, which children would inherit.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    std::vector<char*> environment = childEnvironment();
+    pid_t process = -1;
+    const int error =
+        posix_spawn(&process, "/proc/self/exe", &actions, &attributes, programArguments, environment.data());
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw ToolError("no other process can be started; close programs, or leave out --jobs");
+    return process;
+}
+
+}  // namespace
+
+struct ChildProcess::Pipes {
+    Pipe input;
+    Pipe output;
+    pid_t process = -1;
+};
+
+void rememberArguments(int /*argc*/, char** argv) {
+    programArguments = argv;
+}
+
+bool isChildProcess() {
+    return std::getenv(kChildVariable) != nullptr;
+}
+
+ChildProcess::ChildProcess() : pipes_(std::make_unique<Pipes>()) {
+    std::signal(SIGPIPE, SIG_IGN);
+    pipes_->process = startProgram(pipes_->input, pipes_->output);
+    Pipe::closeEnd(pipes_->input.readEnd);
+    Pipe::closeEnd(pipes_->output.writeEnd);
+}
+
+ChildProcess::~ChildProcess() {
+    Pipe::closeEnd(pipes_->input.writeEnd);
+    Pipe::closeEnd(pipes_->output.readEnd);
+    waitpid(pipes_->process, nullptr, 0);
+}
+
+bool ChildProcess::send(const std::string& bytes) {
+    std::string_view rest = bytes;
+    while (!rest.empty()) {
+        const ssize_t count = write(pipes_->input.writeEnd, rest.data(), rest.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        rest.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+std::optional<std::string> ChildProcess::receiveLine() {
+    std::array<char, 1 << 14> bytes;
+    for (;;) {
+        if (const std::size_t end = received_.find('\n'); end != std::string::npos) {
+            std::string line = received_.substr(0, end);
+            received_.erase(0, end + 1);
+            return line;
+        }
+        const ssize_t count = read(pipes_->output.readEnd, bytes.data(), bytes.size());
+        if (count > 0)
+            received_.append(bytes.data(), static_cast<std::size_t>(count));
+        else if (count == 0 || errno != EINTR)
+            return std::nullopt;
+    }
+}
+
+}  // namespace qx::tool
+
+#endif

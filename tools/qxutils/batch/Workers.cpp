@@ -1,0 +1,125 @@
+#include "batch/Workers.h"
+
+#include "batch/ChildProcess.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstddef>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+
+namespace qx::tool {
+namespace {
+
+constexpr const char* kDigits = "0123456789abcdef";
+
+// A name may hold any byte, also a line end.
+std::string lineOfName(const std::string& name) {
+    std::string line;
+    for (const char letter : name) {
+        const auto byte = static_cast<unsigned char>(letter);
+        line += kDigits[byte >> 4];
+        line += kDigits[byte & 0xF];
+    }
+    return line + '\n';
+}
+
+std::string nameOfLine(const std::string& line) {
+    const auto valueOf = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
+    std::string name;
+    for (std::size_t i = 0; i + 1 < line.size(); i += 2)
+        name += static_cast<char>(valueOf(line[i]) * 16 + valueOf(line[i + 1]));
+    return name;
+}
+
+// The files still to judge, and what has come of the others.
+class Queue {
+public:
+    explicit Queue(std::size_t count) : outcomes_(count) {}
+
+    std::optional<std::size_t> next() {
+        const std::lock_guard lock(mutex_);
+        return next_ < outcomes_.size() ? std::optional(next_++) : std::nullopt;
+    }
+
+    void put(std::size_t index, Outcome outcome) {
+        const std::lock_guard lock(mutex_);
+        outcomes_[index] = std::move(outcome);
+        isThere_.notify_all();
+    }
+
+    // Waits for it.
+    Outcome take(std::size_t index) {
+        std::unique_lock lock(mutex_);
+        isThere_.wait(lock, [&] { return outcomes_[index].has_value(); });
+        return *std::exchange(outcomes_[index], std::nullopt);
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable isThere_;
+    std::vector<std::optional<Outcome>> outcomes_;
+    std::size_t next_ = 0;
+};
+
+// One process, and the next one when it has died.
+class Worker {
+public:
+    explicit Worker(const std::string& command) : command_(command) {}
+
+    Outcome judge(const std::string& file) {
+        constexpr int kAttempts = 2;
+        for (int attempt = 0; attempt < kAttempts; ++attempt) {
+            try {
+                if (const auto outcome = askProcess(file))
+                    return *outcome;
+            } catch (const std::exception& error) {
+                return failedOutcome(command_, file, file + ": " + error.what());
+            }
+        }
+        return failedOutcome(command_, file, file + ": the process that judges it died twice; try it without --jobs");
+    }
+
+private:
+    std::optional<Outcome> askProcess(const std::string& file) {
+        if (!process_)
+            process_ = std::make_unique<ChildProcess>();
+        if (process_->send(lineOfName(file))) {
+            if (const auto line = process_->receiveLine())
+                return outcomeFromLine(*line);
+        }
+        process_.reset();
+        return std::nullopt;
+    }
+
+    const std::string& command_;
+    std::unique_ptr<ChildProcess> process_;
+};
+
+}  // namespace
+
+void judgeInProcesses(const std::vector<std::string>& files, int jobs, const std::string& command,
+                      const std::function<void(const Outcome&)>& handOver) {
+    Queue queue(files.size());
+    std::vector<std::jthread> threads;
+    for (int job = 0; job < std::min<int>(jobs, static_cast<int>(files.size())); ++job) {
+        threads.emplace_back([&] {
+            Worker worker(command);
+            while (const auto index = queue.next())
+                queue.put(*index, worker.judge(files[*index]));
+        });
+    }
+    for (std::size_t index = 0; index < files.size(); ++index)
+        handOver(queue.take(index));
+}
+
+void serveParent(const std::function<Outcome(const std::string& file)>& judge) {
+    for (std::string line; std::getline(std::cin, line);)
+        std::cout << toLine(judge(nameOfLine(line))) << std::endl;
+}
+
+}  // namespace qx::tool

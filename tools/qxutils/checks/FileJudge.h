@@ -1,0 +1,43 @@
+#pragma once
+
+#include "checks/ImageChecks.h"
+#include "results/Record.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// The judgements of one image at a time, by name, as commands that take many files need them.
+
+namespace qx::tool {
+
+// The kinds: "first" and "pre" (which need the dark image), "uniform", "strip", "dark", "snr", and, of 32-bit floats,
+// "offset" and "false-trigger".
+std::vector<std::string> judgedKinds();
+
+struct JudgeSettings {
+    std::string kind;
+    Shape shape;
+    std::optional<std::string> dark{};      // for "first" and "pre"
+    float blockLimit = kDefaultBlockLimit;  // for "uniform"
+    std::optional<std::string> factory{};   // for "snr", which measures alone without it
+};
+
+// Judges one file after the other; what they share is loaded once.
+class FileJudge {
+public:
+    // Throws a ToolError when the dark image cannot be loaded, or is missing.
+    explicit FileJudge(const JudgeSettings& settings);
+
+    // A record for each check of the kind; throws a ToolError when there is no verdict.
+    std::vector<Record> operator()(const std::string& file) const;
+
+    const JudgeSettings& settings() const { return settings_; }
+    const RawImage& dark() const { return dark_; }
+
+private:
+    JudgeSettings settings_;
+    RawImage dark_;
+};
+
+}  // namespace qx::tool

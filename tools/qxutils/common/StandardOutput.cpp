@@ -1,0 +1,91 @@
+#include "common/StandardOutput.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <iostream>
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace qx::tool {
+namespace {
+
+constexpr int kOutput = 1;
+constexpr int kError = 2;
+
+// Returns how many bytes were taken, or less than 1.
+long writeSome(int descriptor, const char* bytes, std::size_t count) {
+#if defined(_WIN32)
+    return _write(descriptor, bytes, static_cast<unsigned>(count));
+#else
+    for (;;) {
+        const ssize_t written = write(descriptor, bytes, count);
+        if (written >= 0 || errno != EINTR)
+            return static_cast<long>(written);
+    }
+#endif
+}
+
+int copyOf(int descriptor) {
+#if defined(_WIN32)
+    return _dup(descriptor);
+#else
+    return dup(descriptor);
+#endif
+}
+
+void redirect(int descriptor, int target) {
+#if defined(_WIN32)
+    _dup2(target, descriptor);
+#else
+    dup2(target, descriptor);
+#endif
+}
+
+}  // namespace
+
+StandardOutput::StandardOutput() : descriptor_(copyOf(kOutput)), before_(std::cout.rdbuf(this)) {
+    std::fflush(stdout);
+    redirect(kOutput, kError);
+    setp(buffer_.data(), buffer_.data() + buffer_.size());
+}
+
+StandardOutput::~StandardOutput() {
+    writeOut();
+    std::cout.rdbuf(before_);
+    std::fflush(stdout);
+    redirect(kOutput, descriptor_);
+}
+
+int StandardOutput::overflow(int character) {
+    if (!writeOut())
+        return traits_type::eof();
+    if (character != traits_type::eof()) {
+        *pptr() = static_cast<char>(character);
+        pbump(1);
+    }
+    return traits_type::not_eof(character);
+}
+
+int StandardOutput::sync() {
+    return writeOut() ? 0 : -1;
+}
+
+bool StandardOutput::writeOut() {
+    const char* next = pbase();
+    while (next < pptr()) {
+        const long written = writeSome(descriptor_, next, static_cast<std::size_t>(pptr() - next));
+        if (written < 1)
+            break;
+        next += written;
+    }
+    const bool isDone = next == pptr();
+    setp(buffer_.data(), buffer_.data() + buffer_.size());
+    return isDone;
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,146 @@
+#include "snr/SnrRecord.h"
+
+#include "common/ComparedNumbers.h"
+#include "common/TextTable.h"
+#include "common/ToolError.h"
+#include "image/RawImage.h"
+#include "info/FileHeader.h"
+#include "results/RecordJson.h"
+#include "results/Subject.h"
+#include "snr/FactorySeries.h"
+
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <ostream>
+#include <set>
+#include <utility>
+
+namespace qx::tool {
+namespace {
+
+bool isResultsName(const std::string& file) {
+    return file.ends_with(".json");
+}
+
+std::vector<Record> savedRecords(const std::string& file) {
+    std::vector<Record> records = loadRecords(file);
+    std::erase_if(records, [](const Record& record) { return record.squares.empty(); });
+    if (records.empty())
+        throw ToolError(file + ": holds no SNR series; give results of qxutils snr");
+    return records;
+}
+
+Measure squaresBelow(const RawImage& image, const SnrSeries& factory) {
+    CheckMeasures taken{};
+    measureGlobalSNR(image.pixels.data(), image.shape.width, image.shape.height, factory.data(),
+                     static_cast<int>(factory.size()), &taken);
+    const CheckMeasure& measure = taken.measures[0];
+    return {measure.name, measure.value, measure.unit, 0,
+            Limit{static_cast<MeasureComparison>(measure.comparison), measure.limit, measure.requirement,
+                  measure.met != 0}};
+}
+
+void printSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
+    TextTable table({"square", "SNR"});
+    for (const SnrSquare& square : squares)
+        table.addRow({std::to_string(square.side), formatNumber(square.measured, 1)});
+    table.print(out);
+}
+
+void printJudgedSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
+    TextTable table({"square", "SNR", "factory", "expected", "result"});
+    for (const SnrSquare& square : squares) {
+        const auto [measured, expected] = textsCompared(square.measured, square.expected.value(), 1);
+        table.addRow({std::to_string(square.side), measured, formatNumber(square.factory.value(), 1), expected,
+                      square.isBelow ? "below" : "ok"});
+    }
+    table.print(out);
+}
+
+void printRecord(std::ostream& out, const Record& record) {
+    if (!record.code) {
+        printSquares(out, record.squares);
+        return;
+    }
+    printJudgedSquares(out, record.squares);
+    out << "verdict " << *record.code << ": " << record.message << '\n';
+    if (record.grade)
+        out << "grade " << *record.grade << ": " << getStatusMessage(*record.grade) << '\n';
+}
+
+std::string squaresBelowText(const Record& record) {
+    const auto below = std::ranges::count_if(record.squares, [](const SnrSquare& square) { return square.isBelow; });
+    return record.code ? std::to_string(below) + " of " + std::to_string(record.squares.size()) : "";
+}
+
+void printSummary(std::ostream& out, const std::vector<Record>& records) {
+    TextTable table({"file", "smallest square", "largest square", "below", "verdict", "grade"});
+    std::set<int> codes;
+    for (const Record& record : records) {
+        const auto codeText = [](std::optional<int> code) { return code ? std::to_string(*code) : ""; };
+        table.addRow({record.subject.file, formatNumber(record.squares.front().measured, 1),
+                      formatNumber(record.squares.back().measured, 1), squaresBelowText(record), codeText(record.code),
+                      codeText(record.grade)});
+        for (const std::optional<int> code : {record.code, record.grade})
+            codes.insert(code.value_or(StatusOk));
+    }
+    table.print(out);
+    for (const int code : codes) {
+        if (code != StatusOk)
+            out << "  " << code << "  " << getStatusMessage(code) << '\n';
+    }
+}
+
+}  // namespace
+
+Record snrRecord(const RawImage& image, const std::optional<SnrSeries>& factory) {
+    Record record;
+    const std::vector<int> sides = snrSquareSides(image.shape);
+    if (!factory) {
+        const SnrSeries series = measureSnr(image);
+        for (std::size_t i = 0; i < sides.size(); ++i)
+            record.squares.push_back({sides[i], plainNumber(series[i])});
+        return record;
+    }
+    const SnrJudgement judgement = judgeSnr(image, *factory);
+    record.check = "checkGlobalSNR";
+    record.code = judgement.verdict;
+    record.message = getStatusMessage(judgement.verdict);
+    record.verdict = judgement.passed() ? Verdict::Passed : Verdict::NotPassed;
+    record.grade = judgement.grade;
+    record.measures.push_back(squaresBelow(image, *factory));
+    for (std::size_t i = 0; i < sides.size(); ++i) {
+        record.squares.push_back({sides[i], plainNumber(judgement.measured[i]), plainNumber((*factory)[i]),
+                                  plainNumber(judgement.expected[i]), judgement.isBelow(i)});
+    }
+    return record;
+}
+
+std::vector<Record> snrRecords(const std::string& file, const Shape& shape, const std::optional<std::string>& factory) {
+    if (isResultsName(file)) {
+        if (factory)
+            throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
+        return savedRecords(file);
+    }
+    const RawImage image = loadRawImage(file, shape);
+    std::optional<SnrSeries> series;
+    if (factory) {
+        const auto time = hasImageHeader(file, shape) ? headerIntegrationTime(file) : std::nullopt;
+        series = loadFactorySeries(*factory, shape, time);
+    }
+    Record record = snrRecord(image, series);
+    record.subject = subjectOf(file, shape);
+    return {record};
+}
+
+void printSnrRecords(std::ostream& out, const std::vector<Record>& records) {
+    std::vector<Record> measured = records;
+    std::erase_if(measured, [](const Record& record) { return record.squares.empty(); });
+    if (records.size() == 1 && !measured.empty())
+        printRecord(out, measured.front());
+    else if (!measured.empty())
+        printSummary(out, measured);
+}
+
+}  // namespace qx::tool

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "results/Record.h"
+#include "snr/SnrJudgement.h"
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+// SNR series as records.
+
+namespace qx::tool {
+
+// The series of an image, judged against a factory series where there is one.
+Record snrRecord(const RawImage& image, const std::optional<SnrSeries>& factory);
+
+// Of a file: a raw image, judged against what loadFactorySeries finds in the factory file; or results of earlier runs
+// (*.json), whose series are taken as they were.
+std::vector<Record> snrRecords(const std::string& file, const Shape& shape, const std::optional<std::string>& factory);
+
+// The squares of one record, or a line for each of several, with the verdicts and what they mean.
+void printSnrRecords(std::ostream& out, const std::vector<Record>& records);
+
+}  // namespace qx::tool
