@@ -1,4 +1,4 @@
-#include "commands/FormatOption.h"
+#include "batch/Batch.h"
 #include "commands/Subcommand.h"
 #include "results/Comparison.h"
 
@@ -11,7 +11,7 @@ namespace {
 struct CompareOptions {
     std::string today;
     std::string reference;
-    Format format = Format::Table;
+    ResultOptions results;
 };
 
 void print(const Comparison& comparison, Format format) {
@@ -25,7 +25,7 @@ void print(const Comparison& comparison, Format format) {
 
 ExitCode runCompare(const CompareOptions& options) {
     const Comparison comparison = compareRecords(loadRecords(options.today), loadRecords(options.reference));
-    print(comparison, options.format);
+    print(comparison, options.results.format);
     return comparison.isWorse() ? ExitCode::NotPassed : ExitCode::Passed;
 }
 
@@ -39,7 +39,7 @@ void addCompareCommand(CLI::App& app, Command& chosen) {
                       runCompare);
     command.add_option("TODAY", options.today, "Results that --format json or watch wrote")->required();
     command.add_option("REFERENCE", options.reference, "The results to compare them with")->required();
-    addFormatOption(command, options.format);
+    addResultOptions(command, options.results);
 }
 
 }  // namespace qx::tool

@@ -1,4 +1,4 @@
-#include "commands/FormatOption.h"
+#include "batch/Batch.h"
 #include "commands/Subcommand.h"
 #include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
@@ -19,7 +19,7 @@ namespace {
 struct TrendOptions {
     std::string store;
     TrendFilter filter;
-    Format format = Format::Table;
+    ResultOptions results;
 };
 
 std::string slopeText(const Trend& trend) {
@@ -81,7 +81,7 @@ ExitCode runTrend(const TrendOptions& options) {
     const std::vector<Trend> trends = trendsOf(store, options.filter);
     if (trends.empty())
         throw ToolError(options.store + ": holds no such measure; give another --check, --measure or --since");
-    print(trends, options.format);
+    print(trends, options.results.format);
     return ExitCode::Passed;
 }
 
@@ -95,7 +95,7 @@ void addTrendCommand(CLI::App& app, Command& chosen) {
     command.add_option("--check", options.filter.check, "Only this check: \"dark\", \"check dark\" or the function");
     command.add_option("--measure", options.filter.measure, "Only measures whose name has this in it");
     command.add_option("--since", options.filter.since, "Only files written on this day or later: 2024-03-07");
-    addFormatOption(command, options.format);
+    addResultOptions(command, options.results);
 }
 
 }  // namespace qx::tool

@@ -30,28 +30,48 @@ std::size_t differentTimes(const std::vector<TrendPoint>& points) {
     return count;
 }
 
-// The library fits in single precision, so both axes are brought to -1 ... 1 first.
-Forecast fitLine(const std::vector<TrendPoint>& points, double mean) {
-    const double halfSpan = (points.back().day - points.front().day) / 2;
-    const double middle = points.front().day + halfSpan;
+// The constant is the value in the middle of the time, the slope that of half of it.
+struct Line {
+    double constant = 0.0;
+    double slope = 0.0;
+};
+
+// The library fits in single precision, so places come from -1 to 1, and values are brought there.
+Line fitScaled(const std::vector<double>& places, const std::vector<double>& values) {
     double spread = 0.0;
-    for (const TrendPoint& point : points)
-        spread = std::max(spread, std::abs(point.value - mean));
+    for (const double value : values)
+        spread = std::max(spread, std::abs(value));
     if (spread == 0.0)
-        return {0.0, mean};
+        return {};
     std::vector<std::array<float, 2>> scaled;
+    for (std::size_t i = 0; i < places.size(); ++i)
+        scaled.push_back({static_cast<float>(places[i]), static_cast<float>(values[i] / spread)});
     std::vector<const float*> pairs;
-    scaled.reserve(points.size());
-    for (const TrendPoint& point : points) {
-        scaled.push_back(
-            {static_cast<float>((point.day - middle) / halfSpan), static_cast<float>((point.value - mean) / spread)});
-        pairs.push_back(scaled.back().data());
-    }
+    for (const auto& pair : scaled)
+        pairs.push_back(pair.data());
     std::array<float, 2> line{};
     polyFit(line.data(), pairs.data(), static_cast<int>(pairs.size()), 1);
-    const double constant = line[0];
-    const double slope = line[1];
-    return {slope * spread / halfSpan, mean + spread * (constant + slope)};
+    return {spread * line[0], spread * line[1]};
+}
+
+// What single precision leaves over is fitted again, which brings all digits.
+Forecast fitLine(const std::vector<TrendPoint>& points) {
+    constexpr int kRounds = 4;
+    const double halfSpan = (points.back().day - points.front().day) / 2;
+    std::vector<double> places;
+    std::vector<double> left;
+    for (const TrendPoint& point : points) {
+        places.push_back((point.day - points.front().day) / halfSpan - 1);
+        left.push_back(point.value);
+    }
+    Line line;
+    for (int round = 0; round < kRounds; ++round) {
+        const Line more = fitScaled(places, left);
+        line = {line.constant + more.constant, line.slope + more.slope};
+        for (std::size_t i = 0; i < points.size(); ++i)
+            left[i] = points[i].value - line.constant - line.slope * places[i];
+    }
+    return {line.slope / halfSpan, line.constant + line.slope};
 }
 
 bool isUpper(const Limit& limit) {
@@ -106,7 +126,7 @@ Json toJson(const Trend& trend) {
 Trend trendOf(const TrendSeries& series) {
     Trend trend{series, meanOf(series.points)};
     if (differentTimes(series.points) >= kFewestTimes)
-        trend.forecast = fitLine(series.points, trend.mean);
+        trend.forecast = fitLine(series.points);
     trend.outlook = outlookOf(trend);
     if (trend.outlook == Outlook::Ahead) {
         const double room = series.limit->value - trend.forecast->lastOnLine;
