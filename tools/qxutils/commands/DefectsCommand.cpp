@@ -31,7 +31,7 @@ ExitCode printDefects(const DefectsOptions& options) {
         requirePicture(*options.picture, options.file, lists.shape);
     printDefectLists(std::cout, lists);
     if (options.picture)
-        writePng(*options.picture, drawDefectMap(lists));
+        writePicture(*options.picture, drawDefectMap(lists));
     return ExitCode::Passed;
 }
 
@@ -41,7 +41,7 @@ void addDefectsCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of a defect file", printDefects);
     command.add_option("FILE", options.file, "Defect file; its name tells whether it is a structured one")->required();
-    command.add_option("--png", options.picture, "Map of the defects");
+    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name");
 }
 
 }  // namespace qx::tool

@@ -89,7 +89,8 @@ ExitCode runFilter(const FilterOptions& options, Result (*filter)(const RawImage
     save(options.files.output, image, result);
     if (options.files.picture) {
         const Original original{image, shown};
-        writePng(*options.files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
+        writePicture(*options.files.picture,
+                     drawComparison({compared(original), compared(original, result)}, shown, 2));
     }
     return ExitCode::Passed;
 }
@@ -102,7 +103,7 @@ ExitCode runCompare(const FilterOptions& options) {
     for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
         images.push_back(compared(original, filter(image, options)));
     images.push_back(compared(original, filterRatio(image, options)));
-    writePng(options.files.picture.value(), drawComparison(images, original.shown, 3));
+    writePicture(options.files.picture.value(), drawComparison(images, original.shown, 3));
     return ExitCode::Passed;
 }
 
@@ -122,7 +123,7 @@ public:
 
     void addComparison(const char* name, const char* description) {
         CLI::App& kind = addOfImage(name, description, runCompare);
-        kind.add_option("--png", family_.options().files.picture, "PNG file to write")->required();
+        kind.add_option("--png", family_.options().files.picture, "PNG or SVG file to write, by its name")->required();
         addZoom(kind, family_.options().files);
         addRadius(kind);
         addWindow(kind);

@@ -43,7 +43,7 @@ void addInput(CLI::App& command, ImageOptions& options) {
 
 void addOutputs(CLI::App& command, ImageOptions& options, const std::string& pictured) {
     command.add_option("-o,--output", options.output, "Raw image to write")->required();
-    command.add_option("--png", options.picture, pictured);
+    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name");
 }
 
 void addZoom(CLI::App& command, ImageOptions& options) {

@@ -67,7 +67,7 @@ void printSizes(const Shape& from, const Shape& to) {
     table.print(std::cout);
 }
 
-Canvas drawResized(const RawImage& before, const RawImage& after, const Region& region) {
+Drawing drawResized(const RawImage& before, const RawImage& after, const Region& region) {
     const GreyWindow window = windowOf(before, region);
     return drawComparison(
         {compared(before, window, toText(before.shape)), compared(after, window, toText(after.shape))}, region, 2);
@@ -82,7 +82,7 @@ ExitCode runResize(const ResizeOptions& options) {
     saveRawImage(options.files.output, resized);
     printSizes(image.shape, shape);
     if (options.files.picture)
-        writePng(*options.files.picture, drawResized(image, resized, region));
+        writePicture(*options.files.picture, drawResized(image, resized, region));
     return ExitCode::Passed;
 }
 

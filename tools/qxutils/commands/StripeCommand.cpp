@@ -2,8 +2,8 @@
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
+#include "picture/Look.h"
 #include "picture/PngWriter.h"
-#include "picture/Tiles.h"
 #include "stripe/StripeCorrection.h"
 #include "stripe/StripePicture.h"
 
@@ -57,9 +57,8 @@ ExitCode runStripe(const StripeOptions& options) {
     printRows(profileOf(image, options.triggerLine), profileOf(corrected, options.triggerLine), options.triggerLine);
     saveRawImage(options.files.output, corrected);
     if (options.files.picture) {
-        writePng(*options.files.picture,
-                 drawStripe({{image, "before", "", kTileText}, {corrected, "after", "", kTileText}},
-                            options.triggerLine, {}));
+        writePicture(*options.files.picture, drawStripe({{image, "before", "", kInk}, {corrected, "after", "", kInk}},
+                                                        options.triggerLine, {}));
     }
     return ExitCode::Passed;
 }

@@ -1,7 +1,8 @@
 #include "defects/DefectMap.h"
 
-#include "picture/Preview.h"
-#include "picture/Tiles.h"
+#include "picture/Axes.h"
+#include "picture/Font.h"
+#include "picture/Look.h"
 
 #include <algorithm>
 #include <string>
@@ -10,67 +11,79 @@ namespace qx::tool {
 namespace {
 
 constexpr int kMaxMapWidth = 1024;
-constexpr int kGap = 16;
-constexpr Colour kPoint{255, 235, 120};
-constexpr Colour kCluster{245, 105, 90};
-constexpr Colour kRow{95, 175, 255};
-constexpr Colour kColumn{110, 205, 120};
+constexpr double kLeft = 84.0;
+constexpr double kTop = 72.0;
+constexpr double kBelow = 64.0;
+constexpr double kLegendSwatch = 12.0;
+constexpr Colour kPoint = kInk;
+constexpr Colour kCluster = kNotPassed;
+constexpr Colour kRow = kTrue;
+constexpr Colour kColumn = kPassed;
 
 struct LegendEntry {
     std::string text;
     Colour colour;
+
+    double width() const { return kLegendSwatch + 6.0 + textWidth(text, kTextSize) + 1.5 * kGap; }
 };
 
 std::vector<LegendEntry> legendOf(const DefectLists& lists) {
     const auto entry = [](const char* kind, std::size_t count, Colour colour) {
-        return LegendEntry{kind + (" " + std::to_string(count)), colour};
+        return LegendEntry{std::to_string(count) + ' ' + kind, colour};
     };
     return {entry("points", lists.points.size(), kPoint), entry("clusters", lists.clusters.size(), kCluster),
             entry("rows", lists.rows.size(), kRow), entry("columns", lists.columns.size(), kColumn)};
 }
 
-int legendWidth(const std::vector<LegendEntry>& legend) {
-    int width = 0;
+double legendWidth(const std::vector<LegendEntry>& legend) {
+    double width = 0.0;
     for (const LegendEntry& entry : legend)
-        width += textWidth(entry.text, kTileTextScale) + 2 * kGap;
+        width += entry.width();
     return width;
 }
 
-// Draws in pixels of the image onto the scaled map; a scaled mark takes two pixels so that it can be seen.
+void drawLegend(Drawing& drawing, const std::vector<LegendEntry>& legend) {
+    Place foot{kLeft, kTop - kGap};
+    for (const LegendEntry& entry : legend) {
+        drawing.fillBox({foot.x, foot.y - kLegendSwatch + 1.0, kLegendSwatch, kLegendSwatch}, entry.colour);
+        drawing.drawText({foot.x + kLegendSwatch + 6.0, foot.y}, entry.text, {entry.colour, kTextSize});
+        foot.x += entry.width();
+    }
+}
+
+// Draws in pixels of the image onto the scaled map; a mark takes two logical pixels at least so that it can be seen.
 class Map {
 public:
-    Map(Canvas& canvas, const Shape& image, int scale)
-        : canvas_(canvas), image_(image), scale_(scale),
-          mark_(scale > 1 ? 2 : 1), shape_{(image.width + scale - 1) / scale, (image.height + scale - 1) / scale} {
-        canvas_.fillRectangle({kGap, kGap}, shape_, {});
-    }
+    Map(Drawing& drawing, const Shape& image, const Box& frame)
+        : drawing_(drawing), image_(image), frame_(frame), scale_(frame.width / image.width) {}
 
     void addPoint(const Point& point, Colour colour) {
         if (isInside(point.x, image_.width) && isInside(point.y, image_.height))
-            fill(point.x / scale_, point.y / scale_, mark_, mark_, colour);
+            fill(point.x, point.y, 1, 1, colour);
     }
     void addRow(int row, Colour colour) {
         if (isInside(row, image_.height))
-            fill(0, row / scale_, shape_.width, mark_, colour);
+            fill(0, row, image_.width, 1, colour);
     }
     void addColumn(int column, Colour colour) {
         if (isInside(column, image_.width))
-            fill(column / scale_, 0, mark_, shape_.height, colour);
+            fill(column, 0, 1, image_.height, colour);
     }
 
 private:
     static bool isInside(int position, int side) { return position >= 0 && position < side; }
 
     void fill(int x, int y, int width, int height, Colour colour) {
-        canvas_.fillRectangle({kGap + x, kGap + y},
-                              {std::min(width, shape_.width - x), std::min(height, shape_.height - y)}, colour);
+        constexpr double kLeast = 2.0;
+        drawing_.fillBox({frame_.x + x * scale_, frame_.y + y * scale_, std::max(kLeast, width * scale_),
+                          std::max(kLeast, height * scale_)},
+                         colour);
     }
 
-    Canvas& canvas_;
+    Drawing& drawing_;
     Shape image_;
-    int scale_;
-    int mark_;
-    Shape shape_;
+    Box frame_;
+    double scale_;
 };
 
 void drawLists(Map& map, const DefectLists& lists) {
@@ -88,21 +101,23 @@ void drawLists(Map& map, const DefectLists& lists) {
 
 }  // namespace
 
-Canvas drawDefectMap(const DefectLists& lists) {
-    const int scale = previewScale(lists.shape, kMaxMapWidth);
-    const int width = (lists.shape.width + scale - 1) / scale;
-    const int height = (lists.shape.height + scale - 1) / scale;
+Drawing drawDefectMap(const DefectLists& lists) {
+    const auto [width, height] = lists.shape;
+    const double scale = 1.0 / previewScale(lists.shape, kMaxMapWidth);
+    const Box frame{kLeft, kTop, width * scale, height * scale};
     const std::vector<LegendEntry> legend = legendOf(lists);
-    Canvas canvas({std::max(width, legendWidth(legend)) + 2 * kGap, height + 3 * kGap + kTextHeight * kTileTextScale},
-                  kTilePaper);
-    Map map(canvas, lists.shape, scale);
+    Drawing drawing(kLeft + std::max(frame.width, legendWidth(legend)) + 2.0 * kGap, frame.bottom() + kBelow, kPaper);
+    drawing.drawText({kLeft, kGap + kTitleSize}, "Defects of an image of " + toText(lists.shape) + " pixels",
+                     {kInk, kTitleSize, Anchor::Start, true});
+    drawInside(drawing,
+               {"",
+                {.label = "column", .low = 0.0, .high = static_cast<double>(width)},
+                {.label = "row", .low = 0.0, .high = static_cast<double>(height), .isReversed = true}},
+               frame);
+    drawLegend(drawing, legend);
+    Map map(drawing, lists.shape, frame);
     drawLists(map, lists);
-    Point corner{kGap, height + 2 * kGap};
-    for (const LegendEntry& entry : legend) {
-        canvas.drawText(corner, entry.text, kTileTextScale, entry.colour);
-        corner.x += textWidth(entry.text, kTileTextScale) + 2 * kGap;
-    }
-    return canvas;
+    return drawing;
 }
 
 }  // namespace qx::tool

@@ -23,29 +23,26 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kNdtPreviewWidth = 256;
-
 void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
-    constexpr int kSmall = 288;
-    constexpr int kLarge = 576;
+    constexpr double kSmall = 288.0;
+    constexpr double kLarge = 576.0;
     std::vector<Tile> tiles = drawBalance(flow, kSmall);
     tiles.push_back(drawShadow(flow, kSmall));
-    writePng((folder / "flow.png").string(), drawTiles(tiles, 3));
-    writePng((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
-    writePng((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
+    writePicture((folder / "flow.png").string(), drawTiles(tiles, 3, "What the first-image check looks at"));
+    writePicture((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
+    writePicture((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
 }
 
-void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures,
-                        const SnrSeries& factory) {
+void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures) {
     const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
     const RawImage rawFlat = scene.rawFlat();
     writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
     writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
     for (const JudgedExposure& judged : exposures)
         writePng(path(judged.exposure.name), makePreview(judged.image, PercentileWindow{}, kPreviewWidth));
-    writePng(path("squares"), drawSquares(exposures.front().image));
-    writePng(path("overview"), drawOverview(rawFlat, exposures));
-    writePng(path("snr-series"), drawSeriesPlot(exposures, factory));
+    writePicture(path("squares"), drawSquares(exposures.front().image));
+    writePicture(path("overview"), drawOverview(rawFlat, exposures));
+    writePicture(path("snr-series"), drawSeriesPlot(exposures));
 }
 
 void reportFiles(std::ostream& out, const std::string& folder, const JudgedExposure& kept,
@@ -91,11 +88,11 @@ int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std
     printFactorySnrDemo(out, runFactorySnrDemo(seed, folder + "/factory"));
 
     writeFlowPictures(folder, flow);
-    writePng(folder + "/stripe.png", drawStripeCase(stripes.front()));
-    writePng(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
-    writePng(folder + "/ndt.png", drawNdt(ndt, kNdtPreviewWidth));
+    writePicture(folder + "/stripe.png", drawStripeCase(stripes.front()));
+    writePicture(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
+    writePicture(folder + "/ndt.png", drawNdt(ndt));
     saveRawImage(folder + "/striped.raw", stripes.front().striped);
-    writeFieldPictures(folder, scene, exposures, factory);
+    writeFieldPictures(folder, scene, exposures);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
     reportFiles(out, folder, exposures.back(), flow);

@@ -1,36 +1,64 @@
 #include "demo/DemoPictures.h"
 
+#include "common/TextTable.h"
+#include "image/Region.h"
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
 #include "snr/SnrJudgement.h"
 #include "snr/SnrPlot.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
 namespace qx::tool {
 namespace {
 
-constexpr int kTileWidth = 384;
+constexpr int kTileWidth = 304;
 constexpr int kTileColumns = 3;
+constexpr int kInsetPixels = 28;
+constexpr double kInsetSide = 4.0;
 
-constexpr Colour kLineColours[] = {{40, 130, 70}, {60, 120, 200}, {150, 90, 190}, {230, 140, 30}, {205, 60, 50}};
-constexpr Colour kFactoryColour{40, 40, 40};
-constexpr Colour kExpectedColour{160, 160, 160};
+constexpr Colour kLineColours[] = {kPassed, kTrue, kViolet, kMarked, kOlive};
 
 // Corrected tiles share one contrast, so that a good one looks even.
 constexpr double kTileContrast = 0.02;
 
-Tile makeTile(const JudgedExposure& judged) {
-    const SnrJudgement& judgement = judged.judgement;
-    const std::string verdict = judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict);
-    return {makePreview(judged.image, windowAroundMedian(judged.image, kTileContrast), kTileWidth),
-            judged.exposure.caption, verdict + ", " + gradeName(judgement.grade),
-            judgement.passed() ? kTilePassed : kTileNotPassed};
+// The middle of the image, in which the noise of single pixels shows.
+Inset insetOf(const RawImage& image, const GreyWindow& window) {
+    const Point corner{(image.shape.width - kInsetPixels) / 2, (image.shape.height - kInsetPixels) / 2};
+    const RawImage part = fit(image, {corner, {kInsetPixels, kInsetPixels}}, {kInsetPixels, kInsetPixels});
+    const double scale = previewScale(image.shape, kTileWidth);
+    return {makePreview(part, window, kInsetPixels),
+            kInsetSide,
+            {corner.x / scale, corner.y / scale, kInsetPixels / scale, kInsetPixels / scale}};
 }
 
-std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
-    std::vector<float> shares;
+std::vector<TileLine> measuresOf(const SnrJudgement& judgement, int smallestSide) {
+    const auto below = std::count(judgement.areBelow.begin(), judgement.areBelow.end(), true);
+    const Colour colour = judgement.passed() ? kPassed : kNotPassed;
+    return {{(judgement.passed() ? "passed" : "status " + std::to_string(judgement.verdict)) + ", " +
+                 gradeName(judgement.grade),
+             colour},
+            {std::to_string(below) + " of " + std::to_string(judgement.areBelow.size()) + " squares below expectation",
+             below == 0 ? kInk : colour},
+            {"SNR of the square of " + std::to_string(smallestSide) +
+             " pixels: " + formatNumber(judgement.measured.front(), 0)}};
+}
+
+Tile makeTile(const JudgedExposure& judged, int smallestSide) {
+    const GreyWindow window = windowAroundMedian(judged.image, kTileContrast);
+    return {makePreview(judged.image, window, kTileWidth),
+            1.0,
+            scaleOf(window),
+            judged.exposure.caption,
+            measuresOf(judged.judgement, smallestSide),
+            {},
+            insetOf(judged.image, window)};
+}
+
+SnrSeries sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
+    SnrSeries shares;
     for (std::size_t square = 0; square < series.size(); ++square)
         shares.push_back(series[square] / scaled[square]);
     return shares;
@@ -38,43 +66,56 @@ std::vector<float> sharesOf(const SnrSeries& series, const SnrSeries& scaled) {
 
 }  // namespace
 
-Canvas drawSquares(const RawImage& image) {
-    const GreyPicture preview = makePreview(image, PercentileWindow{}, kPreviewWidth);
-    const int scale = previewScale(image.shape, kPreviewWidth);
-    Canvas canvas(preview.shape, kTilePaper);
-    canvas.drawPicture({0, 0}, preview);
+Drawing drawSquares(const RawImage& image) {
+    constexpr double kSide = 0.5;
+    const GreyWindow window = windowOf(image, PercentileWindow{});
+    Tile tile{makePreview(image, window, kPreviewWidth),
+              kSide,
+              scaleOf(window),
+              "The squares of the SNR series of " + toText(image.shape) + " pixels",
+              {}};
+    const double scale = kSide / previewScale(image.shape, kPreviewWidth);
+    std::string smaller;
+    std::string larger;
     for (const int side : snrSquareSides(image.shape)) {
-        const Point corner{(image.shape.width - side) / 2 / scale, (image.shape.height - side) / 2 / scale};
-        canvas.outlineRectangle(corner, {side / scale, side / scale}, 2, kTileMark);
-        const std::string label = std::to_string(side);
-        const int labelHeight = (kTextHeight + 2) * kTileTextScale;
-        if (textWidth(label, kTileTextScale) + 6 < side / scale) {
-            canvas.fillRectangle(corner, {textWidth(label, kTileTextScale) + 8, labelHeight}, kTileMark);
-            canvas.drawText({corner.x + 4, corner.y + 4}, label, kTileTextScale, kTilePaper);
-        }
+        const double left = (image.shape.width - side) / 2 * scale;
+        const double top = (image.shape.height - side) / 2 * scale;
+        const double right = left + side * scale;
+        const double bottom = top + side * scale;
+        tile.marks.push_back(
+            {{{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}}, {kMarked, 1.5}});
+        std::string& sides = 2 * side < image.shape.width ? smaller : larger;
+        sides += (sides.empty() ? "" : ", ") + std::to_string(side);
     }
-    return canvas;
+    tile.lines = {{"Sides, pixels: " + smaller + ","}, {larger}};
+    return drawTiles({tile}, 1);
 }
 
-Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
+Drawing drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures) {
+    const GreyWindow window = windowOf(rawFlat, PercentileWindow{});
     std::vector<Tile> tiles = {
-        {makePreview(rawFlat, PercentileWindow{}, kTileWidth), "raw flat field", "before correction", kTileText}};
+        {makePreview(rawFlat, window, kTileWidth),
+         1.0,
+         scaleOf(window),
+         "raw flat field",
+         {{"before correction:"}, {"amplifiers of different gain,"}, {"defective pixels, rows and columns"}}}};
+    const int smallestSide = snrSquareSides(rawFlat.shape).front();
     for (const JudgedExposure& judged : exposures)
-        tiles.push_back(makeTile(judged));
-    return drawTiles(tiles, kTileColumns);
+        tiles.push_back(makeTile(judged, smallestSide));
+    return drawTiles(tiles, kTileColumns,
+                     "One-shot calibrations judged; enlarged: " + std::to_string(kInsetPixels) + " x " +
+                         std::to_string(kInsetPixels) + " pixels in the middle");
 }
 
-Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory) {
+Drawing drawSeriesPlot(const std::vector<JudgedExposure>& exposures) {
     const SnrJudgement& first = exposures.front().judgement;
-    std::vector<PlotLine> lines = {
-        {"factory", kFactoryColour, std::vector<float>(factory.size(), 1.0f)},
-        {"expected at least", kExpectedColour, sharesOf(first.expected, first.scaled)},
-    };
+    std::vector<SnrLine> lines;
     for (std::size_t index = 0; index < exposures.size(); ++index) {
+        const SnrJudgement& judgement = exposures[index].judgement;
         lines.push_back({exposures[index].exposure.caption, kLineColours[index % std::size(kLineColours)],
-                         sharesOf(exposures[index].judgement.measured, exposures[index].judgement.scaled)});
+                         sharesOf(judgement.measured, judgement.scaled), judgement.areBelow});
     }
-    return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines);
+    return drawSnrPlot(snrSquareSides(exposures.front().image.shape), lines, sharesOf(first.expected, first.scaled));
 }
 
 }  // namespace qx::tool

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "demo/DemoScene.h"
-#include "picture/Canvas.h"
+#include "picture/Drawing.h"
 
 #include <string>
 #include <vector>
@@ -14,12 +14,13 @@ namespace qx::tool {
 inline constexpr int kPreviewWidth = 1024;
 
 // The corrected flat field with the squares of the SNR series outlined.
-Canvas drawSquares(const RawImage& image);
+Drawing drawSquares(const RawImage& image);
 
-// Every exposure side by side with its verdict; the raw flat field comes first.
-Canvas drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures);
+// Every exposure side by side with its verdict and what it rests on, and a part of it enlarged; the raw flat field
+// comes first.
+Drawing drawOverview(const RawImage& rawFlat, const std::vector<JudgedExposure>& exposures);
 
-// The exposures' series against the factory's expectation.
-Canvas drawSeriesPlot(const std::vector<JudgedExposure>& exposures, const SnrSeries& factory);
+// The exposures' series beside the factory's, and against what is expected of them.
+Drawing drawSeriesPlot(const std::vector<JudgedExposure>& exposures);
 
 }  // namespace qx::tool

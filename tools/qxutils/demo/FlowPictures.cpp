@@ -1,16 +1,17 @@
 #include "demo/FlowPictures.h"
 
-#include "image/Region.h"
-
 #include <QxUtils.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qx::tool {
 namespace {
 
 // Wide enough for the steps between AFEs and the fall of light towards the corners.
 constexpr double kBalanceContrast = 0.12;
+
+constexpr double kPixelSide = 0.5;
 
 // The difference of the two, 0 where the dark image is brighter.
 FloatImage subtractDark(const RawImage& image, const RawImage& dark) {
@@ -40,19 +41,19 @@ std::vector<unsigned char> findShadow(const RawImage& image, const RawImage& dar
 }
 
 // The edges of the blocks at which the region ends.
-std::vector<Line> outline(const std::vector<unsigned char>& shadow, const Shape& blocks, int scale) {
+std::vector<Stroke> outline(const std::vector<unsigned char>& shadow, const Shape& blocks, double side) {
     const auto isInside = [&](int row, int column) {
         return row >= 0 && row < blocks.height && column >= 0 && column < blocks.width &&
                shadow[static_cast<std::size_t>(row * blocks.width + column)] != 0;
     };
-    std::vector<Line> lines;
+    std::vector<Stroke> lines;
     for (int row = 0; row <= blocks.height; ++row) {
         for (int column = 0; column <= blocks.width; ++column) {
-            const Point corner{std::max(column * scale, 1), std::max(row * scale, 1)};
+            const Place corner{column * side, row * side};
             if (isInside(row, column) != isInside(row - 1, column))
-                lines.push_back({corner, {(column + 1) * scale, corner.y}});
+                lines.push_back({{corner, {corner.x + side, corner.y}}, {kMarked, 2.0}});
             if (isInside(row, column) != isInside(row, column - 1))
-                lines.push_back({corner, {corner.x, (row + 1) * scale}});
+                lines.push_back({{corner, {corner.x, corner.y + side}}, {kMarked, 2.0}});
         }
     }
     return lines;
@@ -60,29 +61,39 @@ std::vector<Line> outline(const std::vector<unsigned char>& shadow, const Shape&
 
 }  // namespace
 
-std::vector<Tile> drawBalance(const CalibrationFlow& flow, int side) {
+std::vector<Tile> drawBalance(const CalibrationFlow& flow, double side) {
     FloatImage image = subtractDark(flow.flat, flow.dark);
     const RawImage before = truncatedCounts(image);
     correctRDwithoutRgain(image.pixels.data(), image.shape.width, image.shape.height);
     const GreyWindow window = windowAroundMedian(before, kBalanceContrast);
-    return {
-        {makePreview(before, window, side), "before the AFE balance", "dark image subtracted", kTileText},
-        {makePreview(truncatedCounts(image), window, side), "after the AFE balance", "AFEs at one level", kTilePassed}};
+    const auto tile = [&](const RawImage& shown, const char* caption, const char* line) {
+        GreyPicture picture = makePreview(shown, window, static_cast<int>(side / kPixelSide));
+        return Tile{std::move(picture),
+                    kPixelSide,
+                    scaleOf(window),
+                    caption,
+                    {{line}, {"specks, lines: defective pixels and rows"}}};
+    };
+    return {tile(before, "before the AFE balance", "dark image subtracted"),
+            tile(truncatedCounts(image), "after the AFE balance", "AFEs at one level")};
 }
 
-Tile drawShadow(const CalibrationFlow& flow, int side) {
+Tile drawShadow(const CalibrationFlow& flow, double side) {
     const FloatImage blocks = blockMedians(subtractDark(flow.collimated, flow.dark));
     const std::vector<unsigned char> shadow = findShadow(flow.collimated, flow.dark, blocks.shape);
     const auto size = std::count(shadow.begin(), shadow.end(), 1);
-    const int scale = std::max(1, side / blocks.shape.width);
     // Above the brightest block, so that the steps between AFEs show.
-    const double white = 1.1 * *std::max_element(blocks.pixels.begin(), blocks.pixels.end());
-    const Shape picture{blocks.shape.width * scale, blocks.shape.height * scale};
-    const RawImage enlarged = fit(truncatedCounts(blocks), wholeOf(blocks.shape), picture);
-    const std::string verdict =
-        "status " + std::to_string(StatusUniformityUnqualified) + ": " + std::to_string(size) + " blocks";
-    return {makePreview(enlarged, GreyWindow{0.0, white}, picture.width), "shutter half open, blocks", verdict,
-            kTileNotPassed, outline(shadow, blocks.shape, scale)};
+    const GreyWindow window{0.0, 1.1 * *std::max_element(blocks.pixels.begin(), blocks.pixels.end())};
+    const double blockSide = side / blocks.shape.width;
+    return {
+        makePreview(truncatedCounts(blocks), window, blocks.shape.width),
+        blockSide,
+        scaleOf(window),
+        "shutter half open, block medians",
+        {{"status " + std::to_string(StatusUniformityUnqualified) + ": " + std::to_string(size) + " blocks in a shadow",
+          kNotPassed},
+         {"outlined: the shadow that was found"}},
+        outline(shadow, blocks.shape, blockSide)};
 }
 
 }  // namespace qx::tool

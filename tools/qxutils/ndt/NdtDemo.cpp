@@ -141,6 +141,11 @@ NdtDemo runNdtDemo(std::uint64_t seed, const std::string& folder) {
     return demo;
 }
 
+bool deviates(const LongImage& image, const NdtDemo& demo, std::size_t pixel) {
+    const double value = image.pixels[pixel];
+    return std::fabs(value - demo.truth.pixels[pixel]) > kDeviations * demo.noise.pixels[pixel];
+}
+
 NdtError ndtError(const LongImage& image, const NdtDemo& demo) {
     NdtError error;
     double squares = 0.0;
@@ -149,7 +154,7 @@ NdtError ndtError(const LongImage& image, const NdtDemo& demo) {
         const double distance = std::fabs(value - demo.truth.pixels[i]);
         squares += distance * distance;
         error.largest = std::max(error.largest, distance);
-        error.deviatingPixels += distance > kDeviations * demo.noise.pixels[i];
+        error.deviatingPixels += deviates(image, demo, i);
     }
     error.rootMeanSquare = std::sqrt(squares / image.pixelCount());
     return error;

@@ -2,6 +2,7 @@
 
 #include "image/Image.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -45,6 +46,9 @@ struct NdtDemo {
 NdtDemo runNdtDemo(std::uint64_t seed, const std::string& folder);
 
 NdtError ndtError(const LongImage& image, const NdtDemo& demo);
+
+// Whether one pixel does.
+bool deviates(const LongImage& image, const NdtDemo& demo, std::size_t pixel);
 
 // Prints the calls, and how far the images are from the truth.
 void printNdt(std::ostream& out, const NdtDemo& demo);

@@ -1,7 +1,6 @@
 #include "picture/Comparison.h"
 
 #include "common/TextTable.h"
-#include "picture/Tiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +10,9 @@
 namespace qx::tool {
 namespace {
 
-constexpr int kTileSide = 384;
+// Of the longer side of a tile, in pixels of which two go on a logical one.
+constexpr int kTileSide = 720;
+constexpr double kPixelSide = 0.5;
 constexpr double kShownRatios = 0.98;
 constexpr double kLeastSpread = 0.0001;
 constexpr double kLargestSpread = 1.0;
@@ -41,14 +42,10 @@ WORD ratioCount(float ratio, double spread) {
     return truncatedCount(32767.5 * (1.0 + std::clamp(distance, -1.0, 1.0)));
 }
 
-std::string rangeText(double black, double white, int decimals) {
-    return "black " + formatNumber(black, decimals) + ", white " + formatNumber(white, decimals);
-}
-
 }  // namespace
 
 ComparedImage compared(const RawImage& image, const GreyWindow& window, const std::string& caption) {
-    return {image, window, caption, rangeText(window.black, window.white, 0)};
+    return {image, window, caption, scaleOf(window)};
 }
 
 ComparedImage compared(const FloatImage& ratio, const Region& region, const std::string& caption) {
@@ -56,20 +53,20 @@ ComparedImage compared(const FloatImage& ratio, const Region& region, const std:
     RawImage counts{ratio.shape, {}};
     for (const float value : ratio.pixels)
         counts.pixels.push_back(ratioCount(value, spread));
-    return {counts, GreyWindow{}, caption, rangeText(1.0 - spread, 1.0 + spread, 4)};
+    return {counts, GreyWindow{}, caption, {formatNumber(1.0 - spread, 4), formatNumber(1.0 + spread, 4), ""}};
 }
 
 GreyWindow windowOf(const RawImage& image, const Region& region) {
     return windowOf(fit(image, region, pictureShape(region, kTileSide)), PercentileWindow{});
 }
 
-Canvas drawComparison(const std::vector<ComparedImage>& images, const Region& region, int columns) {
+Drawing drawComparison(const std::vector<ComparedImage>& images, const Region& region, int columns) {
     const Shape original = images.front().image.shape;
     const Shape picture = pictureShape(region, kTileSide);
     std::vector<Tile> tiles;
-    for (const auto& [image, window, caption, range] : images) {
+    for (const auto& [image, window, caption, scale] : images) {
         const RawImage shown = fit(image, resampledRegion(region, original, image.shape), picture);
-        tiles.push_back({makePreview(shown, window, picture.width), caption, range, kTileText});
+        tiles.push_back({makePreview(shown, window, picture.width), kPixelSide, scale, caption, {}});
     }
     return drawTiles(tiles, columns);
 }

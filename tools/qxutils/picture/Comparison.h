@@ -1,8 +1,8 @@
 #pragma once
 
 #include "image/Region.h"
-#include "picture/Canvas.h"
-#include "picture/Preview.h"
+#include "picture/Drawing.h"
+#include "picture/Tiles.h"
 
 #include <string>
 #include <vector>
@@ -11,12 +11,12 @@
 
 namespace qx::tool {
 
-// One of several images side by side, with two lines of text below.
+// One of several images side by side, with what its black and white stand for.
 struct ComparedImage {
     RawImage image;
     GreyWindow window;
     std::string caption;
-    std::string range;
+    GreyScale scale;
 };
 
 ComparedImage compared(const RawImage& image, const GreyWindow& window, const std::string& caption);
@@ -28,6 +28,6 @@ ComparedImage compared(const FloatImage& ratio, const Region& region, const std:
 GreyWindow windowOf(const RawImage& image, const Region& region);
 
 // A region of the first image, and what shows the same in the others, which may be resampled ones.
-Canvas drawComparison(const std::vector<ComparedImage>& images, const Region& region, int columns);
+Drawing drawComparison(const std::vector<ComparedImage>& images, const Region& region, int columns);
 
 }  // namespace qx::tool

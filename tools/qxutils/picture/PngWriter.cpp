@@ -2,15 +2,53 @@
 
 #include "common/FileAccess.h"
 
+#ifdef QXUTILS_ZLIB
+#include <zlib.h>
+
+#include <cstdlib>
+
+namespace {
+
+// As the encoder wants it: the result is freed by std::free, null means that there is no memory.
+unsigned char* compressBytes(unsigned char* bytes, int count, int* compressed, int level) {
+    uLongf room = compressBound(static_cast<uLong>(count));
+    auto* const result = static_cast<unsigned char*>(std::malloc(room));
+    if (result != nullptr && compress2(result, &room, bytes, static_cast<uLong>(count), level) != Z_OK) {
+        std::free(result);
+        return nullptr;
+    }
+    *compressed = static_cast<int>(room);
+    return result;
+}
+
+}  // namespace
+
+#define STBIW_ZLIB_COMPRESS compressBytes
+#endif
+
 #define STB_IMAGE_WRITE_STATIC
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STBI_WRITE_NO_STDIO
 #include <stb/stb_image_write.h>
 
+#include <algorithm>
+#include <cctype>
+#include <iterator>
 #include <new>
+#include <string_view>
 
 namespace qx::tool {
 namespace {
+
+constexpr int kDrawingScale = 2;
+
+// Noise hardly becomes shorter by more effort; drawings do.
+constexpr int kQuickLevel = 3;
+constexpr int kThoroughLevel = 9;
+
+// How rows are made ready for compression: the encoder's choice row by row, or not at all.
+constexpr int kChosenFilter = -1;
+constexpr int kNoFilter = 0;
 
 void append(void* file, void* bytes, int count) {
     static_cast<std::string*>(file)->append(static_cast<const char*>(bytes), static_cast<std::size_t>(count));
@@ -18,23 +56,59 @@ void append(void* file, void* bytes, int count) {
 
 // The encoder writes into memory: its own way to a file does not notice that the file's room is used up.
 template <class Pixel>
-void write(const std::string& path, const Image<Pixel>& picture) {
+std::string encode(const Image<Pixel>& picture, int level, int filter) {
     std::string file;
     const auto [width, height] = picture.shape;
     constexpr int kChannels = sizeof(Pixel);
+    stbi_write_png_compression_level = level;
+    stbi_write_force_png_filter = filter;
     if (stbi_write_png_to_func(append, &file, width, height, kChannels, picture.pixels.data(), width * kChannels) == 0)
         throw std::bad_alloc();
-    writeFile(path, file);
+    return file;
+}
+
+// The rows' own bytes suit plots and noise, their differences smooth images.
+template <class Pixel>
+std::string encodeShorter(const Image<Pixel>& picture) {
+    std::string filtered = encode(picture, kThoroughLevel, kChosenFilter);
+    std::string plain = encode(picture, kThoroughLevel, kNoFilter);
+    return filtered.size() < plain.size() ? filtered : plain;
+}
+
+bool isGrey(const Colour& colour) {
+    return colour.red == colour.green && colour.green == colour.blue;
+}
+
+bool endsInSvg(std::string_view path) {
+    constexpr std::string_view kEnding = ".svg";
+    return path.size() > kEnding.size() &&
+           std::equal(kEnding.begin(), kEnding.end(), path.end() - kEnding.size(), [](char wanted, char character) {
+               return wanted == std::tolower(static_cast<unsigned char>(character));
+           });
 }
 
 }  // namespace
 
-void writePng(const std::string& path, const GreyPicture& picture) {
-    write(path, picture);
+std::string encodePng(const GreyPicture& picture) {
+    return encode(picture, kQuickLevel, kChosenFilter);
 }
 
-void writePng(const std::string& path, const Canvas& canvas) {
-    write(path, canvas.image());
+std::string encodePng(const Drawing& drawing) {
+    const Image<Colour> pixels = renderPixels(drawing, kDrawingScale);
+    if (!std::all_of(pixels.pixels.begin(), pixels.pixels.end(), isGrey))
+        return encodeShorter(pixels);
+    GreyPicture grey{pixels.shape, {}};
+    std::transform(pixels.pixels.begin(), pixels.pixels.end(), std::back_inserter(grey.pixels),
+                   [](const Colour& colour) { return colour.red; });
+    return encodeShorter(grey);
+}
+
+void writePng(const std::string& path, const GreyPicture& picture) {
+    writeFile(path, encodePng(picture));
+}
+
+void writePicture(const std::string& path, const Drawing& drawing) {
+    writeFile(path, endsInSvg(path) ? toSvg(drawing) : encodePng(drawing));
 }
 
 }  // namespace qx::tool

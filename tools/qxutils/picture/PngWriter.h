@@ -1,14 +1,24 @@
 #pragma once
 
-#include "picture/Canvas.h"
+#include "picture/Drawing.h"
 #include "picture/Preview.h"
 
 #include <string>
 
+// Pictures as files.
+
 namespace qx::tool {
 
-// Both throw a ToolError when the file cannot be written.
+// The bytes of a PNG.
+std::string encodePng(const GreyPicture& picture);
+
+// The drawing at twice the resolution of its logical pixels; in shades of grey when it has no colour.
+std::string encodePng(const Drawing& drawing);
+
+// Writes a plain picture as a PNG. Throws a ToolError when the file cannot be written, as the next one does.
 void writePng(const std::string& path, const GreyPicture& picture);
-void writePng(const std::string& path, const Canvas& canvas);
+
+// Writes a drawing as an SVG when the name ends in .svg, and as a PNG otherwise.
+void writePicture(const std::string& path, const Drawing& drawing);
 
 }  // namespace qx::tool

@@ -1,42 +1,56 @@
 #pragma once
 
-#include "picture/Canvas.h"
+#include "picture/Drawing.h"
+#include "picture/Look.h"
 #include "picture/Preview.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
-// Pictures side by side, each with a text below, and the look that all drawings share.
+// Pictures side by side, each with the counts of its black and white and a text below.
 
 namespace qx::tool {
 
-inline constexpr Colour kTilePaper{24, 26, 30};
-inline constexpr Colour kTileText{235, 235, 235};
-inline constexpr Colour kTilePassed{110, 205, 120};
-inline constexpr Colour kTileNotPassed{245, 105, 90};
-inline constexpr Colour kTileMark{255, 190, 60};
-inline constexpr int kTileTextScale = 2;
-inline constexpr int kTileGap = 16;                                             // pixels around a tile
-inline constexpr int kTileTextHeight = 3 * (kTextHeight + 4) * kTileTextScale;  // of the two lines below it
+// What black and white stand for.
+struct GreyScale {
+    std::string black;
+    std::string white;
+    std::string unit = "counts";
+};
+GreyScale scaleOf(const GreyWindow& window);
 
-struct Line {
-    Point from;
-    Point to;
+struct TileLine {
+    std::string text;
+    Colour colour = kInk;
 };
 
-// A picture with two lines of text below, and marks on it.
+// Part of the image, enlarged in the tile's upper right corner.
+struct Inset {
+    GreyPicture picture;
+    double side;  // of its pixels, in logical pixels
+    Box shown;    // what it shows, in logical pixels of the tile
+};
+
+// A picture with a bold caption and lines of text below, and marks on it in logical pixels from its corner.
 struct Tile {
     GreyPicture picture;
+    double side;  // of the picture's pixels, in logical pixels
+    GreyScale scale;
     std::string caption;
-    std::string verdict;
-    Colour verdictColour;
-    std::vector<Line> marks{};
+    std::vector<TileLine> lines;
+    std::vector<Stroke> marks{};
+    std::optional<Inset> inset{};
+
+    double width() const { return picture.shape.width * side; }
+    double height() const { return picture.shape.height * side; }
 };
 
-// The two lines below a tile, whose lower left corner is given.
-void drawTileText(Canvas& canvas, Point corner, const std::string& caption, const std::string& verdict, Colour colour);
+// A bar of greys with what its ends stand for, and the height that it takes.
+void drawGreyScale(Drawing& drawing, Place corner, double width, const GreyScale& scale);
+inline constexpr double kGreyScaleHeight = 30.0;
 
-// Pictures of one size, a few side by side in each row.
-Canvas drawTiles(const std::vector<Tile>& tiles, int columns);
+// Pictures of one size, a few side by side in each row, below a title that may be left out.
+Drawing drawTiles(const std::vector<Tile>& tiles, int columns, const std::string& title = {});
 
 }  // namespace qx::tool

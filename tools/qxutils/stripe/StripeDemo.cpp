@@ -2,7 +2,7 @@
 
 #include "common/TextTable.h"
 #include "image/PanelFrames.h"
-#include "picture/Tiles.h"
+#include "picture/Look.h"
 #include "stripe/StripePicture.h"
 
 #include <QxUtils.h>
@@ -86,10 +86,10 @@ std::vector<StripeCase> correctDemoStripes(std::uint64_t seed) {
     return cases;
 }
 
-Canvas drawStripeCase(const StripeCase& stripe) {
+Drawing drawStripeCase(const StripeCase& stripe) {
     const Stretch rows = stripeRows(stripe.clean.shape, kDemoTriggerLine);
-    return drawStripe({{stripe.striped, "as it was read", "stripe above the line", kTileNotPassed},
-                       {stripe.corrected, "corrected", stripe.name, kTilePassed}},
+    return drawStripe({{stripe.striped, "as it was read", "stripe above the trigger line", kNotPassed},
+                       {stripe.corrected, "corrected", stripe.name, kPassed}},
                       kDemoTriggerLine, rowLevels(stripe.clean, rows));
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "image/Image.h"
-#include "picture/Canvas.h"
+#include "picture/Drawing.h"
 #include "stripe/StripeCorrection.h"
 
 #include <cstdint>
@@ -26,7 +26,7 @@ inline constexpr int kDemoTriggerLine = 576;
 std::vector<StripeCase> correctDemoStripes(std::uint64_t seed);
 
 // A case before and after, with the true levels beside them.
-Canvas drawStripeCase(const StripeCase& stripe);
+Drawing drawStripeCase(const StripeCase& stripe);
 
 // Prints how far the row profiles are from the truth, before and after.
 void printStripes(std::ostream& out, const std::vector<StripeCase>& cases);

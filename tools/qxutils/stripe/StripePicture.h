@@ -1,7 +1,7 @@
 #pragma once
 
 #include "image/Region.h"
-#include "picture/Canvas.h"
+#include "picture/Drawing.h"
 
 #include <string>
 #include <vector>
@@ -20,7 +20,7 @@ struct StripeView {
 
 // The rows around the trigger line of each view, enlarged, all with the same brightness window; beside each the levels
 // of its rows, and those of the last view's when `truth` names them.
-Canvas drawStripe(const std::vector<StripeView>& views, int triggerLine, const std::vector<double>& truth);
+Drawing drawStripe(const std::vector<StripeView>& views, int triggerLine, const std::vector<double>& truth);
 
 // The rows that drawStripe shows.
 Stretch stripeRows(const Shape& shape, int triggerLine);

@@ -1,0 +1,57 @@
+"""Pictures of the tool as other programs read them. QXUTILS names the program."""
+
+import array
+import base64
+import os
+import struct
+import subprocess
+import xml.etree.ElementTree as ElementTree
+import zlib
+
+import pytest
+
+SIDE = 600
+COMMANDS = {
+    # what is drawn: arguments behind the image, and texts that must stand in the picture
+    "comparison": (["filter", "compare"], {"before", "median, radius 2", "black 12353", "white 12355 counts", "ratio"}),
+    "stripe": (["stripe", "--trigger", "300", "-o", "corrected.raw"],
+               {"row", "column", "median (counts)", "trigger line", "290"}),
+}
+
+
+def png(data):
+    """Width, height, channels and rows of a PNG whose chunks are whole."""
+    assert data[:8] == b"\x89PNG\r\n\x1a\n"
+    at, compressed = 8, b""
+    while at < len(data):
+        length, kind = struct.unpack(">I4s", data[at:at + 8])
+        content = data[at + 8:at + 8 + length]
+        assert zlib.crc32(kind + content) == struct.unpack(">I", data[at + 8 + length:at + 12 + length])[0]
+        if kind == b"IHDR":
+            width, height, _, colours = struct.unpack(">IIBB", content[:10])
+        compressed += content if kind == b"IDAT" else b""
+        at += 12 + length
+    channels = {0: 1, 2: 3}[colours]
+    assert len(zlib.decompress(compressed)) == height * (1 + width * channels)
+    return width, height, channels
+
+
+@pytest.mark.parametrize("what", COMMANDS)
+def test_picture_is_what_its_name_says(what, tmp_path):
+    arguments, wanted = COMMANDS[what]
+    rows = array.array("H", [12353, 12355] * (SIDE // 2)) + array.array("H", [12355, 12353] * (SIDE // 2))
+    (tmp_path / "image.raw").write_bytes(rows.tobytes() * (SIDE // 2))
+    for picture in ("picture.SVG", "picture.png"):
+        subprocess.run([os.environ["QXUTILS"], *arguments, "image.raw", "--shape", f"{SIDE}x{SIDE}", "--png", picture],
+                       cwd=tmp_path, check=True, capture_output=True)
+    root = ElementTree.parse(tmp_path / "picture.SVG").getroot()
+    width, height = float(root.get("width")), float(root.get("height"))
+    texts = {element.text for element in root.iter("{http://www.w3.org/2000/svg}text")}
+    assert wanted <= texts
+    images = [element.get("href") for element in root.iter("{http://www.w3.org/2000/svg}image")]
+    for image in images:
+        png(base64.b64decode(image.removeprefix("data:image/png;base64,"), validate=True))
+    assert len(images) >= 4
+    # Twice the resolution; what has no colour takes one channel.
+    drawn = png((tmp_path / "picture.png").read_bytes())
+    assert drawn == (round(2 * width), round(2 * height), 1 if what == "comparison" else 3)
