@@ -2,10 +2,7 @@
 
 #include "store/DateText.h"
 
-#include <QxUtils/Numerics.h>
-
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numeric>
 
@@ -30,48 +27,19 @@ std::size_t differentTimes(const std::vector<TrendPoint>& points) {
     return count;
 }
 
-// The constant is the value in the middle of the time, the slope that of half of it.
-struct Line {
-    double constant = 0.0;
-    double slope = 0.0;
-};
-
-// The library fits in single precision, so places come from -1 to 1, and values are brought there.
-Line fitScaled(const std::vector<double>& places, const std::vector<double>& values) {
-    double spread = 0.0;
-    for (const double value : values)
-        spread = std::max(spread, std::abs(value));
-    if (spread == 0.0)
-        return {};
-    std::vector<std::array<float, 2>> scaled;
-    for (std::size_t i = 0; i < places.size(); ++i)
-        scaled.push_back({static_cast<float>(places[i]), static_cast<float>(values[i] / spread)});
-    std::vector<const float*> pairs;
-    for (const auto& pair : scaled)
-        pairs.push_back(pair.data());
-    std::array<float, 2> line{};
-    polyFit(line.data(), pairs.data(), static_cast<int>(pairs.size()), 1);
-    return {spread * line[0], spread * line[1]};
-}
-
-// What single precision leaves over is fitted again, which brings all digits.
-Forecast fitLine(const std::vector<TrendPoint>& points) {
-    constexpr int kRounds = 4;
-    const double halfSpan = (points.back().day - points.front().day) / 2;
-    std::vector<double> places;
-    std::vector<double> left;
+// By least squares, in double precision: polyFit's single one shows in the slope as it is printed.
+Forecast fitLine(const std::vector<TrendPoint>& points, double mean) {
+    double meanDay = 0.0;
+    for (const TrendPoint& point : points)
+        meanDay += point.day / static_cast<double>(points.size());
+    double together = 0.0;
+    double alone = 0.0;
     for (const TrendPoint& point : points) {
-        places.push_back((point.day - points.front().day) / halfSpan - 1);
-        left.push_back(point.value);
+        together += (point.day - meanDay) * (point.value - mean);
+        alone += (point.day - meanDay) * (point.day - meanDay);
     }
-    Line line;
-    for (int round = 0; round < kRounds; ++round) {
-        const Line more = fitScaled(places, left);
-        line = {line.constant + more.constant, line.slope + more.slope};
-        for (std::size_t i = 0; i < points.size(); ++i)
-            left[i] = points[i].value - line.constant - line.slope * places[i];
-    }
-    return {line.slope / halfSpan, line.constant + line.slope};
+    const double slope = together / alone;
+    return {slope, mean + slope * (points.back().day - meanDay)};
 }
 
 bool isUpper(const Limit& limit) {
@@ -126,7 +94,7 @@ Json toJson(const Trend& trend) {
 Trend trendOf(const TrendSeries& series) {
     Trend trend{series, meanOf(series.points)};
     if (differentTimes(series.points) >= kFewestTimes)
-        trend.forecast = fitLine(series.points);
+        trend.forecast = fitLine(series.points, trend.mean);
     trend.outlook = outlookOf(trend);
     if (trend.outlook == Outlook::Ahead) {
         const double room = series.limit->value - trend.forecast->lastOnLine;
