@@ -1,11 +1,13 @@
 #include "batch/Batch.h"
+#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
+#include "picture/PngWriter.h"
 #include "results/CsvLine.h"
 #include "results/GroupedTable.h"
 #include "store/DateText.h"
-#include "store/Trend.h"
+#include "store/TrendPicture.h"
 
 #include <array>
 #include <cstdio>
@@ -20,6 +22,7 @@ struct TrendOptions {
     std::string store;
     TrendFilter filter;
     ResultOptions results;
+    std::optional<std::string> picture;
 };
 
 std::string slopeText(const Trend& trend) {
@@ -77,10 +80,14 @@ ExitCode runTrend(const TrendOptions& options) {
     const std::string& since = options.filter.since;
     if (!since.empty() && !isDateOrTime(since))
         throw ToolError("\"" + since + "\" is no date; give --since as 2024-03-07", ExitCode::Usage);
+    if (options.picture)
+        requirePictureName(*options.picture, options.store);
     const PanelStore store(options.store, PanelStore::Use::Reading);
     const std::vector<Trend> trends = trendsOf(store, options.filter);
     if (trends.empty())
         throw ToolError(options.store + ": holds no such measure; give another --check, --measure or --since");
+    if (options.picture)
+        writePicture(*options.picture, drawTrends(trends));
     print(trends, options.results.format);
     return ExitCode::Passed;
 }
@@ -95,6 +102,7 @@ void addTrendCommand(CLI::App& app, Command& chosen) {
     command.add_option("--check", options.filter.check, "Only this check: \"dark\", \"check dark\" or the function");
     command.add_option("--measure", options.filter.measure, "Only measures whose name has this in it");
     command.add_option("--since", options.filter.since, "Only files written on this day or later: 2024-03-07");
+    command.add_option("-o,--output", options.picture, "Draw them, too, as an SVG (.svg) or a PNG");
     addResultOptions(command, options.results);
 }
 
