@@ -99,6 +99,7 @@ public:
     Colour paper() const { return paper_; }
     const std::vector<Mark>& marks() const { return marks_; }
 
+    void add(Mark mark) { marks_.push_back(std::move(mark)); }
     void fillBox(const Box& box, Colour colour);
     void outlineBox(const Box& box, const Pen& pen);  // the line's middle runs along the box
     void fillArea(std::vector<Place> corners, Colour colour) { marks_.push_back(Area{std::move(corners), colour}); }
