@@ -6,6 +6,7 @@
 #include "batch/Progress.h"
 #include "batch/Workers.h"
 #include "commands/Choice.h"
+#include "commands/StoreOption.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
 
@@ -23,11 +24,14 @@ constexpr int kMaxJobs = 64;
 class Run {
 public:
     Run(const ResultOptions& options, const PrintTable& printTable, std::size_t files, bool isQuiet)
-        : writer_(std::cout, options.format, printTable), progress_(files, isQuiet) {}
+        : writer_(std::cout, options.format, printTable), keep_(storeSink(options.store)), progress_(files, isQuiet) {}
 
     void take(const Outcome& outcome) {
         if (!outcome.problem.empty())
             tell(outcome.problem);
+        // What was told is kept, whatever happens in between.
+        for (const Record& record : outcome.records)
+            keep_(record);
         for (const Record& record : outcome.records)
             writer_.add(record);
         worst_ = worse(worst_, outcome.exitCode);
@@ -52,6 +56,7 @@ private:
     }
 
     ResultWriter writer_;
+    RecordSink keep_;
     Progress progress_;
     ExitCode worst_ = ExitCode::Passed;
 };
@@ -73,6 +78,11 @@ std::vector<std::string> filesNamedBy(const BatchOptions& options) {
 void addResultOptions(CLI::App& command, ResultOptions& options) {
     takeOneOf<Format>(command.add_option("--format", options.format, "How results are told; a table when left out"),
                       {{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}});
+}
+
+void addPanelOptions(CLI::App& command, ResultOptions& options) {
+    addResultOptions(command, options);
+    addStoreOption(command, options.store);
 }
 
 void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted) {

@@ -19,6 +19,7 @@ namespace qx::tool {
 // How the results of a command that measures are told.
 struct ResultOptions {
     Format format = Format::Table;
+    std::optional<std::string> store{};
 };
 
 // What a command that takes many files is told.
@@ -35,6 +36,9 @@ struct BatchOptions {
 std::vector<std::string> filesNamedBy(const BatchOptions& options);
 
 void addResultOptions(CLI::App& command, ResultOptions& options);
+
+// --format, and --store for commands whose measures tell about a panel.
+void addPanelOptions(CLI::App& command, ResultOptions& options);
 
 // FILE... and --recursive.
 void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted);

@@ -3,6 +3,7 @@
 #include "checks/FileJudge.h"
 #include "commands/Command.h"
 #include "commands/ImageOptions.h"
+#include "commands/StoreOption.h"
 #include "common/DetectorSetup.h"
 #include "common/TemporaryFolder.h"
 #include "results/Subject.h"
@@ -102,6 +103,7 @@ public:
         CLI::App& kind =
             add(name, description, [name](const CheckOptions& options) { return runOfImages(options, name); });
         addBatchOptions(kind, options_->batch, pixels);
+        addStoreOption(kind, options_->batch.results.store);
         addShapeOption(kind, options_->shape);
         return kind;
     }
@@ -110,6 +112,7 @@ public:
         CLI::App& kind =
             add(name, description, [name](const CheckOptions& options) { return runOfExposures(options, name); });
         addBatchOptions(kind, options_->batch, "Raw 16-bit images, the last one DARK, the dark image of the others");
+        addStoreOption(kind, options_->batch.results.store);
         addShapeOption(kind, options_->shape);
         kind.add_option("--dark", options_->dark, "The dark image, instead of the last one");
     }
@@ -137,7 +140,7 @@ void addKindsOfExposedImages(CheckKinds& kinds) {
     kinds.addOfImages("false-trigger", "Whether an image that triggered itself was exposed", CheckKinds::kFloats);
     CLI::App& group = kinds.add("gain-group", "Consistency of a group of gain images", runGainGroup);
     addFileNames(group, kinds.options().batch, "Raw 16-bit images");
-    addResultOptions(group, kinds.options().batch.results);
+    addPanelOptions(group, kinds.options().batch.results);
 }
 
 void addKindsOfDarkImages(CheckKinds& kinds) {
@@ -145,13 +148,13 @@ void addKindsOfDarkImages(CheckKinds& kinds) {
     addShapeOption(rowNoise, kinds.options().shape);
     rowNoise.add_option("--image", kinds.options().stored,
                         "Average dark image of 32-bit floats, instead of the one in the detector's offset directory");
-    addResultOptions(rowNoise, kinds.options().batch.results);
+    addPanelOptions(rowNoise, kinds.options().batch.results);
     kinds.addOfImages("dark", "Level of a dark image", CheckKinds::kWords);
     kinds.addOfImages("offset", "Structured patches in an average dark image", CheckKinds::kFloats);
     CLI::App& darkTimes = kinds.add("dark-times", "Whether there are dark images of an exposure time", runDarkTimes);
     darkTimes.add_option("LIST", kinds.options().timeList, "The times there are, such as \"500;1000\"")->required();
     darkTimes.add_option("TIME", kinds.options().timeMs, "Exposure time in milliseconds")->required();
-    addResultOptions(darkTimes, kinds.options().batch.results);
+    addPanelOptions(darkTimes, kinds.options().batch.results);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "batch/Batch.h"
 #include "commands/ImageOptions.h"
+#include "commands/StoreOption.h"
 #include "commands/Subcommand.h"
 #include "snr/SnrRecord.h"
 
@@ -30,6 +31,7 @@ void addSnrCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<SnrOptions>(app, chosen, "snr", "Measure the SNR series of raw flat fields", runSnr);
     addBatchOptions(command, options.batch, "Raw 16-bit images, or results that this command wrote (*.json)");
+    addStoreOption(command, options.batch.results.store);
     addShapeOption(command, options.shape);
     command.add_option("--factory", options.factory,
                        "Judge against the SNR series in this file: a raw reference image, results of this command "

@@ -5,8 +5,8 @@
 #include "common/TextTable.h"
 #include "picture/PngWriter.h"
 #include "results/CsvLine.h"
+#include "results/DateText.h"
 #include "results/GroupedTable.h"
-#include "store/DateText.h"
 #include "store/TrendPicture.h"
 
 #include <array>

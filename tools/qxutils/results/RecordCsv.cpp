@@ -1,67 +1,70 @@
 #include "results/RecordCsv.h"
 
 #include "common/ComparedNumbers.h"
+#include "results/CsvLine.h"
 #include "results/RecordJson.h"
 
+#include <cstddef>
+#include <initializer_list>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
 
-std::string quoted(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string cell = "\"";
-    for (const char letter : text)
-        cell += letter == '"' ? std::string("\"\"") : std::string(1, letter);
-    return cell + '"';
-}
+constexpr std::size_t kMeasureColumns = 6;
+
+using Cells = std::vector<std::string>;
 
 // A value of the record's JSON as it stands there, without the quotes.
 std::string cellOf(const Json& json, const char* key) {
     if (!json.contains(key))
         return "";
-    return json[key].is_string() ? quoted(json[key].get<std::string>()) : json[key].dump();
+    return json[key].is_string() ? json[key].get<std::string>() : json[key].dump();
 }
 
-std::string cellsOfRecord(const Record& record) {
-    const Json json = toJson(record);
-    std::string cells;
-    for (const char* const key : {"file", "command", "check", "verdict", "code", "grade", "message"})
-        cells += cellOf(json, key) + ',';
+Cells cellsOf(const Json& json, std::initializer_list<const char*> keys) {
+    Cells cells;
+    for (const char* const key : keys)
+        cells.push_back(cellOf(json, key));
     return cells;
 }
 
-std::string cellsOfSubject(const Record& record) {
-    const Json json = toJson(record);
-    const Json shape = json.value("shape", Json::object());
-    return cellOf(shape, "width") + ',' + cellOf(shape, "height") + ',' + cellOf(json, "bytes") + ',' +
-           cellOf(json, "crc") + ',' + cellOf(json, "time");
-}
-
-std::string cellsOf(const Measure& measure) {
-    std::string cells = quoted(measure.name) + ',' + shortText(measure.value) + ',' + quoted(measure.unit) + ',';
-    if (!measure.limit)
-        return cells + ",,,";
-    return cells + symbolOf(measure.limit->comparison) + ',' + shortText(measure.limit->value) + ',' +
-           (measure.limit->met ? "true" : "false") + ',';
+Cells cellsOf(const Measure& measure) {
+    Cells cells = {measure.name, shortText(measure.value), measure.unit};
+    if (measure.limit) {
+        const Limit& limit = *measure.limit;
+        cells.insert(cells.end(), {symbolOf(limit.comparison), shortText(limit.value), limit.met ? "true" : "false"});
+    }
+    cells.resize(kMeasureColumns);
+    return cells;
 }
 
 }  // namespace
 
 void printCsvHead(std::ostream& out) {
-    out << "file,command,check,verdict,code,grade,message,measure,value,unit,comparison,limit,met,width,height,bytes,"
-           "crc,time\n";
+    out << csvLine({"file", "command", "check", "verdict", "code", "grade", "message", "measure", "value", "unit",
+                    "comparison", "limit", "met", "width", "height", "bytes", "crc", "time"});
 }
 
 void printCsv(std::ostream& out, const Record& record) {
+    const Json json = toJson(record);
+    const Cells before = cellsOf(json, {"file", "command", "check", "verdict", "code", "grade", "message"});
+    Cells after = cellsOf(json.value("shape", Json::object()), {"width", "height"});
+    for (const std::string& cell : cellsOf(json, {"bytes", "crc", "time"}))
+        after.push_back(cell);
+    const auto print = [&](const Cells& measure) {
+        Cells cells = before;
+        cells.insert(cells.end(), measure.begin(), measure.end());
+        cells.insert(cells.end(), after.begin(), after.end());
+        out << csvLine(cells);
+    };
     const std::vector<Measure> measures = allMeasures(record);
-    const std::string before = cellsOfRecord(record);
-    const std::string after = cellsOfSubject(record);
     for (const Measure& measure : measures)
-        out << before << cellsOf(measure) << after << '\n';
+        print(cellsOf(measure));
     if (measures.empty())
-        out << before << ",,,,,," << after << '\n';
+        print(Cells(kMeasureColumns));
 }
 
 }  // namespace qx::tool

@@ -2,9 +2,9 @@
 
 #include "common/ContentCrc.h"
 #include "common/FileName.h"
+#include "results/DateText.h"
 
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
@@ -15,20 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string timeText(fs::file_time_type time) {
-    const auto seconds =
-        std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time)).time_since_epoch().count();
-    const auto whole = static_cast<std::time_t>(seconds);
-    std::tm parts{};
-#if defined(_WIN32)
-    if (gmtime_s(&parts, &whole) != 0)
-        return "";
-#else
-    if (gmtime_r(&whole, &parts) == nullptr)
-        return "";
-#endif
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+std::chrono::system_clock::time_point systemTime(fs::file_time_type time) {
+    return std::chrono::time_point_cast<std::chrono::system_clock::duration>(std::chrono::file_clock::to_sys(time));
 }
 
 // A stream tells its length when it was read.
@@ -56,7 +44,7 @@ Subject subjectOf(const std::string& file, std::optional<Shape> shape) {
     if (const auto bytes = fs::file_size(path, error); !error)
         subject.bytes = static_cast<std::int64_t>(bytes);
     if (const auto time = fs::last_write_time(path, error); !error)
-        subject.time = timeText(time);
+        subject.time = timeText(systemTime(time));
     return subject;
 }
 

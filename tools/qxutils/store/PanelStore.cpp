@@ -3,7 +3,7 @@
 #include "common/ComparedNumbers.h"
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
-#include "store/DateText.h"
+#include "results/DateText.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "store/Trend.h"
 
-#include "store/DateText.h"
+#include "results/DateText.h"
 
 #include <algorithm>
 #include <cmath>

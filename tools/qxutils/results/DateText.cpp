@@ -1,4 +1,4 @@
-#include "store/DateText.h"
+#include "results/DateText.h"
 
 #include <array>
 #include <cmath>
