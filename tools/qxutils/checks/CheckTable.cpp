@@ -47,8 +47,7 @@ std::vector<std::string> cellsOf(const CheckRow& row, std::size_t index) {
     const bool isFirst = index == 0;
     const bool decided = index + 1 == record.measures.size();
     const bool isAlternative = !isFirst && limit.requirement == record.measures[index - 1].limit->requirement;
-    return {isFirst ? row.image : "",
-            isFirst ? record.check : "",
+    return {isFirst ? record.check : "",
             quantityOf(measure, isAlternative),
             std::isnan(measure.value) ? "-" : textBeside(measure.value, limit.value, measure.decimals),
             std::string(relationOf(limit)) + ' ' + shortText(limit.value),
@@ -56,42 +55,59 @@ std::vector<std::string> cellsOf(const CheckRow& row, std::size_t index) {
             decided ? firstSentence(record.message) : ""};
 }
 
-// The verdict and what it means, where they stand.
-std::map<std::size_t, TextColour> coloursOf(const Record& record, std::size_t index, std::size_t verdictColumn) {
-    if (index + 1 != record.measures.size())
-        return {};
-    const TextColour colour = record.verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
-    return {{verdictColumn, colour}, {verdictColumn + 1, colour}};
+TextColour colourOf(Verdict verdict) {
+    return verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
 }
 
-TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
-    const std::ptrdiff_t skipped = named ? 0 : 1;
-    const auto used = [skipped](const std::vector<std::string>& cells) {
-        return std::vector<std::string>(cells.begin() + skipped, cells.end());
-    };
-    TextTable table(used({"image", "check", "what is measured", "value", "limit", "verdict", "message"}));
-    table.alignLeft(named ? std::set<std::size_t>{1, 2, 4, 6} : std::set<std::size_t>{1, 3, 5});
-    table.keepWhole({used({"image", "check", "what", "value"}).size()});
-    const std::size_t verdictColumn = used({"image", "check", "what", "value", "limit"}).size();
+// One image: the verdict with its message.
+void printOfOne(std::ostream& out, const std::vector<CheckRow>& rows) {
+    TextTable table({"check", "what is measured", "value", "limit", "verdict", "message"});
+    constexpr std::size_t kLimit = 3;
+    table.alignLeft({1, kLimit, 5});
+    table.keepWhole({kLimit});
     for (const CheckRow& row : rows) {
-        for (std::size_t index = 0; index < row.result.measures.size(); ++index)
-            table.addRow(used(cellsOf(row, index)), coloursOf(row.result, index, verdictColumn));
+        for (std::size_t index = 0; index < row.result.measures.size(); ++index) {
+            const std::vector<std::string> cells = cellsOf(row, index);
+            const TextColour colour = colourOf(row.result.verdict);
+            table.addRow(cells, {{4, colour}, {5, colour}});
+        }
     }
-    return table;
+    table.print(out);
+}
+
+// Several: each below its name, and the messages below the table.
+void printOfMany(std::ostream& out, const std::vector<CheckRow>& rows) {
+    TextTable table({"check", "what is measured", "value", "limit", "verdict"});
+    constexpr std::size_t kLimit = 3;
+    constexpr std::size_t kVerdict = 4;
+    table.alignLeft({1, kLimit});
+    table.keepWhole({kLimit});
+    for (const CheckRow& row : rows) {
+        if (!row.image.empty())
+            table.addTitle(row.image);
+        for (std::size_t index = 0; index < row.result.measures.size(); ++index) {
+            const std::vector<std::string> cells = cellsOf(row, index);
+            table.addRow({cells.begin(), cells.end() - 1}, {{kVerdict, colourOf(row.result.verdict)}});
+        }
+    }
+    table.print(out);
 }
 
 }  // namespace
 
 void printChecks(std::ostream& out, const std::vector<CheckRow>& rows) {
-    const bool named = std::any_of(rows.begin(), rows.end(), [](const CheckRow& row) { return !row.image.empty(); });
-    makeTable(rows, named).print(out);
-    std::map<int, std::string> shortened;
+    const bool isOne = std::ranges::all_of(rows, &std::string::empty, &CheckRow::image);
+    if (isOne)
+        printOfOne(out, rows);
+    else
+        printOfMany(out, rows);
+    std::map<int, std::string> messages;
     for (const auto& [image, result] : rows) {
-        if (firstSentence(result.message) != result.message)
-            shortened.emplace(result.code.value_or(0), result.message);
+        if (isOne ? firstSentence(result.message) != result.message : result.verdict != Verdict::Passed)
+            messages.emplace(result.code.value_or(0), result.message);
     }
-    for (const auto& [status, meaning] : shortened)
-        out << "  " << status << "  " << meaning << '\n';
+    for (const auto& [status, message] : messages)
+        out << "  " << status << "  " << message << '\n';
 }
 
 void printCheckRecords(std::ostream& out, const std::vector<Record>& records) {

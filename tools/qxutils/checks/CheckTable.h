@@ -14,7 +14,7 @@ struct CheckRow {
 };
 
 // Every measure beside its limit, the verdict beside the measure that decided, and the messages of the refusals in
-// full.
+// full. Rows without an image are all of one.
 void printChecks(std::ostream& out, const std::vector<CheckRow>& rows);
 
 // The same with the file as the image where there are several. Without a verdict there is no row.

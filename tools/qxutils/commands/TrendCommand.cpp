@@ -6,7 +6,6 @@
 #include "picture/PngWriter.h"
 #include "results/CsvLine.h"
 #include "results/DateText.h"
-#include "results/GroupedTable.h"
 #include "store/TrendPicture.h"
 
 #include <array>
@@ -43,8 +42,8 @@ std::string titleOf(const TrendSeries& series) {
 }
 
 void printTable(const std::vector<Trend>& trends) {
-    GroupedTable table({"count", "first", "last", "mean", "per day", "limit", "limit met"});
-    table.alignLeft(5);
+    TextTable table({"count", "first", "last", "mean", "per day", "limit", "limit met"});
+    table.alignLeft({5});
     for (const Trend& trend : trends) {
         const TrendSeries& series = trend.series;
         const auto text = [&](double value) { return formatNumber(value, series.decimals); };

@@ -103,7 +103,7 @@ std::vector<TextTable::Lines> TextTable::linesOf(const Row& row, const Widths& w
 void TextTable::printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells,
                          const Widths& widths) const {
     for (std::size_t line = 0; line < cells.front().size(); ++line) {
-        std::string text;
+        std::string text(titles_.empty() ? "" : kGap);
         for (std::size_t column = 0; column < row.size(); ++column) {
             const std::string& part = cells[column][line];
             const std::string blanks(widths[column] - textWidth(part), ' ');
@@ -114,8 +114,14 @@ void TextTable::printRow(std::ostream& out, const Row& row, const std::vector<Li
     }
 }
 
+void TextTable::printTitles(std::ostream& out, std::size_t row) const {
+    const auto [first, end] = titles_.equal_range(row);
+    std::for_each(first, end, [&out](const auto& title) { out << kGap << title.second << '\n'; });
+}
+
 void TextTable::print(std::ostream& out, int width) const {
-    const Widths allowed = widthsWithin(static_cast<std::size_t>(std::max(width, 1)));
+    const int indent = titles_.empty() ? 0 : static_cast<int>(kGap.size());
+    const Widths allowed = widthsWithin(static_cast<std::size_t>(std::max(width - indent, 1)));
     Widths used(allowed.size());
     std::vector<std::vector<Lines>> rows;
     for (const Row& row : rows_) {
@@ -125,8 +131,11 @@ void TextTable::print(std::ostream& out, int width) const {
                 used[column] = std::max(used[column], textWidth(line));
         }
     }
-    for (std::size_t row = 0; row < rows.size(); ++row)
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        printTitles(out, row);
         printRow(out, rows_[row], rows[row], used);
+    }
+    printTitles(out, rows.size());
 }
 
 std::string formatNumber(double value, int decimals) {

@@ -22,6 +22,8 @@ public:
 
     // A row, and the colours of some of its cells by their column.
     void addRow(const std::vector<std::string>& cells, const std::map<std::size_t, TextColour>& cellColours = {});
+    // A line of any length that stands before the rows to come, which are indented then.
+    void addTitle(const std::string& title) { titles_.emplace(rows_.size(), title); }
     void alignLeft(const std::set<std::size_t>& columns) { leftColumns_.insert(columns.begin(), columns.end()); }
     // Columns whose cells are never broken at blanks, such as "< 0.15".
     void keepWhole(const std::set<std::size_t>& columns) { wholeColumns_.insert(columns.begin(), columns.end()); }
@@ -44,7 +46,10 @@ private:
     std::vector<Lines> linesOf(const Row& row, const Widths& widths) const;
     void printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells, const Widths& widths) const;
 
+    void printTitles(std::ostream& out, std::size_t row) const;
+
     std::vector<Row> rows_;
+    std::multimap<std::size_t, std::string> titles_;  // by the row that each stands before
     std::set<std::size_t> leftColumns_ = {0};
     std::set<std::size_t> wholeColumns_;
 };

@@ -186,9 +186,12 @@ CalibrationFlow runCalibrationFlow(std::uint64_t seed, const std::string& folder
 int printFlow(std::ostream& out, const CalibrationFlow& flow) {
     int unexpected = 0;
     std::vector<CheckRow> rows;
+    std::string image;
     for (const auto* steps : {&flow.good, &flow.bad}) {
         for (const FlowStep& step : *steps) {
-            rows.push_back(step.row);
+            // What is said of one image stands together.
+            rows.push_back({step.row.image == image ? "" : step.row.image, step.row.result});
+            image = step.row.image;
             unexpected += step.row.result.code != step.expected;
         }
     }

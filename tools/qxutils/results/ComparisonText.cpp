@@ -2,7 +2,6 @@
 #include "common/TextTable.h"
 #include "results/Comparison.h"
 #include "results/CsvLine.h"
-#include "results/GroupedTable.h"
 
 #include <cmath>
 #include <ostream>
@@ -101,8 +100,8 @@ void printCsv(std::ostream& out, const ComparedRecord& record) {
 }  // namespace
 
 void printTable(std::ostream& out, const Comparison& comparison) {
-    GroupedTable table({"today", "reference", "difference", "percent", "measure"});
-    table.alignLeft(4);
+    TextTable table({"today", "reference", "difference", "percent", "measure"});
+    table.alignLeft({4});
     for (const ComparedRecord& record : comparison.records) {
         table.addTitle(titleOf(record.today) + ": " + verdictsOf(record));
         for (const ComparedMeasure& measure : record.measures)
