@@ -22,25 +22,27 @@ using Judge = JudgedFile (*)(const FileJudge& judge, const std::string& file);
 template <Record (*check)(const RawImage&)>
 JudgedFile judgeWords(const FileJudge& judge, const std::string& file) {
     const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    return {{check(loaded.image)}, subjectOf(file, loaded)};
+    return {{aboutFile(file, [&] { return check(loaded.image); })}, subjectOf(file, loaded)};
 }
 
 template <Record (*check)(const RawImage&, const RawImage&)>
 JudgedFile judgeExposure(const FileJudge& judge, const std::string& file) {
     const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    return {{check(loaded.image, judge.dark())}, subjectOf(file, loaded)};
+    return {{aboutFile(file, [&] { return check(loaded.image, judge.dark()); })}, subjectOf(file, loaded)};
 }
 
 template <Record (*check)(const FloatImage&)>
 JudgedFile judgeFloats(const FileJudge& judge, const std::string& file) {
     const FloatImage image = loadFloatImage(file, judge.settings().shape);
-    return {{check(image)}, subjectOf(file, image)};
+    return {{aboutFile(file, [&] { return check(image); })}, subjectOf(file, image)};
 }
 
 JudgedFile judgeUniformity(const FileJudge& judge, const std::string& file) {
     const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    return {{checkSquares(loaded.image), checkBlocks(loaded.image, judge.settings().blockLimit)},
-            subjectOf(file, loaded)};
+    const auto check = [&] {
+        return Records{checkSquares(loaded.image), checkBlocks(loaded.image, judge.settings().blockLimit)};
+    };
+    return {aboutFile(file, check), subjectOf(file, loaded)};
 }
 
 const std::map<std::string, Judge>& judges() {

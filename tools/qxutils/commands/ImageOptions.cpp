@@ -37,7 +37,8 @@ ExitCode runImages(const ImageOptions& options, const std::string& command,
     const auto judge = [&](const std::string& file) {
         const ImageFiles files = options.filesFor(file);
         const LoadedImage loaded = loadImageFile(file, shape);
-        Record record = work(loaded.image, files);
+        Record record = aboutFile(
+            file, [&] { return work(loaded.image, files); }, files.outputs());
         record.subject = subjectOf(file, loaded);
         return std::vector{record};
     };

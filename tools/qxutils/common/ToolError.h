@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 // How the program ends when it cannot do what it was told.
 
@@ -26,5 +27,20 @@ public:
 private:
     ExitCode exitCode_;
 };
+
+// Does work on a file, and lets a ToolError tell which file it was about unless it begins with another one's name.
+template <class Work>
+auto aboutFile(const std::string& file, const Work& work, const std::vector<std::string>& others = {}) {
+    try {
+        return work();
+    } catch (const ToolError& error) {
+        const std::string message = error.what();
+        for (const std::string& other : others) {
+            if (message.starts_with(other))
+                throw;
+        }
+        throw ToolError(file + ": " + message, error.exitCode());
+    }
+}
 
 }  // namespace qx::tool

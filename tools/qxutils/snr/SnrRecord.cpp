@@ -138,7 +138,7 @@ std::vector<Record> snrRecords(const std::string& file, const Shape& shape, cons
     std::optional<SnrSeries> series;
     if (factory)
         series = loadFactorySeries(*factory, shape, integrationTimeOf(loaded.header));
-    Record record = snrRecord(loaded.image, series);
+    Record record = aboutFile(file, [&] { return snrRecord(loaded.image, series); });
     record.subject = subjectOf(file, loaded);
     return {record};
 }

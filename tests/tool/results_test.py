@@ -1,0 +1,171 @@
+"""Many files a call, in one process or several, and the results in every format."""
+
+import csv
+import io
+import json
+import os
+import signal
+import subprocess
+from pathlib import Path
+
+import jsonschema
+import numpy as np
+import pytest
+
+from tool import COMMAND, IS_WINDOWS, on_linux_only, refused, run
+
+SIDE = 128
+SHAPE = ("--shape", f"{SIDE}x{SIDE}")
+SCHEMA = json.loads((Path(__file__).parents[2] / "docs/results.schema.json").read_text())
+GOOD, BROKEN = 195, 5
+
+
+def noise(seed: int, level: float = 20000.0, side: int = SIDE) -> np.ndarray:
+    return np.random.default_rng(seed).normal(level, 100, (side, side)).astype("<u2")
+
+
+@pytest.fixture(scope="module")
+def day(tmp_path_factory) -> Path:
+    """195 images of a day, most of them below a folder, one of them too dark, and five broken files."""
+    folder = tmp_path_factory.mktemp("day")
+    below = folder / "morning" / "room 1"
+    below.mkdir(parents=True)
+    for i in range(GOOD):
+        noise(i, 100.0 if i == 7 else 20000.0).tofile((below if i < 150 else folder) / f"{i:03}.raw")
+    for i in range(BROKEN):
+        (below / f"broken{i}.raw").write_bytes(b"x" * (1000 * i))
+    (folder / "notes.txt").write_text("no image")
+    return folder
+
+
+def document(output: bytes) -> dict:
+    read = json.loads(output)
+    jsonschema.validate(read, SCHEMA)
+    return read
+
+
+def test_a_day_of_images_in_one_process_and_in_two(day):
+    check = ("check", "dark", ".", "--recursive", *SHAPE, "--format", "json")
+    one = run(*check, folder=day)
+    two = run(*check, "--jobs", "2", folder=day)
+    assert (one.exit, two.exit) == (1, 1)
+    assert one.output == two.output
+    lines = [line for line in one.error.splitlines() if line.startswith("qxutils: ")]
+    assert len(lines) == BROKEN and all("broken" in line and "give another --shape" in line for line in lines)
+    results = document(one.output)["results"]
+    verdicts = [result["verdict"] for result in results]
+    assert (verdicts.count("passed"), verdicts.count("not passed"), verdicts.count("failed")) == (194, 1, 5)
+    files = [result["file"] for result in results]
+    assert files == sorted(files) and len(files) == GOOD + BROKEN
+    for result, failed in zip(results, (verdict == "failed" for verdict in verdicts)):
+        assert failed == ("message" in result and "bytes, but" in result["message"]) != ("crc" in result)
+
+
+@on_linux_only
+def test_a_process_that_dies_costs_no_result(day):
+    check = ["check", "dark", "morning", "--recursive", *SHAPE, "--format", "csv"]
+    expected = run(*check, folder=day)
+    running = subprocess.Popen([*COMMAND, *check, "--jobs", "2"], cwd=day, stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE)
+    tasks = Path(f"/proc/{running.pid}/task")
+    children = []
+    while running.poll() is None and len(children) < 2:
+        lists = [task.read_text() for task in tasks.glob("*/children")]
+        children = [int(child) for child in " ".join(lists).split()]
+    for child in children:
+        os.kill(child, signal.SIGKILL)
+    output, _ = running.communicate()
+    assert len(children) == 2
+    assert (running.returncode, output) == (expected.exit, expected.output)
+
+
+def test_files_are_named_in_every_way(day):
+    (day / "list").write_text("150.raw\r\n\n151.raw\n")
+    image = (day / "150.raw").read_bytes()
+
+    def files(*names, **options) -> list[str]:
+        done = run("snr", *names, *SHAPE, "--format", "csv", folder=day, **options)
+        assert done.exit == 0, done
+        read = csv.DictReader(io.StringIO(done.output.decode()))
+        return list(dict.fromkeys(row["file"] for row in read))
+
+    assert files("@list", "152.raw", "150.raw") == ["150.raw", "151.raw", "152.raw"]
+    if not IS_WINDOWS:
+        assert files("-", "151.raw", input=image) == ["-", "151.raw"]
+        assert files("@-", "--jobs", "2", input=b"152.raw\n151.raw\n") == ["152.raw", "151.raw"]
+    assert len(files(".")) == GOOD - 150
+    (day / "empty").mkdir(exist_ok=True)
+    refused(run("snr", "empty", *SHAPE, folder=day), 1, "empty: no file in it ends in .raw")
+    refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: cannot be read")
+
+
+def test_every_command_that_measures_tells_its_results_as_json_and_csv(day, tmp_path):
+    np.full((1024, 1024), 900, "<f4").tofile(tmp_path / "float.raw")
+    noise(1, 100.0).tofile(tmp_path / "dark.raw")
+    np.indices((192, 192)).sum(0).__mod__(2).__add__(12353).astype("<u2").tofile(tmp_path / "wide.raw")
+    noise(3, side=128).astype("<u4").tofile(tmp_path / "long.raw")
+    image = str(day / "150.raw")
+    commands = {
+        "check first": ((image, "dark.raw", "--shape", "128x128"), None),
+        "check strip": ((image, *SHAPE), "counts"),
+        "check false-trigger": (("float.raw", "--shape", "1024"), "counts"),
+        "check gain-group": ((image, image), None),
+        "check dark-times": (("1;2", "2"), None),
+        "snr": ((image, *SHAPE), None),
+        "info": ((image, *SHAPE), "counts"),
+        "preview": ((image, *SHAPE, "-o", "out.png"), "pixels"),
+        "filter median": ((image, *SHAPE, "-o", "out.raw"), "counts"),
+        "filter ratio": ((image, *SHAPE, "-o", "out.float"), "pixels"),
+        "resize": ((image, *SHAPE, "--to", "64x64", "-o", "out.raw"), "pixels"),
+        "stripe": (("wide.raw", "--shape", "192x192", "--trigger", "96", "-o", "out.raw"), "counts"),
+        "ndt calibrate": (("long.raw", "long.raw", *SHAPE, "--out", "calibration"), "counts"),
+    }
+    for command, (arguments, unit) in commands.items():
+        told = run(*command.split(), *arguments, "--format", "json", folder=tmp_path)
+        if command == "check first":  # its blocks do not fit into so small an image
+            assert told.exit == 1 and document(told.output)["results"][0]["verdict"] == "failed"
+            continue
+        results = document(told.output)["results"]
+        assert results and all(result["command"] == command for result in results), told
+        measures = [measure for result in results for measure in result["measures"] + result.get("squares", [])]
+        assert measures and (unit is None or unit in {measure["unit"] for measure in measures}), told
+        rows = list(csv.DictReader(io.StringIO(run(*command.split(), *arguments, "--format", "csv",
+                                                   folder=tmp_path).output.decode())))
+        assert len(rows) == len(measures)
+        values = [float(row["value"]) for row in rows]
+        assert values == [measure.get("value", measure.get("measured")) for measure in measures]
+
+
+def test_a_series_is_judged_by_what_one_has(day, tmp_path):
+    image, reference = str(day / "150.raw"), str(day / "151.raw")
+
+    def verdicts(factory: str) -> list:
+        done = run("snr", image, *SHAPE, "--factory", factory, "--format", "json", folder=tmp_path)
+        result = document(done.output)["results"][0]
+        assert (result["verdict"], result["code"]) == ("passed", 0) and len(result["measures"]) == 1
+        return [result["grade"], *result["squares"]]
+
+    saved = run("snr", reference, *SHAPE, "--format", "json", folder=tmp_path).output
+    (tmp_path / "today.json").write_bytes(saved)
+    series = [square["measured"] for square in json.loads(saved)["results"][0]["squares"]]
+    (tmp_path / "list.json").write_text(json.dumps({"snr": series}))
+    assert verdicts(reference) == verdicts("today.json") == verdicts("list.json")
+    again = run("snr", "today.json", *SHAPE, "--format", "json", folder=tmp_path)
+    assert again.output == saved
+    refused(run("snr", "today.json", *SHAPE, "--factory", "list.json", folder=tmp_path), 1, "is not judged again")
+
+
+def test_results_of_several_files_go_into_a_folder(day, tmp_path):
+    names = [str(day / name) for name in ("150.raw", "151.raw")]
+    made = run("filter", "column-median", *names, *SHAPE, "-o", "out/", "--png", "out/", "--jobs", "2", folder=tmp_path)
+    assert made.exit == 0 and sorted(path.name for path in (tmp_path / "out").iterdir()) == [
+        "150.png", "150.raw", "151.png", "151.raw"]
+    refused(run("preview", *names, *SHAPE, "-o", "one.png", folder=tmp_path), 2, "one name for the results of 2 files")
+    refused(run("preview", names[0], names[0], *SHAPE, "-o", "out", folder=tmp_path), 2,
+            "would both be written to out/150.raw; give them in two calls")
+
+
+def test_standard_output_carries_results_alone(day, tmp_path):
+    # A check whose function of the library prints lines of its own.
+    done = run("check", "gain-group", str(day / "150.raw"), str(day / "151.raw"), "--format", "json", folder=tmp_path)
+    assert "checkGainImgGroup = " in done.error and document(done.output)["results"][0]["verdict"] == "passed"
