@@ -7,6 +7,7 @@
 #   share/qxutils/         an example of the virtual detector's settings; on Windows what a kit in C is linked with
 #   share/doc/qxutils/     README, licences, docs, examples; on Windows these lie at the top
 #   share/man/man1/        the tool's pages, where help2man is installed
+#   share/*/               its completion in bash, zsh and fish, on Linux
 #
 # The tree can be moved as a whole: everything refers to its own place. The Debian layout (QXUTILS_DEBIAN) belongs to
 # the system instead: its folders are on the loader's path. Components are what Debian's packages are split by.

@@ -44,19 +44,24 @@ target_link_libraries(qx_library_settings INTERFACE qx_settings)
 target_compile_options(qx_library_settings INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion> -Wfloat-conversion -Wold-style-cast)
 
-# What Windows shows of a file's origin; kind is DLL or EXE. The object is made apart, because the resource compiler
+# What Windows shows of a file's origin; kind is DLL or EXE. A program may bring a manifest. The object is made apart, because the resource compiler
 # does not know the options of the C++ compiler.
 function(qx_version_resource target kind)
   string(TOLOWER "${kind}" suffix)
   set(QX_FILE_NAME "${target}.${suffix}")
   set(QX_FILE_TYPE 2)
+  set(QX_MANIFEST "")
   if(kind STREQUAL EXE)
     set(QX_FILE_TYPE 1)
+  endif()
+  if(ARGN)
+    set(QX_MANIFEST "1 RT_MANIFEST \"${ARGN}\"")
   endif()
   set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc")
   configure_file("${CMAKE_CURRENT_FUNCTION_LIST_DIR}/Version.rc.in" "${resource}" @ONLY)
   add_library(${target}_version OBJECT "${resource}")
   set_target_properties(${target}_version PROPERTIES LINKER_LANGUAGE CXX)
+  set_property(SOURCE "${resource}" PROPERTY OBJECT_DEPENDS "${ARGN}")
   target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_version>)
 endfunction()
 

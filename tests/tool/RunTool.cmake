@@ -15,6 +15,8 @@ foreach(index RANGE ${CMAKE_ARGC})
   endif()
 endforeach()
 
+# How tables fit a line is told elsewhere: here a row of a table is one line.
+set(ENV{COLUMNS} 1000)
 cmake_language(EVAL CODE "execute_process(COMMAND \${EMULATOR} \${TOOL} ${arguments}
   RESULT_VARIABLE exit OUTPUT_VARIABLE output ERROR_VARIABLE error)")
 

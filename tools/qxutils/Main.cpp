@@ -1,7 +1,13 @@
 #include "batch/ChildProcess.h"
+#include "commands/Choice.h"
 #include "commands/Command.h"
+#include "commands/Mistake.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 #include "common/StandardOutput.h"
+#include "common/Terminal.h"
 
 #include <QxUtils/Foundation.h>
 
@@ -13,7 +19,6 @@
 #include <new>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -25,28 +30,15 @@ int exitStatus(ExitCode code) {
 // Runs where memory may be short, so it takes none and throws nothing.
 int reportError(const char* message, ExitCode code) noexcept {
     std::fflush(nullptr);
-    std::fprintf(stderr, "qxutils: %s\n", message);
+    printErrorLine(message);
     return exitStatus(code);
-}
-
-// The command that the line got to, down to a command's own.
-const CLI::App& lastCommand(const CLI::App& app) {
-    const std::vector<CLI::App*> chosen = app.get_subcommands();
-    return chosen.empty() ? app : lastCommand(*chosen.front());
-}
-
-std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
-    const std::vector<std::string> unknown = app.remaining(true);
-    if (lastCommand(app).get_require_subcommand_min() > 0 && !unknown.empty())
-        return "\"" + unknown.front() + "\" is neither a command nor an option";
-    return error.what();
 }
 
 // Help goes to standard output and passes; every mistake is one line that ends in the way to the help.
 int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
         return app.exit(error);
-    throw ToolError(describeMistake(app, error) + " (see qxutils --help)", ExitCode::Usage);
+    throw ToolError(describeMistake(app, error), ExitCode::Usage);
 }
 
 // Without settings no log appears in the folder that the user happens to be in.
@@ -70,9 +62,14 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
     app.fallthrough();
     app.add_option("--detector", detectorFile,
                    "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
+    takeOneOf<ColourChoice>(
+        app.add_option_function<ColourChoice>(
+            "--color", chooseColours, "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set"),
+        {{"auto", ColourChoice::Auto}, {"always", ColourChoice::Always}, {"never", ColourChoice::Never}});
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
     app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
+    addWriteOptions(app);
     addCommands(app, chosen);
 }
 
@@ -112,5 +109,5 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     qx::tool::rememberArguments(argc, argv);
     const qx::tool::StandardOutput results;
-    return qx::tool::run(argc, argv);
+    return qx::tool::run(argc, qx::tool::nativeArguments(argv));
 }

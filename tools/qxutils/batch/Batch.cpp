@@ -5,13 +5,14 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
+#include "commands/Choice.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
-#include <map>
 
 namespace qx::tool {
 namespace {
@@ -47,7 +48,7 @@ public:
 private:
     void tell(const std::string& problem) {
         progress_.clear();
-        std::fprintf(stderr, "qxutils: %s\n", problem.c_str());
+        printErrorLine(problem.c_str());
     }
 
     ResultWriter writer_;
@@ -55,10 +56,9 @@ private:
     ExitCode worst_ = ExitCode::Passed;
 };
 
-bool readsStandardInput(const std::vector<std::string>& files) {
-    return std::ranges::any_of(files, [](const std::string& file) {
-        return file == "-" || file == "/dev/stdin" || file.starts_with("/proc/self/fd/");
-    });
+// Another process has no such stream, or another one.
+bool readsStream(const std::vector<std::string>& files) {
+    return std::ranges::any_of(files, [](const std::string& file) { return streamOfInput(file).has_value(); });
 }
 
 }  // namespace
@@ -71,10 +71,8 @@ std::vector<std::string> filesNamedBy(const BatchOptions& options) {
 }
 
 void addResultOptions(CLI::App& command, ResultOptions& options) {
-    const std::map<std::string, Format> formats = {
-        {"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}};
-    command.add_option("--format", options.format, "table, json or csv")
-        ->transform(CLI::CheckedTransformer(formats).description("{table,json,csv}"));
+    takeOneOf<Format>(command.add_option("--format", options.format, "How results are told; a table when left out"),
+                      {{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}});
 }
 
 void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted) {
@@ -96,7 +94,7 @@ void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string
 }
 
 ExitCode runBatch(const BatchOptions& options, const std::string& command, const JudgeFile& judge,
-                  const PrintTable& printTable) {
+                  const PrintTable& printTable, const PrepareFiles& prepare) {
     const auto outcomeOfFile = [&](const std::string& file) {
         return outcomeOf(command, file, [&] { return judge(file); });
     };
@@ -105,10 +103,12 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
         return ExitCode::Passed;
     }
     const NamedFiles named = filesNamedBy(options.names, options.recursive, options.endings);
+    if (prepare)
+        prepare(named.files);
     Run run(options.results, printTable, named.files.size(), options.quiet);
     for (const std::string& problem : named.problems)
         run.tellProblem(problem);
-    if (options.jobs > 1 && named.files.size() > 1 && !readsStandardInput(named.files)) {
+    if (options.jobs > 1 && named.files.size() > 1 && !readsStream(named.files)) {
         judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
     } else {
         // On the way that outcomes of other processes come, so that nothing depends on the number of processes.

@@ -23,12 +23,12 @@ struct ResultOptions {
 
 // What a command that takes many files is told.
 struct BatchOptions {
-    std::vector<std::string> names;
+    std::vector<std::string> names{};
     bool recursive = false;
     bool quiet = false;
     int jobs = 1;
     std::vector<std::string> endings = {".raw"};  // of the files that a folder stands for
-    ResultOptions results;
+    ResultOptions results{};
 };
 
 // The files that options.names stand for; throws a ToolError where an argument names none.
@@ -45,10 +45,13 @@ void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string
 // What is found out about one file; throws a ToolError when nothing can be.
 using JudgeFile = std::function<std::vector<Record>(const std::string& file)>;
 
+// What has to be done before the first of these files is judged; may throw a ToolError.
+using PrepareFiles = std::function<void(const std::vector<std::string>& files)>;
+
 // Judges the named files in their order, in options.jobs processes, and writes the results. Returns the worst of all:
 // a file without a verdict, a verdict that is not passed, all passed.
 ExitCode runBatch(const BatchOptions& options, const std::string& command, const JudgeFile& judge,
-                  const PrintTable& printTable);
+                  const PrintTable& printTable, const PrepareFiles& prepare = {});
 
 // The same for one judgement of several files or of none.
 ExitCode runOnce(const ResultOptions& options, const std::string& command,

@@ -9,8 +9,12 @@ namespace qx::tool {
 // Remembers how the program was started; the first thing that main does.
 void rememberArguments(int argc, char** argv);
 
-// Another process of this program with the same arguments, in which isChildProcess is true, at the other end of its
-// standard input and output. It ends when its input ends. Different objects may be used by different threads.
+// Whether this process was started as a ChildProcess by another one.
+bool isChildProcess();
+
+// Another process of this program with the same arguments at the other end of its standard input and output. Its
+// results are coloured and as wide as this one's would be. It ends when its input ends. Different objects may be used
+// by different threads.
 class ChildProcess {
 public:
     // Throws a ToolError when no process can be started.
@@ -30,7 +34,5 @@ private:
     std::unique_ptr<Pipes> pipes_;
     std::string received_;
 };
-
-bool isChildProcess();
 
 }  // namespace qx::tool

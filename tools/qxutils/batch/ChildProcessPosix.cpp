@@ -1,6 +1,7 @@
 #if !defined(_WIN32)
 
 #include "batch/ChildProcess.h"
+#include "batch/ChildVariables.h"
 
 #include "common/ToolError.h"
 
@@ -18,8 +19,6 @@
 
 namespace qx::tool {
 namespace {
-
-constexpr const char* kChildVariable = "QXUTILS_CHILD_PROCESS";
 
 char** programArguments = nullptr;
 
@@ -49,14 +48,12 @@ struct Pipe {
     }
 };
 
-// This process's environment with the mark of a child.
-std::vector<char*> childEnvironment() {
-    static std::string mark = std::string(kChildVariable) + "=1";
-    std::vector<char*> variables = {mark.data()};
-    for (char** variable = environ; *variable != nullptr; ++variable)
-        variables.push_back(*variable);
-    variables.push_back(nullptr);
-    return variables;
+// What a child has in its environment beside this process's.
+std::vector<std::string> addedVariables() {
+    std::vector<std::string> added;
+    for (const auto& [name, value] : childVariables())
+        added.push_back(name + '=' + value);
+    return added;
 }
 
 pid_t startProgram(const Pipe& input, const Pipe& output) {
@@ -72,7 +69,14 @@ pid_t startProgram(const Pipe& input, const Pipe& output) {
     sigaddset(&defaults, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    std::vector<char*> environment = childEnvironment();
+    // The first of two variables of one name counts.
+    std::vector<std::string> added = addedVariables();
+    std::vector<char*> environment;
+    for (std::string& variable : added)
+        environment.push_back(variable.data());
+    for (char** variable = environ; *variable != nullptr; ++variable)
+        environment.push_back(*variable);
+    environment.push_back(nullptr);
     pid_t process = -1;
     const int error =
         posix_spawn(&process, "/proc/self/exe", &actions, &attributes, programArguments, environment.data());
@@ -93,10 +97,6 @@ struct ChildProcess::Pipes {
 
 void rememberArguments(int /*argc*/, char** argv) {
     programArguments = argv;
-}
-
-bool isChildProcess() {
-    return std::getenv(kChildVariable) != nullptr;
 }
 
 ChildProcess::ChildProcess() : pipes_(std::make_unique<Pipes>()) {

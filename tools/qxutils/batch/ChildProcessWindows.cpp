@@ -1,21 +1,21 @@
 #if defined(_WIN32)
 
 #include "batch/ChildProcess.h"
+#include "batch/ChildVariables.h"
 
 #include "common/ToolError.h"
 
 #include <windows.h>
 
 #include <array>
-#include <cstdlib>
+#include <map>
 #include <mutex>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace qx::tool {
 namespace {
-
-constexpr const char* kChildVariable = "QXUTILS_CHILD_PROCESS";
 
 // Two children that are started at the same time would inherit each other's ends.
 std::mutex startMutex;
@@ -61,10 +61,13 @@ HANDLE startProgram(const Handle& input, const Handle& output) {
     start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     std::wstring commandLine = GetCommandLineW();
     PROCESS_INFORMATION process{};
-    SetEnvironmentVariableA(kChildVariable, "1");
+    const std::map<std::string, std::string> variables = childVariables();
+    for (const auto& [name, value] : variables)
+        SetEnvironmentVariableA(name.c_str(), value.c_str());
     const BOOL started = CreateProcessW(programPath().data(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                         nullptr, &start, &process);
-    SetEnvironmentVariableA(kChildVariable, nullptr);
+    for (const auto& [name, value] : variables)
+        SetEnvironmentVariableA(name.c_str(), nullptr);
     if (started == 0)
         throw ToolError("no other process can be started; close programs, or leave out --jobs");
     CloseHandle(process.hThread);
@@ -80,11 +83,6 @@ struct ChildProcess::Pipes {
 };
 
 void rememberArguments(int /*argc*/, char** /*argv*/) {}
-
-bool isChildProcess() {
-    static const bool isChild = std::getenv(kChildVariable) != nullptr;
-    return isChild;
-}
 
 ChildProcess::ChildProcess() : pipes_(std::make_unique<Pipes>()) {
     const std::lock_guard lock(startMutex);

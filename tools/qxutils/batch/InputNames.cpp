@@ -1,6 +1,7 @@
 #include "batch/InputNames.h"
 
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/ToolError.h"
 
 #include <algorithm>
@@ -17,8 +18,8 @@ namespace fs = std::filesystem;
 template <class Iterator>
 void addFiles(std::vector<std::string>& files, const std::string& folder, const std::vector<std::string>& endings) {
     std::error_code error;
-    for (Iterator entry(folder, error); !error && entry != Iterator(); entry.increment(error)) {
-        const std::string path = entry->path().string();
+    for (Iterator entry(toPath(folder), error); !error && entry != Iterator(); entry.increment(error)) {
+        const std::string path = toName(entry->path());
         const bool isWanted =
             std::ranges::any_of(endings, [&path](const std::string& ending) { return path.ends_with(ending); });
         std::error_code unknown;
@@ -63,8 +64,8 @@ std::vector<std::string> listedFiles(const std::string& name) {
     constexpr const char* kWanted = "a text file with one name a line";
     requireName(name, kWanted);
     std::error_code error;
-    std::ifstream list(name);
-    if (!list || fs::is_directory(name, error))
+    std::ifstream list(toPath(name));
+    if (!list || fs::is_directory(toPath(name), error))
         throw ToolError(name + ": cannot be read; give " + kWanted);
     return linesOf(list, name);
 }
@@ -74,7 +75,7 @@ std::vector<std::string> filesNamedBy(const std::string& argument, bool recursiv
     std::error_code error;
     if (argument.starts_with('@'))
         return listedFiles(argument.substr(1));
-    if (fs::is_directory(argument, error))
+    if (fs::is_directory(toPath(argument), error))
         return filesBelow(argument, recursive, endings);
     return {argument};
 }

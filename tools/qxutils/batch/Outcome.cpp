@@ -1,5 +1,6 @@
 #include "batch/Outcome.h"
 
+#include "common/FileName.h"
 #include "results/RecordJson.h"
 
 #include <algorithm>
@@ -18,8 +19,8 @@ Outcome failedOutcome(const std::string& command, const std::string& file, const
     Record record{command};
     record.subject.file = file;
     record.verdict = Verdict::Failed;
-    record.message = problem;
-    return {{record}, exitCode, problem};
+    record.message = printable(problem);
+    return {{record}, exitCode, record.message};
 }
 
 Outcome outcomeOf(const std::string& command, const std::string& file,

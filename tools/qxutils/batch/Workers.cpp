@@ -1,6 +1,7 @@
 #include "batch/Workers.h"
 
 #include "batch/ChildProcess.h"
+#include "batch/ChildVariables.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -118,6 +119,7 @@ void judgeInProcesses(const std::vector<std::string>& files, int jobs, const std
 }
 
 void serveParent(const std::function<Outcome(const std::string& file)>& judge) {
+    lookAsParent();
     for (std::string line; std::getline(std::cin, line);)
         std::cout << toLine(judge(nameOfLine(line))) << std::endl;
 }

@@ -56,6 +56,14 @@ std::vector<std::string> cellsOf(const CheckRow& row, std::size_t index) {
             decided ? firstSentence(record.message) : ""};
 }
 
+// The verdict and what it means, where they stand.
+std::map<std::size_t, TextColour> coloursOf(const Record& record, std::size_t index, std::size_t verdictColumn) {
+    if (index + 1 != record.measures.size())
+        return {};
+    const TextColour colour = record.verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
+    return {{verdictColumn, colour}, {verdictColumn + 1, colour}};
+}
+
 TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
     const std::ptrdiff_t skipped = named ? 0 : 1;
     const auto used = [skipped](const std::vector<std::string>& cells) {
@@ -63,9 +71,10 @@ TextTable makeTable(const std::vector<CheckRow>& rows, bool named) {
     };
     TextTable table(used({"image", "check", "what is measured", "value", "limit", "verdict", "message"}));
     table.alignLeft(named ? std::set<std::size_t>{1, 2, 4, 6} : std::set<std::size_t>{1, 3, 5});
+    const std::size_t verdictColumn = used({"image", "check", "what", "value", "limit"}).size();
     for (const CheckRow& row : rows) {
         for (std::size_t index = 0; index < row.result.measures.size(); ++index)
-            table.addRow(used(cellsOf(row, index)));
+            table.addRow(used(cellsOf(row, index)), coloursOf(row.result, index, verdictColumn));
     }
     return table;
 }

@@ -12,41 +12,51 @@ namespace qx::tool {
 namespace {
 
 using Records = std::vector<Record>;
-using Judge = Records (*)(const FileJudge& judge, const std::string& file);
 
-RawImage load(const FileJudge& judge, const std::string& file) {
-    return loadRawImage(file, judge.settings().shape);
+struct JudgedFile {
+    Records records;
+    Subject subject;
+};
+using Judge = JudgedFile (*)(const FileJudge& judge, const std::string& file);
+
+template <Record (*check)(const RawImage&)>
+JudgedFile judgeWords(const FileJudge& judge, const std::string& file) {
+    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
+    return {{check(loaded.image)}, subjectOf(file, loaded)};
 }
 
-FloatImage loadFloats(const FileJudge& judge, const std::string& file) {
-    return loadFloatImage(file, judge.settings().shape);
+template <Record (*check)(const RawImage&, const RawImage&)>
+JudgedFile judgeExposure(const FileJudge& judge, const std::string& file) {
+    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
+    return {{check(loaded.image, judge.dark())}, subjectOf(file, loaded)};
 }
 
-Records judgeUniformity(const FileJudge& judge, const std::string& file) {
-    const RawImage image = load(judge, file);
-    return {checkSquares(image), checkBlocks(image, judge.settings().blockLimit)};
+template <Record (*check)(const FloatImage&)>
+JudgedFile judgeFloats(const FileJudge& judge, const std::string& file) {
+    const FloatImage image = loadFloatImage(file, judge.settings().shape);
+    return {{check(image)}, subjectOf(file, image)};
+}
+
+JudgedFile judgeUniformity(const FileJudge& judge, const std::string& file) {
+    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
+    return {{checkSquares(loaded.image), checkBlocks(loaded.image, judge.settings().blockLimit)},
+            subjectOf(file, loaded)};
 }
 
 const std::map<std::string, Judge>& judges() {
     static const std::map<std::string, Judge> table = {
-        {"first", [](const FileJudge& judge,
-                     const std::string& file) { return Records{checkFirst(load(judge, file), judge.dark())}; }},
-        {"pre", [](const FileJudge& judge,
-                   const std::string& file) { return Records{checkPreview(load(judge, file), judge.dark())}; }},
+        {"first", judgeExposure<checkFirst>},
+        {"pre", judgeExposure<checkPreview>},
         {"uniform", judgeUniformity},
-        {"strip",
-         [](const FileJudge& judge, const std::string& file) { return Records{checkStrips(load(judge, file))}; }},
-        {"dark",
-         [](const FileJudge& judge, const std::string& file) { return Records{checkDarkLevel(load(judge, file))}; }},
-        {"offset",
-         [](const FileJudge& judge, const std::string& file) { return Records{checkOffset(loadFloats(judge, file))}; }},
-        {"false-trigger", [](const FileJudge& judge,
-                             const std::string& file) { return Records{checkFalseTrigger(loadFloats(judge, file))}; }},
-        {"snr", [](const FileJudge& judge, const std::string& file) {
-             return snrRecords(file, judge.settings().shape, judge.settings().factory);
-         }}};
+        {"strip", judgeWords<checkStrips>},
+        {"dark", judgeWords<checkDarkLevel>},
+        {"offset", judgeFloats<checkOffset>},
+        {"false-trigger", judgeFloats<checkFalseTrigger>},
+    };
     return table;
 }
+
+constexpr const char* kSnrKind = "snr";
 
 bool needsDark(const std::string& kind) {
     return kind == "first" || kind == "pre";
@@ -55,13 +65,13 @@ bool needsDark(const std::string& kind) {
 }  // namespace
 
 std::vector<std::string> judgedKinds() {
-    std::vector<std::string> kinds;
+    std::vector<std::string> kinds = {kSnrKind};
     std::ranges::transform(judges(), std::back_inserter(kinds), [](const auto& judge) { return judge.first; });
     return kinds;
 }
 
 FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
-    if (!judges().contains(settings.kind))
+    if (settings.kind != kSnrKind && !judges().contains(settings.kind))
         throw ToolError("\"" + settings.kind + "\" is no check of one image", ExitCode::Usage);
     if (!needsDark(settings.kind))
         return;
@@ -71,12 +81,13 @@ FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
 }
 
 std::vector<Record> FileJudge::operator()(const std::string& file) const {
-    std::vector<Record> records = judges().at(settings_.kind)(*this, file);
-    for (Record& record : records) {
-        if (record.subject.file.empty())
-            record.subject = subjectOf(file, settings_.shape);
-    }
-    return records;
+    // Results of earlier runs have subjects of their own.
+    if (settings_.kind == kSnrKind)
+        return snrRecords(file, settings_.shape, settings_.factory);
+    JudgedFile judged = judges().at(settings_.kind)(*this, file);
+    for (Record& record : judged.records)
+        record.subject = judged.subject;
+    return judged.records;
 }
 
 }  // namespace qx::tool

@@ -2,6 +2,8 @@
 
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/LibraryFile.h"
 #include "common/ToolError.h"
 
 #include <QxUtils.h>
@@ -55,7 +57,7 @@ std::string averageDarkName() {
 }
 
 std::string averageDarkPath() {
-    return nativePath(getOfstImgDir() + averageDarkName()).string();
+    return toName(nativePath(getOfstImgDir() + averageDarkName()));
 }
 
 }  // namespace
@@ -142,8 +144,10 @@ Record checkFalseTrigger(const FloatImage& image) {
 }
 
 Record checkGainGroup(const std::vector<std::string>& files) {
-    for (const std::string& file : files)
+    for (const std::string& file : files) {
         fileBytes(file, kRawImageWanted);
+        requireLibraryName(file);
+    }
     std::vector<const char*> paths;
     std::transform(files.begin(), files.end(), std::back_inserter(paths),
                    [](const auto& file) { return file.c_str(); });

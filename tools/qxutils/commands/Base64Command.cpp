@@ -1,7 +1,10 @@
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/InputFile.h"
 #include "common/LibraryFile.h"
-#include "image/RawImage.h"
+#include "common/TemporaryFolder.h"
+#include "common/WholeFile.h"
 
 #include <QxUtils.h>
 
@@ -9,7 +12,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <string>
@@ -22,6 +27,14 @@ namespace {
 constexpr std::size_t kLineCharacters = 76;
 constexpr std::size_t kGroupBytes = 3;
 constexpr std::size_t kGroupCharacters = 4;
+
+// In a text file.
+#ifdef _WIN32
+constexpr std::int64_t kLineEndBytes = 2;
+#else
+constexpr std::int64_t kLineEndBytes = 1;
+#endif
+
 constexpr const char* kFileWanted = "the file to read";
 
 struct Base64Options {
@@ -30,14 +43,7 @@ struct Base64Options {
 };
 
 std::string loadFile(const std::string& path) {
-    const std::int64_t bytes = fileBytes(path, kFileWanted);
-    constexpr std::int64_t kMostBytes = std::numeric_limits<int>::max();
-    if (bytes > kMostBytes)
-        throw ToolError(path + ": longer than " + std::to_string(kMostBytes) + " bytes; give a shorter file");
-    if (bytes == 0)
-        return {};
-    const std::vector<char> content = loadBytes(path, bytes);
-    return {content.begin(), content.end()};
+    return readWhole(path, kFileWanted, std::numeric_limits<int>::max());
 }
 
 void requireOutput(const Base64Options& options) {
@@ -47,8 +53,13 @@ void requireOutput(const Base64Options& options) {
     requireOtherFile(*options.output, options.file);
 }
 
-void printWritten(const std::string& output) {
-    std::cout << output << ": " << fileBytes(output, kFileWanted) << " bytes\n";
+void printWritten(const std::string& output, std::int64_t bytes) {
+    std::cout << output << ": " << bytes << " bytes\n";
+}
+
+void save(const std::string& output, const std::string& content) {
+    writeFile(output, content);
+    printWritten(output, std::ssize(content));
 }
 
 std::string encode(const std::string& content) {
@@ -94,8 +105,7 @@ ExitCode runEncode(const Base64Options& options) {
         std::cout << lines;
         return ExitCode::Passed;
     }
-    writeFile(*options.output, lines);
-    printWritten(*options.output);
+    save(*options.output, lines);
     return ExitCode::Passed;
 }
 
@@ -104,20 +114,81 @@ ExitCode runDecode(const Base64Options& options) {
     requireOutput(options);
     std::erase_if(text, [](char character) { return character == '\r' || character == '\n'; });
     requireBase64(text, options.file);
-    writeFile(options.output.value(), decode(text));
-    printWritten(*options.output);
+    save(options.output.value(), decode(text));
     return ExitCode::Passed;
+}
+
+// The lines that decodeFile takes a text for: none is longer than its buffer, and one that is complete at the end of
+// the file is taken twice.
+std::vector<std::string_view> decodedLines(std::string_view text) {
+    constexpr std::size_t kLineRoom = 1023;
+    std::vector<std::string_view> lines;
+    bool isComplete = false;
+    while (!text.empty()) {
+        const std::size_t end = text.substr(0, kLineRoom).find('\n');
+        lines.push_back(text.substr(0, end == std::string_view::npos ? kLineRoom : end + 1));
+        isComplete = end != std::string_view::npos || lines.back().size() == kLineRoom;
+        text.remove_prefix(lines.back().size());
+    }
+    if (isComplete)
+        lines.push_back(lines.back());
+    return lines;
+}
+
+// What the library makes of a line, its line end included.
+std::string decodedLine(std::string_view line) {
+    line = line.substr(0, line.find('\0'));
+    for (const char end : {'\n', '\r'}) {
+        if (line.ends_with(end))
+            line.remove_suffix(1);
+    }
+    const std::string content = decode(std::string(line.substr(0, line.size() / kGroupCharacters * kGroupCharacters)));
+    return content.substr(0, content.find('\0')) + '\n';
+}
+
+// Of the file that the library writes, which notices no shortage of room.
+std::int64_t decodedBytes(const std::string& file) {
+    std::ifstream stream(toPath(file));
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    std::int64_t bytes = 0;
+    for (const std::string_view line : decodedLines(text)) {
+        const std::string decoded = decodedLine(line);
+        bytes += std::ssize(decoded) + std::ranges::count(decoded, '\n') * (kLineEndBytes - 1);
+    }
+    return bytes;
+}
+
+std::int64_t decodeLines(const Base64Options& options, const std::string& output) {
+    const int status = decodeFile(options.file.c_str(), output.c_str());
+    if (status != StatusOk) {
+        throw ToolError(options.file + ": cannot be decoded into " + *options.output + " (" + statusText(status) +
+                        "); check that the one may be read and the other written");
+    }
+    const std::int64_t bytes = decodedBytes(options.file);
+    if (fileBytes(output, kFileWanted) != bytes)
+        throw ToolError(*options.output + ": cannot be written completely; check that there is room");
+    return bytes;
+}
+
+// Where the library cannot notice a failure, as on a device, it writes elsewhere.
+std::int64_t decodeLinesElsewhere(const Base64Options& options, WholeFile& file) {
+    const TemporaryFolder folder;
+    const std::string lines = folder.path() + "/lines";
+    const std::int64_t bytes = decodeLines(options, lines);
+    file.write(readWhole(lines, kFileWanted, bytes));
+    return bytes;
 }
 
 ExitCode runDecodeLines(const Base64Options& options) {
     fileBytes(options.file, kFileWanted);
     requireOutput(options);
-    const int status = decodeFile(options.file.c_str(), options.output.value().c_str());
-    if (status != StatusOk) {
-        throw ToolError(options.file + ": cannot be decoded into " + *options.output + " (" + statusText(status) +
-                        "); check that the one may be read and the other written");
-    }
-    printWritten(*options.output);
+    requireLibraryName(options.file);
+    requireLibraryName(options.output.value());
+    WholeFile file(*options.output);
+    const std::optional<std::string> name = file.handOver();
+    const std::int64_t bytes = name ? decodeLines(options, *name) : decodeLinesElsewhere(options, file);
+    file.commit();
+    printWritten(*options.output, bytes);
     return ExitCode::Passed;
 }
 

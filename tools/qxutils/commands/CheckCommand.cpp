@@ -68,7 +68,7 @@ ExitCode runRowNoise(const CheckOptions& options) {
         const TemporaryFolder folder;
         storeAverageDark(folder.path(), image);
         Record record = checkRowNoise(shape);
-        record.subject = subjectOf(*options.stored, shape);
+        record.subject = subjectOf(*options.stored, image);
         return std::vector{record};
     };
     return runOnce(options.batch.results, "check rcn", judge, printCheckRecords);

@@ -5,13 +5,14 @@ namespace qx::tool {
 // A new command is declared and listed here, and known nowhere else; the file that is named after it defines it.
 AddCommand addDemoCommand, addCheckCommand, addSnrCommand, addCompareCommand, addTrendCommand, addWatchCommand,
     addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand, addInfoCommand,
-    addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addVersionCommand;
+    addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addCompletionCommand, addVersionCommand;
 
 void addCommands(CLI::App& app, Command& chosen) {
     for (AddCommand* const add :
          {addDemoCommand, addCheckCommand, addSnrCommand, addCompareCommand, addTrendCommand, addWatchCommand,
           addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand, addInfoCommand,
-          addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addVersionCommand})
+          addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addCompletionCommand,
+          addVersionCommand})
         add(app, chosen);
 }
 

@@ -1,20 +1,23 @@
+#include "batch/OutputNames.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "defects/DefectMap.h"
 #include "defects/DefectTables.h"
 #include "picture/PngWriter.h"
+#include "results/Subject.h"
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
 
 struct DefectsOptions {
-    std::string file;
+    BatchOptions batch{.endings = {".cal"}};
     std::optional<std::string> picture;
 };
 
@@ -25,23 +28,38 @@ void requirePicture(const std::string& picture, const std::string& file, const S
         throw ToolError(file + ": the header tells no image size that can be drawn; leave out --png");
 }
 
-ExitCode printDefects(const DefectsOptions& options) {
-    const DefectLists lists = loadDefectLists(options.file);
-    if (options.picture)
-        requirePicture(*options.picture, options.file, lists.shape);
-    printDefectLists(std::cout, lists);
-    if (options.picture)
-        writePicture(*options.picture, drawDefectMap(lists));
-    return ExitCode::Passed;
+Record describe(const DefectsOptions& options, const std::string& file) {
+    const DefectLists lists = loadDefectLists(file);
+    if (options.picture) {
+        const std::string picture = outputFor(*options.picture, file, ".png");
+        requirePicture(picture, file, lists.shape);
+        writePicture(picture, drawDefectMap(lists));
+    }
+    Record record = defectCountsOf(lists);
+    record.subject = subjectOf(file);
+    std::ostringstream text;
+    printDefectLists(text, lists);
+    record.text = text.str();
+    return record;
+}
+
+ExitCode describeDefects(const DefectsOptions& options) {
+    return runBatch(
+        options.batch, "defects", [&](const std::string& file) { return std::vector{describe(options, file)}; },
+        printTexts,
+        [&](const std::vector<std::string>& files) {
+            if (options.picture)
+                prepareOutputs(*options.picture, files);
+        });
 }
 
 }  // namespace
 
 void addDefectsCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
-        addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of a defect file", printDefects);
-    command.add_option("FILE", options.file, "Defect file; its name tells whether it is a structured one")->required();
-    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name");
+        addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of defect files", describeDefects);
+    addBatchOptions(command, options.batch, "Defect files (*.cal); the name tells whether one is structured");
+    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name, or a folder for several");
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,9 @@
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/LibraryFile.h"
 #include "demo/Demo.h"
 
 #include <CLI/CLI.hpp>
@@ -42,13 +45,15 @@ Shape demoShape(const std::optional<std::string>& text) {
 // Returns the folder's name without a separator at its end. As in the library, '\\' separates on every platform.
 std::string createOutputDirectory(const std::string& text) {
     requireName(text, "a folder with --out");
-    std::string directory = nativePath(text).generic_string();
+    requireLibraryName(text);
+    std::string directory = toName(nativePath(text));
     while (directory.size() > 1 && directory.back() == '/')
         directory.pop_back();
     if (directory.size() > kMaxOutputPath) {
         throw ToolError("the path of --out is longer than " + std::to_string(kMaxOutputPath) +
                         " characters; give a shorter one");
     }
+    requireFreshFolder(directory);
     createFolder(directory);
     return directory;
 }
@@ -61,6 +66,7 @@ void configureDetector(const std::string& directory, const Shape& shape) {
 }
 
 ExitCode demonstrate(const DemoOptions& options) {
+    refuseDryRun("demo");
     const Shape shape = demoShape(options.shape);
     const std::string folder = createOutputDirectory(options.outputDirectory);
     configureDetector(folder, shape);

@@ -1,17 +1,20 @@
+#include "batch/Batch.h"
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
-#include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -19,6 +22,7 @@ namespace {
 struct FactorySnrOptions {
     std::string folder;
     std::optional<int> detectorType;
+    ResultOptions results;
 };
 
 // The file's name, which the library makes of the detector's name.
@@ -29,18 +33,26 @@ std::string factorySnrName() {
     return found == std::string::npos ? "" : description.substr(found + product.size()) + "-SNR.raw";
 }
 
-ExitCode measureFactorySnr(const FactorySnrOptions& options) {
+std::vector<Record> measure(const FactorySnrOptions& options) {
     requireFolder(options.folder, "a folder with folders of images, such as 500ms");
+    requireLibraryName(options.folder);
+    refuseDryRun("factory-snr");
+    const std::string file = toName(toPath(options.folder) / factorySnrName());
+    requireReplaceable(file);
     const int type = options.detectorType.value_or(virtualDetector().type);
     const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
     if (status != StatusOk) {
         throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +
                         "); give folders of as many images each, named as 500ms, of the size that --detector tells");
     }
-    const std::string file = (std::filesystem::path(options.folder) / factorySnrName()).string();
-    printFactorySnr(loadFactorySnrFile(file));
-    std::cout << "  written to " << file << '\n';
-    return ExitCode::Passed;
+    std::vector<Record> records = factorySnrRecords(file);
+    records.back().text += "  written to " + file + '\n';
+    return records;
+}
+
+ExitCode measureFactorySnr(const FactorySnrOptions& options) {
+    return runOnce(
+        options.results, "factory-snr", [&options] { return measure(options); }, printTexts);
 }
 
 }  // namespace
@@ -50,6 +62,7 @@ void addFactorySnrCommand(CLI::App& app, Command& chosen) {
         app, chosen, "factory-snr", "Measure the SNR of factory images into a file", measureFactorySnr);
     command.add_option("DIR", options.folder, "Folder with a folder of images for each integration time")->required();
     command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out");
+    addResultOptions(command, options.results);
 }
 
 }  // namespace qx::tool

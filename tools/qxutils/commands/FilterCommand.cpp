@@ -50,14 +50,14 @@ FloatImage filterRatio(const RawImage& image, const FilterOptions& /*options*/) 
     return localRatio(image);
 }
 
-void save(const std::string& output, const RawImage& image, const Filtered& filtered) {
+Record save(const std::string& output, const RawImage& image, const Filtered& filtered) {
     saveRawImage(output, filtered.image);
-    printChanges(image, filtered.image);
+    return changesOf(image, filtered.image);
 }
 
-void save(const std::string& output, const RawImage& /*image*/, const FloatImage& ratio) {
+Record save(const std::string& output, const RawImage& /*image*/, const FloatImage& ratio) {
     saveFloatImage(output, ratio);
-    printRatios(ratio);
+    return ratiosOf(ratio);
 }
 
 // What pictures show of the image that is filtered.
@@ -81,41 +81,45 @@ ComparedImage compared(const Original& original, const FloatImage& ratio) {
 }
 
 template <class Result>
-ExitCode runFilter(const FilterOptions& options, Result (*filter)(const RawImage&, const FilterOptions&)) {
-    const RawImage image = options.files.load();
-    options.files.requireOutputs();
-    const Region shown = options.files.shownPart(image);
-    const Result result = filter(image, options);
-    save(options.files.output, image, result);
-    if (options.files.picture) {
-        const Original original{image, shown};
-        writePicture(*options.files.picture,
-                     drawComparison({compared(original), compared(original, result)}, shown, 2));
-    }
-    return ExitCode::Passed;
+using Filter = Result (*)(const RawImage& image, const FilterOptions& options);
+
+template <class Result>
+ExitCode runFilter(const FilterOptions& options, const std::string& command, Filter<Result> filter) {
+    return runImages(options.files, command, [&](const RawImage& image, const ImageFiles& files) {
+        const Region shown = options.files.shownPart(image);
+        const Result result = filter(image, options);
+        const Record record = save(files.output.value(), image, result);
+        if (files.picture) {
+            const Original original{image, shown};
+            writePicture(*files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
+        }
+        return record;
+    });
 }
 
 ExitCode runCompare(const FilterOptions& options) {
-    const RawImage image = options.files.load();
-    options.files.requirePicture();
-    const Original original{image, options.files.shownPart(image)};
-    std::vector<ComparedImage> images = {compared(original)};
-    for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
-        images.push_back(compared(original, filter(image, options)));
-    images.push_back(compared(original, filterRatio(image, options)));
-    writePicture(options.files.picture.value(), drawComparison(images, original.shown, 3));
-    return ExitCode::Passed;
+    return runImages(options.files, "filter compare", [&](const RawImage& image, const ImageFiles& files) {
+        const Original original{image, options.files.shownPart(image)};
+        std::vector<ComparedImage> images = {compared(original)};
+        for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
+            images.push_back(compared(original, filter(image, options)));
+        images.push_back(compared(original, filterRatio(image, options)));
+        writePicture(files.picture.value(), drawComparison(images, original.shown, 3));
+        return Record{};
+    });
 }
 
 // The subcommands of "filter", each with the options it needs.
 class FilterKinds {
 public:
-    FilterKinds(CLI::App& app, Command& chosen) : family_(app, chosen, "filter", "Filter a raw 16-bit image") {}
+    FilterKinds(CLI::App& app, Command& chosen) : family_(app, chosen, "filter", "Filter raw 16-bit images") {}
 
     template <class Result>
-    CLI::App& add(const char* name, const char* description, Result (*filter)(const RawImage&, const FilterOptions&)) {
-        CLI::App& kind = addOfImage(name, description,
-                                    [filter](const FilterOptions& options) { return runFilter(options, filter); });
+    CLI::App& add(const char* name, const char* description, Filter<Result> filter) {
+        const std::string command = std::string("filter ") + name;
+        CLI::App& kind = addOfImage(name, description, [filter, command](const FilterOptions& options) {
+            return runFilter(options, command, filter);
+        });
         addOutputs(kind, family_.options().files, "Picture of the image before and after");
         addZoom(kind, family_.options().files);
         return kind;
@@ -123,7 +127,9 @@ public:
 
     void addComparison(const char* name, const char* description) {
         CLI::App& kind = addOfImage(name, description, runCompare);
-        kind.add_option("--png", family_.options().files.picture, "PNG or SVG file to write, by its name")->required();
+        kind.add_option("--png", family_.options().files.picture,
+                        "PNG or SVG file to write, by its name, or a folder for several")
+            ->required();
         addZoom(kind, family_.options().files);
         addRadius(kind);
         addWindow(kind);

@@ -1,49 +1,72 @@
 #include "commands/ImageOptions.h"
 
+#include "batch/OutputNames.h"
 #include "common/FileAccess.h"
+#include "results/Subject.h"
 
 #include <CLI/CLI.hpp>
 
 namespace qx::tool {
 
-RawImage ImageOptions::load() const {
-    return loadRawImage(file, parseShape(shape));
+std::vector<std::string> ImageFiles::outputs() const {
+    std::vector<std::string> names;
+    for (const std::optional<std::string>& name : {output, picture}) {
+        if (name)
+            names.push_back(*name);
+    }
+    return names;
 }
 
-void ImageOptions::requireOutputs() const {
-    requireName(output, "the image file to write");
-    requireOtherFile(output, file);
-    requirePicture();
-    if (picture)
-        requireOtherFile(*picture, output);
+ImageFiles ImageOptions::filesFor(const std::string& file) const {
+    ImageFiles files{file, std::nullopt, std::nullopt};
+    if (output) {
+        files.output = outputFor(*output, file);
+        requireName(*files.output, "the image file to write");
+    }
+    if (picture) {
+        files.picture = outputFor(*picture, file, ".png");
+        requireName(*files.picture, "the picture file to write");
+    }
+    requireDistinct(files.outputs(), {file});
+    return files;
 }
 
-void ImageOptions::requirePicture() const {
-    if (picture)
-        requirePictureName(*picture, file);
+ExitCode runImages(const ImageOptions& options, const std::string& command,
+                   const std::function<Record(const RawImage& image, const ImageFiles& files)>& work) {
+    const Shape shape = parseShape(options.shape);
+    const auto judge = [&](const std::string& file) {
+        const ImageFiles files = options.filesFor(file);
+        const LoadedImage loaded = loadImageFile(file, shape);
+        Record record = work(loaded.image, files);
+        record.subject = subjectOf(file, loaded);
+        return std::vector{record};
+    };
+    const auto prepare = [&options](const std::vector<std::string>& files) {
+        for (const std::optional<std::string>& output : {options.output, options.picture}) {
+            if (output)
+                prepareOutputs(*output, files);
+        }
+    };
+    return runBatch(options.batch, command, judge, printTexts, prepare);
 }
 
 void requirePictureName(const std::string& picture, const std::string& file) {
-    requireName(picture, "the PNG file to write");
+    requireName(picture, "the picture file to write");
     requireOtherFile(picture, file);
 }
 
 void addShapeOption(CLI::App& command, std::string& shape) {
-    command.add_option("--shape", shape, "WIDTHxHEIGHT in pixels")->required();
-}
-
-void addInput(CLI::App& command, std::string& file, std::string& shape) {
-    command.add_option("FILE", file, "Raw 16-bit image")->required();
-    addShapeOption(command, shape);
+    command.add_option("--shape", shape, kShapeHelp)->required();
 }
 
 void addInput(CLI::App& command, ImageOptions& options) {
-    addInput(command, options.file, options.shape);
+    addBatchOptions(command, options.batch, "Raw 16-bit images");
+    addShapeOption(command, options.shape);
 }
 
 void addOutputs(CLI::App& command, ImageOptions& options, const std::string& pictured) {
-    command.add_option("-o,--output", options.output, "Raw image to write")->required();
-    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name");
+    command.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
+    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name, or a folder for several");
 }
 
 void addZoom(CLI::App& command, ImageOptions& options) {

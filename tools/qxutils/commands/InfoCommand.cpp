@@ -1,3 +1,4 @@
+#include "batch/Batch.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/TextTable.h"
@@ -5,6 +6,7 @@
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "info/Geometry.h"
+#include "results/Subject.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils.h>
@@ -13,8 +15,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,88 +24,123 @@ namespace qx::tool {
 namespace {
 
 struct InfoOptions {
-    std::vector<std::string> files;
+    BatchOptions batch{.endings = {".raw", ".cal"}};
     std::optional<std::string> shape;
 };
 
-void printStatistics(const std::string& file, const Shape& shape) {
-    const RawImage image = loadRawImage(file, shape);
+void addStatistics(Record& record, std::ostream& out, const std::string& file, const Shape& shape) {
+    const LoadedImage loaded = loadImageFile(file, shape);
+    const RawImage& image = loaded.image;
     const WORD* const pixels = image.pixels.data();
     const int count = image.pixelCount();
-    std::cout << "  statistics for " << toText(shape) << ", "
-              << (hasImageHeader(file, shape) ? "behind a header" : "no header") << '\n';
-    std::cout << "    min " << pixels[getMinIndex(pixels, count)] << ", max "
-              << *std::max_element(image.pixels.begin(), image.pixels.end()) << ", mean "
-              << formatNumber(getMean(pixels, count), 2) << ", stdev "
-              << formatNumber(getStdev(pixels, shape.width, shape.height), 2) << ", median " << getMedian(pixels, count)
-              << '\n';
+    const WORD least = pixels[getMinIndex(pixels, count)];
+    const WORD largest = *std::max_element(image.pixels.begin(), image.pixels.end());
+    const double mean = getMean(pixels, count);
+    const double deviation = getStdev(pixels, shape.width, shape.height);
+    const WORD median = getMedian(pixels, count);
+    out << "  statistics for " << toText(shape) << ", " << (loaded.header.empty() ? "no header" : "behind a header")
+        << ", counts\n    min " << least << ", max " << largest << ", mean " << formatNumber(mean, 2) << ", stdev "
+        << formatNumber(deviation, 2) << ", median " << median << '\n';
+    record.subject = subjectOf(file, loaded);
+    record.measures = {{"minimum", double(least), "counts"},
+                       {"maximum", double(largest), "counts"},
+                       {"mean", plainNumber(mean), "counts", 2},
+                       {"standard deviation", plainNumber(deviation), "counts", 2},
+                       {"median", double(median), "counts"}};
 }
 
-void printGeometries(const std::vector<Geometry>& geometries) {
+void printGeometries(std::ostream& out, const std::vector<JudgedGeometry>& geometries) {
     if (geometries.empty()) {
-        std::cout << "  no plausible panel shape fits this size\n";
+        out << "  no plausible panel shape fits this size\n";
         return;
     }
-    TextTable table({"fits", "header", "panel"});
-    for (const Geometry& geometry : geometries) {
-        table.addRow(
-            {toText(geometry.shape), geometry.hasHeader ? "yes" : "no", geometry.isCommonPanel ? "common" : "unknown"});
+    TextTable table({"fits, pixels", "header", "panel", "guess", "row step, counts", "other width, counts"});
+    for (const auto& [geometry, confidence, rowDifference, otherDifference] : geometries) {
+        table.addRow({toText(geometry.shape), geometry.hasHeader ? "yes" : "no",
+                      geometry.isCommonPanel ? "common" : "unknown", toText(confidence), formatNumber(rowDifference, 1),
+                      formatNumber(otherDifference, 1)});
     }
-    table.print(std::cout);
+    table.print(out);
 }
 
-// Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns whether the file
-// may be an image.
-bool describeContent(const std::string& file, std::int64_t bytes) {
+std::vector<JudgedGeometry> judgeFile(const std::string& file, std::int64_t bytes) {
+    std::optional<Shape> headerShape;
+    if (bytes >= kImageHeaderBytes) {
+        if (const FileHeader header = loadFileHeader(file); header.fits(bytes))
+            headerShape = {header.file.width, header.file.height};
+    }
+    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
+    if (geometries.empty() && !headerShape)
+        return {};
+    return judgeGeometries(loadWords(file, bytes / 2), geometries, headerShape);
+}
+
+// Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns the records of a
+// file that is no image.
+std::vector<Record> describeContent(std::ostream& out, const std::string& file, std::int64_t bytes) {
     if (bytes < kImageHeaderBytes)
-        return true;
+        return {};
     if (isFactorySnrName(file)) {
-        printHeader(loadFactorySnrHeader(file));
-        printFactorySnr(loadFactorySnrFile(file));
-        return false;
+        printHeader(out, loadFactorySnrHeader(file));
+        printFactorySnr(out, loadFactorySnrFile(file));
+        return factorySnrRecords(file);
     }
     const FileHeader header = loadFileHeader(file);
     const bool isDefectFile = file.ends_with(".cal");
     if (isDefectFile || header.fits(bytes))
-        printHeader(header);
-    if (isDefectFile)
-        printDefectCounts(std::cout, loadDefectLists(file));
-    return !isDefectFile;
+        printHeader(out, header);
+    if (!isDefectFile)
+        return {};
+    const DefectLists lists = loadDefectLists(file);
+    printDefectCounts(out, lists);
+    Record record = defectCountsOf(lists);
+    record.subject = subjectOf(file);
+    return {record};
 }
 
-void describeFile(const std::string& file, const std::optional<Shape>& shape) {
-    const std::int64_t bytes = fileBytes(file, kRawImageWanted);
-    std::cout << file << "\n  " << bytes << " bytes\n";
-    const bool isImage = describeContent(file, bytes);
+Record describeImage(std::ostream& out, const std::string& file, std::int64_t bytes,
+                     const std::optional<Shape>& shape) {
+    Record record;
+    record.subject = subjectOf(file);
     if (shape) {
-        printStatistics(file, *shape);
-        return;
+        addStatistics(record, out, file, *shape);
+        return record;
     }
-    if (!isImage)
-        return;
-    const std::vector<Geometry> geometries = plausibleGeometries(bytes);
-    printGeometries(geometries);
+    const std::vector<JudgedGeometry> geometries = judgeFile(file, bytes);
+    printGeometries(out, geometries);
     if (const auto geometry = unambiguousGeometry(geometries))
-        printStatistics(file, geometry->shape);
+        addStatistics(record, out, file, geometry->shape);
     else
-        std::cout << "  give --shape for statistics\n";
+        out << "  give --shape for statistics\n";
+    return record;
 }
 
-ExitCode printInfo(const InfoOptions& options) {
+std::vector<Record> describeFile(const std::string& file, const std::optional<Shape>& shape) {
+    const std::int64_t bytes = fileBytes(file, kRawImageWanted);
+    std::ostringstream out;
+    out << file << "\n  " << bytes << " bytes\n";
+    std::vector<Record> records = describeContent(out, file, bytes);
+    if (records.empty())
+        records.push_back(describeImage(out, file, bytes, shape));
+    for (Record& record : records)
+        record.text.clear();
+    records.back().text = out.str();
+    return records;
+}
+
+ExitCode runInfo(const InfoOptions& options) {
     const auto shape = options.shape ? std::optional(parseShape(*options.shape)) : std::nullopt;
-    for (const std::string& file : options.files)
-        describeFile(file, shape);
-    return ExitCode::Passed;
+    return runBatch(
+        options.batch, "info", [&shape](const std::string& file) { return describeFile(file, shape); }, printTexts);
 }
 
 }  // namespace
 
 void addInfoCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<InfoOptions>(
-        app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", printInfo);
-    command.add_option("FILE", options.files, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)")
-        ->required();
-    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels");
+        app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", runInfo);
+    addBatchOptions(command, options.batch, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)");
+    command.add_option("--shape", options.shape, kShapeHelp);
 }
 
 }  // namespace qx::tool

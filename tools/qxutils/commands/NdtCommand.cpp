@@ -1,10 +1,15 @@
+#include "batch/OutputNames.h"
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/WholeFile.h"
 #include "image/RawImage.h"
 #include "ndt/NdtReport.h"
+#include "results/Subject.h"
 
 #include <QxUtils.h>
 
@@ -12,10 +17,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iostream>
-#include <map>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -27,7 +32,8 @@ constexpr std::size_t kMaxFolderPath = 180;
 enum class DefectMethod : int { Classic = 0, Structured = 1, None = 2 };
 
 struct NdtOptions {
-    std::string image;
+    BatchOptions batch;
+    bool usesStoredDark = false;
     std::string bright;
     std::optional<std::string> dark;
     std::string shape;
@@ -39,6 +45,7 @@ struct NdtOptions {
 // The calibration folder becomes the detector's, but for the log.
 void configureDetector(const std::string& folder, const Shape& shape) {
     requireName(folder, "the calibration folder");
+    requireLibraryName(folder);
     if (folder.size() > kMaxFolderPath) {
         throw ToolError(folder + ": the path is longer than " + std::to_string(kMaxFolderPath) +
                         " characters; give a shorter one");
@@ -48,8 +55,15 @@ void configureDetector(const std::string& folder, const Shape& shape) {
     setModeSize(shape);
 }
 
-ExitCode runCalibrate(const NdtOptions& options) {
-    const Shape shape = parseShape(options.shape);
+std::string calibrationFiles(const std::string& folder) {
+    std::ostringstream text;
+    printCalibrationFiles(text, nativePath(folder));
+    return text.str();
+}
+
+Record calibrate(const NdtOptions& options, const Shape& shape) {
+    refuseDryRun("ndt calibrate");
+    requireFreshFolder(options.folder);
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);
@@ -58,17 +72,24 @@ ExitCode runCalibrate(const NdtOptions& options) {
         throw ToolError(options.folder + ": cannot be calibrated into (" + statusText(status) +
                         "); check that it may be written to");
     }
-    printStatistics(std::cout, {{"bright", &bright}, {"dark", &dark}});
-    printCalibrationFiles(std::cout, nativePath(options.folder));
-    return ExitCode::Passed;
+    Record record = statisticsOf({{"bright", &bright}, {"dark", &dark}});
+    record.subject = subjectOf(options.bright, bright);
+    record.text += calibrationFiles(options.folder);
+    return record;
+}
+
+ExitCode runCalibrate(const NdtOptions& options) {
+    const Shape shape = parseShape(options.shape);
+    return runOnce(
+        options.batch.results, "ndt calibrate", [&] { return std::vector{calibrate(options, shape)}; }, printTexts);
 }
 
 bool isDownloaded(const qxkit::TransferCall& call) {
     return call.status == StatusOk;
 }
 
-// A dark image that was just downloaded serves the next call only.
-int correct(LongImage& image, const std::optional<LongImage>& dark) {
+// A dark image that was just downloaded serves the next call only. Tells in text what was downloaded.
+int correct(LongImage& image, const std::optional<LongImage>& dark, std::string& text) {
     const auto call = [&] {
         return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr, image.pixelCount());
     };
@@ -76,35 +97,57 @@ int correct(LongImage& image, const std::optional<LongImage>& dark) {
     const auto& transfers = virtualDetector().transfers;
     if (status == StatusOk || !std::any_of(transfers.begin(), transfers.end(), isDownloaded))
         return status;
-    std::cout << "  downloaded from the detector: " << transfers.back().fileName << "; correcting again\n";
+    text = "  downloaded from the detector: " + transfers.back().fileName + "; correcting again\n";
     return call();
 }
 
-ExitCode runCorrect(const NdtOptions& options) {
+void requireOutput(const NdtOptions& options, const std::string& output, const std::string& image) {
+    requireName(output, "the image file to write");
+    requireOtherFile(output, image);
+    if (options.dark)
+        requireOtherFile(output, *options.dark);
+}
+
+std::string whatToDo(const NdtOptions& options) {
+    const std::string check = "check the files in " + options.folder;
+    return options.dark ? check : check + ", or give DARK unless the detector triggers itself and sums frames";
+}
+
+Record correctOne(const NdtOptions& options, const Shape& shape, const std::optional<LongImage>& dark,
+                  const std::string& file) {
+    const LongImage image = loadLongImage(file, shape);
+    const std::string output = outputFor(options.output, file);
+    requireOutput(options, output, file);
+    LongImage corrected = image;
+    std::string text;
+    const int status = correct(corrected, dark, text);
+    if (status != StatusOk)
+        throw ToolError(file + ": cannot be corrected (" + statusText(status) + "); " + whatToDo(options));
+    saveLongImage(output, corrected);
+    Record record = statisticsOf({{"before", &image}, {"after", &corrected}});
+    record.subject = subjectOf(file, image);
+    record.text = text + calibrationFiles(options.folder) + record.text;
+    return record;
+}
+
+// The last of several files is the dark image unless an option says otherwise.
+ExitCode runCorrect(NdtOptions options) {
+    if (!options.dark && !options.usesStoredDark && options.batch.names.size() > 1) {
+        options.dark = options.batch.names.back();
+        options.batch.names.pop_back();
+    }
     const Shape shape = parseShape(options.shape);
-    const LongImage image = loadLongImage(options.image, shape);
     std::optional<LongImage> dark;
     if (options.dark)
         dark = loadLongImage(*options.dark, shape);
-    requireName(options.output, "the image file to write");
-    requireOtherFile(options.output, options.image);
-    if (options.dark)
-        requireOtherFile(options.output, *options.dark);
     requireFolder(options.folder, "the folder that qxutils ndt calibrate wrote");
+    protectFolder(options.folder);
     configureDetector(options.folder, shape);
     virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
-    LongImage corrected = image;
-    const int status = correct(corrected, dark);
-    if (status != StatusOk) {
-        throw ToolError(options.image + ": cannot be corrected (" + statusText(status) + "); " +
-                        (dark ? "check the files in " + options.folder
-                              : "check the files in " + options.folder +
-                                    ", or give DARK unless the detector triggers itself and sums frames"));
-    }
-    saveLongImage(options.output, corrected);
-    printCalibrationFiles(std::cout, nativePath(options.folder));
-    printStatistics(std::cout, {{"before", &image}, {"after", &corrected}});
-    return ExitCode::Passed;
+    return runBatch(
+        options.batch, "ndt correct",
+        [&](const std::string& file) { return std::vector{correctOne(options, shape, dark, file)}; }, printTexts,
+        [&](const std::vector<std::string>& files) { prepareOutputs(options.output, files); });
 }
 
 }  // namespace
@@ -118,18 +161,21 @@ void addNdtCommand(CLI::App& app, Command& chosen) {
     calibrate.add_option("BRIGHT", options.bright, "Raw 32-bit image of the open field")->required();
     calibrate.add_option("DARK", options.dark, "The dark image that belongs to it")->required();
     addShapeOption(calibrate, options.shape);
+    addResultOptions(calibrate, options.batch.results);
     calibrate.add_option("--out", options.folder, "Calibration folder")->required();
 
-    CLI::App& correct = family.add("correct", "Correct offset, gain and defects of an image", runCorrect);
-    correct.add_option("IMAGE", options.image, "Raw 32-bit image")->required();
-    correct.add_option("DARK", options.dark, "Its dark image; the stored one when left out");
+    CLI::App& correct = family.add("correct", "Correct offset, gain and defects of images", runCorrect);
+    addBatchOptions(correct, options.batch,
+                    "Raw 32-bit images, the last of several DARK, the dark image of the others");
+    correct.add_option("--dark", options.dark, "The dark image, instead of the last one");
+    correct.add_flag("--stored-dark", options.usesStoredDark,
+                     "All of several files are images; the stored dark image serves them");
     addShapeOption(correct, options.shape);
     correct.add_option("--calibration", options.folder, "Calibration folder")->required();
-    const std::map<std::string, DefectMethod> methods = {{"classic", DefectMethod::Classic},
-                                                         {"structured", DefectMethod::Structured}};
-    correct.add_option("--defects", options.defects, "Which list in the folder's defect to use; none when left out")
-        ->transform(CLI::CheckedTransformer(methods));
-    correct.add_option("-o,--output", options.output, "Raw image to write")->required();
+    takeOneOf<DefectMethod>(correct.add_option("--defects", options.defects,
+                                               "Which list in the folder's defect to use; none when left out"),
+                            {{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}});
+    correct.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
 }
 
 }  // namespace qx::tool

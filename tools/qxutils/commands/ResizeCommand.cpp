@@ -9,8 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 
 namespace qx::tool {
@@ -33,10 +33,10 @@ Shape standardShape(const std::string& text, int type) {
 }
 
 Shape wantedShape(const ResizeOptions& options) {
-    const bool isShape = options.to.find('x') != std::string::npos;
-    if (isShape && options.type)
+    const std::optional<Shape> given = readShape(options.to);
+    if (given && options.type)
         throw ToolError("--type needs a standard size; give --to an index from 1 to 4", ExitCode::Usage);
-    const Shape shape = isShape ? parseShape(options.to) : standardShape(options.to, options.type.value_or(0));
+    const Shape shape = given ? *given : standardShape(options.to, options.type.value_or(0));
     if (shape.width == 1 || shape.height == 1)
         throw ToolError("--to " + options.to + ": one row or column has no spacing; give sides from 2",
                         ExitCode::Usage);
@@ -59,12 +59,17 @@ std::string spacing(int from, int to) {
     return formatNumber(static_cast<double>(from - 1) / (to - 1), 4);
 }
 
-void printSizes(const Shape& from, const Shape& to) {
-    TextTable table({"image", "width", "height", "column spacing", "row spacing"});
+Record sizesOf(const Shape& from, const Shape& to) {
+    TextTable table({"image", "width, pixels", "height, pixels", "column spacing, pixels", "row spacing, pixels"});
     table.addRow({"before", std::to_string(from.width), std::to_string(from.height), "1.0000", "1.0000"});
     table.addRow({"after", std::to_string(to.width), std::to_string(to.height), spacing(from.width, to.width),
                   spacing(from.height, to.height)});
-    table.print(std::cout);
+    std::ostringstream text;
+    table.print(text);
+    Record record;
+    record.measures = {{"width after", double(to.width), "pixels"}, {"height after", double(to.height), "pixels"}};
+    record.text = text.str();
+    return record;
 }
 
 Drawing drawResized(const RawImage& before, const RawImage& after, const Region& region) {
@@ -75,26 +80,26 @@ Drawing drawResized(const RawImage& before, const RawImage& after, const Region&
 
 ExitCode runResize(const ResizeOptions& options) {
     const Shape shape = wantedShape(options);
-    const RawImage image = options.files.load();
-    options.files.requireOutputs();
-    const Region region = options.files.shownPart(image);
-    const RawImage resized = resize(image, shape);
-    saveRawImage(options.files.output, resized);
-    printSizes(image.shape, shape);
-    if (options.files.picture)
-        writePicture(*options.files.picture, drawResized(image, resized, region));
-    return ExitCode::Passed;
+    return runImages(options.files, "resize", [&](const RawImage& image, const ImageFiles& files) {
+        const Region region = options.files.shownPart(image);
+        const RawImage resized = resize(image, shape);
+        saveRawImage(files.output.value(), resized);
+        if (files.picture)
+            writePicture(*files.picture, drawResized(image, resized, region));
+        return sizesOf(image.shape, shape);
+    });
 }
 
 }  // namespace
 
 void addResizeCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
-        addSubcommand<ResizeOptions>(app, chosen, "resize", "Resample a raw 16-bit image by cubic splines", runResize);
+        addSubcommand<ResizeOptions>(app, chosen, "resize", "Resample raw 16-bit images by cubic splines", runResize);
     addInput(command, options.files);
     command
-        .add_option("--to", options.to,
-                    "WIDTHxHEIGHT, or the index of a standard size from 1 to 4, whose first number is the width")
+        .add_option(
+            "--to", options.to,
+            "A shape as for --shape, or the index of a standard size from 1 to 4, whose first number is the width")
         ->required();
     command.add_option("--type", options.type, "Detector type of a standard size; 4 and 9 make it a square");
     addOutputs(command, options.files, "Picture of the image before and after");

@@ -1,3 +1,4 @@
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
@@ -9,9 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
-#include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 
 namespace qx::tool {
@@ -29,8 +29,8 @@ struct StripeOptions {
     }
 };
 
-void printRows(const StripeProfile& before, const StripeProfile& after, int triggerLine) {
-    TextTable table({"row", "before", "after", "straight line"});
+void printRows(std::ostream& out, const StripeProfile& before, const StripeProfile& after, int triggerLine) {
+    TextTable table({"row", "before, counts", "after, counts", "straight line, counts"});
     int row = triggerLine - kStripeRows;
     for (std::size_t i = 0; i < before.levels.size(); ++i, ++row) {
         if (before.levels[i] == after.levels[i] && before.straight[i] == after.straight[i])
@@ -38,45 +38,60 @@ void printRows(const StripeProfile& before, const StripeProfile& after, int trig
         table.addRow({std::to_string(row), formatNumber(before.levels[i], 0), formatNumber(after.levels[i], 0),
                       formatNumber(after.straight[i], 0)});
     }
-    table.print(std::cout);
-    std::cout << "  stripe contrast before " << formatNumber(before.contrast, 0) << " counts ("
-              << formatNumber(before.percent, 1) << " %), after " << formatNumber(after.contrast, 0) << " counts ("
-              << formatNumber(after.percent, 1) << " %)\n";
+    table.print(out);
+    out << "  stripe contrast before " << formatNumber(before.contrast, 0) << " counts ("
+        << formatNumber(before.percent, 1) << " %), after " << formatNumber(after.contrast, 0) << " counts ("
+        << formatNumber(after.percent, 1) << " %)\n";
+}
+
+Record contrastsOf(const StripeProfile& before, const StripeProfile& after, int triggerLine, bool isChanged) {
+    Record record;
+    record.measures = {{"stripe contrast before", before.contrast, "counts"},
+                       {"stripe contrast before", before.percent, "%", 1},
+                       {"stripe contrast after", after.contrast, "counts"},
+                       {"stripe contrast after", after.percent, "%", 1}};
+    std::ostringstream text;
+    if (!isChanged)
+        text << "  no row departs: nothing changed\n";
+    printRows(text, before, after, triggerLine);
+    record.text = text.str();
+    return record;
+}
+
+Record correctOne(const StripeOptions& options, const RawImage& image, const ImageFiles& files) {
+    if (options.reference)
+        requireDistinct(files.outputs(), {*options.reference});
+    const int line = options.triggerLine;
+    const RawImage corrected = correctStripe(image, options.loadReference(image), line, options.method);
+    saveRawImage(files.output.value(), corrected);
+    if (files.picture) {
+        writePicture(*files.picture,
+                     drawStripe({{image, "before", "", kInk}, {corrected, "after", "", kInk}}, line, {}));
+    }
+    return contrastsOf(profileOf(image, line), profileOf(corrected, line), line, corrected.pixels != image.pixels);
 }
 
 ExitCode runStripe(const StripeOptions& options) {
     if (options.reference && options.method == StripeMethod::Line)
         throw ToolError("--method line needs no --reference; leave one of them out", ExitCode::Usage);
-    const RawImage image = options.files.load();
-    options.files.requireOutputs();
-    if (options.reference)
-        requireOtherFile(options.files.output, *options.reference);
-    const RawImage corrected = correctStripe(image, options.loadReference(image), options.triggerLine, options.method);
-    if (corrected.pixels == image.pixels)
-        std::cout << "  no row departs: nothing changed\n";
-    printRows(profileOf(image, options.triggerLine), profileOf(corrected, options.triggerLine), options.triggerLine);
-    saveRawImage(options.files.output, corrected);
-    if (options.files.picture) {
-        writePicture(*options.files.picture, drawStripe({{image, "before", "", kInk}, {corrected, "after", "", kInk}},
-                                                        options.triggerLine, {}));
-    }
-    return ExitCode::Passed;
+    return runImages(options.files, "stripe", [&options](const RawImage& image, const ImageFiles& files) {
+        return correctOne(options, image, files);
+    });
 }
 
 }  // namespace
 
 void addStripeCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<StripeOptions>(
-        app, chosen, "stripe", "Take the stripe out of an image that triggered itself", runStripe);
+        app, chosen, "stripe", "Take the stripe out of images that triggered themselves", runStripe);
     addInput(command, options.files);
     command.add_option("--trigger", options.triggerLine, "Row at which the exposure was detected")->required();
     command.add_option("--reference", options.reference,
                        "Raw image in which the stripe is measured; the image itself when left out");
     command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");
-    const std::map<std::string, StripeMethod> methods = {{"clinic", StripeMethod::Clinic},
-                                                         {"line", StripeMethod::Line}};
-    command.add_option("--method", options.method, "clinic: gains from a reference; line: offsets from the rows below")
-        ->transform(CLI::CheckedTransformer(methods));
+    takeOneOf<StripeMethod>(command.add_option("--method", options.method,
+                                               "clinic: gains from a reference; line: offsets from the rows below"),
+                            {{"clinic", StripeMethod::Clinic}, {"line", StripeMethod::Line}});
     addOutputs(command, options.files, "Picture of the rows before and after");
 }
 

@@ -1,9 +1,10 @@
 #include "common/DetectorSetup.h"
 
 #include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/NativeFile.h"
 #include "common/ToolError.h"
-
-#include <fstream>
+#include "common/WholeFile.h"
 
 #if !defined(_WIN32)
 #include <dlfcn.h>
@@ -44,12 +45,16 @@ std::filesystem::path nativePath(const std::string& kitPath) {
 void loadDetectorFile(const std::string& file) {
     constexpr const char* kWanted = "a TOML file with settings of the virtual detector";
     fileBytes(file, kWanted);
-    if (!std::ifstream(file))
+    const std::filesystem::path path = toPath(file);
+    if (!openToRead(path).isOpen())
         throw ToolError(file + ": cannot be opened; give " + kWanted);
     needVirtualDetector();
-    const std::string problem = qxkit::loadVirtualDetector(file);
+    const std::string problem = qxkit::loadVirtualDetector(path);
     if (!problem.empty())
         throw ToolError(problem);
+    protectInput(file);
+    if (writePolicy().dryRun)
+        virtualDetector().config.loggingEnabled = 0;
 }
 
 void setModeSize(const Shape& shape) {

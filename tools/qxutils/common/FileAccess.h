@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Every function throws a ToolError of one line that names what stands in the way and what to do.
 
@@ -17,13 +18,17 @@ std::int64_t fileBytes(const std::string& path, const std::string& wanted);
 // Refuses what is no folder.
 void requireFolder(const std::string& path, const std::string& wanted);
 
-// Refuses an output that would overwrite the file it is made from, under whatever name.
+// Refuses an output that would overwrite the file it is made from, under whatever name, or one that must not be
+// replaced.
 void requireOtherFile(const std::string& output, const std::string& input);
+
+// The same for every pair, and for two outputs.
+void requireDistinct(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs);
 
 // Makes a folder and those above it; nothing to do when it is there.
 void createFolder(const std::string& path);
 
-// Writes a file; done only when all of the content has reached it.
+// Writes a file, which appears whole or not at all (WholeFile.h).
 void writeFile(const std::string& path, std::string_view content);
 
 }  // namespace qx::tool

@@ -1,9 +1,11 @@
 #include "common/LibraryFile.h"
 
+#include "common/NativeFile.h"
 #include "common/ToolError.h"
 
 #include <QxUtils/StatusCode.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace qx::tool {
@@ -13,7 +15,14 @@ constexpr std::size_t kMaxLibraryPath = 255;
 
 }  // namespace
 
+void requireLibraryName(const std::string& path) {
+    const auto isPlain = [](char character) { return static_cast<unsigned char>(character) < 0x80; };
+    if (!takesNamesInAnyScript() && !std::ranges::all_of(path, isPlain))
+        throw ToolError(path + ": this Windows lets the library name files in plain letters only; rename it");
+}
+
 LibraryPath toLibraryPath(const std::string& path) {
+    requireLibraryName(path);
     if (path.size() > kMaxLibraryPath - 2) {
         throw ToolError(path + ": the path is longer than " + std::to_string(kMaxLibraryPath - 2) +
                         " characters; run qxutils closer to the file");

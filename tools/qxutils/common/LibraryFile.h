@@ -12,7 +12,10 @@ struct LibraryPath {
     std::string name;
 };
 
-// Throws a ToolError for a path that is too long for the library.
+// Throws a ToolError for a path that the library cannot take: it names files in the process's code page.
+void requireLibraryName(const std::string& path);
+
+// Throws a ToolError for such a path, and for one that is too long for the library.
 LibraryPath toLibraryPath(const std::string& path);
 
 // "status 1040: " and its message.

@@ -17,6 +17,8 @@ namespace {
 constexpr int kOutput = 1;
 constexpr int kError = 2;
 
+int copyOfOutput = kOutput;
+
 // Returns how many bytes were taken, or less than 1.
 long writeSome(int descriptor, const char* bytes, std::size_t count) {
 #if defined(_WIN32)
@@ -48,9 +50,16 @@ void redirect(int descriptor, int target) {
 
 }  // namespace
 
+int resultsDescriptor() {
+    return copyOfOutput;
+}
+
 StandardOutput::StandardOutput() : descriptor_(copyOf(kOutput)), before_(std::cout.rdbuf(this)) {
+    // What the library prints stands where it belongs among the lines of standard error.
     std::fflush(stdout);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
     redirect(kOutput, kError);
+    copyOfOutput = descriptor_;
     setp(buffer_.data(), buffer_.data() + buffer_.size());
 }
 
@@ -59,6 +68,7 @@ StandardOutput::~StandardOutput() {
     std::cout.rdbuf(before_);
     std::fflush(stdout);
     redirect(kOutput, descriptor_);
+    copyOfOutput = kOutput;
 }
 
 int StandardOutput::overflow(int character) {

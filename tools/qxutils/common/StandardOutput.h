@@ -5,6 +5,9 @@
 
 namespace qx::tool {
 
+// The descriptor that results go to: standard output's own, or its copy while a StandardOutput lives.
+int resultsDescriptor();
+
 // Keeps standard output for results: while it lives, std::cout writes to where standard output went, and what the
 // library prints on its own goes to standard error.
 class StandardOutput : private std::streambuf {

@@ -1,6 +1,9 @@
 #include "common/TemporaryFolder.h"
 
+#include "common/FileName.h"
+#include "common/LibraryFile.h"
 #include "common/ToolError.h"
+#include "common/WholeFile.h"
 
 #include <filesystem>
 #include <random>
@@ -18,7 +21,9 @@ TemporaryFolder::TemporaryFolder() {
     for (int attempt = 0; attempt < kAttempts && !error; ++attempt) {
         const fs::path folder = place / ("qxutils-" + std::to_string(random()));
         if (fs::create_directory(folder, error)) {
-            path_ = folder.string();
+            path_ = toName(folder);
+            requireLibraryName(path_);
+            exemptFolder(folder);
             return;
         }
     }
@@ -27,7 +32,7 @@ TemporaryFolder::TemporaryFolder() {
 
 TemporaryFolder::~TemporaryFolder() {
     std::error_code error;
-    fs::remove_all(path_, error);
+    fs::remove_all(toPath(path_), error);
 }
 
 }  // namespace qx::tool

@@ -4,7 +4,8 @@
 
 namespace qx::tool {
 
-// A folder of its own that goes with the object. Throws a ToolError when none can be made.
+// A folder of its own for what the library reads by name; it goes with the object. Throws a ToolError when none can be
+// made.
 class TemporaryFolder {
 public:
     TemporaryFolder();

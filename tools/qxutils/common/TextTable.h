@@ -1,29 +1,47 @@
 #pragma once
 
+#include "common/Terminal.h"
+
 #include <cstddef>
 #include <iosfwd>
+#include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 // How results are printed.
 
 namespace qx::tool {
 
-// Columns as wide as their widest cell: the first one to the left, the others to the right unless told otherwise.
+// Columns as wide as their widest cell: the first one to the left, the others to the right unless told otherwise. A
+// table too wide for its place continues the texts of its widest columns to the left on further lines, then its
+// headings.
 class TextTable {
 public:
-    explicit TextTable(std::vector<std::string> header) { addRow(std::move(header)); }
+    explicit TextTable(const std::vector<std::string>& header) { addRow(header); }
 
-    void addRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+    // A row, and the colours of some of its cells by their column.
+    void addRow(const std::vector<std::string>& cells, const std::map<std::size_t, TextColour>& cellColours = {});
     void alignLeft(const std::set<std::size_t>& columns) { leftColumns_.insert(columns.begin(), columns.end()); }
-    void print(std::ostream& out) const;
+    void print(std::ostream& out, int width = terminalWidth()) const;
 
 private:
-    std::vector<std::size_t> columnWidths() const;
+    struct Cell {
+        std::string text;
+        TextColour colour = TextColour::Plain;
+    };
+    using Row = std::vector<Cell>;
+    using Widths = std::vector<std::size_t>;
 
-    std::vector<std::vector<std::string>> rows_;
+    using Lines = std::vector<std::string>;
+
+    Widths wholeWidths() const;
+    Widths wordWidths() const;  // with every text, but no number, broken at its blanks
+    Widths widthsWithin(std::size_t width) const;
+    std::vector<Lines> linesOf(const Row& row, const Widths& widths) const;
+    void printRow(std::ostream& out, const Row& row, const std::vector<Lines>& cells, const Widths& widths) const;
+
+    std::vector<Row> rows_;
     std::set<std::size_t> leftColumns_ = {0};
 };
 

@@ -10,7 +10,7 @@
 namespace qx::tool {
 namespace {
 
-constexpr int kMaxMapWidth = 1024;
+constexpr int kMaxMapSide = 1024;
 constexpr double kLeft = 84.0;
 constexpr double kTop = 72.0;
 constexpr double kBelow = 64.0;
@@ -103,7 +103,7 @@ void drawLists(Map& map, const DefectLists& lists) {
 
 Drawing drawDefectMap(const DefectLists& lists) {
     const auto [width, height] = lists.shape;
-    const double scale = 1.0 / previewScale(lists.shape, kMaxMapWidth);
+    const double scale = 1.0 / previewScale({std::max(width, height), 1}, kMaxMapSide);
     const Box frame{kLeft, kTop, width * scale, height * scale};
     const std::vector<LegendEntry> legend = legendOf(lists);
     Drawing drawing(kLeft + std::max(frame.width, legendWidth(legend)) + 2.0 * kGap, frame.bottom() + kBelow, kPaper);

@@ -33,6 +33,16 @@ std::string firstOf(const std::vector<Entry>& list) {
 
 }  // namespace
 
+Record defectCountsOf(const DefectLists& lists) {
+    const auto countOf = [](const auto& list) { return static_cast<double>(list.size()); };
+    Record record;
+    record.measures = {{"points", countOf(lists.points), "pixels"},
+                       {"rows", countOf(lists.rows), "rows"},
+                       {"columns", countOf(lists.columns), "columns"},
+                       {"clusters", countOf(lists.clusters), "clusters"}};
+    return record;
+}
+
 void printDefectCounts(std::ostream& out, const DefectLists& lists) {
     TextTable table({"defects", "points", "rows", "columns", "clusters"});
     table.addRow({"", std::to_string(lists.points.size()), std::to_string(lists.rows.size()),
@@ -41,7 +51,7 @@ void printDefectCounts(std::ostream& out, const DefectLists& lists) {
 }
 
 void printDefectLists(std::ostream& out, const DefectLists& lists) {
-    TextTable table({"defects", "count", "first ones"});
+    TextTable table({"defects", "count", "first ones, pixels"});
     table.alignLeft({2});
     table.addRow({"points", std::to_string(lists.points.size()), firstOf(lists.points)});
     table.addRow({"rows", std::to_string(lists.rows.size()), firstOf(lists.rows)});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "defects/DefectLists.h"
+#include "results/Record.h"
 
 #include <iosfwd>
 
@@ -8,7 +9,10 @@
 
 namespace qx::tool {
 
-// How many there are of each kind.
+// How many there are of each kind, without a text.
+Record defectCountsOf(const DefectLists& lists);
+
+// A table of them.
 void printDefectCounts(std::ostream& out, const DefectLists& lists);
 
 // The same with the first ones of each kind.

@@ -1,5 +1,6 @@
 #include "demo/Demo.h"
 
+#include "common/FileName.h"
 #include "demo/CalibrationFlow.h"
 #include "demo/DemoPictures.h"
 #include "demo/DemoScene.h"
@@ -28,13 +29,13 @@ void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
     constexpr double kLarge = 576.0;
     std::vector<Tile> tiles = drawBalance(flow, kSmall);
     tiles.push_back(drawShadow(flow, kSmall));
-    writePicture((folder / "flow.png").string(), drawTiles(tiles, 3, "What the first-image check looks at"));
-    writePicture((folder / "afe-balance.png").string(), drawTiles(drawBalance(flow, kLarge), 2));
-    writePicture((folder / "shadow.png").string(), drawTiles({drawShadow(flow, kLarge)}, 1));
+    writePicture(toName(folder / "flow.png"), drawTiles(tiles, 3, "What the first-image check looks at"));
+    writePicture(toName(folder / "afe-balance.png"), drawTiles(drawBalance(flow, kLarge), 2));
+    writePicture(toName(folder / "shadow.png"), drawTiles({drawShadow(flow, kLarge)}, 1));
 }
 
 void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures) {
-    const auto path = [&folder](const std::string& name) { return (folder / (name + ".png")).string(); };
+    const auto path = [&folder](const std::string& name) { return toName(folder / (name + ".png")); };
     const RawImage rawFlat = scene.rawFlat();
     writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
     writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
@@ -51,8 +52,8 @@ void reportFiles(std::ostream& out, const std::string& folder, const JudgedExpos
         << "/*.png (begin with overview.png, flow.png, stripe.png, ndt.png and snr-series.png)\n"
         << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(fs::path(folder) / "logs", error))
-        out << "Daily log: " << entry.path().generic_string() << '\n';
+    for (const auto& entry : fs::directory_iterator(toPath(folder) / "logs", error))
+        out << "Daily log: " << toName(entry.path()) << '\n';
     out << "Try: qxutils snr " << folder << '/' << kept.exposure.name << ".raw --shape " << toText(kept.image.shape)
         << " --factory " << folder << "/factory-snr.toml\n"
         << "Try: qxutils check first " << folder << "/flow/collimated.raw " << folder << "/flow/dark.raw --shape "
@@ -87,12 +88,12 @@ int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std
     out << "\nFactory SNR: measuring the images of the factory" << std::endl;
     printFactorySnrDemo(out, runFactorySnrDemo(seed, folder + "/factory"));
 
-    writeFlowPictures(folder, flow);
+    writeFlowPictures(toPath(folder), flow);
     writePicture(folder + "/stripe.png", drawStripeCase(stripes.front()));
     writePicture(folder + "/stripe-line.png", drawStripeCase(stripes.back()));
     writePicture(folder + "/ndt.png", drawNdt(ndt));
     saveRawImage(folder + "/striped.raw", stripes.front().striped);
-    writeFieldPictures(folder, scene, exposures);
+    writeFieldPictures(toPath(folder), scene, exposures);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
     reportFiles(out, folder, exposures.back(), flow);

@@ -9,22 +9,32 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
-#include <iostream>
 #include <iterator>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace qx::tool {
 namespace {
 
-void addRange(TextTable& table, const char* name, const RawImage& image) {
+// The range of one image as a row of the table and as measures of the record.
+void addRange(TextTable& table, Record& record, const std::string& name, const RawImage& image) {
     const auto [least, largest] = std::minmax_element(image.pixels.begin(), image.pixels.end());
     table.addRow({name, std::to_string(*least), std::to_string(*largest)});
+    record.measures.push_back({"minimum " + name, static_cast<double>(*least), "counts"});
+    record.measures.push_back({"maximum " + name, static_cast<double>(*largest), "counts"});
 }
 
-void addRange(TextTable& table, const std::vector<float>& ratios) {
-    const auto text = [](float value) { return formatNumber(value, 4); };
+void addRange(TextTable& table, Record& record, const std::vector<float>& ratios) {
     const auto [least, largest] = std::minmax_element(ratios.begin(), ratios.end());
     const float median = getMedian(ratios.data(), static_cast<int>(ratios.size()));
-    table.addRow({"inside", text(*least), text(median), text(*largest)});
+    std::vector<std::string> cells = {"inside"};
+    for (const auto& [name, value] : {std::pair("minimum", *least), {"median", median}, {"maximum", *largest}}) {
+        cells.push_back(formatNumber(value, 4));
+        record.measures.push_back({std::string(name) + " inside", plainNumber(value), "", 4});
+    }
+    table.addRow(cells);
 }
 
 // Without the border, and without those of pixels of 0.
@@ -40,11 +50,11 @@ std::vector<float> finiteRatios(const FloatImage& ratio) {
 
 }  // namespace
 
-void printChanges(const RawImage& before, const RawImage& after) {
-    TextTable table({"image", "min", "max"});
-    addRange(table, "before", before);
-    addRange(table, "after", after);
-    table.print(std::cout);
+Record changesOf(const RawImage& before, const RawImage& after) {
+    Record record;
+    TextTable table({"image", "min, counts", "max, counts"});
+    addRange(table, record, "before", before);
+    addRange(table, record, "after", after);
     std::size_t changed = 0;
     int largest = 0;
     for (std::size_t i = 0; i < before.pixels.size(); ++i) {
@@ -52,21 +62,31 @@ void printChanges(const RawImage& before, const RawImage& after) {
         changed += change > 0 ? 1 : 0;
         largest = std::max(largest, change);
     }
-    std::cout << "  " << changed << " of " << before.pixels.size() << " pixels changed, by up to " << largest
-              << " counts\n";
+    record.measures.push_back({"changed pixels", static_cast<double>(changed), "pixels"});
+    record.measures.push_back({"largest change", static_cast<double>(largest), "counts"});
+    std::ostringstream text;
+    table.print(text);
+    text << "  " << changed << " of " << before.pixels.size() << " pixels changed, by up to " << largest << " counts\n";
+    record.text = text.str();
+    return record;
 }
 
-void printRatios(const FloatImage& ratio) {
+Record ratiosOf(const FloatImage& ratio) {
+    Record record;
+    std::ostringstream text;
     const std::vector<float> ratios = finiteRatios(ratio);
     if (!ratios.empty()) {
         TextTable table({"ratio", "min", "median", "max"});
-        addRange(table, ratios);
-        table.print(std::cout);
+        addRange(table, record, ratios);
+        table.print(text);
     }
     const Shape inside{ratio.shape.width - 2 * kRatioBorder, ratio.shape.height - 2 * kRatioBorder};
     const auto without = inside.pixelCount() - std::ssize(ratios);
-    std::cout << "  " << toText(inside) << " pixels inside, " << without << " of them without a ratio; the border of "
-              << kRatioBorder << " holds 1\n";
+    record.measures.push_back({"pixels without a ratio", static_cast<double>(without), "pixels"});
+    text << "  " << toText(inside) << " pixels inside, " << without << " of them without a ratio; the border of "
+         << kRatioBorder << " holds 1\n";
+    record.text = text.str();
+    return record;
 }
 
 }  // namespace qx::tool

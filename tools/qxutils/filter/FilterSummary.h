@@ -1,15 +1,16 @@
 #pragma once
 
 #include "image/Image.h"
+#include "results/Record.h"
 
-// What the user reads about a filtered image.
+// What is told about a filtered image, with its table as the record's text.
 
 namespace qx::tool {
 
-// Print the grey ranges of both images and how far they differ.
-void printChanges(const RawImage& before, const RawImage& after);
+// The grey ranges of both images and how far they differ.
+Record changesOf(const RawImage& before, const RawImage& after);
 
-// Print the range of ratios that localRatio gives inside the border.
-void printRatios(const FloatImage& ratio);
+// The range of ratios that localRatio gives inside the border.
+Record ratiosOf(const FloatImage& ratio);
 
 }  // namespace qx::tool

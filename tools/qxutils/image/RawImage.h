@@ -18,10 +18,21 @@ inline constexpr const char* kRawImageWanted = "a raw image file";
 // Whether the file's size is that of a raw 16-bit image behind the 65536-byte header, or without one.
 bool hasImageHeader(const std::string& path, const Shape& shape);
 
-// Reads a raw 16-bit file with or without a header.
+// A raw 16-bit file as it was read, once.
+struct LoadedImage {
+    RawImage image;
+    std::vector<char> header;  // empty where the file has none
+
+    // CRC-32 of the whole file, taken from memory.
+    std::uint32_t contentCrc() const;
+};
+
+// Read a raw 16-bit file, or standard input for "-", with or without a header. A stream is read no further than to see
+// that it is not of the shape.
+LoadedImage loadImageFile(const std::string& path, const Shape& shape);
 RawImage loadRawImage(const std::string& path, const Shape& shape);
 
-// Read raw files of 32-bit floats or unsigned 32-bit pixels, which have no header.
+// Read raw files, or standard input, of 32-bit floats or unsigned 32-bit pixels, which have no header.
 FloatImage loadFloatImage(const std::string& path, const Shape& shape);
 LongImage loadLongImage(const std::string& path, const Shape& shape);
 
@@ -31,6 +42,8 @@ std::vector<char> loadBytes(const std::string& path, std::int64_t count);
 
 // The pixels as they stand in a file.
 std::string_view pixelBytes(const RawImage& image);
+std::string_view pixelBytes(const FloatImage& image);
+std::string_view pixelBytes(const LongImage& image);
 
 // Write the pixels without a header.
 void saveRawImage(const std::string& path, const RawImage& image);

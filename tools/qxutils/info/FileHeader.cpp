@@ -8,7 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <iostream>
+#include <ostream>
 #include <vector>
 
 namespace qx::tool {
@@ -42,17 +42,19 @@ FileHeader loadFactorySnrHeader(const std::string& path) {
     return header;
 }
 
-void printHeader(const FileHeader& header) {
-    TextTable table({"header", "width", "height", "detector type", "integration time", "temperature"});
+void printHeader(std::ostream& out, const FileHeader& header) {
+    TextTable table(
+        {"header", "width, pixels", "height, pixels", "detector type", "integration time, ms", "temperature, C"});
     table.addRow({"", std::to_string(header.file.width), std::to_string(header.file.height),
-                  std::to_string(header.detector.detectorType),
-                  formatNumber(header.detector.integrationTime, 1) + " ms",
-                  formatNumber(header.detector.temperature, 1) + " C"});
-    table.print(std::cout);
+                  std::to_string(header.detector.detectorType), formatNumber(header.detector.integrationTime, 1),
+                  formatNumber(header.detector.temperature, 1)});
+    table.print(out);
 }
 
-std::optional<float> headerIntegrationTime(const std::string& path) {
-    const float time = loadFileHeader(path).detector.integrationTime;
+std::optional<float> integrationTimeOf(const std::vector<char>& header) {
+    if (header.empty())
+        return std::nullopt;
+    const float time = parseHeader(header).detector.integrationTime;
     return std::isfinite(time) && time > 0 ? std::optional(time) : std::nullopt;
 }
 

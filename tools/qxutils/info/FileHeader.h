@@ -3,8 +3,10 @@
 #include <QxUtils/Records.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 
@@ -22,9 +24,9 @@ FileHeader loadFileHeader(const std::string& path);
 // Of a factory SNR file, which keeps its size in the processor's order.
 FileHeader loadFactorySnrHeader(const std::string& path);
 
-void printHeader(const FileHeader& header);
+void printHeader(std::ostream& out, const FileHeader& header);
 
-// The integration time in the header of an image file, in ms; none when it does not tell.
-std::optional<float> headerIntegrationTime(const std::string& path);
+// The integration time in the header of an image, in ms; none when it does not tell, or without a header.
+std::optional<float> integrationTimeOf(const std::vector<char>& header);
 
 }  // namespace qx::tool

@@ -2,6 +2,7 @@
 
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/TextTable.h"
 #include "common/ToolError.h"
 #include "image/PanelFrames.h"
@@ -35,8 +36,8 @@ constexpr double kDeviations = 5.0;
 void configureDetector(const std::string& folder) {
     std::error_code error;
     for (const char* const kind : {"offset", "gain"})
-        fs::remove_all(fs::path(folder) / kind, error);
-    if (const std::string problem = setCalibrationFolder(folder); !problem.empty())
+        fs::remove_all(toPath(folder) / kind, error);
+    if (const std::string problem = setCalibrationFolder(toPath(folder)); !problem.empty())
         throw ToolError(problem);
     setModeSize(kPanel);
     qxkit::VirtualDetector& detector = virtualDetector();
@@ -69,12 +70,12 @@ NdtCall correct(const char* what, int defectMethod, LongImage& image) {
 // Of the gain file that was downloaded.
 double meanOfGainFile(const std::string& folder) {
     std::error_code error;
-    const fs::directory_iterator files(fs::path(folder) / "gain", error);
+    const fs::directory_iterator files(toPath(folder) / "gain", error);
     if (error || files == fs::directory_iterator())
         throw ToolError(folder + ": the detector delivered no gain file");
     constexpr int kHeaderWords = kImageHeaderBytes / 2;
     constexpr double kPixels = kPanel.width * kPanel.height;
-    const std::vector<WORD> words = loadWords(files->path().generic_string(), kHeaderWords + kPanel.pixelCount());
+    const std::vector<WORD> words = loadWords(toName(files->path()), kHeaderWords + kPanel.pixelCount());
     return std::accumulate(words.begin() + kHeaderWords, words.end(), 0.0) / kPixels;
 }
 
@@ -169,7 +170,8 @@ void printNdt(std::ostream& out, const NdtDemo& demo) {
         << " frames. A dark image that had to be downloaded serves the\nnext call:\n";
     calls.print(out);
 
-    TextTable errors({"image", "rms error", "largest", "% of the field", "deviating pixels"});
+    TextTable errors(
+        {"image", "rms error, counts", "largest, counts", "rms error, % of the field", "deviating pixels"});
     const std::pair<const char*, const LongImage*> images[] = {
         {"as it was read", &demo.raw}, {"offset and gain", &demo.flattened}, {"and defects", &demo.corrected}};
     for (const auto& [name, image] : images) {

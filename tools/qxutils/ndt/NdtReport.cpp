@@ -1,5 +1,6 @@
 #include "ndt/NdtReport.h"
 
+#include "common/FileName.h"
 #include "common/TextTable.h"
 
 #include <algorithm>
@@ -8,35 +9,45 @@
 #include <map>
 #include <numeric>
 #include <ostream>
+#include <sstream>
 #include <system_error>
 
 namespace qx::tool {
 
 namespace fs = std::filesystem;
 
-void printStatistics(std::ostream& out, const std::vector<std::pair<std::string, const LongImage*>>& images) {
-    TextTable table({"image", "mean", "stdev", "min", "max"});
+Record statisticsOf(const std::vector<std::pair<std::string, const LongImage*>>& images) {
+    Record record;
+    TextTable table({"image", "mean, counts", "stdev, counts", "min, counts", "max, counts"});
     for (const auto& [name, image] : images) {
         const std::vector<std::uint32_t>& pixels = image->pixels;
         const double mean = std::accumulate(pixels.begin(), pixels.end(), 0.0) / image->pixelCount();
         double squares = 0.0;
         for (const std::uint32_t value : pixels)
             squares += (value - mean) * (value - mean);
+        const double deviation = std::sqrt(squares / image->pixelCount());
         const auto [least, largest] = std::minmax_element(pixels.begin(), pixels.end());
-        table.addRow({name, formatNumber(mean, 1), formatNumber(std::sqrt(squares / image->pixelCount()), 1),
-                      std::to_string(*least), std::to_string(*largest)});
+        table.addRow({name, formatNumber(mean, 1), formatNumber(deviation, 1), std::to_string(*least),
+                      std::to_string(*largest)});
+        record.measures.insert(record.measures.end(), {{"mean " + name, mean, "counts", 1},
+                                                       {"standard deviation " + name, deviation, "counts", 1},
+                                                       {"minimum " + name, static_cast<double>(*least), "counts"},
+                                                       {"maximum " + name, static_cast<double>(*largest), "counts"}});
     }
-    table.print(out);
+    std::ostringstream text;
+    table.print(text);
+    record.text = text.str();
+    return record;
 }
 
 void printCalibrationFiles(std::ostream& out, const fs::path& folder) {
-    TextTable table({"calibration file", "bytes"});
+    TextTable table({"calibration file", "size, bytes"});
     for (const char* const kind : {"offset", "gain", "defect"}) {
         std::map<std::string, std::uintmax_t> files;
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder / kind, error)) {
             if (entry.is_regular_file(error))
-                files[entry.path().generic_string()] = entry.file_size(error);
+                files[toName(entry.path())] = entry.file_size(error);
         }
         for (const auto& [path, bytes] : files)
             table.addRow({path, std::to_string(bytes)});

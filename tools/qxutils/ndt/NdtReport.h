@@ -1,6 +1,7 @@
 #pragma once
 
 #include "image/Image.h"
+#include "results/Record.h"
 
 #include <filesystem>
 #include <iosfwd>
@@ -12,8 +13,8 @@
 
 namespace qx::tool {
 
-// A table of mean, standard deviation, least and largest value of each image.
-void printStatistics(std::ostream& out, const std::vector<std::pair<std::string, const LongImage*>>& images);
+// Mean, standard deviation, least and largest value of each image, in counts, and a table of them as the text.
+Record statisticsOf(const std::vector<std::pair<std::string, const LongImage*>>& images);
 
 // A table of the files in the offset, gain and defect folders of a calibration folder.
 void printCalibrationFiles(std::ostream& out, const std::filesystem::path& folder);

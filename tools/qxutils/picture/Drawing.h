@@ -2,8 +2,10 @@
 
 #include "picture/Preview.h"
 
+#include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -88,8 +90,9 @@ using Mark = std::variant<Area, Stroke, Dot, Text, PlacedPicture>;
 // What was drawn, in this order: later marks cover earlier ones. Whatever lies outside is cut off.
 class Drawing {
 public:
-    // The size in logical pixels; the paper has one colour.
-    Drawing(double width, double height, Colour paper) : width_(width), height_(height), paper_(paper) {}
+    // The size in logical pixels becomes a whole one; the paper has one colour.
+    Drawing(double width, double height, Colour paper)
+        : width_(std::ceil(width)), height_(std::ceil(height)), paper_(paper) {}
 
     double width() const { return width_; }
     double height() const { return height_; }

@@ -1,8 +1,10 @@
 #include "picture/Tiles.h"
 
 #include "common/TextTable.h"
+#include "picture/Font.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace qx::tool {
@@ -11,6 +13,22 @@ namespace {
 constexpr double kLineHeight = 1.35 * kTextSize;
 constexpr double kInsetMargin = 8.0;
 constexpr double kTitleHeight = kTitleSize + kGap;
+
+std::string blackText(const GreyScale& scale) {
+    return "black " + scale.black;
+}
+
+std::string whiteText(const GreyScale& scale) {
+    return "white " + scale.white + (scale.unit.empty() ? "" : " ") + scale.unit;
+}
+
+// What the widest of a tile's parts needs.
+double widthOf(const Tile& tile) {
+    double width = std::max({tile.width(), greyScaleWidth(tile.scale), textWidth(tile.caption, kTextSize, true)});
+    for (const TileLine& line : tile.lines)
+        width = std::max(width, textWidth(line.text, kTextSize));
+    return width;
+}
 
 void drawInset(Drawing& drawing, const Box& tile, const Inset& inset) {
     const auto& [picture, side, shown] = inset;
@@ -49,9 +67,13 @@ GreyScale scaleOf(const GreyWindow& window) {
     return {formatNumber(window.black, 0), formatNumber(window.white, 0)};
 }
 
+double greyScaleWidth(const GreyScale& scale) {
+    return textWidth(blackText(scale), kSmallText) + kSmallText + textWidth(whiteText(scale), kSmallText);
+}
+
 void drawGreyScale(Drawing& drawing, Place corner, double width, const GreyScale& scale) {
     constexpr int kHeight = 8;
-    GreyPicture bar{{static_cast<int>(width), kHeight}, {}};
+    GreyPicture bar{{static_cast<int>(std::ceil(std::max(width, greyScaleWidth(scale)))), kHeight}, {}};
     for (int row = 0; row < kHeight; ++row) {
         for (int column = 0; column < bar.shape.width; ++column)
             bar.pixels.push_back(static_cast<std::uint8_t>(255 * column / std::max(1, bar.shape.width - 1)));
@@ -60,23 +82,26 @@ void drawGreyScale(Drawing& drawing, Place corner, double width, const GreyScale
     drawing.drawPicture(corner, std::move(bar), 1.0);
     drawing.outlineBox(box, {kFaintInk, 0.5});
     const double foot = box.bottom() + 1.1 * kSmallText;
-    drawing.drawText({box.x, foot}, "black " + scale.black, {kInk, kSmallText});
-    drawing.drawText({box.right(), foot}, "white " + scale.white + (scale.unit.empty() ? "" : " ") + scale.unit,
-                     {kInk, kSmallText, Anchor::End});
+    drawing.drawText({box.x, foot}, blackText(scale), {kInk, kSmallText});
+    drawing.drawText({box.right(), foot}, whiteText(scale), {kInk, kSmallText, Anchor::End});
 }
 
 Drawing drawTiles(const std::vector<Tile>& tiles, int columns, const std::string& title) {
     std::size_t lines = 0;
-    for (const Tile& tile : tiles)
+    double widest = 0.0;
+    for (const Tile& tile : tiles) {
         lines = std::max(lines, tile.lines.size());
+        widest = std::max(widest, widthOf(tile));
+    }
     const Tile& first = tiles.front();
     const int count = static_cast<int>(tiles.size());
     const int rows = (count + columns - 1) / columns;
     const double top = kGap + (title.empty() ? 0.0 : kTitleHeight);
-    const double across = first.width() + kGap;
+    const double across = widest + kGap;
     const double down =
         first.height() + 4.0 + kGreyScaleHeight + static_cast<double>(lines + 1) * kLineHeight + 1.5 * kGap;
-    Drawing drawing(std::min(count, columns) * across + kGap, top + rows * down, kPaper);
+    const double titleWidth = textWidth(title, kTitleSize, true) + kGap;
+    Drawing drawing(std::max(std::min(count, columns) * across, titleWidth) + kGap, top + rows * down, kPaper);
     if (!title.empty())
         drawing.drawText({kGap, kGap + kTextSize}, title, {kInk, kTitleSize, Anchor::Start, true});
     for (int index = 0; index < count; ++index)

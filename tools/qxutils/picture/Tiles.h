@@ -46,8 +46,9 @@ struct Tile {
     double height() const { return picture.shape.height * side; }
 };
 
-// A bar of greys with what its ends stand for, and the height that it takes.
+// A bar of greys with what its ends stand for: as wide as its text at least. And the height that it takes.
 void drawGreyScale(Drawing& drawing, Place corner, double width, const GreyScale& scale);
+double greyScaleWidth(const GreyScale& scale);
 inline constexpr double kGreyScaleHeight = 30.0;
 
 // Pictures of one size, a few side by side in each row, below a title that may be left out.

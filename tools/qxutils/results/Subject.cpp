@@ -1,8 +1,13 @@
 #include "results/Subject.h"
 
+#include "common/ContentCrc.h"
+#include "common/FileName.h"
+
 #include <chrono>
 #include <ctime>
 #include <filesystem>
+#include <iterator>
+#include <string_view>
 #include <system_error>
 
 namespace qx::tool {
@@ -26,19 +31,46 @@ std::string timeText(fs::file_time_type time) {
     return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
+// A stream tells its length when it was read.
+Subject withContent(Subject subject, std::int64_t bytes, std::uint32_t crc) {
+    subject.bytes = bytes;
+    subject.crc = crc;
+    return subject;
+}
+
+template <class Pixel>
+Subject ofPixels(const std::string& file, const Image<Pixel>& image) {
+    const std::string_view bytes = pixelBytes(image);
+    return withContent(subjectOf(file, image.shape), std::ssize(bytes), contentCrc(bytes));
+}
+
 }  // namespace
 
 Subject subjectOf(const std::string& file, std::optional<Shape> shape) {
     Subject subject{file};
     subject.shape = shape;
     std::error_code error;
-    if (!fs::is_regular_file(file, error))
+    const fs::path path = toPath(file);
+    if (!fs::is_regular_file(path, error))
         return subject;
-    if (const auto bytes = fs::file_size(file, error); !error)
+    if (const auto bytes = fs::file_size(path, error); !error)
         subject.bytes = static_cast<std::int64_t>(bytes);
-    if (const auto time = fs::last_write_time(file, error); !error)
+    if (const auto time = fs::last_write_time(path, error); !error)
         subject.time = timeText(time);
     return subject;
+}
+
+Subject subjectOf(const std::string& file, const LoadedImage& loaded) {
+    return withContent(subjectOf(file, loaded.image.shape), std::ssize(loaded.header) + loaded.image.shape.pixelBytes(),
+                       loaded.contentCrc());
+}
+
+Subject subjectOf(const std::string& file, const FloatImage& image) {
+    return ofPixels(file, image);
+}
+
+Subject subjectOf(const std::string& file, const LongImage& image) {
+    return ofPixels(file, image);
 }
 
 }  // namespace qx::tool

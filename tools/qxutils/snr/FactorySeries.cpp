@@ -1,6 +1,8 @@
 #include "snr/FactorySeries.h"
 
 #include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/InputFile.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
 #include "snr/FactorySnrRecords.h"
@@ -14,7 +16,6 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <sstream>
 #include <string_view>
@@ -24,17 +25,6 @@ namespace {
 
 constexpr std::int64_t kMaxFileBytes = 1 << 20;
 constexpr const char* kWanted = "a text, TOML or JSON file with SNR values, or a raw reference image";
-
-std::string readText(const std::string& path) {
-    if (fileBytes(path, kWanted) > kMaxFileBytes)
-        throw ToolError(path + ": too long for a list of SNR values; give " + kWanted);
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file || !text)
-        throw ToolError(path + ": cannot be read; check that you may read it and that it is not empty");
-    return text.str();
-}
 
 // 0, which no series may hold, for a number that is none or has no place in a float.
 float toSnr(std::optional<double> value) {
@@ -94,8 +84,8 @@ SnrSeries parsePlain(const std::string& text) {
 }
 
 SnrSeries parseSeries(const std::string& path) {
-    const std::string text = readText(path);
-    const std::filesystem::path extension = std::filesystem::path(path).extension();
+    const std::string text = readWhole(path, kWanted, kMaxFileBytes);
+    const std::filesystem::path extension = toPath(path).extension();
     try {
         if (extension == ".toml")
             return parseToml(text);

@@ -99,7 +99,7 @@ FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) 
 }
 
 void printFactorySnrDemo(std::ostream& out, const FactorySnrDemo& demo) {
-    std::vector<std::string> header = {"image", "ms", "mean"};
+    std::vector<std::string> header = {"image", "time, ms", "mean, counts"};
     for (const int side : snrSquareSides(kPanel))
         header.push_back("SNR " + std::to_string(side));
     TextTable table(header);

@@ -5,6 +5,8 @@
 #include "common/TextTable.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
+#include "results/Subject.h"
+#include "snr/SnrJudgement.h"
 
 #include <QxUtils.h>
 
@@ -13,7 +15,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <iostream>
+#include <ostream>
+#include <sstream>
 #include <string_view>
 
 namespace qx::tool {
@@ -58,15 +61,34 @@ const FactorySNRRecord& nearestRecord(const FactoryDiffIntSNRList& list, std::op
     return *std::ranges::min_element(list.records, {}, distance);
 }
 
-void printFactorySnr(const FactoryDiffIntSNRList& list) {
-    TextTable table({"integration time", "mean", "squares", "first SNR", "last SNR"});
+std::vector<Record> factorySnrRecords(const std::string& path) {
+    const FactoryDiffIntSNRList list = loadFactorySnrFile(path);
+    const std::vector<int> sides = snrSquareSides({kMaxSide, kMaxSide});
+    std::vector<Record> records;
+    for (const FactorySNRRecord& factory : list.records) {
+        Record record;
+        record.subject = subjectOf(path);
+        record.measures = {{"integration time", static_cast<double>(factory.integrationTime), "ms"},
+                           {"mean", plainNumber(factory.meanGray), "counts", 1}};
+        for (std::size_t i = 0; i < std::min(factory.snr.size(), sides.size()); ++i)
+            record.squares.push_back({sides[i], plainNumber(factory.snr[i])});
+        records.push_back(record);
+    }
+    std::ostringstream text;
+    printFactorySnr(text, list);
+    records.back().text = text.str();
+    return records;
+}
+
+void printFactorySnr(std::ostream& out, const FactoryDiffIntSNRList& list) {
+    TextTable table({"integration time, ms", "mean, counts", "squares", "first SNR", "last SNR"});
     for (const FactorySNRRecord& record : list.records) {
         const bool isEmpty = record.snr.empty();
-        table.addRow({std::to_string(record.integrationTime) + " ms", formatNumber(record.meanGray, 1),
+        table.addRow({std::to_string(record.integrationTime), formatNumber(record.meanGray, 1),
                       std::to_string(record.snr.size()), isEmpty ? "" : formatNumber(record.snr.front(), 1),
                       isEmpty ? "" : formatNumber(record.snr.back(), 1)});
     }
-    table.print(std::cout);
+    table.print(out);
 }
 
 }  // namespace qx::tool

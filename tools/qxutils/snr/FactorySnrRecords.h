@@ -1,7 +1,10 @@
 #pragma once
 
+#include "results/Record.h"
+
 #include <QxUtils/Records.h>
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +23,10 @@ FactoryDiffIntSNRList loadFactorySnrFile(const std::string& path);
 // The record whose integration time is nearest, the first one of several or without a time.
 const FactorySNRRecord& nearestRecord(const FactoryDiffIntSNRList& list, std::optional<float> integrationTimeMs);
 
+// The same as results, a series each, with the table as the text of the last one.
+std::vector<Record> factorySnrRecords(const std::string& path);
+
 // A table of the records: integration time, mean, length of the series, its first and its last value.
-void printFactorySnr(const FactoryDiffIntSNRList& list);
+void printFactorySnr(std::ostream& out, const FactoryDiffIntSNRList& list);
 
 }  // namespace qx::tool

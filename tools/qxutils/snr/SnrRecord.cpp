@@ -41,19 +41,27 @@ Measure squaresBelow(const RawImage& image, const SnrSeries& factory) {
                   measure.met != 0}};
 }
 
+TextColour colourOf(Verdict verdict) {
+    if (verdict == Verdict::Measured)
+        return TextColour::Plain;
+    return verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
+}
+
 void printSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
-    TextTable table({"square", "SNR"});
+    TextTable table({"square, pixels", "SNR"});
     for (const SnrSquare& square : squares)
         table.addRow({std::to_string(square.side), formatNumber(square.measured, 1)});
     table.print(out);
 }
 
 void printJudgedSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
-    TextTable table({"square", "SNR", "factory", "expected", "result"});
+    constexpr std::size_t kResultColumn = 4;
+    TextTable table({"square, pixels", "SNR", "factory", "expected", "result"});
     for (const SnrSquare& square : squares) {
         const auto [measured, expected] = textsCompared(square.measured, square.expected.value(), 1);
         table.addRow({std::to_string(square.side), measured, formatNumber(square.factory.value(), 1), expected,
-                      square.isBelow ? "below" : "ok"});
+                      square.isBelow ? "below" : "ok"},
+                     {{kResultColumn, square.isBelow ? TextColour::Red : TextColour::Green}});
     }
     table.print(out);
 }
@@ -64,7 +72,8 @@ void printRecord(std::ostream& out, const Record& record) {
         return;
     }
     printJudgedSquares(out, record.squares);
-    out << "verdict " << *record.code << ": " << record.message << '\n';
+    out << coloured("verdict " + std::to_string(*record.code) + ": " + record.message, colourOf(record.verdict))
+        << '\n';
     if (record.grade)
         out << "grade " << *record.grade << ": " << getStatusMessage(*record.grade) << '\n';
 }
@@ -75,13 +84,15 @@ std::string squaresBelowText(const Record& record) {
 }
 
 void printSummary(std::ostream& out, const std::vector<Record>& records) {
-    TextTable table({"file", "smallest square", "largest square", "below", "verdict", "grade"});
+    constexpr std::size_t kVerdictColumn = 4;
+    TextTable table({"file", "SNR of the smallest square", "of the largest", "squares below", "verdict", "grade"});
     std::set<int> codes;
     for (const Record& record : records) {
         const auto codeText = [](std::optional<int> code) { return code ? std::to_string(*code) : ""; };
         table.addRow({record.subject.file, formatNumber(record.squares.front().measured, 1),
                       formatNumber(record.squares.back().measured, 1), squaresBelowText(record), codeText(record.code),
-                      codeText(record.grade)});
+                      codeText(record.grade)},
+                     {{kVerdictColumn, colourOf(record.verdict)}});
         for (const std::optional<int> code : {record.code, record.grade})
             codes.insert(code.value_or(StatusOk));
     }
@@ -123,14 +134,12 @@ std::vector<Record> snrRecords(const std::string& file, const Shape& shape, cons
             throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
         return savedRecords(file);
     }
-    const RawImage image = loadRawImage(file, shape);
+    const LoadedImage loaded = loadImageFile(file, shape);
     std::optional<SnrSeries> series;
-    if (factory) {
-        const auto time = hasImageHeader(file, shape) ? headerIntegrationTime(file) : std::nullopt;
-        series = loadFactorySeries(*factory, shape, time);
-    }
-    Record record = snrRecord(image, series);
-    record.subject = subjectOf(file, shape);
+    if (factory)
+        series = loadFactorySeries(*factory, shape, integrationTimeOf(loaded.header));
+    Record record = snrRecord(loaded.image, series);
+    record.subject = subjectOf(file, loaded);
     return {record};
 }
 

@@ -94,7 +94,8 @@ Drawing drawStripeCase(const StripeCase& stripe) {
 }
 
 void printStripes(std::ostream& out, const std::vector<StripeCase>& cases) {
-    TextTable table({"method", "rows written", "largest before", "after", "rms before", "after", "noise of a row"});
+    TextTable table({"method", "rows written", "largest before, counts", "after, counts", "rms before, counts",
+                     "after, counts", "noise of a row, counts"});
     for (const StripeCase& stripe : cases) {
         const ProfileError before = errorOf(stripe.striped, stripe.clean);
         const ProfileError after = errorOf(stripe.corrected, stripe.clean);

@@ -1,0 +1,60 @@
+#include "batch/OutputNames.h"
+
+#include "common/FileAccess.h"
+#include "common/FileName.h"
+#include "common/ToolError.h"
+
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+namespace qx::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool endsAsFolder(const std::string& output) {
+#if defined(_WIN32)
+    return output.ends_with('/') || output.ends_with('\\');
+#else
+    return output.ends_with('/');
+#endif
+}
+
+}  // namespace
+
+bool isOutputFolder(const std::string& output) {
+    std::error_code error;
+    return endsAsFolder(output) || fs::is_directory(toPath(output), error);
+}
+
+std::string outputFor(const std::string& output, const std::string& file, const std::string& ending) {
+    if (!isOutputFolder(output))
+        return output;
+    fs::path name = file == "-" ? fs::path("standard-input") : toPath(file).filename();
+    if (!ending.empty())
+        name.replace_extension(ending);
+    return toName(toPath(output) / name);
+}
+
+void prepareOutputs(const std::string& output, const std::vector<std::string>& files) {
+    if (files.size() > 1 && !isOutputFolder(output)) {
+        throw ToolError(output + ": one name for the results of " + std::to_string(files.size()) +
+                            " files; give a folder, such as " + output + "/",
+                        ExitCode::Usage);
+    }
+    if (!isOutputFolder(output))
+        return;
+    std::map<std::string, std::string> fileOf;
+    for (const std::string& file : files) {
+        const auto [place, isNew] = fileOf.emplace(outputFor(output, file), file);
+        if (!isNew) {
+            throw ToolError(place->second + " and " + file + " would both be written to " + place->first +
+                                "; give them in two calls",
+                            ExitCode::Usage);
+        }
+    }
+    createFolder(output);
+}
+
+}  // namespace qx::tool
