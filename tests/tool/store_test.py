@@ -238,7 +238,14 @@ def test_only_new_files_are_judged_until_the_folder_goes(folder: Path, tmp_path:
     put(folder, "old.raw", pixels(300))
     with watching(folder, "--check", "uniform", *SHAPE) as watcher:
         wait_until_it_watches(watcher)
+        # More notices than the system keeps for a process that does not look.
+        watcher.process.send_signal(signal.SIGSTOP)
+        names = [folder / "a.part", folder / "b.part"]
+        names[0].touch()
+        for i in range(int(Path("/proc/sys/fs/inotify/max_queued_events").read_text()) + 1):
+            names[i % 2].rename(names[(i + 1) % 2])
         put(folder, "new.raw", pixels(301))
+        watcher.process.send_signal(signal.SIGCONT)
         line = watcher.line()
         assert line["file"] == str(folder / "new.raw") and line["verdict"] == "failed" and "no verdict" in line["message"]
         folder.rename(tmp_path / "elsewhere")

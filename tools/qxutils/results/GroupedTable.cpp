@@ -2,6 +2,7 @@
 
 #include "common/TextTable.h"
 
+#include <limits>
 #include <ostream>
 #include <sstream>
 
@@ -23,7 +24,7 @@ void GroupedTable::print(std::ostream& out) const {
     for (std::size_t row = 1; row < rows_.size(); ++row)
         table.addRow(indented(rows_[row]));
     std::ostringstream text;
-    table.print(text);
+    table.print(text, std::numeric_limits<int>::max());
     std::istringstream lines(text.str());
     std::size_t row = 0;
     const auto copyRowsBefore = [&](std::size_t end) {

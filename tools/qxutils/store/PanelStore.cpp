@@ -2,6 +2,7 @@
 
 #include "common/ComparedNumbers.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/ToolError.h"
 #include "store/DateText.h"
 
@@ -112,7 +113,7 @@ std::int64_t pragma(const Database& database, const char* sql) {
 const std::string& checkedPath(const std::string& path, PanelStore::Use use) {
     requireName(path, kWanted);
     std::error_code error;
-    if (use == PanelStore::Use::Reading || std::filesystem::is_directory(path, error))
+    if (use == PanelStore::Use::Reading || std::filesystem::is_directory(toPath(path), error))
         fileBytes(path, kWanted);
     return path;
 }
