@@ -202,8 +202,9 @@ std::vector<TrendSeries> inOrder(std::vector<PlacedSeries>& placed) {
 
 PanelStore::PanelStore(const std::string& path, Use use)
     : path_(checkedPath(path, use)), database_(path, flagsFor(use)) {
-    const std::int64_t application = pragma(database_, "PRAGMA application_id");
+    // In this order: another process may make the store in between, which gives it tables and the number at once.
     const bool isEmpty = pragma(database_, "SELECT count(*) FROM sqlite_master") == 0;
+    const std::int64_t application = pragma(database_, "PRAGMA application_id");
     if (application != kApplication && (application != 0 || !isEmpty || use == Use::Reading))
         throw ToolError(path + ": is no store of qxutils; give " + kWanted + ", or a new name");
     if (pragma(database_, "PRAGMA user_version") > kVersion)
