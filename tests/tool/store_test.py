@@ -62,13 +62,16 @@ class Watcher:
     def line(self) -> dict:
         assert self.process.stdout is not None
         text = self.process.stdout.readline()
-        assert text.endswith("\n"), self.process.communicate()
+        assert text.endswith("\n"), self.process.stderr and self.process.stderr.read()
         return json.loads(text)
 
     def end(self, code: int = 0) -> tuple[list[dict], str]:
-        out, error = self.process.communicate(timeout=DEADLINE_S)
-        assert self.process.returncode == code, error
-        return [json.loads(line) for line in out.splitlines()], error
+        # communicate() would miss what was read together with an earlier line.
+        assert self.process.stdout is not None and self.process.stderr is not None
+        lines = [json.loads(line) for line in self.process.stdout]
+        error = self.process.stderr.read()
+        assert self.process.wait(DEADLINE_S) == code, error
+        return lines, error
 
     def stop(self) -> list[dict]:
         self.process.send_signal(signal.SIGTERM)
@@ -236,14 +239,24 @@ def test_a_watched_file_is_judged_when_it_is_complete(folder: Path, tmp_path: Pa
 
 def test_only_new_files_are_judged_until_the_folder_goes(folder: Path, tmp_path: Path) -> None:
     put(folder, "old.raw", pixels(300))
-    with watching(folder, "--check", "uniform", *SHAPE) as watcher:
+    store = tmp_path / "panel.sqlite"
+    with watching(folder, "--check", "uniform", *SHAPE, "--store", store) as watcher:
         wait_until_it_watches(watcher)
+        # More notices than the system keeps for a process that does not look.
+        watcher.process.send_signal(signal.SIGSTOP)
+        names = [folder / "a.part", folder / "b.part"]
+        names[0].touch()
+        for i in range(int(Path("/proc/sys/fs/inotify/max_queued_events").read_text()) + 1):
+            names[i % 2].rename(names[(i + 1) % 2])
         put(folder, "new.raw", pixels(301))
+        watcher.process.send_signal(signal.SIGCONT)
         line = watcher.line()
         assert line["file"] == str(folder / "new.raw") and line["verdict"] == "failed" and "no verdict" in line["message"]
         folder.rename(tmp_path / "elsewhere")
         lines, error = watcher.end(1)
     assert lines == [] and error.splitlines()[-1].startswith(f"qxutils: {folder}: is gone")
+    with contextlib.closing(sqlite3.connect(store)) as database:
+        assert database.execute("SELECT count(*) FROM results").fetchone() == (0,)
 
 
 def test_what_changed_since_a_reference(folder: Path, tmp_path: Path) -> None:

@@ -1,11 +1,10 @@
 #include "commands/StoreOption.h"
 
+#include "common/WholeFile.h"
 #include "results/RecordJson.h"
 #include "store/PanelStore.h"
 
 #include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace qx::tool {
 
@@ -14,11 +13,21 @@ void addStoreOption(CLI::App& command, std::optional<std::string>& store) {
         ->option_text("FILE");
 }
 
-RecordSink storeSink(const std::optional<std::string>& store) {
+std::unique_ptr<PanelStore> openStore(const std::optional<std::string>& store) {
     if (!store)
+        return nullptr;
+    if (writePolicy().dryRun) {
+        announce("keep the results in " + *store);
+        return nullptr;
+    }
+    return std::make_unique<PanelStore>(*store);
+}
+
+RecordSink storeSink(const std::optional<std::string>& store) {
+    std::shared_ptr<PanelStore> kept = openStore(store);
+    if (!kept)
         return [](const Record&) {};
-    return [kept = std::make_shared<PanelStore>(*store),
-            detector = documentHead().at("detector")](const Record& record) { kept->add(record, detector); };
+    return [kept, detector = documentHead().at("detector")](const Record& record) { kept->add(record, detector); };
 }
 
 }  // namespace qx::tool

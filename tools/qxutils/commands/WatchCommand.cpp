@@ -5,16 +5,17 @@
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
-#include "common/LibraryFile.h"
 #include "results/RecordJson.h"
 #include "results/Subject.h"
 #include "store/PanelStore.h"
 #include "watch/FolderWatch.h"
 
-#include <QxUtils/Files.h>
+#include <QxUtils/Records.h>
 
+#include <algorithm>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,14 +44,6 @@ std::vector<std::int64_t> completeSizes(const JudgeSettings& settings) {
     return {settings.shape.pixelBytes(), settings.shape.pixelBytes() + kImageHeaderBytes};
 }
 
-std::optional<std::uint32_t> crcOf(const std::string& file) {
-    const LibraryPath path = toLibraryPath(file);
-    unsigned long crc = 0;
-    if (readLocalCRC(path.directory.c_str(), path.name.c_str(), crc) != 0)
-        return std::nullopt;
-    return static_cast<std::uint32_t>(crc);
-}
-
 void printLine(const Record& record) {
     Json line = documentHead();
     line.update(toJson(record));
@@ -64,25 +57,25 @@ class ArrivalJudge {
 public:
     explicit ArrivalJudge(const WatchOptions& options)
         : folder_(options.folder), command_(options.judge.kind == "snr" ? "snr" : "check " + options.judge.kind),
-          completeSizes_(completeSizes(options.judge)), judge_(options.judge) {
-        if (options.store)
-            store_.emplace(*options.store);
-    }
+          completeSizes_(completeSizes(options.judge)), judge_(options.judge), store_(openStore(options.store)) {}
 
     void take(const std::string& name) {
         const std::string file = folder_ + '/' + name;
         const std::optional<FileState> state = stateOf(file);
         if (!state || std::ranges::find(completeSizes_, state->bytes) == completeSizes_.end())
             return;
-        Subject subject = subjectOf(file);
-        const bool isNew = !crcs_.contains(name);
-        if (isNew && isStored(subject))
+        const bool isNew = !told_.contains(name);
+        if (isNew && isStored(subjectOf(file)))
             return;
-        subject.crc = crcOf(file);
-        if (isNew ? isStored(subject) : crcs_[name] == subject.crc)
+        const std::vector<Record> records = outcomeOf(command_, file, [&] { return judge_(file); }).records;
+        // It is written again, and comes again when that ends; or it is gone.
+        if (stateOf(file) != state)
             return;
-        if (judge(subject, *state))
-            crcs_[name] = subject.crc;
+        const Told now{records.front().subject.crc, *state};
+        if (isNew ? isStored(records.front().subject) : told_[name].isSame(now))
+            return;
+        tell(records);
+        told_[name] = now;
     }
 
     int lines() const { return lines_; }
@@ -90,32 +83,29 @@ public:
 private:
     bool isStored(const Subject& subject) const { return store_ && store_->holds(command_, subject); }
 
-    // Whether there was something to tell.
-    bool judge(const Subject& subject, const FileState& state) {
-        std::vector<Record> records = outcomeOf(command_, subject.file, [&] { return judge_(subject.file); }).records;
-        // It is written again, and comes again when that ends; or it is gone.
-        if (stateOf(subject.file) != state)
-            return false;
-        for (Record& record : records) {
-            const std::optional<Shape> shape = record.subject.shape;
-            record.subject = subject;
-            record.subject.shape = shape;
-        }
+    void tell(const std::vector<Record>& records) {
         // What was told is kept, whatever happens in between.
         if (store_)
             store_->add(records, documentHead().at("detector"));
         for (const Record& record : records)
             printLine(record);
         lines_ += static_cast<int>(records.size());
-        return true;
     }
+
+    // What was judged last under a name.
+    struct Told {
+        std::optional<std::uint32_t> crc;  // of what was read; nothing when that failed
+        FileState state;
+
+        bool isSame(const Told& other) const { return crc == other.crc && (crc || state == other.state); }
+    };
 
     std::string folder_;
     std::string command_;
     std::vector<std::int64_t> completeSizes_;
     FileJudge judge_;
-    std::optional<PanelStore> store_;
-    std::map<std::string, std::optional<std::uint32_t>> crcs_;  // of what was judged last under a name
+    std::unique_ptr<PanelStore> store_;
+    std::map<std::string, Told> told_;
     int lines_ = 0;
 };
 

@@ -1,4 +1,5 @@
 #include "common/ComparedNumbers.h"
+#include "common/FileName.h"
 #include "common/TextTable.h"
 #include "results/Comparison.h"
 #include "results/CsvLine.h"
@@ -19,7 +20,7 @@ Json jsonOf(const std::optional<double>& value) {
 
 std::string titleOf(const Record& record) {
     const std::string check = record.check.empty() ? "" : " (" + record.check + ")";
-    return record.subject.file + ": " + record.command + check;
+    return printable(record.subject.file) + ": " + record.command + check;
 }
 
 std::string verdictsOf(const ComparedRecord& record) {

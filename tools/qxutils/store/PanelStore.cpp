@@ -2,6 +2,7 @@
 
 #include "common/ComparedNumbers.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/ToolError.h"
 #include "results/DateText.h"
 
@@ -112,7 +113,7 @@ std::int64_t pragma(const Database& database, const char* sql) {
 const std::string& checkedPath(const std::string& path, PanelStore::Use use) {
     requireName(path, kWanted);
     std::error_code error;
-    if (use == PanelStore::Use::Reading || std::filesystem::is_directory(path, error))
+    if (use == PanelStore::Use::Reading || std::filesystem::is_directory(toPath(path), error))
         fileBytes(path, kWanted);
     return path;
 }
@@ -201,8 +202,9 @@ std::vector<TrendSeries> inOrder(std::vector<PlacedSeries>& placed) {
 
 PanelStore::PanelStore(const std::string& path, Use use)
     : path_(checkedPath(path, use)), database_(path, flagsFor(use)) {
-    const std::int64_t application = pragma(database_, "PRAGMA application_id");
+    // In this order: another process may make the store in between, which gives it tables and the number at once.
     const bool isEmpty = pragma(database_, "SELECT count(*) FROM sqlite_master") == 0;
+    const std::int64_t application = pragma(database_, "PRAGMA application_id");
     if (application != kApplication && (application != 0 || !isEmpty || use == Use::Reading))
         throw ToolError(path + ": is no store of qxutils; give " + kWanted + ", or a new name");
     if (pragma(database_, "PRAGMA user_version") > kVersion)

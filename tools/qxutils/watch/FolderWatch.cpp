@@ -1,5 +1,6 @@
 #include "watch/FolderWatch.h"
 
+#include "common/FileName.h"
 #include "common/ToolError.h"
 #include "watch/FolderLook.h"
 #include "watch/FolderNotices.h"
@@ -12,12 +13,13 @@ namespace fs = std::filesystem;
 
 std::optional<FileState> stateOf(const std::string& path) {
     std::error_code error;
-    if (!fs::is_regular_file(path, error))
+    const fs::path file = toPath(path);
+    if (!fs::is_regular_file(file, error))
         return std::nullopt;
-    const std::uintmax_t bytes = fs::file_size(path, error);
+    const std::uintmax_t bytes = fs::file_size(file, error);
     if (error)
         return std::nullopt;
-    const fs::file_time_type time = fs::last_write_time(path, error);
+    const fs::file_time_type time = fs::last_write_time(file, error);
     if (error)
         return std::nullopt;
     return FileState{static_cast<std::int64_t>(bytes), time};
@@ -26,9 +28,9 @@ std::optional<FileState> stateOf(const std::string& path) {
 std::map<std::string, FileState> rawFilesIn(const std::string& folder) {
     std::map<std::string, FileState> files;
     std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        const std::optional<FileState> state = name.ends_with(".raw") ? stateOf(entry->path().string()) : std::nullopt;
+    for (fs::directory_iterator entry(toPath(folder), error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = toName(entry->path().filename());
+        const std::optional<FileState> state = name.ends_with(".raw") ? stateOf(toName(entry->path())) : std::nullopt;
         if (state)
             files.emplace(name, *state);
     }
