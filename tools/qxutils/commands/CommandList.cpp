@@ -3,16 +3,17 @@
 namespace qx::tool {
 
 // A new command is declared and listed here, and known nowhere else; the file that is named after it defines it.
-AddCommand addDemoCommand, addCheckCommand, addSnrCommand, addCompareCommand, addTrendCommand, addWatchCommand,
-    addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand, addInfoCommand,
-    addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addCompletionCommand, addVersionCommand;
+AddCommand addDemoCommand, addCheckCommand, addSnrCommand, addReportCommand, addCompareCommand, addTrendCommand,
+    addWatchCommand, addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand,
+    addInfoCommand, addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addCompletionCommand,
+    addVersionCommand;
 
 void addCommands(CLI::App& app, Command& chosen) {
     for (AddCommand* const add :
-         {addDemoCommand, addCheckCommand, addSnrCommand, addCompareCommand, addTrendCommand, addWatchCommand,
-          addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand, addInfoCommand,
-          addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand, addCompletionCommand,
-          addVersionCommand})
+         {addDemoCommand, addCheckCommand, addSnrCommand, addReportCommand, addCompareCommand, addTrendCommand,
+          addWatchCommand, addStripeCommand, addFactorySnrCommand, addNdtCommand, addFilterCommand, addResizeCommand,
+          addInfoCommand, addDefectsCommand, addPreviewCommand, addBase64Command, addExplainCommand,
+          addCompletionCommand, addVersionCommand})
         add(app, chosen);
 }
 

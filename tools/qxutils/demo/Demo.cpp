@@ -3,6 +3,7 @@
 #include "common/FileName.h"
 #include "demo/CalibrationFlow.h"
 #include "demo/DemoPictures.h"
+#include "demo/DemoReport.h"
 #include "demo/DemoScene.h"
 #include "demo/FieldExposures.h"
 #include "demo/FlowPictures.h"
@@ -10,6 +11,7 @@
 #include "ndt/NdtDemo.h"
 #include "ndt/NdtPicture.h"
 #include "picture/PngWriter.h"
+#include "report/LogTail.h"
 #include "snr/FactorySeries.h"
 #include "snr/FactorySnrDemo.h"
 #include "stripe/StripeDemo.h"
@@ -48,7 +50,8 @@ void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const st
 
 void reportFiles(std::ostream& out, const std::string& folder, const JudgedExposure& kept,
                  const CalibrationFlow& flow) {
-    out << "\nPictures: " << folder
+    out << "\nReport of the day: " << folder << "/report.html (report.json and report.csv beside it)\n"
+        << "Pictures: " << folder
         << "/*.png (begin with overview.png, flow.png, stripe.png, ndt.png and snr-series.png)\n"
         << "In overview.png black to white is 2 % below to 2 % above the median of each corrected image.\n";
     std::error_code error;
@@ -68,6 +71,7 @@ void reportFiles(std::ostream& out, const std::string& folder, const JudgedExpos
 
 int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std::string& folder) {
     out << "Building a virtual panel of " << toText(shape) << " pixels, seed " << seed << std::endl;
+    const LogTail log;
     const DemoScene scene(shape, seed);
     out << "Measuring the factory series" << std::endl;
     const SnrSeries factory = scene.measureFactorySeries();
@@ -96,6 +100,7 @@ int runDemo(std::ostream& out, const Shape& shape, std::uint64_t seed, const std
     writeFieldPictures(toPath(folder), scene, exposures);
     saveFactorySeries(folder + "/factory-snr.toml", factory);
     saveRawImage(folder + '/' + exposures.back().exposure.name + ".raw", exposures.back().image);
+    writeDemoReport(folder + "/report.html", exposures, factory, flow, stripes, log.lines());
     reportFiles(out, folder, exposures.back(), flow);
     return wrongVerdicts;
 }

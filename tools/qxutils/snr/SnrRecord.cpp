@@ -114,15 +114,20 @@ Record snrRecord(const RawImage& image, const std::optional<SnrSeries>& factory)
             record.squares.push_back({sides[i], plainNumber(series[i])});
         return record;
     }
-    const SnrJudgement judgement = judgeSnr(image, *factory);
+    return snrRecord(judgeSnr(image, *factory), image, *factory);
+}
+
+Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const SnrSeries& factory) {
+    const std::vector<int> sides = snrSquareSides(image.shape);
+    Record record;
     record.check = "checkGlobalSNR";
     record.code = judgement.verdict;
     record.message = getStatusMessage(judgement.verdict);
     record.verdict = judgement.passed() ? Verdict::Passed : Verdict::NotPassed;
     record.grade = judgement.grade;
-    record.measures.push_back(squaresBelow(image, *factory));
+    record.measures.push_back(squaresBelow(image, factory));
     for (std::size_t i = 0; i < sides.size(); ++i) {
-        record.squares.push_back({sides[i], plainNumber(judgement.measured[i]), plainNumber((*factory)[i]),
+        record.squares.push_back({sides[i], plainNumber(judgement.measured[i]), plainNumber(factory[i]),
                                   plainNumber(judgement.expected[i]), judgement.isBelow(i)});
     }
     return record;

@@ -15,6 +15,9 @@ namespace qx::tool {
 // The series of an image, judged against a factory series where there is one.
 Record snrRecord(const RawImage& image, const std::optional<SnrSeries>& factory);
 
+// What was judged already.
+Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const SnrSeries& factory);
+
 // Of a file: a raw image, judged against what loadFactorySeries finds in the factory file; or results of earlier runs
 // (*.json), whose series are taken as they were.
 std::vector<Record> snrRecords(const std::string& file, const Shape& shape, const std::optional<std::string>& factory);

@@ -1,0 +1,262 @@
+"""The report's page as a browser shows it, and what is written beside it."""
+
+import array
+import base64
+import csv
+import json
+import os
+import re
+import shutil
+from pathlib import Path
+
+import pytest
+from tool import IS_WINDOWS, on_linux_only, refused, run
+
+SCHEMA = Path(__file__).parents[2] / "docs/results.schema.json"
+SIDE = 512
+DARK, BRIGHT = 10000, 30000
+HARM = "</script><script>window.harmed = 1</script><img src=x onerror='window.harmed = 2'>"
+ONE_MEGABYTE = 1 << 20
+
+
+def halves(path: Path, left: int = DARK, right: int = BRIGHT) -> None:
+    """An image whose halves differ; each row is a count away from the one before, so that there is noise."""
+    rows = [array.array("H", [left + y % 2] * (SIDE // 2) + [right + y % 2] * (SIDE // 2)) for y in range(SIDE)]
+    path.write_bytes(b"".join(row.tobytes() for row in rows))
+
+
+@pytest.fixture(scope="module")
+def folder(tmp_path_factory) -> Path:
+    """A report of five images, of which one is dark alone, with a factory series that is hard to reach."""
+    made = tmp_path_factory.mktemp("report")
+    for i in range(5):
+        halves(made / f"image{i}.raw", right=DARK if i == 0 else BRIGHT)
+    (made / "factory.txt").write_text("1 5 5 5")
+    (made / "log.toml").write_text('[limits]\nloggingEnabled = true\n[directories]\nwork = "."\n')
+    done = run("--detector", "log.toml", "report", *(f"image{i}.raw" for i in range(5)), "--shape", f"{SIDE}x{SIDE}",
+               "--factory", "factory.txt", "-o", "report.html", folder=made)
+    assert done.exit == 3 and done.output == b"report.html: 20 results, 5 images" + os.linesep.encode(), done
+    return made
+
+
+@pytest.fixture(scope="module")
+def browser():
+    if IS_WINDOWS:
+        pytest.skip("the page is the same one, and there is no browser")
+    from selenium import webdriver
+    from selenium.webdriver.chrome.service import Service
+
+    chromium, driver_path = shutil.which("chromium"), shutil.which("chromedriver")
+    assert chromium and driver_path, "scripts/setup installs chromium and chromium-driver"
+    options = webdriver.ChromeOptions()
+    options.binary_location = chromium
+    for argument in ("headless=new", "no-sandbox", "disable-gpu", "disable-quic", "no-first-run",
+                     "disable-background-networking", "disable-component-update", "disable-sync",
+                     "disable-dev-shm-usage", "window-size=1280,900"):
+        options.add_argument(f"--{argument}")
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+    driver = webdriver.Chrome(options=options, service=Service(driver_path))
+    driver.execute_cdp_cmd("Network.enable", {})
+    driver.execute_cdp_cmd("Network.emulateNetworkConditions",
+                           {"offline": True, "latency": 0, "downloadThroughput": -1, "uploadThroughput": -1})
+    yield driver
+    driver.quit()
+
+
+@pytest.fixture
+def page(browser, folder):
+    """The report, freshly opened; nothing may be asked for or go wrong until the test has ended."""
+    return opened(browser, folder / "report.html")
+
+
+def opened(browser, path: Path):
+    for kind in ("browser", "performance"):
+        browser.get_log(kind)
+    browser.get(path.as_uri())
+    return browser
+
+
+def assert_quiet(browser, path: Path) -> None:
+    messages = [json.loads(entry["message"])["message"] for entry in browser.get_log("performance")]
+    asked = [message["params"]["request"]["url"] for message in messages
+             if message["method"] == "Network.requestWillBeSent"]
+    assert [url for url in asked if not url.startswith("data:")] == [path.as_uri()]
+    # A warning about the test's own reading of pixels is none of the page's.
+    assert [entry for entry in browser.get_log("browser") if "getImageData" not in entry["message"]] == []
+
+
+def grey(browser, image: int, x: int, y: int) -> int:
+    """What the canvas shows of a pixel of the image, which is not reduced."""
+    return browser.execute_script("""
+        const canvas = document.querySelectorAll("canvas.pixels")[arguments[0]];
+        const at = (i, length) => Math.floor((i + 0.5) * length / arguments[3]);
+        return canvas.getContext("2d").getImageData(at(arguments[1], canvas.width), at(arguments[2], canvas.height),
+                                                    1, 1).data[0];""", image, x, y, SIDE)
+
+
+def slide(browser, image: int, name: str, value: float) -> None:
+    browser.execute_script("""
+        const slider = document.querySelectorAll("input." + arguments[1])[arguments[0]];
+        slider.value = arguments[2];
+        slider.dispatchEvent(new Event("input"));""", image, name, value)
+
+
+def test_the_sliders_move_the_pixels(page, folder):
+    for level, window in ((20000, 40000), (20000, 20000), (12000, 8000), (29000, 4000)):
+        slide(page, 1, "level", level)
+        slide(page, 1, "window", window)
+        for x, value in ((100, DARK), (400, BRIGHT)):
+            share = (value - (level - window / 2)) / window
+            assert grey(page, 1, x, 200) == pytest.approx(255 * min(max(share, 0), 1), abs=1), (level, window, x)
+    number = page.find_elements("css selector", "input.level-number")[1]
+    assert number.get_property("value") == "29000"
+    number.clear()
+    number.send_keys("10000")
+    assert grey(page, 1, 100, 200) == pytest.approx(127.5, abs=1)
+    assert_quiet(page, folder / "report.html")
+
+
+def test_the_keyboard_reaches_everything(page, folder):
+    from selenium.webdriver.common.keys import Keys
+
+    article = page.find_elements("css selector", "article.image")[1]
+    canvas = article.find_element("css selector", "canvas.pixels")
+    told = article.find_element("css selector", "output")
+    canvas.send_keys(Keys.ARROW_RIGHT, Keys.ARROW_DOWN)
+    assert told.text.startswith("30001 counts at column 257, row 257;")
+    canvas.send_keys(Keys.SHIFT, Keys.ARROW_LEFT)
+    assert told.text.startswith("10001 counts at column 247, row 257; column mean 10000.5")
+    # Enlarged around the cursor, the border of the halves moves to the right.
+    assert grey(page, 1, 460, 200) == 255
+    canvas.send_keys("+" * 8)
+    assert (grey(page, 1, 460, 200), grey(page, 1, 490, 200)) == (0, 255)
+    canvas.send_keys("0")
+    assert grey(page, 1, 460, 200) == 255
+    box = article.find_elements("css selector", ".layers input")[0]
+    marks = lambda: len(article.find_elements("css selector", ".mark"))
+    before = marks()
+    box.send_keys(Keys.SPACE)
+    assert marks() != before
+    reachable = page.execute_script("""
+        return [...document.querySelectorAll("canvas.pixels, button, input, a, summary, .log")]
+            .every((part) => part.tabIndex >= 0)""")
+    assert reachable
+    assert_quiet(page, folder / "report.html")
+
+
+def test_the_marks_are_where_the_library_looks(page):
+    """Squares of 64 and 128 of the bright images fail; the step between strips lies in the middle."""
+    data = json.loads(page.execute_script("return document.getElementById('data').textContent"))
+    overlays = {overlay["name"]: overlay["marks"] for overlay in data["images"][1]["overlays"]}
+    squares = overlays["SNR squares"]
+    assert [(mark["x"], mark["y"], mark["width"], mark["label"]) for mark in squares] == [
+        ((SIDE - side) // 2, (SIDE - side) // 2, side, str(side)) for side in (64, 128, 256)]
+    assert [mark["x"] for mark in overlays["largest step between strips"]] == [SIDE // 2 - 32, SIDE // 2]
+    assert {mark["state"] for mark in overlays["largest step between strips"]} == {"not met"}
+    assert [mark["label"] for mark in overlays["five squares"]] == ["20000", "10000", "30000", "10000", "30000"]
+    assert len(overlays["blocks that deviate most"]) == 16
+    drawn = page.find_elements("css selector", ".series svg")
+    assert len(drawn) == 5 and "logarithmic" in drawn[0].get_attribute("textContent")
+    failing = [record for record in data["records"] if any(square["below"] for square in record.get("squares", []))]
+    assert len(page.find_elements("css selector", ".series path.below")) == sum(
+        square["below"] for record in failing for square in record["squares"]) > 0
+
+
+def test_a_store_shows_where_a_measure_goes(browser, tmp_path):
+    for day in range(3):
+        halves(tmp_path / f"day{day}.raw", right=DARK + 1000 * day)
+        os.utime(tmp_path / f"day{day}.raw", (day * 86400, day * 86400))
+    report = lambda name: run("report", name, "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--store", "p.sqlite",
+                              "-o", "report.html", folder=tmp_path)
+    assert [report(f"day{day}.raw").exit for day in range(3)] == [0, 0, 0]
+    page = opened(browser, tmp_path / "report.html")
+    figure, = page.find_elements("css selector", ".trends figure")
+    assert re.fullmatch(r"step between strips, analysisStrip\n.*\nToday 1999\.99 counts, limit < 4000; changes by "
+                        r"999\.996 a day and meets the limit on 1970-01-0[45]\.", figure.text, re.DOTALL), figure.text
+    assert [len(figure.find_elements("css selector", f"path.{kind}, line.{kind}, circle.{kind}"))
+            for kind in ("measured", "expected", "factory", "dot")] == [1, 1, 1, 3]
+    assert_quiet(page, tmp_path / "report.html")
+
+
+def test_it_prints(page):
+    paper = base64.b64decode(page.execute_cdp_cmd("Page.printToPDF", {"printBackground": True})["data"])
+    assert paper.startswith(b"%PDF")
+    assert 4 <= len(re.findall(rb"/Type /Page\b", paper)) <= 12
+    assert len(re.findall(rb"/Subtype /Image", paper)) >= 5
+
+
+def test_without_scripts_the_tables_tell_it_all(browser, folder):
+    browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
+    try:
+        text = opened(browser, folder / "report.html").find_element("css selector", "body").text
+    finally:
+        browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": False})
+    for told in ("20 results of 5 images", "not passed", "step between strips, counts 2000", "< 4000", "1063",
+                 "side, pixels SNR factory expected result\n64 ", "below", "need JavaScript", "Halbrook4343",
+                 "| Calib  | I | <checkGlobalSNR> begins", "factory.txt"):
+        assert told in text, told
+    assert "canvas" not in browser.page_source.split("<script>")[0].split("</style>")[1]
+
+
+@on_linux_only
+def test_names_do_no_harm(browser, folder, tmp_path):
+    names = [os.fsencode("<b onclick='x'>&\"{{data}}.raw"), b"bytes \xff\xfe.raw"]
+    for name in names:
+        shutil.copy(folder / "image0.raw", os.path.join(os.fsencode(tmp_path), name))
+    record = {"command": HARM, "check": HARM, "file": HARM, "verdict": "failed", "message": HARM,
+              "measures": [{"name": HARM, "value": 1, "unit": HARM, "decimals": 0}]}
+    (tmp_path / "harm.json").write_text(json.dumps({"results": [record]}))
+    done = run("report", *names, "harm.json", "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--title", HARM,
+               "-o", "report.html", folder=tmp_path)
+    assert done.exit == 0, done
+    page = opened(browser, tmp_path / "report.html")
+    assert page.execute_script("return window.harmed === undefined && document.images.length === 0")
+    assert page.execute_script("return document.querySelectorAll('[onclick]').length") == 0
+    assert [heading.text for heading in page.find_elements("css selector", "h1, h3")] == [
+        HARM, "<b onclick='x'>&\"{{data}}.raw", "bytes \ufffd\ufffd.raw"]
+    assert_quiet(page, tmp_path / "report.html")
+
+
+def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):
+    import jsonschema
+
+    # Five images in the size in which pages show them.
+    assert 3 * ONE_MEGABYTE < (folder / "report.html").stat().st_size < 4e6
+    document = json.loads((folder / "report.json").read_text())
+    jsonschema.validate(document, json.loads(SCHEMA.read_text()))
+    with open(folder / "report.csv", newline="") as file:
+        rows = list(csv.DictReader(file))
+    steps = [row for row in rows if row["measure"] == "step between strips"]
+    assert [(row["file"], row["met"]) for row in steps] == [
+        (f"image{i}.raw", "true" if i == 0 else "false") for i in range(5)]
+    # The library sums in single precision.
+    assert [float(row["value"]) for row in steps] == pytest.approx([0] + 4 * [BRIGHT - DARK], rel=1e-3)
+    # From its own results the report tells the same, of the images that are still what they were.
+    shutil.copy(folder / "report.json", tmp_path / "old.json")
+    shutil.copy(folder / "image1.raw", tmp_path)
+    (tmp_path / "image2.raw").write_bytes((folder / "image1.raw").read_bytes()[::-1])
+    (tmp_path / "image3.raw").write_bytes(b"shorter")
+    done = run("report", "old.json", "-o", "again.html", folder=tmp_path)
+    assert done.exit == 3 and b"20 results, 1 images" in done.output, done
+    assert json.loads((tmp_path / "again.json").read_text())["results"] == document["results"]
+
+
+def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
+    (tmp_path / "none.json").write_text('{"results": []}')
+    shutil.copy(folder / "image0.raw", tmp_path)
+    shape = ("--shape", f"{SIDE}x{SIDE}")
+    report = lambda *arguments: run("report", *arguments, folder=tmp_path)
+    refused(report("none.json", "-o", "no.html"), 2, "there is no image to report of; give raw images, or results")
+    (tmp_path / "empty").mkdir()
+    refused(report("empty", *shape, "-o", "no.html"), 2, "empty: ")
+    (tmp_path / "empty").rmdir()
+    refused(report("-o", "no.html"), 2, "FILE is required")
+    refused(report("image0.raw", "-o", "no.html"), 2, "image0.raw: --shape is required for an image")
+    refused(report("image0.raw", *shape, "-o", "page.txt"), 2, "page.txt: a report is a page; give a name that ends in")
+    refused(report("none.json", "-o", "none.html"), 2, "none.json: would overwrite the file it is made from")
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["image0.raw", "none.json"]
+    (tmp_path / "floats.raw").write_bytes(bytes(4 * SIDE * SIDE))
+    done = report("image0.raw", "floats.raw", "nowhere.raw", *shape, "--check", "strip", "-o", "page.html")
+    assert (done.exit, done.output.split(b",")[0]) == (1, b"page.html: 3 results"), done
+    for problem in ("nowhere.raw: no such file", "floats.raw: none of the checks asked for is one of 32-bit floats"):
+        assert problem in done.error and problem in (tmp_path / "page.html").read_text(encoding="utf-8")

@@ -1,0 +1,410 @@
+#include "report/Overlays.h"
+
+#include "common/ComparedNumbers.h"
+#include "common/TextTable.h"
+
+#include <QxSysMgt.h>
+#include <QxUtils.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace qx::tool {
+namespace {
+
+constexpr int kBlockSide = 32;
+constexpr int kStripColumns = 32;
+
+MarkState stateOf(const Measure& measure) {
+    return !measure.limit ? MarkState::Examined : measure.limit->met ? MarkState::Met : MarkState::NotMet;
+}
+
+std::string textOf(const Measure& measure) {
+    return measure.limit ? textBeside(measure.value, measure.limit->value, measure.decimals)
+                         : formatNumber(measure.value, measure.decimals);
+}
+
+Region squareAt(int row, int column, int side) {
+    return {{column, row}, {side, side}};
+}
+
+Overlay snrSquares(const Record& record, const Shape& shape) {
+    Overlay overlay{"SNR squares", {}};
+    for (const SnrSquare& square : record.squares) {
+        const MarkState state = !square.expected ? MarkState::Examined
+                                : square.isBelow ? MarkState::NotMet
+                                                 : MarkState::Met;
+        overlay.marks.push_back(
+            {squareAt((shape.height - square.side) / 2, (shape.width - square.side) / 2, square.side),
+             std::to_string(square.side), state});
+    }
+    return overlay;
+}
+
+// The difference of an exposure and its dark image, 0 where the dark image is brighter; the image without one.
+WORD differenceAt(const RawImage& image, const RawImage* dark, int row, int column) {
+    const WORD black = dark == nullptr ? WORD{0} : dark->at(row, column);
+    const WORD bright = image.at(row, column);
+    return static_cast<WORD>(bright > black ? bright - black : 0);
+}
+
+// The five squares of getUniform: as there, the distance from the border is 0.333 of half a side, in single precision.
+Overlay uniformSquares(const Measure& measure, const RawImage& image, const RawImage* dark) {
+    constexpr int kSide = 64;
+    const auto [width, height] = image.shape;
+    const float dx = static_cast<float>(width) * 0.333f * 0.5f;
+    const float dy = static_cast<float>(height) * 0.333f * 0.5f;
+    const int left = static_cast<int>(dx);
+    const int top = static_cast<int>(dy);
+    const int right = static_cast<int>(static_cast<float>(width - kSide) - dx);
+    const int bottom = static_cast<int>(static_cast<float>(height - kSide) - dy);
+    const std::array<Point, 5> corners = {
+        {{(width - kSide) / 2, (height - kSide) / 2}, {left, top}, {right, top}, {left, bottom}, {right, bottom}}};
+    Overlay overlay{"five squares", {}};
+    for (const Point& corner : corners) {
+        std::int64_t sum = 0;
+        for (int y = corner.y; y < corner.y + kSide; ++y)
+            for (int x = corner.x; x < corner.x + kSide; ++x)
+                sum += differenceAt(image, dark, y, x);
+        overlay.marks.push_back(
+            {squareAt(corner.y, corner.x, kSide), std::to_string(sum / (kSide * kSide)), stateOf(measure)});
+    }
+    return overlay;
+}
+
+// A block of the grid and how far its median lies from the mean of all, relative to it.
+struct GridBlock {
+    Region place;
+    double median = 0.0;
+    double deviation = 0.0;
+};
+
+WORD medianOf(const RawImage& image, const Region& place, std::vector<WORD>& pixels) {
+    pixels.clear();
+    for (int y = place.rows().first; y < place.rows().end; ++y)
+        pixels.insert(pixels.end(), image.row(y) + place.corner.x, image.row(y) + place.columns().end);
+    const auto middle = pixels.begin() + std::ssize(pixels) / 2;
+    std::nth_element(pixels.begin(), middle, pixels.end());
+    return *middle;
+}
+
+// Of checkGlobalUniform: without two blocks at every side, the largest deviation first.
+std::vector<GridBlock> gridBlocks(const RawImage& image) {
+    constexpr int kSide = 64;
+    constexpr int kBorder = 2;
+    std::vector<GridBlock> blocks;
+    std::vector<WORD> pixels;
+    double sum = 0.0;
+    for (int row = kBorder; row < image.shape.height / kSide - kBorder; ++row) {
+        for (int column = kBorder; column < image.shape.width / kSide - kBorder; ++column) {
+            const Region place = squareAt(row * kSide, column * kSide, kSide);
+            blocks.push_back({place, static_cast<double>(medianOf(image, place, pixels))});
+            sum += blocks.back().median;
+        }
+    }
+    const double mean = sum / static_cast<double>(blocks.size());
+    for (GridBlock& block : blocks)
+        block.deviation = std::fabs(block.median - mean) / mean;
+    std::ranges::stable_sort(blocks, std::greater<>(), &GridBlock::deviation);
+    return blocks;
+}
+
+// The blocks up to the one whose deviation is judged, and those beyond the limit.
+Overlay deviatingBlocks(const Measure& measure, const RawImage& image) {
+    constexpr std::size_t kJudged = 4;
+    Overlay overlay{"blocks that deviate most", {}};
+    for (const GridBlock& block : gridBlocks(image)) {
+        const bool isBeyond = measure.limit && block.deviation > measure.limit->value;
+        if (overlay.marks.size() >= kJudged && !isBeyond)
+            break;
+        // Many are told by their colour.
+        const std::string label = overlay.marks.size() < kJudged ? formatNumber(block.deviation, measure.decimals) : "";
+        overlay.marks.push_back({block.place, label, isBeyond ? MarkState::NotMet : MarkState::Examined});
+    }
+    return overlay;
+}
+
+// Means of the strips of 32 columns that are examined: while columns are left beyond them.
+std::vector<double> stripMeans(const RawImage& image) {
+    std::vector<double> means(static_cast<std::size_t>(std::max(0, (image.shape.width - 1) / kStripColumns)));
+    for (int y = 0; y < image.shape.height; ++y) {
+        const WORD* const row = image.row(y);
+        for (std::size_t strip = 0; strip < means.size(); ++strip) {
+            const WORD* const first = row + strip * kStripColumns;
+            std::uint32_t sum = 0;
+            for (int x = 0; x < kStripColumns; ++x)
+                sum += first[x];
+            means[strip] += sum;
+        }
+    }
+    for (double& mean : means)
+        mean /= static_cast<double>(kStripColumns) * image.shape.height;
+    return means;
+}
+
+Region stripPlace(std::size_t strip, const Shape& shape) {
+    return {{static_cast<int>(strip) * kStripColumns, 0}, {kStripColumns, shape.height}};
+}
+
+Overlay stripPair(const Measure& measure, const RawImage& image) {
+    const std::vector<double> means = stripMeans(image);
+    Overlay overlay{"largest step between strips", {}};
+    std::size_t pair = 0;
+    double largest = -1.0;
+    for (std::size_t strip = 1; strip < means.size(); ++strip) {
+        const double step = std::fabs(means[strip] - means[strip - 1]);
+        if (step > largest) {
+            largest = step;
+            pair = strip;
+        }
+    }
+    if (pair > 0) {
+        overlay.marks.push_back({stripPlace(pair - 1, image.shape), "", stateOf(measure)});
+        overlay.marks.push_back({stripPlace(pair, image.shape), "step " + textOf(measure), stateOf(measure)});
+    }
+    return overlay;
+}
+
+// The leftmost of the darkest strips; the first one when none lies below 10000.
+Overlay darkestStrip(const Measure& measure, const RawImage& image) {
+    int level = 10000;
+    std::size_t darkest = 0;
+    const std::vector<double> means = stripMeans(image);
+    for (std::size_t strip = 0; strip < means.size(); ++strip) {
+        if (means[strip] < level) {
+            level = static_cast<int>(means[strip]);
+            darkest = strip;
+        }
+    }
+    return {"darkest strip", {{stripPlace(darkest, image.shape), textOf(measure), stateOf(measure)}}};
+}
+
+FloatImage blockMedians(const RawImage& image, const RawImage& dark) {
+    FloatImage difference{image.shape, {}};
+    difference.pixels.reserve(image.pixels.size());
+    std::transform(image.pixels.begin(), image.pixels.end(), dark.pixels.begin(), std::back_inserter(difference.pixels),
+                   [](WORD bright, WORD black) { return bright > black ? static_cast<float>(bright - black) : 0.0f; });
+    FloatImage blocks = filledImage({image.shape.width / kBlockSide, image.shape.height / kBlockSide}, 0.0f);
+    doBinningSample(blocks.pixels.data(), difference.pixels.data(), image.shape.width, image.shape.height);
+    return blocks;
+}
+
+// The first block that is not met, row by row, or the darkest one. A preview's blocks that end at the border are not
+// examined.
+Overlay darkestBlock(const Measure& measure, const RawImage& image, const RawImage& dark, bool isPreview) {
+    const FloatImage blocks = blockMedians(image, dark);
+    const int rows = isPreview ? (image.shape.height - 1) / kBlockSide : blocks.shape.height;
+    const int columns = isPreview ? (image.shape.width - 1) / kBlockSide : blocks.shape.width;
+    std::optional<Point> darkest;
+    const auto isFound = [&] {
+        return darkest && static_cast<double>(blocks.at(darkest->y, darkest->x)) <= measure.value;
+    };
+    for (int y = 0; y < rows && !isFound(); ++y) {
+        for (int x = 0; x < columns && !isFound(); ++x) {
+            if (!darkest || blocks.at(y, x) < blocks.at(darkest->y, darkest->x))
+                darkest = Point{x, y};
+        }
+    }
+    Overlay overlay{"darkest block", {}};
+    if (darkest)
+        overlay.marks.push_back({squareAt(darkest->y * kBlockSide, darkest->x * kBlockSide, kBlockSide),
+                                 textOf(measure), stateOf(measure)});
+    return overlay;
+}
+
+// Blocks that belong to a region.
+struct BlockMask {
+    Shape shape;
+    std::vector<unsigned char> inside;
+
+    bool has(int row, int column) const {
+        return row >= 0 && row < shape.height && column >= 0 && column < shape.width &&
+               inside[static_cast<std::size_t>(row * shape.width + column)] != 0;
+    }
+};
+
+// The edges of blocks at which the region ends, and what it lies in.
+MarkedPlace outlined(const BlockMask& mask) {
+    MarkedPlace mark{{{0, 0}, {0, 0}}, "", MarkState::Examined};
+    Point first{mask.shape.width, mask.shape.height};
+    Point end{0, 0};
+    for (int row = 0; row <= mask.shape.height; ++row) {
+        for (int column = 0; column <= mask.shape.width; ++column) {
+            const Point corner{column * kBlockSide, row * kBlockSide};
+            if (mask.has(row, column) != mask.has(row - 1, column))
+                mark.outline.push_back({corner, {corner.x + kBlockSide, corner.y}});
+            if (mask.has(row, column) != mask.has(row, column - 1))
+                mark.outline.push_back({corner, {corner.x, corner.y + kBlockSide}});
+            if (!mask.has(row, column))
+                continue;
+            first = {std::min(first.x, column), std::min(first.y, row)};
+            end = {std::max(end.x, column + 1), std::max(end.y, row + 1)};
+        }
+    }
+    if (!mark.outline.empty())
+        mark.place = {{first.x * kBlockSide, first.y * kBlockSide},
+                      {(end.x - first.x) * kBlockSide, (end.y - first.y) * kBlockSide}};
+    return mark;
+}
+
+Overlay shadowRegion(const Measure& measure, const RawImage& image, const RawImage& dark) {
+    BlockMask mask{{image.shape.width / kBlockSide, image.shape.height / kBlockSide}, {}};
+    mask.inside.resize(static_cast<std::size_t>(mask.shape.pixelCount()));
+    locateShadow(image.pixels.data(), dark.pixels.data(), image.shape.width, image.shape.height, mask.inside.data(),
+                 static_cast<int>(mask.inside.size()));
+    Overlay overlay{"shadow", {}};
+    MarkedPlace mark = outlined(mask);
+    if (mark.outline.empty())
+        return overlay;
+    mark.label = textOf(measure) + " blocks";
+    mark.state = stateOf(measure);
+    overlay.marks.push_back(mark);
+    return overlay;
+}
+
+Overlay cornerAreas(const Measure& measure, const Shape& shape) {
+    constexpr int kSide = 8 * kBlockSide;
+    const int right = shape.width / kBlockSide * kBlockSide - kSide;
+    const int bottom = shape.height / kBlockSide * kBlockSide - kSide;
+    Overlay overlay{"corners", {}};
+    for (const Point& corner : {Point{0, 0}, Point{right, 0}, Point{0, bottom}, Point{right, bottom}})
+        overlay.marks.push_back({squareAt(corner.y, corner.x, kSide), "", stateOf(measure)});
+    overlay.marks.front().label = "asymmetry " + textOf(measure);
+    return overlay;
+}
+
+std::vector<Overlay> exposureOverlays(const Record& record, const RawImage& image, const RawImage* dark) {
+    if (dark == nullptr || dark->shape != image.shape || record.measures.empty())
+        return {};
+    const std::vector<Measure>& measures = record.measures;
+    const bool isPreview = record.check == "checkPreImg";
+    std::vector<Overlay> overlays = {darkestBlock(measures[0], image, *dark, isPreview)};
+    if (measures.size() > 1)
+        overlays.push_back(isPreview ? uniformSquares(measures[1], image, dark)
+                                     : shadowRegion(measures[1], image, *dark));
+    if (measures.size() > 2)
+        overlays.push_back(cornerAreas(measures[2], image.shape));
+    return overlays;
+}
+
+// The centred area of a check of images that triggered themselves: it holds the row and the column behind its last
+// ones.
+Region centredArea(const Shape& shape, int width, int height) {
+    const auto stretch = [](int size, int length) {
+        const int first = std::clamp((size - length) / 2, 0, size - 1);
+        return Stretch{first, std::clamp((size + length) / 2, 0, size - 1) + 1};
+    };
+    const Stretch rows = stretch(shape.height, height);
+    const Stretch columns = stretch(shape.width, width);
+    return {{columns.first, rows.first}, {columns.length(), rows.length()}};
+}
+
+Overlay triggerAreas(const Record& record, const Shape& shape) {
+    constexpr int kRegionWidth = 256;
+    constexpr int kRegionUnit = 64;
+    const double ratio = static_cast<double>(shape.height) / shape.width;
+    const int regionHeight = kRegionUnit * static_cast<int>(ratio * kRegionWidth / kRegionUnit + 0.5);
+    const int regions = shape.width / kRegionWidth - 2;
+    const std::array<Region, 2> areas = {{centredArea(shape, kRegionWidth * regions / 2, regionHeight * regions / 2),
+                                          centredArea(shape, kRegionWidth * regions, regionHeight * regions)}};
+    constexpr std::array kNames = {"middle area", "outer area"};
+    Overlay overlay{"areas", {}};
+    // Those that were asked are the last of up to three measures, the first one a region somewhere in the middle.
+    for (std::size_t i = 0; i < areas.size(); ++i) {
+        const bool isMeasured = record.measures.size() > i + 1;
+        overlay.marks.push_back(
+            {areas[i], kNames[i], isMeasured ? stateOf(record.measures[i + 1]) : MarkState::Examined});
+    }
+    return overlay;
+}
+
+// The tiles that are searched for patches: kept within their bands, which are counted in the side of large tiles.
+Overlay patchTiles(const Measure& measure, const Shape& shape) {
+    constexpr int kTopRows = 128;
+    constexpr int kMarginRows = 192;
+    constexpr int kLargeTile = 64;
+    constexpr int kLargeTileChannels = 44;
+    const int side = getReadOutChannels() == kLargeTileChannels ? kLargeTile : kLargeTile / 2;
+    const int rows = (shape.height - kMarginRows) / kLargeTile * side;
+    const int columns = shape.width / kLargeTile * side;
+    Overlay overlay{"tiles examined", {}};
+    if (rows > 0 && columns > 0)
+        overlay.marks.push_back({{{0, kTopRows}, {columns, rows}},
+                                 "tiles of " + std::to_string(side) + " x " + std::to_string(side),
+                                 stateOf(measure)});
+    return overlay;
+}
+
+// The rows that step, neighbours as one mark.
+Overlay steppingRows(const Measure& measure, const FloatImage& image) {
+    const auto limit = static_cast<double>(getConfigInfo()->rcnRowDiffLimit);
+    Overlay overlay{"rows that step", {}};
+    double before = 0.0;
+    for (int y = 0; y < image.shape.height; ++y) {
+        double mean = 0.0;
+        for (int x = 0; x < image.shape.width; ++x)
+            mean += static_cast<double>(image.at(y, x)) / image.shape.width;
+        if (y > 0 && std::fabs(mean - before) >= limit) {
+            std::vector<MarkedPlace>& marks = overlay.marks;
+            if (!marks.empty() && marks.back().place.rows().end == y)
+                ++marks.back().place.shape.height;
+            else
+                marks.push_back({{{0, y}, {image.shape.width, 1}}, "", stateOf(measure)});
+        }
+        before = mean;
+    }
+    return overlay;
+}
+
+std::vector<Overlay> withoutEmpty(std::vector<Overlay> overlays) {
+    std::erase_if(overlays, [](const Overlay& overlay) { return overlay.marks.empty(); });
+    return overlays;
+}
+
+std::vector<Overlay> allOverlays(const Record& record, const RawImage& image, const RawImage* dark) {
+    if (!record.squares.empty())
+        return {snrSquares(record, image.shape)};
+    if (record.check == "checkFirstImg" || record.check == "checkPreImg")
+        return exposureOverlays(record, image, dark);
+    if (record.measures.empty())
+        return {};
+    const Measure& measure = record.measures.front();
+    if (record.check == "getUniform")
+        return {uniformSquares(measure, image, nullptr)};
+    if (record.check == "checkGlobalUniform")
+        return {deviatingBlocks(measure, image)};
+    if (record.check == "analysisStrip")
+        return {stripPair(measure, image)};
+    if (record.check == "darkImgGrayAnalysis")
+        return {darkestStrip(measure, image)};
+    return {};
+}
+
+std::vector<Overlay> allOverlays(const Record& record, const FloatImage& image) {
+    if (record.measures.empty())
+        return {};
+    if (record.check == "checkFalseTriggAEDImage")
+        return {triggerAreas(record, image.shape)};
+    if (record.check == "checkOffsetImageQuality")
+        return {patchTiles(record.measures.front(), image.shape)};
+    if (record.check == "analysisRcn")
+        return {steppingRows(record.measures.front(), image)};
+    return {};
+}
+
+}  // namespace
+
+std::vector<Overlay> overlaysOf(const Record& record, const RawImage& image, const RawImage* dark) {
+    return withoutEmpty(allOverlays(record, image, dark));
+}
+
+std::vector<Overlay> overlaysOf(const Record& record, const FloatImage& image) {
+    return withoutEmpty(allOverlays(record, image));
+}
+
+}  // namespace qx::tool

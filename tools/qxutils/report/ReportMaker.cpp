@@ -1,0 +1,162 @@
+#include "report/ReportMaker.h"
+
+#include "common/FileAccess.h"
+#include "common/ToolError.h"
+#include "image/RawImage.h"
+#include "results/Subject.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <utility>
+
+namespace qx::tool {
+namespace {
+
+bool isResultsName(const std::string& file) {
+    return file.ends_with(".json");
+}
+
+bool isOfFloats(const std::string& kind) {
+    return kind == "offset" || kind == "false-trigger";
+}
+
+bool holdsFloats(const std::string& file, const Shape& shape) {
+    return fileBytes(file, kRawImageWanted) == shape.pixelCount() * std::int64_t{sizeof(float)};
+}
+
+std::string commandOf(const std::string& kind) {
+    return kind == "snr" ? kind : "check " + kind;
+}
+
+// The file as it is now.
+Subject presentSubject(const std::string& file, const Shape& shape) {
+    return holdsFloats(file, shape) ? subjectOf(file, loadFloatImage(file, shape))
+                                    : subjectOf(file, loadImageFile(file, shape));
+}
+
+// Whether the file is still what the record is about.
+bool isThere(const Subject& subject) {
+    try {
+        return subject.shape && fileBytes(subject.file, kRawImageWanted) == subject.bytes.value_or(-1) &&
+               (!subject.crc || presentSubject(subject.file, *subject.shape).crc == subject.crc);
+    } catch (const ToolError&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+ReportMaker::ReportMaker(ReportSettings settings, std::size_t files) : settings_(std::move(settings)), files_(files) {
+    if (settings_.dark && settings_.shape)
+        dark_ = loadRawImage(*settings_.dark, *settings_.shape);
+    report_.title = settings_.title;
+    report_.head = documentHead();
+    report_.facts = {{"Limits", settings_.limits.value_or("the detector's configuration")}};
+    if (settings_.factory)
+        report_.facts.push_back({"Factory series", *settings_.factory});
+    if (settings_.dark)
+        report_.facts.push_back({"Dark image", *settings_.dark});
+}
+
+Outcome ReportMaker::add(const std::string& file) {
+    return isResultsName(file) ? addResults(file) : addImage(file);
+}
+
+Outcome ReportMaker::addResults(const std::string& file) {
+    Outcome outcome;
+    try {
+        outcome.records = loadRecords(file);
+    } catch (const ToolError& error) {
+        outcome = failedOutcome("report", file, error.what());
+    }
+    for (const Record& record : outcome.records) {
+        if (record.verdict == Verdict::NotPassed)
+            outcome.exitCode = worse(outcome.exitCode, ExitCode::NotPassed);
+    }
+    keep(outcome);
+    std::set<std::string> shown;
+    for (const Record& record : outcome.records) {
+        if (isThere(record.subject) && shown.insert(record.subject.file).second)
+            addPicture(record.subject.file, *record.subject.shape);
+    }
+    return outcome;
+}
+
+Outcome ReportMaker::addImage(const std::string& file) {
+    if (!settings_.shape)
+        throw ToolError(file + ": --shape is required for an image; give WIDTHxHEIGHT", ExitCode::Usage);
+    if (file == "-")
+        throw ToolError("-: a report reads an image more than once; give a file", ExitCode::Usage);
+    Outcome all;
+    const Outcome kinds = outcomeOf("report", file, [&] {
+        all = judge(file, kindsOf(file));
+        return std::vector<Record>{};
+    });
+    if (!kinds.problem.empty())
+        all = kinds;
+    keep(all);
+    addPicture(file, *settings_.shape);
+    return all;
+}
+
+// The first problem stands for all: without the file there is none of the verdicts.
+Outcome ReportMaker::judge(const std::string& file, const std::vector<std::string>& kinds) const {
+    Outcome all;
+    for (const std::string& kind : kinds) {
+        const JudgeSettings settings{kind, *settings_.shape, settings_.dark, settings_.blockLimit, settings_.factory};
+        Outcome outcome = outcomeOf(commandOf(kind), file, [&] { return FileJudge(settings)(file); });
+        std::ranges::move(outcome.records, std::back_inserter(all.records));
+        all.exitCode = worse(all.exitCode, outcome.exitCode);
+        if (all.problem.empty())
+            all.problem = outcome.problem;
+    }
+    return all;
+}
+
+std::vector<std::string> ReportMaker::kindsOf(const std::string& file) const {
+    const bool ofFloats = holdsFloats(file, *settings_.shape);
+    if (settings_.kinds.empty())
+        return ofFloats ? std::vector<std::string>{"offset"} : std::vector<std::string>{"uniform", "strip", "snr"};
+    std::vector<std::string> kinds = settings_.kinds;
+    std::erase_if(kinds, [&](const std::string& kind) { return isOfFloats(kind) != ofFloats; });
+    if (kinds.empty())
+        throw ToolError(file + ": none of the checks asked for is one of " +
+                        (ofFloats ? "32-bit floats; give --check offset or false-trigger"
+                                  : "16-bit pixels; give another --check, or none"));
+    return kinds;
+}
+
+// The overlays come from the records that are kept already; these say, too, why there is no picture of a file.
+void ReportMaker::addPicture(const std::string& file, const Shape& shape) {
+    const int side = reducedSide(files_);
+    ReportImage picture{file, {}, {}};
+    const auto show = [&](const auto& image, const auto&... dark) {
+        picture.summary = summarize(image, side);
+        for (const Record& record : report_.records) {
+            if (record.subject.file == file)
+                std::ranges::move(overlaysOf(record, image, dark...), std::back_inserter(picture.overlays));
+        }
+    };
+    try {
+        if (holdsFloats(file, shape))
+            show(loadFloatImage(file, shape));
+        else
+            show(loadRawImage(file, shape), dark_ ? &*dark_ : nullptr);
+    } catch (const ToolError&) {
+        return;
+    }
+    report_.images.push_back(std::move(picture));
+}
+
+void ReportMaker::keep(const Outcome& outcome) {
+    report_.records.insert(report_.records.end(), outcome.records.begin(), outcome.records.end());
+}
+
+Report ReportMaker::finish() const {
+    Report report = report_;
+    report.logLines = log_.lines();
+    return report;
+}
+
+}  // namespace qx::tool

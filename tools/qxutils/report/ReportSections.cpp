@@ -1,0 +1,371 @@
+#include "report/ReportSections.h"
+
+#include "common/ComparedNumbers.h"
+#include "common/TextTable.h"
+#include "report/HtmlText.h"
+
+#include <QxUtils/StatusCode.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <set>
+#include <sstream>
+#include <utility>
+
+namespace qx::tool {
+namespace {
+
+bool hasSeries(const Report& report) {
+    return std::ranges::any_of(report.records, [](const Record& record) { return !record.squares.empty(); });
+}
+
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+std::string heading(const std::string& id, const std::string& text, bool onNewPage = false) {
+    return "<h2 id=\"" + id + '"' + (onNewPage ? " class=\"on-new-page\"" : "") + '>' + text + "</h2>\n";
+}
+
+std::string tag(const std::string& name, const std::string& attributes, const std::string& content) {
+    return '<' + name + (attributes.empty() ? "" : ' ' + attributes) + '>' + content + "</" + name + '>';
+}
+
+// Not by its colour alone.
+std::string badge(Verdict verdict) {
+    const std::pair<const char*, const char*> look = verdict == Verdict::Passed      ? std::pair("passed", "✓")
+                                                     : verdict == Verdict::NotPassed ? std::pair("not-passed", "✕")
+                                                     : verdict == Verdict::Failed    ? std::pair("failed", "!")
+                                                                                     : std::pair("measured", "·");
+    return tag("span", std::string("class=\"badge ") + look.first + "\" data-sign=\"" + look.second + '"',
+               toText(verdict));
+}
+
+const char* htmlSymbol(MeasureComparison comparison) {
+    switch (comparison) {
+    case MeasureBelow:
+        return "&lt;";
+    case MeasureAtMost:
+        return "≤";
+    case MeasureAbove:
+        return "&gt;";
+    default:
+        return "≥";
+    }
+}
+
+std::string valueText(const Measure& measure) {
+    if (std::isnan(measure.value))
+        return "–";
+    return measure.limit ? textBeside(measure.value, measure.limit->value, measure.decimals)
+                         : formatNumber(measure.value, measure.decimals);
+}
+
+// What was measured, its value, its limit and whether it is met: four cells.
+std::string measureCells(const Measure& measure, bool isAlternative) {
+    const bool tellsUnit = measure.unit.empty() || measure.name.starts_with(measure.unit);
+    const std::string quantity = (isAlternative ? "or " : "") + measure.name + (tellsUnit ? "" : ", " + measure.unit);
+    const bool isMissed = measure.limit && !measure.limit->met;
+    const std::string limit =
+        measure.limit ? htmlSymbol(measure.limit->comparison) + std::string(" ") + shortText(measure.limit->value) : "";
+    return tag("td", "", htmlText(quantity)) +
+           tag("td", isMissed ? "class=\"number missed\"" : "class=\"number\"", valueText(measure)) +
+           tag("td", "class=\"limit\"", limit) +
+           tag("td", isMissed ? "class=\"met missed\"" : "class=\"met\"",
+               isMissed        ? "not met"
+               : measure.limit ? "met"
+                               : "");
+}
+
+std::string messageCell(const Record& record, const std::string& span) {
+    std::string text = record.code ? tag("b", "", std::to_string(*record.code)) + ' ' : "";
+    text += htmlText(record.message);
+    if (record.grade) {
+        const char* const meaning = getStatusMessage(*record.grade);
+        text += tag("small", "",
+                    "grade " + std::to_string(*record.grade) + (meaning ? htmlText(": " + std::string(meaning)) : ""));
+    }
+    return tag("td", span + (record.verdict == Verdict::Passed ? " class=\"message fine\"" : " class=\"message\""),
+               text);
+}
+
+std::size_t rowsOf(const Record& record) {
+    return std::max<std::size_t>(1, record.measures.size());
+}
+
+// The rows of a record; the cells of the file stand before the first one.
+std::string recordRows(const Record& record, const std::string& fileCell) {
+    const std::string span = "rowspan=\"" + std::to_string(rowsOf(record)) + '"';
+    const std::string check = tag("small", "", tag("code", "", htmlText(record.check)));
+    std::string rows = (fileCell.empty() ? "<tr class=\"next\">" : "<tr>") + fileCell +
+                       tag("td", span, badge(record.verdict)) +
+                       tag("td", span, htmlText(record.command) + (record.check.empty() ? "" : check));
+    if (record.measures.empty())
+        return rows + "<td colspan=\"4\"></td>" + messageCell(record, span) + "</tr>\n";
+    for (std::size_t i = 0; i < record.measures.size(); ++i) {
+        const Measure& measure = record.measures[i];
+        const auto& before = i == 0 ? std::nullopt : record.measures[i - 1].limit;
+        const bool isAlternative = before && measure.limit && before->requirement == measure.limit->requirement;
+        rows += (i == 0 ? "" : "<tr>") + measureCells(measure, isAlternative) +
+                (i == 0 ? messageCell(record, span) : "") + "</tr>\n";
+    }
+    return rows;
+}
+
+using RecordIterator = std::vector<Record>::const_iterator;
+
+// Leads to the image where the page shows it.
+std::string fileName(const Report& report, const std::string& file) {
+    const auto image = std::ranges::find(report.images, file, &ReportImage::name);
+    const std::string text = htmlText(file.empty() ? "–" : file);
+    if (image == report.images.end())
+        return text;
+    return tag("a", "href=\"#image-" + std::to_string(image - report.images.begin()) + '"', text);
+}
+
+// Records of one file that follow each other.
+std::string fileRows(const Report& report, RecordIterator first, RecordIterator end) {
+    std::size_t rows = 0;
+    bool isFine = true;
+    for (auto record = first; record != end; ++record) {
+        rows += rowsOf(*record);
+        isFine = isFine && record->verdict != Verdict::NotPassed && record->verdict != Verdict::Failed;
+    }
+    std::string cell =
+        tag("th", "scope=\"rowgroup\" rowspan=\"" + std::to_string(rows) + '"', fileName(report, first->subject.file));
+    std::string html = isFine ? "<tbody class=\"fine\">" : "<tbody>";
+    for (auto record = first; record != end; ++record)
+        html += recordRows(*record, std::exchange(cell, ""));
+    return html + "</tbody>\n";
+}
+
+std::string seriesTable(const std::vector<SnrSquare>& squares) {
+    const bool isJudged = squares.front().expected.has_value();
+    std::string html = "<table><thead><tr><th class=\"number\">side, pixels</th><th class=\"number\">SNR</th>";
+    if (isJudged)
+        html += "<th class=\"number\">factory</th><th class=\"number\">expected</th><th>result</th>";
+    html += "</tr></thead><tbody>\n";
+    const auto number = [](const std::string& text) { return tag("td", "class=\"number\"", text); };
+    for (const SnrSquare& square : squares) {
+        html += "<tr>" + number(std::to_string(square.side));
+        if (isJudged) {
+            const auto [measured, expected] = textsCompared(square.measured, square.expected.value_or(0.0), 1);
+            html += number(measured) + number(formatNumber(square.factory.value_or(0.0), 1)) + number(expected) +
+                    (square.isBelow ? "<td class=\"missed\">below</td>" : "<td>ok</td>");
+        } else {
+            html += number(formatNumber(square.measured, 1));
+        }
+        html += "</tr>\n";
+    }
+    return html + "</tbody></table>";
+}
+
+std::string imageFacts(const ReportImage& image, const std::string& written) {
+    const ImageSummary& summary = image.summary;
+    const double span = summary.maximum - summary.minimum;
+    const int decimals = span > 0.0 && span < 100.0 ? 2 : 1;
+    const auto value = [&](double number) { return formatNumber(number, number == std::floor(number) ? 0 : decimals); };
+    return tag("p", "class=\"quiet\"",
+               std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) +
+                   " pixels; counts from " + value(summary.minimum) + " to " + value(summary.maximum) + ", median " +
+                   value(summary.median) + ", mean " + formatNumber(summary.mean, decimals) + written);
+}
+
+bool isWorse(Verdict first, Verdict second) {
+    const auto rankOf = [](Verdict verdict) {
+        return verdict == Verdict::Failed ? 3 : verdict == Verdict::NotPassed ? 2 : verdict == Verdict::Passed ? 1 : 0;
+    };
+    return rankOf(first) > rankOf(second);
+}
+
+// The worst verdict of each command.
+std::string badgesOf(const Report& report, const std::string& file) {
+    std::vector<std::pair<std::string, Verdict>> worst;
+    for (const Record& record : report.records) {
+        if (record.subject.file != file)
+            continue;
+        const auto known = std::ranges::find(worst, record.command, &std::pair<std::string, Verdict>::first);
+        if (known == worst.end())
+            worst.emplace_back(record.command, record.verdict);
+        else if (isWorse(record.verdict, known->second))
+            known->second = record.verdict;
+    }
+    std::string badges;
+    for (const auto& [command, verdict] : worst)
+        badges += tag("span", "", htmlText(command) + ' ' + badge(verdict)) + '\n';
+    return badges;
+}
+
+// 2024-03-07T12:30:00Z as people write it.
+std::string readableTime(const std::string& time) {
+    constexpr std::size_t kDate = 10;
+    constexpr std::size_t kMinutes = 16;
+    if (time.size() <= kMinutes)
+        return htmlText(time);
+    return htmlText(time.substr(0, kDate) + ' ' + time.substr(kDate + 1, kMinutes - kDate - 1) + " UTC");
+}
+
+std::string writtenText(const Report& report, const std::string& file) {
+    const auto record = std::ranges::find_if(report.records, [&](const Record& candidate) {
+        return candidate.subject.file == file && !candidate.subject.time.empty();
+    });
+    return record == report.records.end() ? "" : "; written " + readableTime(record->subject.time);
+}
+
+// Today's value beside its limit, and where a straight line through the points leads.
+std::string trendText(const Json& trend) {
+    const auto numberText = [](const Json& value) {
+        std::ostringstream text;
+        if (value.is_number())
+            text << value.get<double>();
+        return value.is_number() ? text.str() : "–";
+    };
+    const Json points = trend.value("points", Json::array());
+    if (points.empty())
+        return "No value yet.";
+    std::string text = "Today " + numberText(points.back().value("value", Json()));
+    if (const std::string unit = trend.value("unit", ""); !unit.empty())
+        text += ' ' + unit;
+    if (trend.contains("limit") && trend["limit"].is_number())
+        text += ", limit " + trend.value("comparison", "") + ' ' + numberText(trend["limit"]);
+    if (const Json forecast = trend.value("forecast", Json()); forecast.is_object()) {
+        text += "; changes by " + numberText(forecast.value("slopePerDay", Json())) + " a day";
+        if (const Json date = forecast.value("limitDate", Json()); date.is_string())
+            text += " and meets the limit on " + date.get<std::string>();
+    }
+    return text + '.';
+}
+
+std::string detectorText(const Json& detector) {
+    const auto add = [&](std::string& text, const char* key, const std::string& before, const std::string& after) {
+        if (!detector.contains(key))
+            return;
+        const Json& value = detector[key];
+        text += (text.empty() ? "" : ", ") + before +
+                (value.is_string()         ? value.get<std::string>()
+                 : value.is_number_float() ? formatNumber(value.get<double>(), 1)
+                                           : value.dump()) +
+                after;
+    };
+    std::string text;
+    add(text, "description", "", "");
+    add(text, "machine", "", "");
+    add(text, "exposureTimeMs", "", " ms");
+    add(text, "gain", "gain ", "");
+    add(text, "temperatureC", "", " °C");
+    return text;
+}
+
+}  // namespace
+
+std::string reportSummary(const Report& report) {
+    std::set<std::string> files;
+    for (const Record& record : report.records)
+        files.insert(record.subject.file);
+    std::string text = counted(report.records.size(), "result") + " of " + counted(files.size(), "image") + ": ";
+    bool isFirst = true;
+    for (const Verdict verdict : {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed}) {
+        const auto count = std::ranges::count(report.records, verdict, &Record::verdict);
+        if (count == 0)
+            continue;
+        text += (isFirst ? "" : ", ") + std::to_string(count) + ' ' + toText(verdict);
+        isFirst = false;
+    }
+    return text + '.';
+}
+
+std::string reportFacts(const Report& report) {
+    std::vector<ReportFact> facts = {{"Judged by", "QxUtils " + report.head.value("version", "")},
+                                     {"Detector", detectorText(report.head.value("detector", Json::object()))}};
+    facts.insert(facts.end(), report.facts.begin(), report.facts.end());
+    std::string html = "<dl class=\"facts\">\n";
+    for (const auto& [name, value] : facts)
+        html += tag("dt", "", htmlText(name)) + tag("dd", "", htmlText(value)) + '\n';
+    return html + "</dl>";
+}
+
+std::string reportContents(const Report& report) {
+    std::string links = "<a href=\"#verdicts\">Verdicts</a>";
+    if (hasSeries(report))
+        links += " <a href=\"#snr\">SNR series</a>";
+    if (!report.trends.empty())
+        links += " <a href=\"#trends\">Trends</a>";
+    if (!report.images.empty())
+        links += " <a href=\"#images\">Images</a>";
+    if (!report.logLines.empty())
+        links += " <a href=\"#log\">Log</a>";
+    return links;
+}
+
+std::string verdictSection(const Report& report) {
+    std::string html =
+        heading("verdicts", "Verdicts") +
+        "<p class=\"filter script-only\"><label><input type=\"checkbox\" id=\"failing-only\"> only what did "
+        "not pass</label></p>\n<div class=\"scroll\"><table id=\"verdicts-table\">\n<thead><tr>"
+        "<th>Image</th><th>Verdict</th><th>Check</th><th>What is measured</th>"
+        "<th class=\"number\">Value</th><th colspan=\"2\">Limit</th><th>Code and meaning</th></tr></thead>\n";
+    for (auto first = report.records.begin(); first != report.records.end();) {
+        const auto end = std::find_if(first, report.records.end(),
+                                      [&](const Record& record) { return record.subject.file != first->subject.file; });
+        html += fileRows(report, first, end);
+        first = end;
+    }
+    return html + "</table></div>\n";
+}
+
+std::string seriesSection(const Report& report) {
+    if (!hasSeries(report))
+        return "";
+    std::string html = heading("snr", "SNR series") +
+                       "<p class=\"quiet\">The signal-to-noise ratio of nested, centred squares. The expectation is "
+                       "scaled to the image's smallest square: a low dose alone does not fail.</p>\n"
+                       "<div class=\"series\">\n";
+    for (std::size_t i = 0; i < report.records.size(); ++i) {
+        const Record& record = report.records[i];
+        if (record.squares.empty())
+            continue;
+        html += "<figure data-record=\"" + std::to_string(i) + "\">" +
+                tag("figcaption", "", tag("span", "", htmlText(record.subject.file)) + ' ' + badge(record.verdict)) +
+                "<details open><summary>Numbers</summary>" + seriesTable(record.squares) + "</details></figure>\n";
+    }
+    return html + "</div>\n";
+}
+
+std::string trendSection(const Report& report) {
+    if (report.trends.empty())
+        return "";
+    std::string html = heading("trends", "Trends") + "<div class=\"trends\">\n";
+    for (std::size_t i = 0; i < report.trends.size(); ++i) {
+        const Json& trend = report.trends[i];
+        html += "<figure data-trend=\"" + std::to_string(i) + "\">" +
+                tag("figcaption", "", htmlText(trend.value("measure", "") + ", " + trend.value("check", ""))) +
+                tag("p", "class=\"quiet\"", htmlText(trendText(trend))) + "</figure>\n";
+    }
+    return html + "</div>\n";
+}
+
+std::string imageSection(const Report& report) {
+    if (report.images.empty())
+        return "";
+    std::string html = heading("images", "Images", true);
+    for (std::size_t i = 0; i < report.images.size(); ++i) {
+        const ReportImage& image = report.images[i];
+        html += "<article class=\"image\" id=\"image-" + std::to_string(i) + "\" data-image=\"" + std::to_string(i) +
+                "\">\n<header>" + tag("h3", "", htmlText(image.name)) + '\n' + badgesOf(report, image.name) +
+                "</header>\n" + imageFacts(image, writtenText(report, image.name)) + "</article>\n";
+    }
+    return html;
+}
+
+std::string logSection(const Report& report) {
+    if (report.logLines.empty())
+        return "";
+    std::string html = heading("log", "Log of the run") +
+                       "<div class=\"log\" tabindex=\"0\" role=\"region\" aria-label=\"Log of the run\">";
+    for (const std::string& line : report.logLines)
+        html += htmlText(line) + '\n';
+    return html + "</div>\n";
+}
+
+}  // namespace qx::tool
