@@ -49,7 +49,7 @@ struct Comparison {
 // several; one without a verdict names no check, and belongs to the first one left of its command and file name.
 Comparison compareRecords(const std::vector<Record>& today, const std::vector<Record>& reference);
 
-// For a person, within 80 columns.
+// For a person, within 80 columns: what changed, and how many results did not.
 void printTable(std::ostream& out, const Comparison& comparison);
 
 // {"program", "version", "changed", "worse", "records": [{"command", "check", "file", "verdict", "referenceVerdict",

@@ -5,6 +5,8 @@
 #include "results/CsvLine.h"
 
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <ostream>
 
 namespace qx::tool {
@@ -103,17 +105,23 @@ void printCsv(std::ostream& out, const ComparedRecord& record) {
 void printTable(std::ostream& out, const Comparison& comparison) {
     TextTable table({"today", "reference", "difference", "percent", "measure"});
     table.alignLeft({4});
+    std::ptrdiff_t changed = 0;
     for (const ComparedRecord& record : comparison.records) {
+        if (!record.isChanged())
+            continue;
+        ++changed;
         table.addTitle(titleOf(record.today) + ": " + verdictsOf(record));
-        for (const ComparedMeasure& measure : record.measures)
-            table.addRow(cellsOf(measure));
+        for (const ComparedMeasure& measure : record.measures) {
+            if (measure.isChanged())
+                table.addRow(cellsOf(measure));
+        }
     }
-    if (!comparison.records.empty())
+    if (changed > 0)
         table.print(out);
     printOnly(out, "today", comparison.onlyToday);
     printOnly(out, "in the reference", comparison.onlyReference);
-    if (!comparison.isChanged())
-        out << "Nothing changed.\n";
+    out << (comparison.isChanged() ? "  " : "Nothing changed: ") << std::ssize(comparison.records) - changed << " of "
+        << comparison.records.size() << " results that both have are the same.\n";
 }
 
 Json toJson(const Comparison& comparison) {
