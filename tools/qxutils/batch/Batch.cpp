@@ -5,33 +5,30 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
-#include "commands/Choice.h"
-#include "commands/StoreOption.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
-
-#include <CLI/CLI.hpp>
+#include "results/RecordJson.h"
+#include "store/OpenStore.h"
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 
 namespace qx::tool {
 namespace {
-
-constexpr int kMaxJobs = 64;
 
 // Writes outcomes as they come and remembers the worst.
 class Run {
 public:
     Run(const ResultOptions& options, const PrintTable& printTable, std::size_t files, bool isQuiet)
-        : writer_(std::cout, options.format, printTable), keep_(storeSink(options.store)), progress_(files, isQuiet) {}
+        : writer_(std::cout, options.format, printTable), store_(openStore(options.store)), progress_(files, isQuiet) {}
 
     void take(const Outcome& outcome) {
         if (!outcome.problem.empty())
             tell(outcome.problem);
         // What was told is kept, whatever happens in between.
-        for (const Record& record : outcome.records)
-            keep_(record);
+        if (store_)
+            store_->add(outcome.records, detector_);
         for (const Record& record : outcome.records)
             writer_.add(record);
         worst_ = worse(worst_, outcome.exitCode);
@@ -56,7 +53,8 @@ private:
     }
 
     ResultWriter writer_;
-    RecordSink keep_;
+    std::unique_ptr<PanelStore> store_;
+    Json detector_ = documentHead().at("detector");
     Progress progress_;
     ExitCode worst_ = ExitCode::Passed;
 };
@@ -73,34 +71,6 @@ std::vector<std::string> filesNamedBy(const BatchOptions& options) {
     if (!named.problems.empty())
         throw ToolError(named.problems.front());
     return named.files;
-}
-
-void addResultOptions(CLI::App& command, ResultOptions& options) {
-    takeOneOf<Format>(command.add_option("--format", options.format, "How results are told; a table when left out"),
-                      {{"table", Format::Table}, {"json", Format::Json}, {"csv", Format::Csv}});
-}
-
-void addPanelOptions(CLI::App& command, ResultOptions& options) {
-    addResultOptions(command, options);
-    addStoreOption(command, options.store);
-}
-
-void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted) {
-    command
-        .add_option("FILE", options.names,
-                    wanted + "; folders stand for those in them, @LIST for those that a file names one a line, - for "
-                             "one on standard input")
-        ->required();
-    command.add_flag("--recursive", options.recursive, "Folders stand for those in the folders below them, too");
-}
-
-void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string& wanted) {
-    addFileNames(command, options, wanted);
-    command.add_option("--jobs", options.jobs, "Processes that work at the same time")
-        ->check(CLI::Range(1, kMaxJobs))
-        ->capture_default_str();
-    command.add_flag("--quiet", options.quiet, "No line of progress on a terminal");
-    addResultOptions(command, options.results);
 }
 
 ExitCode runBatch(const BatchOptions& options, const std::string& command, const JudgeFile& judge,

@@ -10,10 +10,6 @@
 
 // One command on many files: each is judged on its own, one that cannot be is told and the rest go on.
 
-namespace CLI {
-class App;
-}
-
 namespace qx::tool {
 
 // How the results of a command that measures are told.
@@ -34,17 +30,6 @@ struct BatchOptions {
 
 // The files that options.names stand for; throws a ToolError where an argument names none.
 std::vector<std::string> filesNamedBy(const BatchOptions& options);
-
-void addResultOptions(CLI::App& command, ResultOptions& options);
-
-// --format, and --store for commands whose measures tell about a panel.
-void addPanelOptions(CLI::App& command, ResultOptions& options);
-
-// FILE... and --recursive.
-void addFileNames(CLI::App& command, BatchOptions& options, const std::string& wanted);
-
-// The same, --jobs, --quiet and --format.
-void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string& wanted);
 
 // What is found out about one file; throws a ToolError when nothing can be.
 using JudgeFile = std::function<std::vector<Record>(const std::string& file)>;

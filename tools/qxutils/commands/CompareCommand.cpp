@@ -1,4 +1,4 @@
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
 #include "results/Comparison.h"
 

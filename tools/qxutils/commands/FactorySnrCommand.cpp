@@ -1,4 +1,4 @@
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
 #include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "image/RawImage.h"
 #include "image/Region.h"
 

@@ -1,4 +1,4 @@
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
 #include "common/NativeFile.h"

@@ -1,7 +1,7 @@
 #include "batch/InputNames.h"
 #include "batch/Outcome.h"
 #include "checks/FileJudge.h"
-#include "commands/StoreOption.h"
+#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
@@ -33,6 +33,10 @@ struct ReportOptions {
     std::string title = "Report on images";
     std::string output;
 };
+
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
 
 // Keeps the results, and tells how the measures that are among them went.
 Json trendsOfToday(const std::string& name, const Report& report) {
@@ -93,7 +97,8 @@ ExitCode runReport(const ReportOptions& options) {
     if (options.store)
         report.trends = trendsOfToday(*options.store, report);
     writeReport(options.output, report);
-    std::cout << options.output << ": " << report.records.size() << " results, " << report.images.size() << " images\n";
+    std::cout << options.output << ": " << counted(report.records.size(), "result") << ", "
+              << counted(report.images.size(), "image") << '\n';
     return worst;
 }
 

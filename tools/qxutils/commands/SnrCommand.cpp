@@ -1,6 +1,5 @@
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "commands/ImageOptions.h"
-#include "commands/StoreOption.h"
 #include "commands/Subcommand.h"
 #include "snr/SnrRecord.h"
 

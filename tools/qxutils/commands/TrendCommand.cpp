@@ -1,4 +1,4 @@
-#include "batch/Batch.h"
+#include "commands/BatchOptions.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/ComparedNumbers.h"

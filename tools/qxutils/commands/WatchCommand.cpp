@@ -1,13 +1,13 @@
 #include "batch/Outcome.h"
 #include "checks/FileJudge.h"
+#include "commands/BatchOptions.h"
 #include "commands/ImageOptions.h"
-#include "commands/StoreOption.h"
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "results/RecordJson.h"
 #include "results/Subject.h"
-#include "store/PanelStore.h"
+#include "store/OpenStore.h"
 #include "watch/FolderWatch.h"
 
 #include <QxUtils/Records.h>
