@@ -237,7 +237,7 @@ def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):
     (tmp_path / "image2.raw").write_bytes((folder / "image1.raw").read_bytes()[::-1])
     (tmp_path / "image3.raw").write_bytes(b"shorter")
     done = run("report", "old.json", "-o", "again.html", folder=tmp_path)
-    assert done.exit == 3 and b"20 results, 1 images" in done.output, done
+    assert done.exit == 3 and b"20 results, 1 image" in done.output, done
     assert json.loads((tmp_path / "again.json").read_text())["results"] == document["results"]
 
 
