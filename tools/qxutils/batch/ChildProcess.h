@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +31,11 @@ public:
     std::optional<std::string> receiveLine();
 
 private:
+    static constexpr std::size_t kReceivedBytes = 1 << 14;
+
+    // Takes what there is next from it; false when it is gone.
+    bool receive();
+
     struct Pipes;
     std::unique_ptr<Pipes> pipes_;
     std::string received_;

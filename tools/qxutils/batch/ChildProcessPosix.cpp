@@ -125,20 +125,15 @@ bool ChildProcess::send(const std::string& bytes) {
     return true;
 }
 
-std::optional<std::string> ChildProcess::receiveLine() {
-    std::array<char, 1 << 14> bytes;
-    for (;;) {
-        if (const std::size_t end = received_.find('\n'); end != std::string::npos) {
-            std::string line = received_.substr(0, end);
-            received_.erase(0, end + 1);
-            return line;
-        }
-        const ssize_t count = read(pipes_->output.readEnd, bytes.data(), bytes.size());
-        if (count > 0)
-            received_.append(bytes.data(), static_cast<std::size_t>(count));
-        else if (count == 0 || errno != EINTR)
-            return std::nullopt;
-    }
+bool ChildProcess::receive() {
+    std::array<char, kReceivedBytes> bytes;
+    ssize_t count = -1;
+    do {
+        count = read(pipes_->output.readEnd, bytes.data(), bytes.size());
+    } while (count < 0 && errno == EINTR);
+    if (count > 0)
+        received_.append(bytes.data(), static_cast<std::size_t>(count));
+    return count > 0;
 }
 
 }  // namespace qx::tool

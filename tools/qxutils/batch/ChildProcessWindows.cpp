@@ -111,19 +111,13 @@ bool ChildProcess::send(const std::string& bytes) {
     return true;
 }
 
-std::optional<std::string> ChildProcess::receiveLine() {
-    std::array<char, 1 << 14> bytes;
-    for (;;) {
-        if (const std::size_t end = received_.find('\n'); end != std::string::npos) {
-            std::string line = received_.substr(0, end);
-            received_.erase(0, end + 1);
-            return line;
-        }
-        DWORD count = 0;
-        if (ReadFile(pipes_->output.get(), bytes.data(), bytes.size(), &count, nullptr) == 0 || count == 0)
-            return std::nullopt;
-        received_.append(bytes.data(), count);
-    }
+bool ChildProcess::receive() {
+    std::array<char, kReceivedBytes> bytes;
+    DWORD count = 0;
+    if (ReadFile(pipes_->output.get(), bytes.data(), bytes.size(), &count, nullptr) == 0 || count == 0)
+        return false;
+    received_.append(bytes.data(), count);
+    return true;
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,6 @@
-#include "batch/ChildVariables.h"
-
 #include "batch/ChildProcess.h"
+
+#include "batch/ChildVariables.h"
 #include "common/Terminal.h"
 
 #include <cstdlib>
@@ -26,6 +26,18 @@ std::map<std::string, std::string> childVariables() {
 
 void lookAsParent() {
     chooseColours(valueAtStart == std::string_view(kColoured) ? ColourChoice::Always : ColourChoice::Never);
+}
+
+std::optional<std::string> ChildProcess::receiveLine() {
+    std::size_t end = received_.find('\n');
+    while (end == std::string::npos) {
+        if (!receive())
+            return std::nullopt;
+        end = received_.find('\n');
+    }
+    std::string line = received_.substr(0, end);
+    received_.erase(0, end + 1);
+    return line;
 }
 
 }  // namespace qx::tool
