@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,8 +40,7 @@ std::string counted(std::size_t count, const std::string& noun) {
 }
 
 // Keeps the results, and tells how the measures that are among them went.
-Json trendsOfToday(const std::string& name, const Report& report) {
-    PanelStore store(name);
+Json trendsOfToday(PanelStore& store, const Report& report) {
     store.add(report.records, report.head.at("detector"));
     std::vector<Trend> trends = trendsOf(store);
     std::erase_if(trends, [&report](const Trend& trend) {
@@ -86,16 +86,19 @@ ExitCode runReport(const ReportOptions& options) {
         loadDetectorFile(*options.limits);
     const NamedFiles named = requireFiles(options);
     const std::optional<Shape> shape = options.shape ? std::optional(parseShape(*options.shape)) : std::nullopt;
+    // Before the work: a store that cannot be used is told at once.
+    const std::unique_ptr<PanelStore> store = openStore(options.store);
     ReportMaker maker(
         {options.title, shape, options.kinds, options.dark, options.factory, options.limits, options.blockLimit},
         named.files.size());
     const ExitCode worst = addFiles(maker, named);
     Report report = maker.finish();
     if (report.records.empty())
-        throw ToolError("there is no image to report of; give raw images, or results that qxutils wrote (*.json)",
+        throw ToolError(named.files.front() +
+                            ": there is no image to report of; give raw images, or results that qxutils wrote (*.json)",
                         ExitCode::Usage);
-    if (options.store)
-        report.trends = trendsOfToday(*options.store, report);
+    if (store)
+        report.trends = trendsOfToday(*store, report);
     writeReport(options.output, report);
     std::cout << options.output << ": " << counted(report.records.size(), "result") << ", "
               << counted(report.images.size(), "image") << '\n';

@@ -46,6 +46,11 @@ Overlay snrSquares(const Record& record, const Shape& shape) {
     return overlay;
 }
 
+bool holds(const Shape& image, const Region& place) {
+    return place.corner.x >= 0 && place.corner.y >= 0 && place.columns().end <= image.width &&
+           place.rows().end <= image.height;
+}
+
 // The difference of an exposure and its dark image, 0 where the dark image is brighter; the image without one.
 WORD differenceAt(const RawImage& image, const RawImage* dark, int row, int column) {
     const WORD black = dark == nullptr ? WORD{0} : dark->at(row, column);
@@ -67,21 +72,26 @@ Overlay uniformSquares(const Measure& measure, const RawImage& image, const RawI
         {{(width - kSide) / 2, (height - kSide) / 2}, {left, top}, {right, top}, {left, bottom}, {right, bottom}}};
     Overlay overlay{"five squares", {}};
     for (const Point& corner : corners) {
-        std::int64_t sum = 0;
-        for (int y = corner.y; y < corner.y + kSide; ++y)
-            for (int x = corner.x; x < corner.x + kSide; ++x)
-                sum += differenceAt(image, dark, y, x);
-        overlay.marks.push_back(
-            {squareAt(corner.y, corner.x, kSide), std::to_string(sum / (kSide * kSide)), stateOf(measure)});
+        const Region place = squareAt(corner.y, corner.x, kSide);
+        // Results of earlier runs may be about another image of this name.
+        if (!holds(image.shape, place))
+            return {};
+        std::vector<WORD> pixels;
+        for (int y = place.rows().first; y < place.rows().end; ++y)
+            for (int x = place.columns().first; x < place.columns().end; ++x)
+                pixels.push_back(differenceAt(image, dark, y, x));
+        const auto mean = static_cast<float>(getMean(pixels.data(), static_cast<int>(pixels.size())));
+        overlay.marks.push_back({place, std::to_string(static_cast<int>(mean)), stateOf(measure)});
     }
     return overlay;
 }
 
-// A block of the grid and how far its median lies from the mean of all, relative to it.
+// A block of the grid and how far its median lies from the mean of all, relative to it; in single precision as what is
+// judged.
 struct GridBlock {
     Region place;
-    double median = 0.0;
-    double deviation = 0.0;
+    float median = 0.0f;
+    float deviation = 0.0f;
 };
 
 WORD medianOf(const RawImage& image, const Region& place, std::vector<WORD>& pixels) {
@@ -103,11 +113,11 @@ std::vector<GridBlock> gridBlocks(const RawImage& image) {
     for (int row = kBorder; row < image.shape.height / kSide - kBorder; ++row) {
         for (int column = kBorder; column < image.shape.width / kSide - kBorder; ++column) {
             const Region place = squareAt(row * kSide, column * kSide, kSide);
-            blocks.push_back({place, static_cast<double>(medianOf(image, place, pixels))});
-            sum += blocks.back().median;
+            blocks.push_back({place, static_cast<float>(medianOf(image, place, pixels))});
+            sum += static_cast<double>(blocks.back().median);
         }
     }
-    const double mean = sum / static_cast<double>(blocks.size());
+    const auto mean = static_cast<float>(sum / static_cast<double>(blocks.size()));
     for (GridBlock& block : blocks)
         block.deviation = std::fabs(block.median - mean) / mean;
     std::ranges::stable_sort(blocks, std::greater<>(), &GridBlock::deviation);
@@ -119,31 +129,31 @@ Overlay deviatingBlocks(const Measure& measure, const RawImage& image) {
     constexpr std::size_t kJudged = 4;
     Overlay overlay{"blocks that deviate most", {}};
     for (const GridBlock& block : gridBlocks(image)) {
-        const bool isBeyond = measure.limit && block.deviation > measure.limit->value;
+        Measure deviation = measure;
+        deviation.value = static_cast<double>(block.deviation);
+        const bool isBeyond = measure.limit && deviation.value > measure.limit->value;
         if (overlay.marks.size() >= kJudged && !isBeyond)
             break;
         // Many are told by their colour.
-        const std::string label = overlay.marks.size() < kJudged ? formatNumber(block.deviation, measure.decimals) : "";
+        const std::string label = overlay.marks.size() < kJudged ? textOf(deviation) : "";
         overlay.marks.push_back({block.place, label, isBeyond ? MarkState::NotMet : MarkState::Examined});
     }
     return overlay;
 }
 
-// Means of the strips of 32 columns that are examined: while columns are left beyond them.
-std::vector<double> stripMeans(const RawImage& image) {
-    std::vector<double> means(static_cast<std::size_t>(std::max(0, (image.shape.width - 1) / kStripColumns)));
+// Means of the strips of 32 columns that are examined: while columns are left beyond them. In single precision, as they
+// are judged: over so many pixels that decides between strips that are nearly equal.
+std::vector<float> stripMeans(const RawImage& image) {
+    std::vector<float> means(static_cast<std::size_t>(std::max(0, (image.shape.width - 1) / kStripColumns)));
     for (int y = 0; y < image.shape.height; ++y) {
-        const WORD* const row = image.row(y);
-        for (std::size_t strip = 0; strip < means.size(); ++strip) {
-            const WORD* const first = row + strip * kStripColumns;
-            std::uint32_t sum = 0;
-            for (int x = 0; x < kStripColumns; ++x)
-                sum += first[x];
-            means[strip] += sum;
+        for (int x = 0; x < kStripColumns; ++x) {
+            const WORD* const first = image.row(y) + x;
+            for (std::size_t strip = 0; strip < means.size(); ++strip)
+                means[strip] += static_cast<float>(first[strip * kStripColumns]);
         }
     }
-    for (double& mean : means)
-        mean /= static_cast<double>(kStripColumns) * image.shape.height;
+    for (float& mean : means)
+        mean /= static_cast<float>(std::int64_t{kStripColumns} * image.shape.height);
     return means;
 }
 
@@ -152,12 +162,12 @@ Region stripPlace(std::size_t strip, const Shape& shape) {
 }
 
 Overlay stripPair(const Measure& measure, const RawImage& image) {
-    const std::vector<double> means = stripMeans(image);
+    const std::vector<float> means = stripMeans(image);
     Overlay overlay{"largest step between strips", {}};
     std::size_t pair = 0;
-    double largest = -1.0;
+    float largest = -1.0f;
     for (std::size_t strip = 1; strip < means.size(); ++strip) {
-        const double step = std::fabs(means[strip] - means[strip - 1]);
+        const float step = std::fabs(means[strip] - means[strip - 1]);
         if (step > largest) {
             largest = step;
             pair = strip;
@@ -172,12 +182,12 @@ Overlay stripPair(const Measure& measure, const RawImage& image) {
 
 // The leftmost of the darkest strips; the first one when none lies below 10000.
 Overlay darkestStrip(const Measure& measure, const RawImage& image) {
-    int level = 10000;
+    float level = 10000.0f;
     std::size_t darkest = 0;
-    const std::vector<double> means = stripMeans(image);
+    const std::vector<float> means = stripMeans(image);
     for (std::size_t strip = 0; strip < means.size(); ++strip) {
         if (means[strip] < level) {
-            level = static_cast<int>(means[strip]);
+            level = std::trunc(means[strip]);
             darkest = strip;
         }
     }

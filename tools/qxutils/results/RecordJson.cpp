@@ -2,12 +2,14 @@
 
 #include "common/FileAccess.h"
 #include "common/ToolError.h"
+#include "results/DateText.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>
 
 #include <array>
 #include <charconv>
+#include <climits>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -17,6 +19,8 @@ namespace qx::tool {
 namespace {
 
 constexpr std::int64_t kMaxResultsBytes = std::int64_t{1} << 28;
+constexpr int kMaxDecimals = 20;
+constexpr std::size_t kMaxQuoted = 40;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
 constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
@@ -36,6 +40,13 @@ double numberFromJson(const Json& json) {
     if (json.is_string())
         return json.get<std::string>() == "Infinity" ? HUGE_VAL : -HUGE_VAL;
     return json.get<double>();
+}
+
+// Results may come from anywhere, and are used as sizes and as the length of texts.
+int integerFromJson(const Json& json, int least = INT_MIN, int most = INT_MAX) {
+    if (!json.is_number_integer() || json < least || json > most)
+        throw std::runtime_error(json.dump() + " is no integer that can stand there");
+    return json.get<int>();
 }
 
 // The value whose text is given, as the first function has it.
@@ -77,10 +88,11 @@ Json toJson(const Measure& measure) {
 }
 
 Measure measureFromJson(const Json& json) {
-    Measure measure{json.at("name"), numberFromJson(json.at("value")), json.at("unit"), json.at("decimals")};
+    Measure measure{json.at("name"), numberFromJson(json.at("value")), json.at("unit"),
+                    integerFromJson(json.at("decimals"), 0, kMaxDecimals)};
     if (json.contains("limit")) {
         measure.limit = {named(kComparisons, symbolOf, json.at("comparison")), numberFromJson(json.at("limit")),
-                         json.at("requirement"), json.at("met")};
+                         integerFromJson(json.at("requirement")), json.at("met")};
     }
     return measure;
 }
@@ -97,7 +109,7 @@ Json toJson(const SnrSquare& square) {
 }
 
 SnrSquare squareFromJson(const Json& json) {
-    SnrSquare square{json.at("side"), numberFromJson(json.at("measured"))};
+    SnrSquare square{integerFromJson(json.at("side"), 1, kMaxSide), numberFromJson(json.at("measured"))};
     if (json.contains("factory"))
         square.factory = numberFromJson(json.at("factory"));
     if (json.contains("expected")) {
@@ -126,8 +138,11 @@ Subject subjectFromJson(const Json& json) {
     if (json.contains("crc"))
         subject.crc = crcFromText(json.at("crc"));
     if (json.contains("shape"))
-        subject.shape = Shape{json.at("shape").at("width"), json.at("shape").at("height")};
+        subject.shape = Shape{integerFromJson(json.at("shape").at("width"), 1, kMaxSide),
+                              integerFromJson(json.at("shape").at("height"), 1, kMaxSide)};
     subject.time = json.value("time", "");
+    if (!subject.time.empty() && !isDateOrTime(subject.time))
+        throw std::runtime_error("\"" + subject.time.substr(0, kMaxQuoted) + "\" is no time");
     return subject;
 }
 
@@ -199,10 +214,10 @@ Record recordFromJson(const Json& json) {
     record.subject = subjectFromJson(json);
     record.verdict = named(kVerdicts, toText, json.at("verdict"));
     if (json.contains("code"))
-        record.code = json.at("code").get<int>();
+        record.code = integerFromJson(json.at("code"));
     record.message = json.value("message", "");
     if (json.contains("grade"))
-        record.grade = json.at("grade").get<int>();
+        record.grade = integerFromJson(json.at("grade"));
     for (const Json& measure : json.at("measures"))
         record.measures.push_back(measureFromJson(measure));
     if (json.contains("squares")) {

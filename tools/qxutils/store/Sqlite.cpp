@@ -124,7 +124,9 @@ const SqliteFunctions& sqlite() {
 }
 
 Database::Database(const std::string& path, int flags) : path_(path) {
-    const int code = sqlite().open(path.c_str(), &handle_, flags, nullptr);
+    // SQLite keeps what is called ":memory:" in no file.
+    const std::string file = path.starts_with(':') ? "./" + path : path;
+    const int code = sqlite().open(file.c_str(), &handle_, flags, nullptr);
     if (code != SQLITE_OK) {
         sqlite().close(handle_);
         throw ToolError(path + ": cannot be opened as a store (" + sqlite().messageOf(code) + ")" + adviceFor(code));

@@ -60,7 +60,8 @@ Outlook outlookOf(const Trend& trend) {
         return Outlook::Already;
     if (isUpper(*limit) ? slope < 0 : slope > 0)
         return Outlook::MovesAway;
-    return std::abs(room) > kHorizonDays * std::abs(slope) ? Outlook::Never : Outlook::Ahead;
+    // A limit or a slope that is no number meets nothing.
+    return std::abs(room) <= kHorizonDays * std::abs(slope) && std::isfinite(slope) ? Outlook::Ahead : Outlook::Never;
 }
 
 Json toJson(const TrendPoint& point) {
