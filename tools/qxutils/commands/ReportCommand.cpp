@@ -6,6 +6,7 @@
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
 #include "report/ReportMaker.h"
+#include "store/OpenStore.h"
 #include "store/Trend.h"
 
 #include <CLI/CLI.hpp>
