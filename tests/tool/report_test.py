@@ -162,19 +162,52 @@ def test_the_marks_are_where_the_library_looks(page):
         square["below"] for record in failing for square in record["squares"]) > 0
 
 
+def test_nearly_equal_strips_are_marked_as_they_are_judged(tmp_path):
+    """The sums are rounded to single precision at every pixel, which may make another step the largest."""
+    import numpy as np
+
+    def marked(seed):
+        image = np.random.default_rng(seed).normal(BRIGHT, 100, (SIDE, SIDE)).astype("<u2")
+        strips = image.reshape(SIDE, -1, 32).swapaxes(0, 1).reshape(SIDE // 32, -1)[:-1]
+        sums = np.cumsum(strips, axis=1, dtype=np.float32)[:, -1], np.sum(strips, axis=1, dtype=np.float64)
+        return image, *(int(np.argmax(np.abs(np.diff(each)))) for each in sums)
+
+    image, judged, exact = next(found for found in map(marked, range(1000)) if found[1] != found[2])
+    image.tofile(tmp_path / "flat.raw")
+    run("report", "flat.raw", "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "-o", "flat.html", folder=tmp_path)
+    text = (tmp_path / "flat.html").read_text(encoding="utf-8")
+    data = json.loads(re.search(r'id="data">(.*?)</script>', text, re.DOTALL)[1])
+    assert [mark["x"] // 32 for mark in data["images"][0]["overlays"][0]["marks"]] == [judged, judged + 1]
+
+
+def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
+    """Neither do one that is out of all proportion, nor an image without a single one, leave the others black."""
+    values = array.array("f", (100 + i % 7 for i in range(SIDE * SIDE)))
+    values[0], values[1], values[2] = float("nan"), float("-inf"), 3e38
+    (tmp_path / "some.raw").write_bytes(values.tobytes())
+    (tmp_path / "none.raw").write_bytes(array.array("f", [float("nan")]).tobytes() * SIDE * SIDE)
+    run("report", "some.raw", "none.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "floats.html", folder=tmp_path)
+    page = opened(browser, tmp_path / "floats.html")
+    greys = [grey(page, 0, x, 200) for x in range(7)]
+    assert max(greys) > min(greys) + 100
+    assert_quiet(page, tmp_path / "floats.html")
+
+
 def test_a_store_shows_where_a_measure_goes(browser, tmp_path):
     for day in range(3):
         halves(tmp_path / f"day{day}.raw", right=DARK + 1000 * day)
         os.utime(tmp_path / f"day{day}.raw", (day * 86400, day * 86400))
-    report = lambda name: run("report", name, "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--store", "p.sqlite",
-                              "-o", "report.html", folder=tmp_path)
+    report = lambda name, *more: run("report", name, "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--store",
+                                     "p.sqlite", "-o", "report.html", *more, folder=tmp_path)
+    assert report("day0.raw", "--dry-run").exit == 0 and not (tmp_path / "p.sqlite").exists()
     assert [report(f"day{day}.raw").exit for day in range(3)] == [0, 0, 0]
     page = opened(browser, tmp_path / "report.html")
     figure, = page.find_elements("css selector", ".trends figure")
-    assert re.fullmatch(r"step between strips, analysisStrip\n.*\nToday 1999\.99 counts, limit < 4000; changes by "
-                        r"999\.996 a day and meets the limit on 1970-01-0[45]\.", figure.text, re.DOTALL), figure.text
+    assert re.fullmatch(r"step between strips, analysisStrip\n.*\nLast value 1999\.99 counts on 1970-01-03, limit < "
+                        r"4000; changes by 999\.996 a day and meets the limit on 1970-01-0[45]\.", figure.text,
+                        re.DOTALL), figure.text
     assert [len(figure.find_elements("css selector", f"path.{kind}, line.{kind}, circle.{kind}"))
-            for kind in ("measured", "expected", "factory", "dot")] == [1, 1, 1, 3]
+            for kind in ("measured", "expected", "factory", "dot", "here")] == [1, 1, 1, 3, 1]
     assert_quiet(page, tmp_path / "report.html")
 
 
@@ -246,7 +279,7 @@ def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
     shutil.copy(folder / "image0.raw", tmp_path)
     shape = ("--shape", f"{SIDE}x{SIDE}")
     report = lambda *arguments: run("report", *arguments, folder=tmp_path)
-    refused(report("none.json", "-o", "no.html"), 2, "there is no image to report of; give raw images, or results")
+    refused(report("none.json", "-o", "no.html"), 2, "none.json: there is no image to report of; give raw images, or results")
     (tmp_path / "empty").mkdir()
     refused(report("empty", *shape, "-o", "no.html"), 2, "empty: ")
     (tmp_path / "empty").rmdir()
@@ -255,6 +288,18 @@ def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
     refused(report("image0.raw", *shape, "-o", "page.txt"), 2, "page.txt: a report is a page; give a name that ends in")
     refused(report("none.json", "-o", "none.html"), 2, "none.json: would overwrite the file it is made from")
     assert sorted(path.name for path in tmp_path.iterdir()) == ["image0.raw", "none.json"]
+    record = {"command": "check uniform", "check": "getUniform", "file": "image0.raw", "verdict": "passed",
+              "bytes": 2 * SIDE * SIDE, "measures": [{"name": "", "value": 0, "unit": "", "decimals": 0}]}
+    for harm in ({"measures": [{**record["measures"][0], "decimals": 10**9}]}, {"time": "now"}, {"code": 1e300},
+                 {"shape": {"width": -SIDE, "height": -SIDE}}, {"shape": {"width": 0, "height": SIDE}}):
+        (tmp_path / "harm.json").write_text(json.dumps({"results": [{**record, **harm}]}))
+        done = report("harm.json", "-o", "page.html")
+        assert (done.exit, done.error.count("\n")) == (1, 1) and "harm.json: holds no results" in done.error, done
+    tiny = {**record, "file": "tiny.raw", "bytes": 800, "shape": {"width": 20, "height": 20}}
+    (tmp_path / "tiny.raw").write_bytes(bytes(800))
+    (tmp_path / "tiny.json").write_text(json.dumps({"results": [tiny]}))
+    assert report("tiny.json", "-o", "page.html").exit == 0
+    assert '"overlays":[]' in (tmp_path / "page.html").read_text(encoding="utf-8")
     (tmp_path / "floats.raw").write_bytes(bytes(4 * SIDE * SIDE))
     done = report("image0.raw", "floats.raw", "nowhere.raw", *shape, "--check", "strip", "-o", "page.html")
     assert (done.exit, done.output.split(b",")[0]) == (1, b"page.html: 3 results"), done

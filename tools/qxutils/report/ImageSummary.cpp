@@ -183,7 +183,11 @@ void addRankFacts(const Ranks& ranks, ImageSummary& summary) {
     summary.histogram = histogramOf(ranks, summary.minimum, summary.maximum);
 }
 
-// Whole counts stay what they are; other values are spread over the 16 bits.
+// Other values than whole counts are spread over the 16 bits: as far from what most pixels have as leaves them greys
+// enough.
+constexpr double kSpansBeyond = 100.0;
+
+// Whole counts stay what they are.
 void addPixels(const std::vector<double>& means, bool isWhole, ImageSummary& summary) {
     if (!isWhole) {
         double least = HUGE_VAL;
@@ -192,6 +196,10 @@ void addPixels(const std::vector<double>& means, bool isWhole, ImageSummary& sum
             least = std::isfinite(mean) ? std::min(least, mean) : least;
             largest = std::isfinite(mean) ? std::max(largest, mean) : largest;
         }
+        const Histogram& most = summary.histogram;
+        const double span = most.width * static_cast<double>(most.counts.size());
+        least = std::max(least, most.first - kSpansBeyond * span);
+        largest = std::min(largest, most.first + kSpansBeyond * span);
         summary.offset = least <= largest ? least : 0.0;
         summary.scale = least < largest ? (largest - least) / kMaxPixel : 1.0;
     }

@@ -16,8 +16,16 @@
 namespace qx::tool {
 namespace {
 
+constexpr std::size_t kDateLength = 10;
+
 bool hasSeries(const Report& report) {
     return std::ranges::any_of(report.records, [](const Record& record) { return !record.squares.empty(); });
+}
+
+bool hasExpectation(const Report& report) {
+    return std::ranges::any_of(report.records, [](const Record& record) {
+        return std::ranges::any_of(record.squares, [](const SnrSquare& square) { return square.expected.has_value(); });
+    });
 }
 
 std::string counted(std::size_t count, const std::string& noun) {
@@ -30,6 +38,10 @@ std::string heading(const std::string& id, const std::string& text, bool onNewPa
 
 std::string tag(const std::string& name, const std::string& attributes, const std::string& content) {
     return '<' + name + (attributes.empty() ? "" : ' ' + attributes) + '>' + content + "</" + name + '>';
+}
+
+std::string headCell(const std::string& text, const std::string& attributes = "") {
+    return tag("th", "scope=\"col\"" + (attributes.empty() ? "" : ' ' + attributes), text);
 }
 
 // Not by its colour alone.
@@ -140,15 +152,18 @@ std::string fileRows(const Report& report, RecordIterator first, RecordIterator 
     return html + "</tbody>\n";
 }
 
-std::string seriesTable(const std::vector<SnrSquare>& squares) {
+std::string seriesTable(const Record& record) {
+    const std::vector<SnrSquare>& squares = record.squares;
     const bool isJudged = squares.front().expected.has_value();
-    std::string html = "<table><thead><tr><th class=\"number\">side, pixels</th><th class=\"number\">SNR</th>";
+    const std::string numeric = "class=\"number\"";
+    std::string html = "<table aria-label=\"SNR of " + htmlText(record.subject.file) + "\"><thead><tr>" +
+                       headCell("side, pixels", numeric) + headCell("SNR", numeric);
     if (isJudged)
-        html += "<th class=\"number\">factory</th><th class=\"number\">expected</th><th>result</th>";
+        html += headCell("factory", numeric) + headCell("expected", numeric) + headCell("result");
     html += "</tr></thead><tbody>\n";
     const auto number = [](const std::string& text) { return tag("td", "class=\"number\"", text); };
     for (const SnrSquare& square : squares) {
-        html += "<tr>" + number(std::to_string(square.side));
+        html += "<tr>" + tag("th", "scope=\"row\" class=\"number\"", std::to_string(square.side));
         if (isJudged) {
             const auto [measured, expected] = textsCompared(square.measured, square.expected.value_or(0.0), 1);
             html += number(measured) + number(formatNumber(square.factory.value_or(0.0), 1)) + number(expected) +
@@ -165,11 +180,14 @@ std::string imageFacts(const ReportImage& image, const std::string& written) {
     const ImageSummary& summary = image.summary;
     const double span = summary.maximum - summary.minimum;
     const int decimals = span > 0.0 && span < 100.0 ? 2 : 1;
-    const auto value = [&](double number) { return formatNumber(number, number == std::floor(number) ? 0 : decimals); };
+    const auto value = [](double number, int digits) {
+        return std::isfinite(number) ? formatNumber(number, digits) : "–";
+    };
+    const auto count = [&](double number) { return value(number, number == std::floor(number) ? 0 : decimals); };
     return tag("p", "class=\"quiet\"",
                std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) +
-                   " pixels; counts from " + value(summary.minimum) + " to " + value(summary.maximum) + ", median " +
-                   value(summary.median) + ", mean " + formatNumber(summary.mean, decimals) + written);
+                   " pixels; counts from " + count(summary.minimum) + " to " + count(summary.maximum) + ", median " +
+                   count(summary.median) + ", mean " + value(summary.mean, decimals) + written);
 }
 
 bool isWorse(Verdict first, Verdict second) {
@@ -199,11 +217,11 @@ std::string badgesOf(const Report& report, const std::string& file) {
 
 // 2024-03-07T12:30:00Z as people write it.
 std::string readableTime(const std::string& time) {
-    constexpr std::size_t kDate = 10;
     constexpr std::size_t kMinutes = 16;
     if (time.size() <= kMinutes)
         return htmlText(time);
-    return htmlText(time.substr(0, kDate) + ' ' + time.substr(kDate + 1, kMinutes - kDate - 1) + " UTC");
+    return htmlText(time.substr(0, kDateLength) + ' ' + time.substr(kDateLength + 1, kMinutes - kDateLength - 1) +
+                    " UTC");
 }
 
 std::string writtenText(const Report& report, const std::string& file) {
@@ -213,7 +231,7 @@ std::string writtenText(const Report& report, const std::string& file) {
     return record == report.records.end() ? "" : "; written " + readableTime(record->subject.time);
 }
 
-// Today's value beside its limit, and where a straight line through the points leads.
+// The last value beside its limit, and where a straight line through the points leads.
 std::string trendText(const Json& trend) {
     const auto numberText = [](const Json& value) {
         std::ostringstream text;
@@ -224,9 +242,10 @@ std::string trendText(const Json& trend) {
     const Json points = trend.value("points", Json::array());
     if (points.empty())
         return "No value yet.";
-    std::string text = "Today " + numberText(points.back().value("value", Json()));
+    std::string text = "Last value " + numberText(points.back().value("value", Json()));
     if (const std::string unit = trend.value("unit", ""); !unit.empty())
         text += ' ' + unit;
+    text += " on " + points.back().value("time", "").substr(0, kDateLength);
     if (trend.contains("limit") && trend["limit"].is_number())
         text += ", limit " + trend.value("comparison", "") + ' ' + numberText(trend["limit"]);
     if (const Json forecast = trend.value("forecast", Json()); forecast.is_object()) {
@@ -302,9 +321,11 @@ std::string verdictSection(const Report& report) {
     std::string html =
         heading("verdicts", "Verdicts") +
         "<p class=\"filter script-only\"><label><input type=\"checkbox\" id=\"failing-only\"> only what did "
-        "not pass</label></p>\n<div class=\"scroll\"><table id=\"verdicts-table\">\n<thead><tr>"
-        "<th>Image</th><th>Verdict</th><th>Check</th><th>What is measured</th>"
-        "<th class=\"number\">Value</th><th colspan=\"2\">Limit</th><th>Code and meaning</th></tr></thead>\n";
+        "not pass</label></p>\n<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-labelledby=\"verdicts\">"
+        "<table id=\"verdicts-table\" aria-labelledby=\"verdicts\">\n<thead><tr>" +
+        headCell("Image") + headCell("Verdict") + headCell("Check") + headCell("What is measured") +
+        headCell("Value", "class=\"number\"") + headCell("Limit", "colspan=\"2\"") + headCell("Code and meaning") +
+        "</tr></thead>\n";
     for (auto first = report.records.begin(); first != report.records.end();) {
         const auto end = std::find_if(first, report.records.end(),
                                       [&](const Record& record) { return record.subject.file != first->subject.file; });
@@ -318,16 +339,18 @@ std::string seriesSection(const Report& report) {
     if (!hasSeries(report))
         return "";
     std::string html = heading("snr", "SNR series") +
-                       "<p class=\"quiet\">The signal-to-noise ratio of nested, centred squares. The expectation is "
-                       "scaled to the image's smallest square: a low dose alone does not fail.</p>\n"
-                       "<div class=\"series\">\n";
+                       "<p class=\"quiet\">The signal-to-noise ratio of nested, centred squares." +
+                       (hasExpectation(report) ? " The expectation is scaled to the image's smallest square: a low "
+                                                 "dose alone does not fail."
+                                               : "") +
+                       "</p>\n<div class=\"series\">\n";
     for (std::size_t i = 0; i < report.records.size(); ++i) {
         const Record& record = report.records[i];
         if (record.squares.empty())
             continue;
         html += "<figure data-record=\"" + std::to_string(i) + "\">" +
                 tag("figcaption", "", tag("span", "", htmlText(record.subject.file)) + ' ' + badge(record.verdict)) +
-                "<details open><summary>Numbers</summary>" + seriesTable(record.squares) + "</details></figure>\n";
+                "<details open><summary>Numbers</summary>" + seriesTable(record) + "</details></figure>\n";
     }
     return html + "</div>\n";
 }
@@ -335,7 +358,9 @@ std::string seriesSection(const Report& report) {
 std::string trendSection(const Report& report) {
     if (report.trends.empty())
         return "";
-    std::string html = heading("trends", "Trends") + "<div class=\"trends\">\n";
+    std::string html = heading("trends", "Trends") +
+                       "<p class=\"quiet\">What the store holds, with a straight line through it. Ringed: what this "
+                       "report judges.</p>\n<div class=\"trends\">\n";
     for (std::size_t i = 0; i < report.trends.size(); ++i) {
         const Json& trend = report.trends[i];
         html += "<figure data-trend=\"" + std::to_string(i) + "\">" +
