@@ -4,6 +4,7 @@ import os
 import resource
 import signal
 import stat
+import struct
 import subprocess
 import threading
 from pathlib import Path
@@ -279,6 +280,10 @@ def bad_inputs(folder: Path) -> dict[str, str]:
                      "/proc/self/mem": "0 bytes, but", "old/x": "no such file"}
 
 
+def take_little() -> None:
+    resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
+
+
 def test_bad_inputs_are_told_in_one_line(folder):
     for name, reason in bad_inputs(folder).items():
         for command in (("preview", name, *SHAPE, "-o", "got"), ("check", "false-trigger", name, *SHAPE),
@@ -288,6 +293,11 @@ def test_bad_inputs_are_told_in_one_line(folder):
     if not IS_WINDOWS:
         with open(folder / "sparse", "rb") as sparse:
             refused(run("preview", "-", *SHAPE, "-o", "got", stdin=sparse, folder=folder), 1, "-: 5368709120 bytes")
+        side = 50000
+        with open(folder / "vast", "wb") as vast:
+            vast.write(bytes(12) + struct.pack(">ii", side, side))
+            vast.truncate(len(HEADER) + 2 * side * side)
+        assert b"no plausible panel shape" in run("info", "vast", folder=folder, preexec_fn=take_little).output
         refused(run("base64", "encode", "sparse", folder=folder), 1, "sparse: longer than 2147483647 bytes")
         directory = os.open(folder, os.O_RDONLY)
         refused(run("preview", "-", *SHAPE, "-o", "got", folder=folder, stdin=directory), 1, "-: is a directory; give")

@@ -1,13 +1,14 @@
 #include "batch/InputNames.h"
 
-#include "common/FileAccess.h"
 #include "common/FileName.h"
+#include "common/InputFile.h"
 #include "common/ToolError.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
+#include <sstream>
+#include <string_view>
 #include <system_error>
 
 namespace qx::tool {
@@ -15,37 +16,51 @@ namespace {
 
 namespace fs = std::filesystem;
 
-template <class Iterator>
-void addFiles(std::vector<std::string>& files, const std::string& folder, const std::vector<std::string>& endings) {
+std::vector<fs::directory_entry> entriesOf(const std::string& folder) {
     std::error_code error;
-    for (Iterator entry(toPath(folder), error); !error && entry != Iterator(); entry.increment(error)) {
-        const std::string path = toName(entry->path());
-        const bool isWanted =
-            std::ranges::any_of(endings, [&path](const std::string& ending) { return path.ends_with(ending); });
-        std::error_code unknown;
-        if (isWanted && !entry->is_directory(unknown))
-            files.push_back(path);
-    }
+    std::vector<fs::directory_entry> entries;
+    for (fs::directory_iterator entry(toPath(folder), error), end; !error && entry != end; entry.increment(error))
+        entries.push_back(*entry);
     if (error)
         throw ToolError(folder + ": cannot be listed (" + error.message() + "); check that you may read it");
+    return entries;
 }
 
-std::vector<std::string> filesBelow(const std::string& folder, bool recursive,
-                                    const std::vector<std::string>& endings) {
-    std::vector<std::string> files;
-    if (recursive)
-        addFiles<fs::recursive_directory_iterator>(files, folder, endings);
-    else
-        addFiles<fs::directory_iterator>(files, folder, endings);
-    if (files.empty()) {
+// A folder below that cannot be listed is a problem and no end.
+void addFiles(NamedFiles& named, const std::string& folder, bool recursive, const std::vector<std::string>& endings) {
+    for (const fs::directory_entry& entry : entriesOf(folder)) {
+        const std::string path = toName(entry.path());
+        const auto endsThePath = [&path](const std::string& ending) { return path.ends_with(ending); };
+        std::error_code unknown;
+        if (!entry.is_directory(unknown)) {
+            if (std::ranges::any_of(endings, endsThePath))
+                named.files.push_back(path);
+        } else if (recursive && !entry.is_symlink(unknown)) {
+            try {
+                addFiles(named, path, recursive, endings);
+            } catch (const ToolError& error) {
+                named.problems.emplace_back(error.what());
+            }
+        }
+    }
+}
+
+NamedFiles filesBelow(const std::string& folder, bool recursive, const std::vector<std::string>& endings) {
+    NamedFiles named;
+    addFiles(named, folder, recursive, endings);
+    if (named.files.empty() && named.problems.empty()) {
         throw ToolError(folder + ": no file in it ends in " + endings.front() +
                         (recursive ? "" : "; --recursive looks into the folders below it") + "; give files by name");
     }
-    std::ranges::sort(files);
-    return files;
+    std::ranges::sort(named.files);
+    return named;
 }
 
-std::vector<std::string> linesOf(std::istream& list, const std::string& name) {
+std::vector<std::string> listedFiles(const std::string& name) {
+    constexpr std::int64_t kMaxListBytes = std::int64_t{1} << 26;
+    constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  // that some editors put first
+    const std::string text = readWhole(name, "a text file with one name a line", kMaxListBytes);
+    std::istringstream list(text.substr(text.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0));
     std::vector<std::string> lines;
     for (std::string line; std::getline(list, line);) {
         if (line.ends_with('\r'))
@@ -58,26 +73,13 @@ std::vector<std::string> linesOf(std::istream& list, const std::string& name) {
     return lines;
 }
 
-std::vector<std::string> listedFiles(const std::string& name) {
-    if (name == "-")
-        return linesOf(std::cin, "standard input");
-    constexpr const char* kWanted = "a text file with one name a line";
-    requireName(name, kWanted);
-    std::error_code error;
-    std::ifstream list(toPath(name));
-    if (!list || fs::is_directory(toPath(name), error))
-        throw ToolError(name + ": cannot be read; give " + kWanted);
-    return linesOf(list, name);
-}
-
-std::vector<std::string> filesNamedBy(const std::string& argument, bool recursive,
-                                      const std::vector<std::string>& endings) {
+NamedFiles filesNamedBy(const std::string& argument, bool recursive, const std::vector<std::string>& endings) {
     std::error_code error;
     if (argument.starts_with('@'))
-        return listedFiles(argument.substr(1));
+        return {listedFiles(argument.substr(1)), {}};
     if (fs::is_directory(toPath(argument), error))
         return filesBelow(argument, recursive, endings);
-    return {argument};
+    return {{argument}, {}};
 }
 
 }  // namespace
@@ -87,8 +89,9 @@ NamedFiles filesNamedBy(const std::vector<std::string>& arguments, bool recursiv
     NamedFiles named;
     for (const std::string& argument : arguments) {
         try {
-            const std::vector<std::string> files = filesNamedBy(argument, recursive, endings);
-            named.files.insert(named.files.end(), files.begin(), files.end());
+            const NamedFiles more = filesNamedBy(argument, recursive, endings);
+            named.files.insert(named.files.end(), more.files.begin(), more.files.end());
+            named.problems.insert(named.problems.end(), more.problems.begin(), more.problems.end());
         } catch (const ToolError& error) {
             named.problems.emplace_back(error.what());
         }

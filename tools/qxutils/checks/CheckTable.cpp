@@ -9,7 +9,6 @@
 #include <functional>
 #include <map>
 #include <ostream>
-#include <set>
 
 namespace qx::tool {
 namespace {

@@ -12,6 +12,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <set>
+#include <type_traits>
 
 namespace qx::tool {
 namespace {
@@ -35,13 +36,16 @@ void requireVerdict(const std::string& check, int status, const std::set<int>& r
     throw ToolError(check + " gives no verdict: " + reason);
 }
 
-// A check of the library and what it measured: `measure` fills the records, which are shown with these decimals.
-template <class Measure>
-Record resultOf(const std::string& check, int status, const std::set<int>& refusals, Measure measure,
-                std::initializer_list<int> decimals) {
+// Lets the library judge, and measure what it judged, which takes the same arguments; the measures are shown with these
+// decimals.
+template <class... Arguments>
+Record resultOf(const std::string& check, int (*judge)(Arguments...),
+                std::type_identity_t<int (*)(Arguments..., CheckMeasures*)> measure, const std::set<int>& refusals,
+                std::initializer_list<int> decimals, std::type_identity_t<Arguments>... arguments) {
+    const int status = judge(arguments...);
     requireVerdict(check, status, refusals);
     CheckMeasures taken{};
-    requireVerdict(check, measure(&taken), {});
+    requireVerdict(check, measure(arguments..., &taken), {});
     Record record;
     record.check = check;
     record.verdict = status == StatusOk ? Verdict::Passed : Verdict::NotPassed;
@@ -63,84 +67,47 @@ std::string averageDarkPath() {
 }  // namespace
 
 Record checkFirst(const RawImage& image, const RawImage& dark) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureFirstImg(image.pixels.data(), dark.pixels.data(), width, height, taken);
-    };
-    return resultOf("checkFirstImg", checkFirstImg(image.pixels.data(), dark.pixels.data(), width, height),
-                    {StatusPanelNotExposed, StatusUniformityUnqualified, StatusTubeMisaligned}, measure, {0, 0, 3});
+    return resultOf("checkFirstImg", checkFirstImg, measureFirstImg,
+                    {StatusPanelNotExposed, StatusUniformityUnqualified, StatusTubeMisaligned}, {0, 0, 3},
+                    image.pixels.data(), dark.pixels.data(), image.shape.width, image.shape.height);
 }
 
 Record checkPreview(const RawImage& image, const RawImage& dark) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measurePreImg(image.pixels.data(), dark.pixels.data(), width, height, taken);
-    };
-    return resultOf("checkPreImg", checkPreImg(image.pixels.data(), dark.pixels.data(), width, height),
-                    {StatusPanelNotExposed, StatusUniformityUnqualified}, measure, {0, 3});
+    return resultOf("checkPreImg", checkPreImg, measurePreImg, {StatusPanelNotExposed, StatusUniformityUnqualified},
+                    {0, 3}, image.pixels.data(), dark.pixels.data(), image.shape.width, image.shape.height);
 }
 
 Record checkSquares(const RawImage& image) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureUniform(image.pixels.data(), width, height, taken);
-    };
-    return resultOf("getUniform", getUniform(image.pixels.data(), width, height), {StatusUniformityUnqualified},
-                    measure, {3});
+    return resultOf("getUniform", getUniform, measureUniform, {StatusUniformityUnqualified}, {3}, image.pixels.data(),
+                    image.shape.width, image.shape.height);
 }
 
 Record checkBlocks(const RawImage& image, float blockLimit) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureGlobalUniform(image.pixels.data(), width, height, blockLimit, taken);
-    };
-    return resultOf("checkGlobalUniform", checkGlobalUniform(image.pixels.data(), width, height, blockLimit),
-                    {StatusUniformityUnqualified}, measure, {3});
+    return resultOf("checkGlobalUniform", checkGlobalUniform, measureGlobalUniform, {StatusUniformityUnqualified}, {3},
+                    image.pixels.data(), image.shape.width, image.shape.height, blockLimit);
 }
 
 Record checkStrips(const RawImage& image) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) { return measureStrip(image.pixels.data(), width, height, taken); };
-    return resultOf("analysisStrip", analysisStrip(image.pixels.data(), width, height), {StatusStripMeansUnqualified},
-                    measure, {0});
+    return resultOf("analysisStrip", analysisStrip, measureStrip, {StatusStripMeansUnqualified}, {0},
+                    image.pixels.data(), image.shape.width, image.shape.height);
 }
 
 Record checkDarkLevel(const RawImage& image) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureDarkGray(image.pixels.data(), width, height, taken);
-    };
-    return resultOf("darkImgGrayAnalysis", darkImgGrayAnalysis(image.pixels.data(), width, height),
-                    {StatusDarkLevelUnqualified}, measure, {1});
+    return resultOf("darkImgGrayAnalysis", darkImgGrayAnalysis, measureDarkGray, {StatusDarkLevelUnqualified}, {1},
+                    image.pixels.data(), image.shape.width, image.shape.height);
 }
 
 Record checkOffset(const FloatImage& image) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureOffsetImageQuality(image.pixels.data(), width, height, taken);
-    };
-    Record record = resultOf("checkOffsetImageQuality", checkOffsetImageQuality(image.pixels.data(), width, height),
-                             {kStatusOne}, measure, {2});
+    Record record = resultOf("checkOffsetImageQuality", checkOffsetImageQuality, measureOffsetImageQuality,
+                             {kStatusOne}, {2}, image.pixels.data(), image.shape.width, image.shape.height);
     if (record.code == kStatusOne)
         record.message = "The dark image shows structured patches.";
     return record;
 }
 
 Record checkFalseTrigger(const FloatImage& image) {
-    const int width = image.shape.width;
-    const int height = image.shape.height;
-    const auto measure = [&](CheckMeasures* taken) {
-        return measureFalseTriggAEDImage(image.pixels.data(), width, height, taken);
-    };
-    return resultOf("checkFalseTriggAEDImage", checkFalseTriggAEDImage(image.pixels.data(), width, height),
-                    {StatusFalseTrigger}, measure, {0, 0, 0});
+    return resultOf("checkFalseTriggAEDImage", checkFalseTriggAEDImage, measureFalseTriggAEDImage, {StatusFalseTrigger},
+                    {0, 0, 0}, image.pixels.data(), image.shape.width, image.shape.height);
 }
 
 Record checkGainGroup(const std::vector<std::string>& files) {
@@ -151,15 +118,13 @@ Record checkGainGroup(const std::vector<std::string>& files) {
     std::vector<const char*> paths;
     std::transform(files.begin(), files.end(), std::back_inserter(paths),
                    [](const auto& file) { return file.c_str(); });
-    const int count = static_cast<int>(paths.size());
-    return resultOf("checkGainImgGroup", checkGainImgGroup(paths.data(), count), {StatusLinearityUnqualified},
-                    [&](CheckMeasures* taken) { return measureGainImgGroup(paths.data(), count, taken); }, {3});
+    return resultOf("checkGainImgGroup", checkGainImgGroup, measureGainImgGroup, {StatusLinearityUnqualified}, {3},
+                    paths.data(), static_cast<int>(paths.size()));
 }
 
 Record checkDarkTime(const std::string& list, int timeMs) {
-    Record record =
-        resultOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat(list.c_str(), timeMs), {kStatusOne},
-                 [&](CheckMeasures* taken) { return measureDarkTimeRepeat(list.c_str(), timeMs, taken); }, {0});
+    Record record = resultOf("CheckDarkTimeRepeat", CheckDarkTimeRepeat, measureDarkTimeRepeat, {kStatusOne}, {0},
+                             list.c_str(), timeMs);
     if (record.code == kStatusOne)
         record.message = "The exposure time is not in the list.";
     return record;
@@ -168,8 +133,8 @@ Record checkDarkTime(const std::string& list, int timeMs) {
 Record checkRowNoise(const Shape& shape) {
     // Tells what is wrong with the file, if anything is.
     loadFloatImage(averageDarkPath(), shape);
-    return resultOf("analysisRcn", analysisRcn(shape.width, shape.height), {StatusRowNoiseUnqualified},
-                    [&](CheckMeasures* taken) { return measureRcn(shape.width, shape.height, taken); }, {0});
+    return resultOf("analysisRcn", analysisRcn, measureRcn, {StatusRowNoiseUnqualified}, {0}, shape.width,
+                    shape.height);
 }
 
 void storeAverageDark(const std::string& folder, const FloatImage& image) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/ComparedNumbers.h"
 #include "common/Suggestion.h"
 
 #include <CLI/CLI.hpp>
@@ -29,6 +30,17 @@ void takeOneOf(CLI::Option* option, const Choices<Value>& choices) {
         return "\"" + text + "\" is none of " + CLI::detail::join(words, ", ") + didYouMean(text, words);
     };
     option->transform(CLI::Validator(toNumber, ""))->type_name("{" + CLI::detail::join(words, ",") + "}");
+}
+
+// A check of a number that is in a range, which "nan" is not.
+inline CLI::Validator numberWithin(double least, double most, const std::string& name) {
+    const auto refuse = [least, most](const std::string& text) -> std::string {
+        double value = 0.0;
+        if (CLI::detail::lexical_cast(text, value) && value >= least && value <= most)
+            return {};
+        return text + " is no number from " + shortText(least) + " to " + shortText(most);
+    };
+    return CLI::Validator(refuse, name);
 }
 
 }  // namespace qx::tool

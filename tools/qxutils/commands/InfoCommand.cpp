@@ -1,6 +1,7 @@
 #include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/NativeFile.h"
 #include "common/TextTable.h"
 #include "defects/DefectTables.h"
@@ -121,7 +122,7 @@ std::vector<Record> describeStream(const std::string& file, const std::optional<
     if (!shape)
         throw ToolError(file + ": a stream does not tell its size; give --shape");
     std::ostringstream out;
-    out << file << '\n';
+    out << printable(file) << '\n';
     Record record;
     addStatistics(record, out, file, *shape);
     record.text = out.str();
@@ -133,7 +134,7 @@ std::vector<Record> describeFile(const std::string& file, const std::optional<Sh
         return describeStream(file, shape);
     const std::int64_t bytes = fileBytes(file, kRawImageWanted);
     std::ostringstream out;
-    out << file << "\n  " << bytes << " bytes\n";
+    out << printable(file) << "\n  " << bytes << " bytes\n";
     std::vector<Record> records = describeContent(out, file, bytes);
     if (records.empty())
         records.push_back(describeImage(out, file, bytes, shape));

@@ -1,5 +1,7 @@
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "common/FileName.h"
 #include "picture/PngWriter.h"
 #include "picture/Preview.h"
 
@@ -25,7 +27,7 @@ ExitCode writePreviews(const PreviewOptions& options) {
         Record record;
         record.measures = {{"width", static_cast<double>(picture.shape.width), "pixels"},
                            {"height", static_cast<double>(picture.shape.height), "pixels"}};
-        record.text = *files.picture + ": " + toText(picture.shape) + '\n';
+        record.text = printable(*files.picture) + ": " + toText(picture.shape) + '\n';
         return record;
     });
 }
@@ -37,7 +39,7 @@ void addPreviewCommand(CLI::App& app, Command& chosen) {
         addSubcommand<PreviewOptions>(app, chosen, "preview", "Turn raw images into PNG pictures", writePreviews);
     addInput(command, options.files);
     command.add_option("-o,--output", options.files.picture, "PNG file to write, or a folder for several")->required();
-    const CLI::Range percent(0.0, 100.0);
+    const CLI::Validator percent = numberWithin(0.0, 100.0, "FLOAT in [0 - 100]");
     command.add_option("--low", options.window.low, "Percentile shown black")->check(percent)->capture_default_str();
     command.add_option("--high", options.window.high, "Percentile shown white")->check(percent)->capture_default_str();
     command.add_option("--max-width", options.maxWidth, "Widest picture in pixels")

@@ -38,9 +38,4 @@ std::string statusText(int status) {
     return "status " + std::to_string(status) + ": " + (message == nullptr ? "never assigned" : message);
 }
 
-void requireRead(const std::string& path, int status) {
-    if (status != StatusOk)
-        throw ToolError(path + ": cannot be read (" + statusText(status) + "); check that you may read it");
-}
-
 }  // namespace qx::tool

@@ -21,7 +21,4 @@ LibraryPath toLibraryPath(const std::string& path);
 // "status 1040: " and its message.
 std::string statusText(int status);
 
-// Throws a ToolError unless the status of reading a file is 0.
-void requireRead(const std::string& path, int status);
-
 }  // namespace qx::tool

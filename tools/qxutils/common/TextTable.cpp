@@ -1,5 +1,6 @@
 #include "common/TextTable.h"
 
+#include "common/FileName.h"
 #include "common/TextWidth.h"
 
 #include <algorithm>
@@ -42,9 +43,13 @@ void shrink(Widths& widths, const Widths& least, std::size_t width) {
 void TextTable::addRow(const std::vector<std::string>& cells, const std::map<std::size_t, TextColour>& cellColours) {
     Row& row = rows_.emplace_back();
     for (const std::string& text : cells)
-        row.push_back({text});
+        row.push_back({printable(text)});
     for (const auto& [column, colour] : cellColours)
         row.at(column).colour = colour;
+}
+
+void TextTable::addTitle(const std::string& title) {
+    titles_.emplace(rows_.size(), printable(title));
 }
 
 TextTable::Widths TextTable::wholeWidths() const {

@@ -20,10 +20,10 @@ class TextTable {
 public:
     explicit TextTable(const std::vector<std::string>& header) { addRow(header); }
 
-    // A row, and the colours of some of its cells by their column.
+    // A row, whose cells are shown as printable() has them, and the colours of some of them by their column.
     void addRow(const std::vector<std::string>& cells, const std::map<std::size_t, TextColour>& cellColours = {});
-    // A line of any length that stands before the rows to come, which are indented then.
-    void addTitle(const std::string& title) { titles_.emplace(rows_.size(), title); }
+    // A line of any length, printable too, that stands before the rows to come, which are indented then.
+    void addTitle(const std::string& title);
     void alignLeft(const std::set<std::size_t>& columns) { leftColumns_.insert(columns.begin(), columns.end()); }
     // Columns whose cells are never broken at blanks, such as "< 0.15".
     void keepWhole(const std::set<std::size_t>& columns) { wholeColumns_.insert(columns.begin(), columns.end()); }

@@ -5,16 +5,12 @@
 namespace qx::tool {
 namespace {
 
-constexpr char kEscape = '\x1b';
-
 bool continuesCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// Bytes of a colour code or of one character at the beginning of a text.
+// Bytes of the character at the beginning of a text.
 std::size_t firstBytes(std::string_view text) {
-    if (text.front() == kEscape)
-        return std::min(text.find('m'), text.size() - 1) + 1;
     std::size_t bytes = 1;
     while (bytes < text.size() && continuesCharacter(text[bytes]))
         ++bytes;
@@ -24,10 +20,8 @@ std::size_t firstBytes(std::string_view text) {
 // Bytes of as much of a text as width takes.
 std::size_t bytesWithin(std::string_view text, std::size_t width) {
     std::size_t bytes = 0;
-    while (bytes < text.size() && (width > 0 || text[bytes] == kEscape)) {
-        width -= text[bytes] == kEscape ? 0 : 1;
+    for (; bytes < text.size() && width > 0; --width)
         bytes += firstBytes(text.substr(bytes));
-    }
     return bytes;
 }
 
@@ -54,10 +48,7 @@ void appendCut(std::vector<std::string>& lines, std::string_view word, std::size
 }  // namespace
 
 std::size_t textWidth(std::string_view text) {
-    std::size_t width = 0;
-    for (std::size_t at = 0; at < text.size(); at += firstBytes(text.substr(at)))
-        width += text[at] == kEscape ? 0 : 1;
-    return width;
+    return static_cast<std::size_t>(std::ranges::count_if(text, [](char byte) { return !continuesCharacter(byte); }));
 }
 
 std::size_t widestWord(std::string_view text) {

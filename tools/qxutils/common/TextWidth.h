@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// How much of a line a text takes: a character of UTF-8 is one, a colour code nothing.
+// How much of a line a text takes: a character of UTF-8 is one.
 
 namespace qx::tool {
 
@@ -14,8 +14,7 @@ std::size_t textWidth(std::string_view text);
 // The widest of the words between blanks.
 std::size_t widestWord(std::string_view text);
 
-// Lines of at most width, broken at blanks; only a word wider than that is cut, a path behind a
-// folder.
+// Lines of at most width, broken at blanks; only a word wider than that is cut, a path behind a folder.
 std::vector<std::string> wrapText(std::string_view text, std::size_t width);
 
 }  // namespace qx::tool

@@ -99,10 +99,6 @@ std::uint32_t LoadedImage::contentCrc() const {
     return qx::tool::contentCrc(pixelBytes(image), qx::tool::contentCrc({header.data(), header.size()}));
 }
 
-bool hasImageHeader(const std::string& path, const Shape& shape) {
-    return isHeaded(path, shape, fileBytes(path, kRawImageWanted));
-}
-
 LoadedImage loadImageFile(const std::string& path, const Shape& shape) {
     InputFile file(path, kRawImageWanted);
     if (!file.bytes())

@@ -15,9 +15,6 @@ namespace qx::tool {
 // What fileBytes asks the user for.
 inline constexpr const char* kRawImageWanted = "a raw image file";
 
-// Whether the file's size is that of a raw 16-bit image behind the 65536-byte header, or without one.
-bool hasImageHeader(const std::string& path, const Shape& shape);
-
 // A raw 16-bit file as it was read, once.
 struct LoadedImage {
     RawImage image;

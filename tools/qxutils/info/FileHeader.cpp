@@ -1,5 +1,6 @@
 #include "info/FileHeader.h"
 
+#include "common/Shape.h"
 #include "common/TextTable.h"
 #include "image/RawImage.h"
 
@@ -24,10 +25,12 @@ FileHeader parseHeader(const std::vector<char>& bytes) {
 }  // namespace
 
 bool FileHeader::fits(std::int64_t fileBytes) const {
-    const auto pixels = std::int64_t{file.width} * file.height;
+    const auto isSide = [](int pixels) { return pixels > 0 && pixels <= kMaxSide; };
+    if (!isSide(file.width) || !isSide(file.height))
+        return false;
+    const std::int64_t pixels = Shape{file.width, file.height}.pixelCount();
     const std::int64_t content = fileBytes - kImageHeaderBytes;
-    return file.width > 0 && file.height > 0 && content % pixels == 0 &&
-           (content / pixels == 2 || content / pixels == 4);
+    return content == 2 * pixels || content == 4 * pixels;
 }
 
 FileHeader loadFileHeader(const std::string& path) {

@@ -15,7 +15,7 @@ struct FileHeader {
     DetectorFileHead file{};
     DetectorInfoHead detector{};
 
-    // Whether its width and height make up the file's length, with 2 or 4 bytes a pixel.
+    // Whether its width and height are sides of an image and make up the file's length, with 2 or 4 bytes a pixel.
     bool fits(std::int64_t fileBytes) const;
 };
 

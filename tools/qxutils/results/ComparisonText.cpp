@@ -22,7 +22,7 @@ Json jsonOf(const std::optional<double>& value) {
 
 std::string titleOf(const Record& record) {
     const std::string check = record.check.empty() ? "" : " (" + record.check + ")";
-    return printable(record.subject.file) + ": " + record.command + check;
+    return record.subject.file + ": " + record.command + check;
 }
 
 std::string verdictsOf(const ComparedRecord& record) {
@@ -47,7 +47,7 @@ std::vector<std::string> cellsOf(const ComparedMeasure& measure) {
 
 void printOnly(std::ostream& out, const char* where, const std::vector<Record>& records) {
     for (const Record& record : records)
-        out << "Only " << where << ": " << titleOf(record) << ": " << toText(record.verdict) << '\n';
+        out << "Only " << where << ": " << printable(titleOf(record)) << ": " << toText(record.verdict) << '\n';
 }
 
 Json headOf(const Record& record) {

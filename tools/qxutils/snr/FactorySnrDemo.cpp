@@ -11,7 +11,6 @@
 #include <QxUtils.h>
 
 #include <cmath>
-#include <cstddef>
 #include <ostream>
 
 namespace qx::tool {
