@@ -1,4 +1,5 @@
 #include "batch/Batch.h"
+#include "checks/FileJudge.h"
 #include "commands/ImageOptions.h"
 #include "commands/StoreOption.h"
 #include "commands/Subcommand.h"
@@ -19,10 +20,8 @@ struct SnrOptions {
 };
 
 ExitCode runSnr(const SnrOptions& options) {
-    const Shape shape = parseShape(options.shape);
-    return runBatch(
-        options.batch, "snr", [&](const std::string& file) { return snrRecords(file, shape, options.factory); },
-        printSnrRecords);
+    const FileJudge judge({.kind = "snr", .shape = parseShape(options.shape), .factory = options.factory});
+    return runBatch(options.batch.reading(options.factory), "snr", judge, printSnrRecords);
 }
 
 }  // namespace

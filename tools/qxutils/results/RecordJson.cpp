@@ -1,6 +1,6 @@
 #include "results/RecordJson.h"
 
-#include "common/FileAccess.h"
+#include "common/InputFile.h"
 #include "common/ToolError.h"
 
 #include <QxSysMgt.h>
@@ -9,7 +9,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <sstream>
 
@@ -17,6 +16,9 @@ namespace qx::tool {
 namespace {
 
 constexpr std::int64_t kMaxResultsBytes = std::int64_t{1} << 28;
+constexpr std::size_t kShownBytes = 40;  // of what is wrong in a file
+constexpr int kMaxDepth = 64;
+constexpr int kMaxDecimals = 20;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
 constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
@@ -33,8 +35,8 @@ Json numberToJson(double value) {
 double numberFromJson(const Json& json) {
     if (json.is_null())
         return std::numeric_limits<double>::quiet_NaN();
-    if (json.is_string())
-        return json.get<std::string>() == "Infinity" ? HUGE_VAL : -HUGE_VAL;
+    if (json == "Infinity" || json == "-Infinity")
+        return json == "Infinity" ? HUGE_VAL : -HUGE_VAL;
     return json.get<double>();
 }
 
@@ -45,7 +47,7 @@ Value named(const std::array<Value, Count>& values, const char* (*textOf)(Value)
         if (json.get<std::string>() == textOf(value))
             return value;
     }
-    throw std::runtime_error("\"" + json.get<std::string>() + "\" is unknown");
+    throw std::runtime_error("\"" + json.get<std::string>().substr(0, kShownBytes) + "\" is unknown");
 }
 
 std::string crcText(std::uint32_t crc) {
@@ -58,7 +60,7 @@ std::string crcText(std::uint32_t crc) {
 std::uint32_t crcFromText(const std::string& text) {
     std::uint32_t crc = 0;
     if (std::from_chars(text.data(), text.data() + text.size(), crc, 16).ptr != text.data() + text.size())
-        throw std::runtime_error("\"" + text + "\" is no CRC");
+        throw std::runtime_error("\"" + text.substr(0, kShownBytes) + "\" is no CRC");
     return crc;
 }
 
@@ -76,8 +78,16 @@ Json toJson(const Measure& measure) {
     return json;
 }
 
+int decimalsFromJson(const Json& json) {
+    const auto decimals = json.get<double>();
+    if (!(decimals >= 0 && decimals <= kMaxDecimals))
+        throw std::runtime_error("decimals are no number from 0 to " + std::to_string(kMaxDecimals));
+    return static_cast<int>(decimals);
+}
+
 Measure measureFromJson(const Json& json) {
-    Measure measure{json.at("name"), numberFromJson(json.at("value")), json.at("unit"), json.at("decimals")};
+    Measure measure{json.at("name"), numberFromJson(json.at("value")), json.at("unit"),
+                    decimalsFromJson(json.at("decimals"))};
     if (json.contains("limit")) {
         measure.limit = {named(kComparisons, symbolOf, json.at("comparison")), numberFromJson(json.at("limit")),
                          json.at("requirement"), json.at("met")};
@@ -152,20 +162,6 @@ std::string versionNumber() {
     return version.substr(version.find_first_of("0123456789"));
 }
 
-std::vector<Record> parseRecords(const std::string& text) {
-    std::vector<Record> records;
-    const Json document = Json::parse(text, nullptr, false);
-    if (!document.is_discarded() && document.contains("results")) {
-        for (const Json& json : document.at("results"))
-            records.push_back(recordFromJson(json));
-        return records;
-    }
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        records.push_back(recordFromJson(Json::parse(line)));
-    return records;
-}
-
 }  // namespace
 
 Json documentHead() {
@@ -212,20 +208,39 @@ Record recordFromJson(const Json& json) {
     return record;
 }
 
+Json parseJson(const std::string& text, bool throwsForOther) {
+    const auto refuseDepth = [](int depth, Json::parse_event_t, const Json&) {
+        if (depth > kMaxDepth)
+            throw std::runtime_error("nested deeper than " + std::to_string(kMaxDepth));
+        return true;
+    };
+    return Json::parse(text, refuseDepth, throwsForOther);
+}
+
+std::vector<Record> parseRecords(const std::string& text) {
+    std::vector<Record> records;
+    const Json document = parseJson(text, false);
+    if (!document.is_discarded() && document.contains("results")) {
+        for (const Json& json : document.at("results"))
+            records.push_back(recordFromJson(json));
+        return records;
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        records.push_back(recordFromJson(parseJson(line)));
+    if (records.empty())
+        throw std::runtime_error("empty");
+    return records;
+}
+
 std::string toLine(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 std::vector<Record> loadRecords(const std::string& path) {
-    if (fileBytes(path, kResultsWanted) > kMaxResultsBytes)
-        throw ToolError(path + ": too long for results; give " + kResultsWanted);
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file)
-        throw ToolError(path + ": cannot be read; check that you may read it and that it is not empty");
+    const std::string text = readWhole(path, kResultsWanted, kMaxResultsBytes);
     try {
-        return parseRecords(text.str());
+        return parseRecords(text);
     } catch (const std::exception& error) {
         throw ToolError(path + ": holds no results (" + error.what() + "); give " + kResultsWanted);
     }
