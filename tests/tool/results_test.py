@@ -80,7 +80,7 @@ def test_a_process_that_dies_costs_no_result(day):
 
 
 def test_files_are_named_in_every_way(day):
-    (day / "list").write_text("150.raw\r\n\n151.raw\n")
+    (day / "list").write_bytes(b"\xef\xbb\xbf150.raw\r\n\n151.raw\n")
     image = (day / "150.raw").read_bytes()
 
     def files(*names, **options) -> list[str]:
@@ -96,7 +96,11 @@ def test_files_are_named_in_every_way(day):
     assert len(files(".")) == GOOD - 150
     (day / "empty").mkdir(exist_ok=True)
     refused(run("snr", "empty", *SHAPE, folder=day), 1, "empty: no file in it ends in .raw")
-    refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: cannot be read")
+    refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: no such file")
+    with open(day / "sparse", "wb") as sparse:
+        sparse.truncate(5 << 30)
+    refused(run("snr", "@sparse", *SHAPE, folder=day), 1, "sparse: longer than", "give a text file with one name a line")
+    (day / "sparse").unlink()
 
 
 def test_every_command_that_measures_tells_its_results_as_json_and_csv(day, tmp_path):
@@ -150,22 +154,75 @@ def test_a_series_is_judged_by_what_one_has(day, tmp_path):
     series = [square["measured"] for square in json.loads(saved)["results"][0]["squares"]]
     (tmp_path / "list.json").write_text(json.dumps({"snr": series}))
     assert verdicts(reference) == verdicts("today.json") == verdicts("list.json")
+    if not IS_WINDOWS:
+        several = ("snr", image, reference, *SHAPE, "--format", "json", "--factory")
+        piped = run(*several, "-", "--jobs", "2", input=Path(reference).read_bytes(), folder=tmp_path)
+        assert (piped.exit, piped.output) == (0, run(*several, reference, folder=tmp_path).output), piped
     again = run("snr", "today.json", *SHAPE, "--format", "json", folder=tmp_path)
     assert again.output == saved
     refused(run("snr", "today.json", *SHAPE, "--factory", "list.json", folder=tmp_path), 1, "is not judged again")
 
 
+def result(**parts) -> str:
+    record = {"command": "snr", "file": "a", "verdict": "measured", "measures": []}
+    return json.dumps({"results": [record | parts]})
+
+
+@pytest.mark.parametrize("content", [
+    '{"snr":' + "[" * 400000 + "]" * 400000 + "}",
+    '{"results":[' + '{"squares":' * 80000 + "1" + "}" * 80000 + "]}",
+    result(verdict="\x1b[31m" * 100000),
+    result(measures=[{"name": "m", "value": 1, "unit": "", "decimals": 1e9}]),
+    "", '{"results": [1]}', "[]", '"\xff\x1b\n',
+], ids=["deep list", "deep results", "loud", "long number", "empty", "number", "list", "broken"])
+def test_no_content_of_results_does_harm(content, day, tmp_path):
+    (tmp_path / "bad.json").write_text(content, encoding="latin-1")
+    image = str(day / "150.raw")
+    for command in (("compare", "bad.json", "bad.json"), ("snr", "bad.json", *SHAPE),
+                    ("snr", image, *SHAPE, "--factory", "bad.json")):
+        told = run(*command, folder=tmp_path)
+        refused(told, 1, "qxutils: bad.json: ")
+        assert len(told.error) < 400 and "\x1b" not in told.error
+
+
+def test_results_from_elsewhere_are_shown_in_print(tmp_path):
+    odd = result(file="\x1b[31m\n", message="\x1b[32m", code=4711, squares=[{"side": 64, "measured": 5.0}])
+    (tmp_path / "odd.json").write_text(odd)
+    assert b"5.0" in run("snr", "odd.json", "--shape", "64x64", folder=tmp_path).output
+    compared = run("compare", "odd.json", "odd.json", folder=tmp_path).output
+    assert rb"\x1B[31m\x0A: snr" in compared and b"\x1b" not in compared
+
+
 def test_results_of_several_files_go_into_a_folder(day, tmp_path):
     names = [str(day / name) for name in ("150.raw", "151.raw")]
+    dry = run("--dry-run", "filter", "column-median", *names, *SHAPE, "-o", "out/", "--jobs", "2", folder=tmp_path)
+    assert dry.exit == 0 and dry.error.splitlines() == [
+        f"qxutils: dry run: would {what}" for what in ("make the folder out/", "write out/150.raw", "write out/151.raw")]
+    assert [line for line in dry.output.decode().splitlines() if line.endswith(".raw")] == names
     made = run("filter", "column-median", *names, *SHAPE, "-o", "out/", "--png", "out/", "--jobs", "2", folder=tmp_path)
     assert made.exit == 0 and sorted(path.name for path in (tmp_path / "out").iterdir()) == [
         "150.png", "150.raw", "151.png", "151.raw"]
     refused(run("preview", *names, *SHAPE, "-o", "one.png", folder=tmp_path), 2, "one name for the results of 2 files")
     refused(run("preview", names[0], names[0], *SHAPE, "-o", "out", folder=tmp_path), 2,
-            "would both be written to out/150.raw; give them in two calls")
+            "would both be written to out/150.png; give them in two calls")
 
 
 def test_standard_output_carries_results_alone(day, tmp_path):
     # A check whose function of the library prints lines of its own.
     done = run("check", "gain-group", str(day / "150.raw"), str(day / "151.raw"), "--format", "json", folder=tmp_path)
     assert "checkGainImgGroup = " in done.error and document(done.output)["results"][0]["verdict"] == "passed"
+
+
+@on_linux_only
+@pytest.mark.parametrize("jobs", ["1", "2"])
+def test_streams_that_are_not_there(jobs, day):
+    check = ("check", "gain-group", "150.raw", "151.raw", "--format", "json")
+    assert document(run(*check, folder=day, preexec_fn=lambda: os.close(2)).output)
+    snr = [*COMMAND, "snr", "150.raw", "nowhere", *SHAPE, "--jobs", jobs, "--format", "json"]
+    mute = subprocess.run(snr, cwd=day, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, preexec_fn=lambda: os.close(2))
+    assert mute.returncode == 1 and len(document(mute.stdout)["results"]) == 2
+    reader, writer = os.pipe()
+    os.close(reader)
+    unread = subprocess.run(snr, cwd=day, stdin=subprocess.DEVNULL, stdout=writer, stderr=subprocess.PIPE)
+    os.close(writer)
+    assert unread.returncode == -signal.SIGPIPE and b"standard output" not in unread.stderr

@@ -7,6 +7,8 @@
 #include "batch/Workers.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
+#include "common/Terminal.h"
+#include "common/WholeFile.h"
 #include "results/RecordJson.h"
 #include "store/OpenStore.h"
 
@@ -17,11 +19,17 @@
 namespace qx::tool {
 namespace {
 
+// A line of progress would wipe out what stands there.
+bool showsResultsAtOnce(Format format) {
+    return format != Format::Table && isTerminal();
+}
+
 // Writes outcomes as they come and remembers the worst.
 class Run {
 public:
     Run(const ResultOptions& options, const PrintTable& printTable, std::size_t files, bool isQuiet)
-        : writer_(std::cout, options.format, printTable), store_(openStore(options.store)), progress_(files, isQuiet) {}
+        : writer_(std::cout, options.format, printTable), store_(openStore(options.store)),
+          progress_(files, isQuiet || showsResultsAtOnce(options.format)) {}
 
     void take(const Outcome& outcome) {
         if (!outcome.problem.empty())
@@ -64,7 +72,20 @@ bool readsStream(const std::vector<std::string>& files) {
     return std::ranges::any_of(files, [](const std::string& file) { return streamOfInput(file).has_value(); });
 }
 
+// What a dry run announces stands in the order of the files, and nothing is made that another process could find.
+bool staysInThisProcess(const BatchOptions& options, const std::vector<std::string>& files) {
+    return options.jobs == 1 || files.size() < 2 || writePolicy().dryRun || readsStream(files) ||
+           readsStream(options.shared);
+}
+
 }  // namespace
+
+BatchOptions BatchOptions::reading(const std::optional<std::string>& file) const {
+    BatchOptions options = *this;
+    if (file)
+        options.shared.push_back(*file);
+    return options;
+}
 
 std::vector<std::string> filesNamedBy(const BatchOptions& options) {
     const NamedFiles named = filesNamedBy(options.names, options.recursive, options.endings);
@@ -88,12 +109,12 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
     Run run(options.results, printTable, named.files.size(), options.quiet);
     for (const std::string& problem : named.problems)
         run.tellProblem(problem);
-    if (options.jobs > 1 && named.files.size() > 1 && !readsStream(named.files)) {
-        judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
-    } else {
+    if (staysInThisProcess(options, named.files)) {
         // On the way that outcomes of other processes come, so that nothing depends on the number of processes.
         for (const std::string& file : named.files)
             run.take(outcomeFromLine(toLine(outcomeOfFile(file))));
+    } else {
+        judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
     }
     return run.finish();
 }

@@ -25,7 +25,11 @@ struct BatchOptions {
     bool quiet = false;
     int jobs = 1;
     std::vector<std::string> endings = {".raw"};  // of the files that a folder stands for
+    std::vector<std::string> shared{};            // files that every judgement reads
     ResultOptions results{};
+
+    // The same with one more shared file, if there is one.
+    BatchOptions reading(const std::optional<std::string>& file) const;
 };
 
 // The files that options.names stand for; throws a ToolError where an argument names none.

@@ -13,7 +13,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
@@ -48,6 +47,14 @@ struct Pipe {
     }
 };
 
+// The pipe of a child that died tells its thread by an error; what reads this process's results still ends it by going.
+void blockClosedPipeSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 // What a child has in its environment beside this process's.
 std::vector<std::string> addedVariables() {
     std::vector<std::string> added;
@@ -61,14 +68,13 @@ pid_t startProgram(const Pipe& input, const Pipe& output) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input.readEnd, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output.writeEnd, STDOUT_FILENO);
-    // This process ignores the signal of a closed pipe, which children would inherit.
+    // This thread blocks a signal, which children would inherit.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
     // The first of two variables of one name counts.
     std::vector<std::string> added = addedVariables();
     std::vector<char*> environment;
@@ -100,7 +106,7 @@ void rememberArguments(int /*argc*/, char** argv) {
 }
 
 ChildProcess::ChildProcess() : pipes_(std::make_unique<Pipes>()) {
-    std::signal(SIGPIPE, SIG_IGN);
+    blockClosedPipeSignal();
     pipes_->process = startProgram(pipes_->input, pipes_->output);
     Pipe::closeEnd(pipes_->input.readEnd);
     Pipe::closeEnd(pipes_->output.writeEnd);

@@ -37,7 +37,7 @@ std::string outputFor(const std::string& output, const std::string& file, const 
     return toName(toPath(output) / name);
 }
 
-void prepareOutputs(const std::string& output, const std::vector<std::string>& files) {
+void prepareOutputs(const std::string& output, const std::vector<std::string>& files, const std::string& ending) {
     if (files.size() > 1 && !isOutputFolder(output)) {
         throw ToolError(output + ": one name for the results of " + std::to_string(files.size()) +
                             " files; give a folder, such as " + output + "/",
@@ -47,7 +47,7 @@ void prepareOutputs(const std::string& output, const std::vector<std::string>& f
         return;
     std::map<std::string, std::string> fileOf;
     for (const std::string& file : files) {
-        const auto [place, isNew] = fileOf.emplace(outputFor(output, file), file);
+        const auto [place, isNew] = fileOf.emplace(outputFor(output, file, ending), file);
         if (!isNew) {
             throw ToolError(place->second + " and " + file + " would both be written to " + place->first +
                                 "; give them in two calls",

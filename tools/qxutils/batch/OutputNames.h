@@ -14,8 +14,8 @@ bool isOutputFolder(const std::string& output);
 // the ending is empty.
 std::string outputFor(const std::string& output, const std::string& file, const std::string& ending = "");
 
-// Makes an output folder that is not there yet. Throws a ToolError when the outputs of several files would have one
-// name.
-void prepareOutputs(const std::string& output, const std::vector<std::string>& files);
+// Makes an output folder that is not there yet. Throws a ToolError when the outputs of several files, with this ending,
+// would have one name.
+void prepareOutputs(const std::string& output, const std::vector<std::string>& files, const std::string& ending = "");
 
 }  // namespace qx::tool

@@ -53,6 +53,12 @@ public:
         isThere_.notify_all();
     }
 
+    // Nobody waits for those that are left.
+    void end() {
+        const std::lock_guard lock(mutex_);
+        next_ = outcomes_.size();
+    }
+
     // Waits for it.
     Outcome take(std::size_t index) {
         std::unique_lock lock(mutex_);
@@ -114,8 +120,13 @@ void judgeInProcesses(const std::vector<std::string>& files, int jobs, const std
                 queue.put(*index, worker.judge(files[*index]));
         });
     }
-    for (std::size_t index = 0; index < files.size(); ++index)
-        handOver(queue.take(index));
+    try {
+        for (std::size_t index = 0; index < files.size(); ++index)
+            handOver(queue.take(index));
+    } catch (...) {
+        queue.end();
+        throw;
+    }
 }
 
 void serveParent(const std::function<Outcome(const std::string& file)>& judge) {

@@ -75,6 +75,8 @@ std::vector<std::string> judgedKinds() {
 FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
     if (settings.kind != kSnrKind && !judges().contains(settings.kind))
         throw ToolError("\"" + settings.kind + "\" is no check of one image", ExitCode::Usage);
+    if (settings.kind == kSnrKind && settings.factory)
+        factory_.emplace(*settings.factory, settings.shape);
     if (!needsDark(settings.kind))
         return;
     if (!settings.dark)
@@ -85,7 +87,7 @@ FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
 std::vector<Record> FileJudge::operator()(const std::string& file) const {
     // Results of earlier runs have subjects of their own.
     if (settings_.kind == kSnrKind)
-        return snrRecords(file, settings_.shape, settings_.factory);
+        return snrRecords(file, settings_.shape, factory_);
     JudgedFile judged = judges().at(settings_.kind)(*this, file);
     for (Record& record : judged.records)
         record.subject = judged.subject;

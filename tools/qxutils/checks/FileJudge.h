@@ -2,6 +2,7 @@
 
 #include "checks/ImageChecks.h"
 #include "results/Record.h"
+#include "snr/FactorySeries.h"
 
 #include <optional>
 #include <string>
@@ -26,7 +27,7 @@ struct JudgeSettings {
 // Judges one file after the other; what they share is loaded once.
 class FileJudge {
 public:
-    // Throws a ToolError when the dark image cannot be loaded, or is missing.
+    // Throws a ToolError when the dark image or the factory's series cannot be loaded, or the dark image is missing.
     explicit FileJudge(const JudgeSettings& settings);
 
     // A record for each check of the kind; throws a ToolError when there is no verdict.
@@ -38,6 +39,7 @@ public:
 private:
     JudgeSettings settings_;
     RawImage dark_;
+    std::optional<FactorySeries> factory_;
 };
 
 }  // namespace qx::tool

@@ -1,6 +1,7 @@
 #include "checks/CheckTable.h"
 #include "checks/FileJudge.h"
 #include "commands/BatchOptions.h"
+#include "commands/Choice.h"
 #include "commands/Command.h"
 #include "commands/ImageOptions.h"
 #include "common/DetectorSetup.h"
@@ -10,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,7 +35,7 @@ using RunCheck = std::function<ExitCode(const CheckOptions&)>;
 
 ExitCode runOfImages(const CheckOptions& options, const std::string& kind) {
     const FileJudge judge({kind, parseShape(options.shape), options.dark, options.blockLimit});
-    return runBatch(options.batch, "check " + kind, judge, printCheckRecords);
+    return runBatch(options.batch.reading(options.dark), "check " + kind, judge, printCheckRecords);
 }
 
 // The last file is the dark image unless an option names it.
@@ -133,7 +135,7 @@ void addKindsOfExposedImages(CheckKinds& kinds) {
     kinds.addOfImages("uniform", "Uniformity of five squares, and of blocks", CheckKinds::kWords)
         .add_option("--block-limit", kinds.options().blockLimit,
                     "Relative deviation that more than 3 blocks may not exceed")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberWithin(0.0, std::numeric_limits<float>::max(), "NONNEGATIVE"))
         ->capture_default_str();
     kinds.addOfImages("strip", "Steps between strips", CheckKinds::kWords);
     kinds.addOfImages("false-trigger", "Whether an image that triggered itself was exposed", CheckKinds::kFloats);

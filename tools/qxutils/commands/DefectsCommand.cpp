@@ -46,10 +46,10 @@ Record describe(const DefectsOptions& options, const std::string& file) {
 ExitCode describeDefects(const DefectsOptions& options) {
     return runBatch(
         options.batch, "defects", [&](const std::string& file) { return std::vector{describe(options, file)}; },
-        printTexts,
+        printNamedTexts,
         [&](const std::vector<std::string>& files) {
             if (options.picture)
-                prepareOutputs(*options.picture, files);
+                prepareOutputs(*options.picture, files, ".png");
         });
 }
 

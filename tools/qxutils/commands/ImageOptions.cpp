@@ -7,6 +7,11 @@
 #include <CLI/CLI.hpp>
 
 namespace qx::tool {
+namespace {
+
+constexpr const char* kPictureEnding = ".png";
+
+}  // namespace
 
 std::vector<std::string> ImageFiles::outputs() const {
     std::vector<std::string> names;
@@ -24,7 +29,7 @@ ImageFiles ImageOptions::filesFor(const std::string& file) const {
         requireName(*files.output, "the image file to write");
     }
     if (picture) {
-        files.picture = outputFor(*picture, file, ".png");
+        files.picture = outputFor(*picture, file, kPictureEnding);
         requireName(*files.picture, "the picture file to write");
     }
     requireDistinct(files.outputs(), {file});
@@ -43,12 +48,12 @@ ExitCode runImages(const ImageOptions& options, const std::string& command,
         return std::vector{record};
     };
     const auto prepare = [&options](const std::vector<std::string>& files) {
-        for (const std::optional<std::string>& output : {options.output, options.picture}) {
-            if (output)
-                prepareOutputs(*output, files);
-        }
+        if (options.output)
+            prepareOutputs(*options.output, files);
+        if (options.picture)
+            prepareOutputs(*options.picture, files, kPictureEnding);
     };
-    return runBatch(options.batch, command, judge, printTexts, prepare);
+    return runBatch(options.batch, command, judge, printNamedTexts, prepare);
 }
 
 void requirePictureName(const std::string& picture, const std::string& file) {

@@ -147,8 +147,8 @@ ExitCode runCorrect(NdtOptions options) {
     configureDetector(options.folder, shape);
     virtualDetector().config.defectCorrectionMethod = static_cast<int>(options.defects);
     return runBatch(
-        options.batch, "ndt correct",
-        [&](const std::string& file) { return std::vector{correctOne(options, shape, dark, file)}; }, printTexts,
+        options.batch.reading(options.dark), "ndt correct",
+        [&](const std::string& file) { return std::vector{correctOne(options, shape, dark, file)}; }, printNamedTexts,
         [&](const std::vector<std::string>& files) { prepareOutputs(options.output, files); });
 }
 

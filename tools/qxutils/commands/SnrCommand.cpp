@@ -1,3 +1,4 @@
+#include "checks/FileJudge.h"
 #include "commands/BatchOptions.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
@@ -18,10 +19,8 @@ struct SnrOptions {
 };
 
 ExitCode runSnr(const SnrOptions& options) {
-    const Shape shape = parseShape(options.shape);
-    return runBatch(
-        options.batch, "snr", [&](const std::string& file) { return snrRecords(file, shape, options.factory); },
-        printSnrRecords);
+    const FileJudge judge({.kind = "snr", .shape = parseShape(options.shape), .factory = options.factory});
+    return runBatch(options.batch.reading(options.factory), "snr", judge, printSnrRecords);
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ struct StripeOptions {
     std::optional<std::string> referenceShape;
     StripeMethod method = StripeMethod::Clinic;
 
-    RawImage loadReference(const RawImage& image) const {
-        return reference ? loadRawImage(*reference, parseShape(referenceShape.value_or(files.shape))) : image;
+    RawImage loadReference() const {
+        return loadRawImage(reference.value(), parseShape(referenceShape.value_or(files.shape)));
     }
 };
 
@@ -58,11 +58,10 @@ Record contrastsOf(const StripeProfile& before, const StripeProfile& after, int 
     return record;
 }
 
-Record correctOne(const StripeOptions& options, const RawImage& image, const ImageFiles& files) {
-    if (options.reference)
-        requireDistinct(files.outputs(), {*options.reference});
+Record correctOne(const StripeOptions& options, const RawImage& reference, const RawImage& image,
+                  const ImageFiles& files) {
     const int line = options.triggerLine;
-    const RawImage corrected = correctStripe(image, options.loadReference(image), line, options.method);
+    const RawImage corrected = correctStripe(image, reference, line, options.method);
     saveRawImage(files.output.value(), corrected);
     if (files.picture) {
         writePicture(*files.picture,
@@ -74,8 +73,16 @@ Record correctOne(const StripeOptions& options, const RawImage& image, const Ima
 ExitCode runStripe(const StripeOptions& options) {
     if (options.reference && options.method == StripeMethod::Line)
         throw ToolError("--method line needs no --reference; leave one of them out", ExitCode::Usage);
-    return runImages(options.files, "stripe", [&options](const RawImage& image, const ImageFiles& files) {
-        return correctOne(options, image, files);
+    std::optional<RawImage> reference;
+    ImageOptions images = options.files;
+    images.batch = images.batch.reading(options.reference);
+    return runImages(images, "stripe", [&](const RawImage& image, const ImageFiles& files) {
+        if (options.reference)
+            requireDistinct(files.outputs(), {*options.reference});
+        // A stream can be read once only.
+        if (options.reference && !reference)
+            reference = options.loadReference();
+        return correctOne(options, reference ? *reference : image, image, files);
     });
 }
 

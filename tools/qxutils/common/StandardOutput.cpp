@@ -8,6 +8,7 @@
 #if defined(_WIN32)
 #include <io.h>
 #else
+#include <fcntl.h>
 #include <unistd.h>
 #endif
 
@@ -40,6 +41,19 @@ int copyOf(int descriptor) {
 #endif
 }
 
+// Without standard error no file may get its number, and with it what is said there.
+void holdStandardError() {
+#if !defined(_WIN32)
+    if (fcntl(kError, F_GETFD) >= 0)
+        return;
+    const int nowhere = open("/dev/null", O_WRONLY);
+    if (nowhere < 0 || nowhere == kError)
+        return;
+    dup2(nowhere, kError);
+    close(nowhere);
+#endif
+}
+
 void redirect(int descriptor, int target) {
 #if defined(_WIN32)
     _dup2(target, descriptor);
@@ -54,7 +68,7 @@ int resultsDescriptor() {
     return copyOfOutput;
 }
 
-StandardOutput::StandardOutput() : descriptor_(copyOf(kOutput)), before_(std::cout.rdbuf(this)) {
+StandardOutput::StandardOutput() : descriptor_((holdStandardError(), copyOf(kOutput))), before_(std::cout.rdbuf(this)) {
     // What the library prints stands where it belongs among the lines of standard error.
     std::fflush(stdout);
     std::setvbuf(stdout, nullptr, _IONBF, 0);

@@ -86,6 +86,10 @@ std::string coloured(std::string_view text, TextColour colour) {
     return std::string(code).append(text).append("\x1b[0m");
 }
 
+bool isTerminal() {
+    return kTerminal.isTerminal;
+}
+
 int terminalWidth() {
     const std::optional<int> columns = parseInteger(environmentText("COLUMNS"));
     return columns && *columns > 0 ? *columns : kTerminal.width;

@@ -22,6 +22,9 @@ bool colours();
 // The text in a colour, or as it is where results are not coloured.
 std::string coloured(std::string_view text, TextColour colour);
 
+// Whether somebody sees results as they are written.
+bool isTerminal();
+
 // Characters a line may have: what the variable COLUMNS says, else as wide as the terminal is, 80 without one.
 int terminalWidth();
 

@@ -99,7 +99,8 @@ void announce(const std::string& what) {
 }
 
 void announceFolder(const std::string& path) {
-    if (announcedFolders.insert(toPath(path)).second)
+    // As the folder of a file in it, without a separator at its end.
+    if (announcedFolders.insert((toPath(path) / "").parent_path()).second)
         announce("make the folder " + path);
 }
 

@@ -1,6 +1,6 @@
 #include "results/RecordJson.h"
 
-#include "common/FileAccess.h"
+#include "common/InputFile.h"
 #include "common/ToolError.h"
 #include "results/DateText.h"
 
@@ -11,7 +11,6 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <sstream>
 
@@ -21,6 +20,7 @@ namespace {
 constexpr std::int64_t kMaxResultsBytes = std::int64_t{1} << 28;
 constexpr int kMaxDecimals = 20;
 constexpr std::size_t kMaxQuoted = 40;
+constexpr int kMaxDepth = 64;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
 constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
@@ -37,8 +37,8 @@ Json numberToJson(double value) {
 double numberFromJson(const Json& json) {
     if (json.is_null())
         return std::numeric_limits<double>::quiet_NaN();
-    if (json.is_string())
-        return json.get<std::string>() == "Infinity" ? HUGE_VAL : -HUGE_VAL;
+    if (json == "Infinity" || json == "-Infinity")
+        return json == "Infinity" ? HUGE_VAL : -HUGE_VAL;
     return json.get<double>();
 }
 
@@ -56,7 +56,7 @@ Value named(const std::array<Value, Count>& values, const char* (*textOf)(Value)
         if (json.get<std::string>() == textOf(value))
             return value;
     }
-    throw std::runtime_error("\"" + json.get<std::string>() + "\" is unknown");
+    throw std::runtime_error("\"" + json.get<std::string>().substr(0, kMaxQuoted) + "\" is unknown");
 }
 
 std::string crcText(std::uint32_t crc) {
@@ -69,7 +69,7 @@ std::string crcText(std::uint32_t crc) {
 std::uint32_t crcFromText(const std::string& text) {
     std::uint32_t crc = 0;
     if (std::from_chars(text.data(), text.data() + text.size(), crc, 16).ptr != text.data() + text.size())
-        throw std::runtime_error("\"" + text + "\" is no CRC");
+        throw std::runtime_error("\"" + text.substr(0, kMaxQuoted) + "\" is no CRC");
     return crc;
 }
 
@@ -167,20 +167,6 @@ std::string versionNumber() {
     return version.substr(version.find_first_of("0123456789"));
 }
 
-std::vector<Record> parseRecords(const std::string& text) {
-    std::vector<Record> records;
-    const Json document = Json::parse(text, nullptr, false);
-    if (!document.is_discarded() && document.contains("results")) {
-        for (const Json& json : document.at("results"))
-            records.push_back(recordFromJson(json));
-        return records;
-    }
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        records.push_back(recordFromJson(Json::parse(line)));
-    return records;
-}
-
 }  // namespace
 
 Json documentHead() {
@@ -227,20 +213,39 @@ Record recordFromJson(const Json& json) {
     return record;
 }
 
+Json parseJson(const std::string& text, bool throwsForOther) {
+    const auto refuseDepth = [](int depth, Json::parse_event_t, const Json&) {
+        if (depth > kMaxDepth)
+            throw std::runtime_error("nested deeper than " + std::to_string(kMaxDepth));
+        return true;
+    };
+    return Json::parse(text, refuseDepth, throwsForOther);
+}
+
+std::vector<Record> parseRecords(const std::string& text) {
+    std::vector<Record> records;
+    const Json document = parseJson(text, false);
+    if (!document.is_discarded() && document.contains("results")) {
+        for (const Json& json : document.at("results"))
+            records.push_back(recordFromJson(json));
+        return records;
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        records.push_back(recordFromJson(parseJson(line)));
+    if (records.empty())
+        throw std::runtime_error("empty");
+    return records;
+}
+
 std::string toLine(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 std::vector<Record> loadRecords(const std::string& path) {
-    if (fileBytes(path, kResultsWanted) > kMaxResultsBytes)
-        throw ToolError(path + ": too long for results; give " + kResultsWanted);
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file)
-        throw ToolError(path + ": cannot be read; check that you may read it and that it is not empty");
+    const std::string text = readWhole(path, kResultsWanted, kMaxResultsBytes);
     try {
-        return parseRecords(text.str());
+        return parseRecords(text);
     } catch (const std::exception& error) {
         throw ToolError(path + ": holds no results (" + error.what() + "); give " + kResultsWanted);
     }

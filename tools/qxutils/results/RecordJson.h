@@ -21,13 +21,20 @@ Json documentHead();
 
 Json toJson(const Record& record);
 
-// Throws nlohmann::json::exception for what is no record.
+// Throws a std::exception for what is no record.
 Record recordFromJson(const Json& json);
+
+// Refuses what is nested deeper than any results, which could exhaust the stack. Throws a std::exception for what is no
+// JSON, or returns a discarded value.
+Json parseJson(const std::string& text, bool throwsForOther = true);
+
+// The records of a document or of lines, one a line; throws a std::exception for anything else.
+std::vector<Record> parseRecords(const std::string& text);
 
 // One line, bytes that are no UTF-8 replaced.
 std::string toLine(const Json& json);
 
-// The records of a document or of lines, one a line, as the tool writes them; throws a ToolError for anything else.
+// Those of a file or stream; throws a ToolError for anything else.
 std::vector<Record> loadRecords(const std::string& path);
 
 }  // namespace qx::tool

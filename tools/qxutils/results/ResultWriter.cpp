@@ -1,5 +1,6 @@
 #include "results/ResultWriter.h"
 
+#include "common/FileName.h"
 #include "results/RecordCsv.h"
 #include "results/RecordJson.h"
 
@@ -47,6 +48,14 @@ void ResultWriter::finish() {
 void printTexts(std::ostream& out, const std::vector<Record>& records) {
     for (const Record& record : records)
         out << record.text;
+}
+
+void printNamedTexts(std::ostream& out, const std::vector<Record>& records) {
+    for (const Record& record : records) {
+        if (records.size() > 1 && !record.text.empty())
+            out << printable(record.subject.file) << '\n';
+        out << record.text;
+    }
 }
 
 }  // namespace qx::tool

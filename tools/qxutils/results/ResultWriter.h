@@ -35,4 +35,7 @@ private:
 // The texts of the records, one after the other.
 void printTexts(std::ostream& out, const std::vector<Record>& records);
 
+// The same, of several files each below its name.
+void printNamedTexts(std::ostream& out, const std::vector<Record>& records);
+
 }  // namespace qx::tool

@@ -5,11 +5,11 @@
 #include "common/InputFile.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
+#include "results/RecordJson.h"
 #include "snr/FactorySnrRecords.h"
 
 #include <QxUtils/Files.h>
 
-#include <nlohmann/json.hpp>
 #include <toml++/toml.h>
 
 #include <algorithm>
@@ -18,7 +18,6 @@
 #include <filesystem>
 #include <limits>
 #include <sstream>
-#include <string_view>
 
 namespace qx::tool {
 namespace {
@@ -43,29 +42,29 @@ SnrSeries parseToml(const std::string& text) {
 }
 
 // The first series among results.
-SnrSeries savedSeries(const nlohmann::json& results) {
-    for (const nlohmann::json& result : results) {
+SnrSeries savedSeries(const std::vector<Record>& results) {
+    for (const Record& result : results) {
         SnrSeries series;
-        for (const nlohmann::json& square : result.value("squares", nlohmann::json::array()))
-            series.push_back(toSnr(square.value("measured", 0.0)));
+        for (const SnrSquare& square : result.squares)
+            series.push_back(toSnr(square.measured));
         if (!series.empty())
             return series;
     }
     throw std::runtime_error("no result with an SNR series");
 }
 
-SnrSeries parseJson(const std::string& text) {
-    nlohmann::json list = nlohmann::json::parse(text, nullptr, false);
+SnrSeries parseJsonList(const std::string& text) {
+    Json list = parseJson(text, false);
     if (list.is_discarded())
         throw std::runtime_error("not valid JSON");
     if (list.is_object() && list.contains("results"))
-        return savedSeries(list.at("results"));
+        return savedSeries(parseRecords(text));
     if (list.is_object())
-        list = list.value("snr", nlohmann::json());
+        list = list.value("snr", Json());
     if (!list.is_array())
         throw std::runtime_error("no list named snr");
     SnrSeries series;
-    for (const nlohmann::json& item : list)
+    for (const Json& item : list)
         series.push_back(toSnr(item.is_number() ? std::optional(item.get<double>()) : std::nullopt));
     return series;
 }
@@ -89,7 +88,7 @@ SnrSeries parseSeries(const std::string& path) {
     try {
         if (extension == ".toml")
             return parseToml(text);
-        return extension == ".json" ? parseJson(text) : parsePlain(text);
+        return extension == ".json" ? parseJsonList(text) : parsePlain(text);
     } catch (const std::exception& error) {
         std::string reason = error.what();
         std::replace(reason.begin(), reason.end(), '\n', ' ');
@@ -98,17 +97,21 @@ SnrSeries parseSeries(const std::string& path) {
 }
 
 bool isReferenceImage(const std::string& path, const Shape& shape) {
-    const std::string extension = std::filesystem::path(path).extension().string();
+    const std::filesystem::path extension = toPath(path).extension();
     if (extension == ".toml" || extension == ".json" || extension == ".txt")
         return false;
-    const std::int64_t bytes = fileBytes(path, kWanted);
-    return bytes == shape.pixelBytes() || bytes == shape.pixelBytes() + kImageHeaderBytes;
+    const std::optional<std::int64_t> bytes = InputFile(path, kWanted).bytes();
+    return !bytes || *bytes == shape.pixelBytes() || *bytes == shape.pixelBytes() + kImageHeaderBytes;
 }
 
-SnrSeries readSeries(const std::string& path, const Shape& shape, std::optional<float> integrationTimeMs) {
+FactoryDiffIntSNRList readList(const std::string& path, const Shape& shape) {
     if (isFactorySnrName(path))
-        return nearestRecord(loadFactorySnrFile(path), integrationTimeMs).snr;
-    return isReferenceImage(path, shape) ? measureSnr(loadRawImage(path, shape)) : parseSeries(path);
+        return loadFactorySnrFile(path);
+    FactoryDiffIntSNRList list;
+    list.records.resize(1);
+    list.records.front().snr =
+        isReferenceImage(path, shape) ? measureSnr(loadRawImage(path, shape)) : parseSeries(path);
+    return list;
 }
 
 // The number with the fewest digits that reads back as the same float.
@@ -122,15 +125,18 @@ double shortestDecimal(float value) {
 
 }  // namespace
 
-SnrSeries loadFactorySeries(const std::string& path, const Shape& shape, std::optional<float> integrationTimeMs) {
-    const std::size_t minimumCount = snrSquareSides(shape).size();
-    SnrSeries series = readSeries(path, shape, integrationTimeMs);
+FactorySeries::FactorySeries(const std::string& path, const Shape& shape)
+    : path_(path), squares_(snrSquareSides(shape).size()), list_(readList(path, shape)) {}
+
+const SnrSeries& FactorySeries::nearest(std::optional<float> integrationTimeMs) const {
+    const SnrSeries& series = nearestRecord(list_, integrationTimeMs).snr;
     const auto isUsable = [](float value) { return std::isfinite(value) && value > 0; };
-    if (!std::all_of(series.begin(), series.end(), isUsable))
-        throw ToolError(path + ": every SNR value must be a positive number");
-    if (series.size() < minimumCount) {
-        throw ToolError(path + ": " + std::to_string(series.size()) + " SNR values, but an image of this shape needs " +
-                        std::to_string(minimumCount) + "; measure the factory series on images of the same shape");
+    if (!std::ranges::all_of(series, isUsable))
+        throw ToolError(path_ + ": every SNR value must be a positive number");
+    if (series.size() < squares_) {
+        throw ToolError(path_ + ": " + std::to_string(series.size()) +
+                        " SNR values, but an image of this shape needs " + std::to_string(squares_) +
+                        "; measure the factory series on images of the same shape");
     }
     return series;
 }

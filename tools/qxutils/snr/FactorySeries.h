@@ -2,21 +2,34 @@
 
 #include "snr/SnrJudgement.h"
 
+#include <QxUtils/Records.h>
+
 #include <optional>
 #include <string>
 
 namespace qx::tool {
 
-// A factory series for images of this shape, from one of
-//     a factory SNR file (-SNR.raw): the record with the integration time nearest to the given one, or its first one;
+// The factory's series for images of this shape, read once from one of
+//     a factory SNR file (-SNR.raw): a series for each integration time;
 //     results that qxutils snr wrote (.json): the first series in them;
 //     a list: TOML (.toml) or JSON (.json) with the list "snr", or plain numbers separated by blanks or line ends;
 //     a raw reference image of this shape, under any other name: the series measured in it.
-// Throws a ToolError unless it holds a positive number for each square.
-SnrSeries loadFactorySeries(const std::string& path, const Shape& shape,
-                            std::optional<float> integrationTimeMs = std::nullopt);
+class FactorySeries {
+public:
+    // Throws a ToolError for anything else.
+    FactorySeries(const std::string& path, const Shape& shape);
 
-// Writes a TOML file that loadFactorySeries reads back.
+    // That of the nearest integration time, the first one without a time. Throws a ToolError unless it holds a positive
+    // number for each square.
+    const SnrSeries& nearest(std::optional<float> integrationTimeMs) const;
+
+private:
+    std::string path_;
+    std::size_t squares_;
+    FactoryDiffIntSNRList list_;
+};
+
+// Writes a TOML file that a FactorySeries reads back.
 void saveFactorySeries(const std::string& path, const SnrSeries& series);
 
 }  // namespace qx::tool

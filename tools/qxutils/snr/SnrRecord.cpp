@@ -1,20 +1,19 @@
 #include "snr/SnrRecord.h"
 
 #include "common/ComparedNumbers.h"
+#include "common/FileName.h"
 #include "common/TextTable.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "results/RecordJson.h"
 #include "results/Subject.h"
-#include "snr/FactorySeries.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
 #include <ostream>
 #include <set>
-#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -66,16 +65,28 @@ void printJudgedSquares(std::ostream& out, const std::vector<SnrSquare>& squares
     table.print(out);
 }
 
+const char* meaningOf(int code) {
+    const char* const message = getStatusMessage(code);
+    return message == nullptr ? "never assigned" : message;
+}
+
+// Results of earlier runs may come from anywhere.
+bool isJudged(const Record& record) {
+    return record.code && std::ranges::all_of(record.squares, [](const SnrSquare& square) {
+               return square.factory && square.expected;
+           });
+}
+
 void printRecord(std::ostream& out, const Record& record) {
-    if (!record.code) {
+    if (!isJudged(record)) {
         printSquares(out, record.squares);
         return;
     }
     printJudgedSquares(out, record.squares);
-    out << coloured("verdict " + std::to_string(*record.code) + ": " + record.message, colourOf(record.verdict))
-        << '\n';
+    const std::string verdict = "verdict " + std::to_string(*record.code) + ": " + printable(record.message);
+    out << coloured(verdict, colourOf(record.verdict)) << '\n';
     if (record.grade)
-        out << "grade " << *record.grade << ": " << getStatusMessage(*record.grade) << '\n';
+        out << "grade " << *record.grade << ": " << meaningOf(*record.grade) << '\n';
 }
 
 std::string squaresBelowText(const Record& record) {
@@ -99,7 +110,7 @@ void printSummary(std::ostream& out, const std::vector<Record>& records) {
     table.print(out);
     for (const int code : codes) {
         if (code != StatusOk)
-            out << "  " << code << "  " << getStatusMessage(code) << '\n';
+            out << "  " << code << "  " << meaningOf(code) << '\n';
     }
 }
 
@@ -133,7 +144,8 @@ Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const Snr
     return record;
 }
 
-std::vector<Record> snrRecords(const std::string& file, const Shape& shape, const std::optional<std::string>& factory) {
+std::vector<Record> snrRecords(const std::string& file, const Shape& shape,
+                               const std::optional<FactorySeries>& factory) {
     if (isResultsName(file)) {
         if (factory)
             throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
@@ -142,7 +154,7 @@ std::vector<Record> snrRecords(const std::string& file, const Shape& shape, cons
     const LoadedImage loaded = loadImageFile(file, shape);
     std::optional<SnrSeries> series;
     if (factory)
-        series = loadFactorySeries(*factory, shape, integrationTimeOf(loaded.header));
+        series = factory->nearest(integrationTimeOf(loaded.header));
     Record record = aboutFile(file, [&] { return snrRecord(loaded.image, series); });
     record.subject = subjectOf(file, loaded);
     return {record};

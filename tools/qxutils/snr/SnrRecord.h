@@ -1,6 +1,7 @@
 #pragma once
 
 #include "results/Record.h"
+#include "snr/FactorySeries.h"
 #include "snr/SnrJudgement.h"
 
 #include <iosfwd>
@@ -18,9 +19,10 @@ Record snrRecord(const RawImage& image, const std::optional<SnrSeries>& factory)
 // What was judged already.
 Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const SnrSeries& factory);
 
-// Of a file: a raw image, judged against what loadFactorySeries finds in the factory file; or results of earlier runs
-// (*.json), whose series are taken as they were.
-std::vector<Record> snrRecords(const std::string& file, const Shape& shape, const std::optional<std::string>& factory);
+// Of a file: a raw image, judged against the factory's series where there is one; or results of earlier runs (*.json),
+// whose series are taken as they were.
+std::vector<Record> snrRecords(const std::string& file, const Shape& shape,
+                               const std::optional<FactorySeries>& factory);
 
 // The squares of one record, or a line for each of several, with the verdicts and what they mean.
 void printSnrRecords(std::ostream& out, const std::vector<Record>& records);
