@@ -279,7 +279,7 @@ def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
     shutil.copy(folder / "image0.raw", tmp_path)
     shape = ("--shape", f"{SIDE}x{SIDE}")
     report = lambda *arguments: run("report", *arguments, folder=tmp_path)
-    refused(report("none.json", "-o", "no.html"), 2, "none.json: there is no image to report of; give raw images, or results")
+    refused(report("none.json", "-o", "no.html"), 2, "none.json: there is no image to report of; give raw images")
     (tmp_path / "empty").mkdir()
     refused(report("empty", *shape, "-o", "no.html"), 2, "empty: ")
     (tmp_path / "empty").rmdir()

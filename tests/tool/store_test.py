@@ -229,8 +229,11 @@ def test_a_watched_file_is_judged_when_it_is_complete(folder: Path, tmp_path: Pa
         expect("old.raw", 306)
         put(folder, "headed.raw", headed(307, 0))
         expect("headed.raw", 307)
+        put(tmp_path, "elsewhere", pixels(309))
+        (folder / "linked.raw").hardlink_to(tmp_path / "elsewhere")
+        expect("linked.raw", 309)
         assert watcher.stop() == []
-    assert [value for _, value in kept(store)] == [307, 305, 100, 306, 301]
+    assert [value for _, value in kept(store)] == [307, 309, 305, 100, 306, 301]
 
     with watching(folder, *DARK, *way, "--existing", "--count", 1, "--store", store) as watcher:
         put(folder, "last.raw", pixels(308))

@@ -72,6 +72,14 @@ std::vector<std::string> judgedKinds() {
     return kinds;
 }
 
+bool judgesFloats(const std::string& kind) {
+    return kind == "offset" || kind == "false-trigger";
+}
+
+std::string commandOf(const std::string& kind) {
+    return kind == kSnrKind ? kind : "check " + kind;
+}
+
 FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
     if (settings.kind != kSnrKind && !judges().contains(settings.kind))
         throw ToolError("\"" + settings.kind + "\" is no check of one image", ExitCode::Usage);

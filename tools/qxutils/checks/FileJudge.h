@@ -15,6 +15,10 @@ namespace qx::tool {
 // The kinds: "first" and "pre" (which need the dark image), "uniform", "strip", "dark", "snr", and, of 32-bit floats,
 // "offset" and "false-trigger".
 std::vector<std::string> judgedKinds();
+bool judgesFloats(const std::string& kind);
+
+// What judges a kind on the command line: "snr", or "check" and the kind.
+std::string commandOf(const std::string& kind);
 
 struct JudgeSettings {
     std::string kind;

@@ -1,4 +1,5 @@
 #include "commands/Subcommand.h"
+#include "common/Base64Text.h"
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/InputFile.h"
@@ -62,14 +63,6 @@ void save(const std::string& output, const std::string& content) {
     printWritten(output, std::ssize(content));
 }
 
-std::string encode(const std::string& content) {
-    const std::size_t groups = (content.size() + kGroupBytes - 1) / kGroupBytes;
-    std::string text(groups * kGroupCharacters + 1, '\0');
-    base64_encode(content.data(), text.data(), static_cast<int>(content.size()));
-    text.pop_back();
-    return text;
-}
-
 std::string inLines(std::string_view text) {
     std::string lines;
     for (std::size_t start = 0; start < text.size(); start += kLineCharacters) {
@@ -100,7 +93,7 @@ std::string decode(const std::string& text) {
 ExitCode runEncode(const Base64Options& options) {
     const std::string content = loadFile(options.file);
     requireOutput(options);
-    const std::string lines = inLines(encode(content));
+    const std::string lines = inLines(base64Text(content));
     if (!options.output) {
         std::cout << lines;
         return ExitCode::Passed;

@@ -2,10 +2,10 @@
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/ComparedNumbers.h"
+#include "common/DateText.h"
 #include "common/TextTable.h"
 #include "picture/PngWriter.h"
 #include "results/CsvLine.h"
-#include "results/DateText.h"
 #include "store/TrendPicture.h"
 
 #include <array>

@@ -34,12 +34,8 @@ struct WatchOptions {
     int count = 0;
 };
 
-bool isOfFloats(const std::string& kind) {
-    return kind == "offset" || kind == "false-trigger";
-}
-
 std::vector<std::int64_t> completeSizes(const JudgeSettings& settings) {
-    if (isOfFloats(settings.kind))
+    if (judgesFloats(settings.kind))
         return {settings.shape.pixelCount() * std::int64_t{sizeof(float)}};
     return {settings.shape.pixelBytes(), settings.shape.pixelBytes() + kImageHeaderBytes};
 }
@@ -56,7 +52,7 @@ void printLine(const Record& record) {
 class ArrivalJudge {
 public:
     explicit ArrivalJudge(const WatchOptions& options)
-        : folder_(options.folder), command_(options.judge.kind == "snr" ? "snr" : "check " + options.judge.kind),
+        : folder_(options.folder), command_(commandOf(options.judge.kind)),
           completeSizes_(completeSizes(options.judge)), judge_(options.judge), store_(openStore(options.store)) {}
 
     void take(const std::string& name) {

@@ -1,8 +1,8 @@
+#include "common/Base64Text.h"
+#include "common/MarkupText.h"
 #include "common/TextTable.h"
 #include "picture/Drawing.h"
 #include "picture/PngWriter.h"
-
-#include <QxUtils/Files.h>
 
 #include <cstdio>
 
@@ -25,26 +25,6 @@ std::string colourText(Colour colour) {
     return text;
 }
 
-std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char character : text) {
-        switch (character) {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        default:
-            result += character;
-        }
-    }
-    return result;
-}
-
 std::string attribute(const char* name, const std::string& value) {
     return std::string(" ") + name + "=\"" + value + '"';
 }
@@ -57,13 +37,6 @@ std::string placesText(const std::vector<Place>& places) {
     std::string text;
     for (const auto& [x, y] : places)
         text += (text.empty() ? "" : " ") + number(x) + ',' + number(y);
-    return text;
-}
-
-std::string base64(const std::string& bytes) {
-    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-    base64_encode(bytes.data(), text.data(), static_cast<int>(bytes.size()));
-    text.pop_back();
     return text;
 }
 
@@ -94,7 +67,7 @@ std::string elementOf(const Text& text) {
         element += attribute("font-weight", "bold");
     if (style.isUpright)
         element += attribute("transform", "rotate(-90 " + number(place.x) + ' ' + number(place.y) + ')');
-    return element + '>' + escaped(words) + "</text>";
+    return element + '>' + markupText(words) + "</text>";
 }
 
 std::string elementOf(const PlacedPicture& placed) {
@@ -102,7 +75,7 @@ std::string elementOf(const PlacedPicture& placed) {
     return "<image" + attribute("x", placed.corner.x) + attribute("y", placed.corner.y) +
            attribute("width", width * placed.side) + attribute("height", height * placed.side) +
            attribute("preserveAspectRatio", "none") + attribute("style", "image-rendering:pixelated") +
-           attribute("href", "data:image/png;base64," + base64(encodePng(placed.picture))) + "/>";
+           attribute("href", "data:image/png;base64," + base64Text(encodePng(placed.picture))) + "/>";
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "common/DateText.h"
 #include "common/TextTable.h"
 #include "picture/Axes.h"
 
@@ -53,15 +54,6 @@ std::vector<Tick> logarithmicTicks(double low, double high, int steps) {
 
 std::chrono::year_month_day dateOf(double day) {
     return std::chrono::sys_days{std::chrono::days{static_cast<int>(std::floor(day))}};
-}
-
-// A date of ten characters, such as 2026-03-01.
-std::string dateText(double day) {
-    const auto date = dateOf(day);
-    char text[40];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
-    return text;
 }
 
 std::string hourText(double day) {

@@ -1,14 +1,13 @@
 #include "report/Report.h"
 
+#include "common/Base64Text.h"
 #include "common/FileAccess.h"
+#include "common/MarkupText.h"
 #include "common/ToolError.h"
 #include "embedded/ReportPage.h"
 #include "image/RawImage.h"
-#include "report/HtmlText.h"
 #include "report/ReportSections.h"
 #include "results/RecordCsv.h"
-
-#include <QxUtils/Files.h>
 
 #include <cstddef>
 #include <sstream>
@@ -18,14 +17,6 @@ namespace qx::tool {
 namespace {
 
 constexpr std::string_view kPageEnding = ".html";
-
-std::string base64(std::string_view bytes) {
-    // The library writes a zero behind the text.
-    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-    base64_encode(bytes.data(), text.data(), static_cast<int>(bytes.size()));
-    text.pop_back();
-    return text;
-}
 
 const char* textOf(MarkState state) {
     switch (state) {
@@ -89,7 +80,7 @@ Json jsonOf(const ReportImage& image) {
                  {"reduced", jsonOf(summary.reduced.shape)},
                  {"offset", summary.offset},
                  {"scale", summary.scale},
-                 {"pixels", base64(pixelBytes(summary.reduced))}};
+                 {"pixels", base64Text(pixelBytes(summary.reduced))}};
     for (const Overlay& overlay : image.overlays)
         json["overlays"].push_back(jsonOf(overlay));
     return json;
@@ -127,9 +118,9 @@ std::string inScript(const Json& json) {
 
 std::string fillIn(std::string_view name, const Report& report) {
     if (name == "title")
-        return htmlText(report.title);
+        return markupText(report.title);
     if (name == "summary")
-        return htmlText(reportSummary(report));
+        return markupText(reportSummary(report));
     if (name == "facts")
         return reportFacts(report);
     if (name == "contents")

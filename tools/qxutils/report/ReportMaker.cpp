@@ -17,16 +17,8 @@ bool isResultsName(const std::string& file) {
     return file.ends_with(".json");
 }
 
-bool isOfFloats(const std::string& kind) {
-    return kind == "offset" || kind == "false-trigger";
-}
-
 bool holdsFloats(const std::string& file, const Shape& shape) {
     return fileBytes(file, kRawImageWanted) == shape.pixelCount() * std::int64_t{sizeof(float)};
-}
-
-std::string commandOf(const std::string& kind) {
-    return kind == "snr" ? kind : "check " + kind;
 }
 
 // The file as it is now.
@@ -119,7 +111,7 @@ std::vector<std::string> ReportMaker::kindsOf(const std::string& file) const {
     if (settings_.kinds.empty())
         return ofFloats ? std::vector<std::string>{"offset"} : std::vector<std::string>{"uniform", "strip", "snr"};
     std::vector<std::string> kinds = settings_.kinds;
-    std::erase_if(kinds, [&](const std::string& kind) { return isOfFloats(kind) != ofFloats; });
+    std::erase_if(kinds, [&](const std::string& kind) { return judgesFloats(kind) != ofFloats; });
     if (kinds.empty())
         throw ToolError(file + ": none of the checks asked for is one of " +
                         (ofFloats ? "32-bit floats; give --check offset or false-trigger"

@@ -1,8 +1,8 @@
 #include "report/ReportSections.h"
 
 #include "common/ComparedNumbers.h"
+#include "common/MarkupText.h"
 #include "common/TextTable.h"
-#include "report/HtmlText.h"
 
 #include <QxUtils/StatusCode.h>
 
@@ -81,7 +81,7 @@ std::string measureCells(const Measure& measure, bool isAlternative) {
     const bool isMissed = measure.limit && !measure.limit->met;
     const std::string limit =
         measure.limit ? htmlSymbol(measure.limit->comparison) + std::string(" ") + shortText(measure.limit->value) : "";
-    return tag("td", "", htmlText(quantity)) +
+    return tag("td", "", markupText(quantity)) +
            tag("td", isMissed ? "class=\"number missed\"" : "class=\"number\"", valueText(measure)) +
            tag("td", "class=\"limit\"", limit) +
            tag("td", isMissed ? "class=\"met missed\"" : "class=\"met\"",
@@ -92,11 +92,12 @@ std::string measureCells(const Measure& measure, bool isAlternative) {
 
 std::string messageCell(const Record& record, const std::string& span) {
     std::string text = record.code ? tag("b", "", std::to_string(*record.code)) + ' ' : "";
-    text += htmlText(record.message);
+    text += markupText(record.message);
     if (record.grade) {
         const char* const meaning = getStatusMessage(*record.grade);
-        text += tag("small", "",
-                    "grade " + std::to_string(*record.grade) + (meaning ? htmlText(": " + std::string(meaning)) : ""));
+        text +=
+            tag("small", "",
+                "grade " + std::to_string(*record.grade) + (meaning ? markupText(": " + std::string(meaning)) : ""));
     }
     return tag("td", span + (record.verdict == Verdict::Passed ? " class=\"message fine\"" : " class=\"message\""),
                text);
@@ -109,10 +110,10 @@ std::size_t rowsOf(const Record& record) {
 // The rows of a record; the cells of the file stand before the first one.
 std::string recordRows(const Record& record, const std::string& fileCell) {
     const std::string span = "rowspan=\"" + std::to_string(rowsOf(record)) + '"';
-    const std::string check = tag("small", "", tag("code", "", htmlText(record.check)));
+    const std::string check = tag("small", "", tag("code", "", markupText(record.check)));
     std::string rows = (fileCell.empty() ? "<tr class=\"next\">" : "<tr>") + fileCell +
                        tag("td", span, badge(record.verdict)) +
-                       tag("td", span, htmlText(record.command) + (record.check.empty() ? "" : check));
+                       tag("td", span, markupText(record.command) + (record.check.empty() ? "" : check));
     if (record.measures.empty())
         return rows + "<td colspan=\"4\"></td>" + messageCell(record, span) + "</tr>\n";
     for (std::size_t i = 0; i < record.measures.size(); ++i) {
@@ -130,7 +131,7 @@ using RecordIterator = std::vector<Record>::const_iterator;
 // Leads to the image where the page shows it.
 std::string fileName(const Report& report, const std::string& file) {
     const auto image = std::ranges::find(report.images, file, &ReportImage::name);
-    const std::string text = htmlText(file.empty() ? "–" : file);
+    const std::string text = markupText(file.empty() ? "–" : file);
     if (image == report.images.end())
         return text;
     return tag("a", "href=\"#image-" + std::to_string(image - report.images.begin()) + '"', text);
@@ -156,7 +157,7 @@ std::string seriesTable(const Record& record) {
     const std::vector<SnrSquare>& squares = record.squares;
     const bool isJudged = squares.front().expected.has_value();
     const std::string numeric = "class=\"number\"";
-    std::string html = "<table aria-label=\"SNR of " + htmlText(record.subject.file) + "\"><thead><tr>" +
+    std::string html = "<table aria-label=\"SNR of " + markupText(record.subject.file) + "\"><thead><tr>" +
                        headCell("side, pixels", numeric) + headCell("SNR", numeric);
     if (isJudged)
         html += headCell("factory", numeric) + headCell("expected", numeric) + headCell("result");
@@ -211,7 +212,7 @@ std::string badgesOf(const Report& report, const std::string& file) {
     }
     std::string badges;
     for (const auto& [command, verdict] : worst)
-        badges += tag("span", "", htmlText(command) + ' ' + badge(verdict)) + '\n';
+        badges += tag("span", "", markupText(command) + ' ' + badge(verdict)) + '\n';
     return badges;
 }
 
@@ -219,9 +220,9 @@ std::string badgesOf(const Report& report, const std::string& file) {
 std::string readableTime(const std::string& time) {
     constexpr std::size_t kMinutes = 16;
     if (time.size() <= kMinutes)
-        return htmlText(time);
-    return htmlText(time.substr(0, kDateLength) + ' ' + time.substr(kDateLength + 1, kMinutes - kDateLength - 1) +
-                    " UTC");
+        return markupText(time);
+    return markupText(time.substr(0, kDateLength) + ' ' + time.substr(kDateLength + 1, kMinutes - kDateLength - 1) +
+                      " UTC");
 }
 
 std::string writtenText(const Report& report, const std::string& file) {
@@ -300,7 +301,7 @@ std::string reportFacts(const Report& report) {
     facts.insert(facts.end(), report.facts.begin(), report.facts.end());
     std::string html = "<dl class=\"facts\">\n";
     for (const auto& [name, value] : facts)
-        html += tag("dt", "", htmlText(name)) + tag("dd", "", htmlText(value)) + '\n';
+        html += tag("dt", "", markupText(name)) + tag("dd", "", markupText(value)) + '\n';
     return html + "</dl>";
 }
 
@@ -349,7 +350,7 @@ std::string seriesSection(const Report& report) {
         if (record.squares.empty())
             continue;
         html += "<figure data-record=\"" + std::to_string(i) + "\">" +
-                tag("figcaption", "", tag("span", "", htmlText(record.subject.file)) + ' ' + badge(record.verdict)) +
+                tag("figcaption", "", tag("span", "", markupText(record.subject.file)) + ' ' + badge(record.verdict)) +
                 "<details open><summary>Numbers</summary>" + seriesTable(record) + "</details></figure>\n";
     }
     return html + "</div>\n";
@@ -364,8 +365,8 @@ std::string trendSection(const Report& report) {
     for (std::size_t i = 0; i < report.trends.size(); ++i) {
         const Json& trend = report.trends[i];
         html += "<figure data-trend=\"" + std::to_string(i) + "\">" +
-                tag("figcaption", "", htmlText(trend.value("measure", "") + ", " + trend.value("check", ""))) +
-                tag("p", "class=\"quiet\"", htmlText(trendText(trend))) + "</figure>\n";
+                tag("figcaption", "", markupText(trend.value("measure", "") + ", " + trend.value("check", ""))) +
+                tag("p", "class=\"quiet\"", markupText(trendText(trend))) + "</figure>\n";
     }
     return html + "</div>\n";
 }
@@ -377,7 +378,7 @@ std::string imageSection(const Report& report) {
     for (std::size_t i = 0; i < report.images.size(); ++i) {
         const ReportImage& image = report.images[i];
         html += "<article class=\"image\" id=\"image-" + std::to_string(i) + "\" data-image=\"" + std::to_string(i) +
-                "\">\n<header>" + tag("h3", "", htmlText(image.name)) + '\n' + badgesOf(report, image.name) +
+                "\">\n<header>" + tag("h3", "", markupText(image.name)) + '\n' + badgesOf(report, image.name) +
                 "</header>\n" + imageFacts(image, writtenText(report, image.name)) + "</article>\n";
     }
     return html;
@@ -389,7 +390,7 @@ std::string logSection(const Report& report) {
     std::string html = heading("log", "Log of the run") +
                        "<div class=\"log\" tabindex=\"0\" role=\"region\" aria-label=\"Log of the run\">";
     for (const std::string& line : report.logLines)
-        html += htmlText(line) + '\n';
+        html += markupText(line) + '\n';
     return html + "</div>\n";
 }
 

@@ -4,6 +4,7 @@
 
 #include <QxUtils/Measures.h>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -73,6 +74,8 @@ struct Record {
 
 // The squares as measures: "SNR of 64 x 64", at least what is expected.
 std::vector<Measure> allMeasures(const Record& record);
+
+inline constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
 
 // "<", "<=", ">" or ">=": how the value ought to stand to the limit.
 const char* symbolOf(MeasureComparison comparison);

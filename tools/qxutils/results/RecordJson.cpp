@@ -1,8 +1,8 @@
 #include "results/RecordJson.h"
 
+#include "common/DateText.h"
 #include "common/InputFile.h"
 #include "common/ToolError.h"
-#include "results/DateText.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>
@@ -23,7 +23,6 @@ constexpr std::size_t kMaxQuoted = 40;
 constexpr int kMaxDepth = 64;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
-constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
 
 // JSON has no other numbers than finite ones.
 Json numberToJson(double value) {

@@ -1,10 +1,10 @@
 #include "store/PanelStore.h"
 
 #include "common/ComparedNumbers.h"
+#include "common/DateText.h"
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/ToolError.h"
-#include "results/DateText.h"
 
 #include <algorithm>
 #include <array>
@@ -101,8 +101,6 @@ enum PointColumn {
     kMoment,
     kDay
 };
-
-constexpr std::array kComparisons = {MeasureBelow, MeasureAtMost, MeasureAbove, MeasureAtLeast};
 
 std::int64_t pragma(const Database& database, const char* sql) {
     Statement statement(database, sql);

@@ -1,6 +1,6 @@
 #include "store/Trend.h"
 
-#include "results/DateText.h"
+#include "common/DateText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,12 +2,16 @@
 
 #include "watch/FolderNotices.h"
 
+#include "common/FileName.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <poll.h>
 #include <sys/inotify.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -79,8 +83,16 @@ private:
         // Some notices were lost.
         if ((event.mask & IN_Q_OVERFLOW) != 0)
             mustLook_ = true;
-        if ((event.mask & kArrivals) != 0 && name.ends_with(".raw"))
+        const bool arrives = (event.mask & kArrivals) != 0 || ((event.mask & IN_CREATE) != 0 && isLink(name));
+        if (arrives && name.ends_with(".raw"))
             add(name);
+    }
+
+    // Nothing is written through the name of a link: no notice follows.
+    bool isLink(const std::string& name) const {
+        std::error_code error;
+        const std::filesystem::path file = toPath(folder_ + '/' + name);
+        return std::filesystem::is_symlink(file, error) || std::filesystem::hard_link_count(file, error) > 1;
     }
 
     std::string folder_;
@@ -96,7 +108,7 @@ std::unique_ptr<FolderWatch> noticesOf(const std::string& folder, bool wantsExis
     const int descriptor = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
     if (descriptor < 0)
         return nullptr;
-    const std::uint32_t wanted = kArrivals | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+    const std::uint32_t wanted = kArrivals | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
     if (inotify_add_watch(descriptor, folder.c_str(), wanted) < 0) {
         close(descriptor);
         return nullptr;

@@ -1,4 +1,4 @@
-#include "results/DateText.h"
+#include "common/DateText.h"
 
 #include <array>
 #include <cmath>

@@ -1,13 +1,15 @@
-#include "report/HtmlText.h"
+#include "common/MarkupText.h"
 
-#include "results/RecordJson.h"
+#include <nlohmann/json.hpp>
 
 namespace qx::tool {
 
-std::string htmlText(const std::string& text) {
+std::string markupText(const std::string& text) {
     std::string html;
     // By way of JSON, which replaces what is no UTF-8.
-    for (const char letter : Json::parse(toLine(text)).get<std::string>()) {
+    using Json = nlohmann::json;
+    const std::string repaired = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    for (const char letter : Json::parse(repaired).get<std::string>()) {
         const auto code = static_cast<unsigned char>(letter);
         if (letter == '&')
             html += "&amp;";
@@ -19,6 +21,8 @@ std::string htmlText(const std::string& text) {
             html += "&quot;";
         else if (code == 0x7f || (code < 0x20 && letter != '\n' && letter != '\t'))
             html += "\xEF\xBF\xBD";
+        else if ((code == 0xbe || code == 0xbf) && html.ends_with("\xEF\xBF"))
+            html += '\xBD';  // U+FFFE and U+FFFF are no characters of XML
         else
             html += letter;
     }
