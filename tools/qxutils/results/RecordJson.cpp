@@ -44,7 +44,7 @@ double numberFromJson(const Json& json) {
 // Results may come from anywhere, and are used as sizes and as the length of texts.
 int integerFromJson(const Json& json, int least = INT_MIN, int most = INT_MAX) {
     if (!json.is_number_integer() || json < least || json > most)
-        throw std::runtime_error(json.dump() + " is no integer that can stand there");
+        throw std::runtime_error(json.dump().substr(0, kMaxQuoted) + " is no integer that can stand there");
     return json.get<int>();
 }
 
