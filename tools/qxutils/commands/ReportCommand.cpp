@@ -2,6 +2,7 @@
 #include "batch/Outcome.h"
 #include "checks/FileJudge.h"
 #include "commands/BatchOptions.h"
+#include "commands/Choice.h"
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -129,7 +131,7 @@ void addReportCommand(CLI::App& app, Command& chosen) {
     command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector");
     command
         .add_option("--block-limit", options.blockLimit, "Relative deviation that more than 3 blocks may not exceed")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberWithin(0.0, std::numeric_limits<float>::max(), "NONNEGATIVE"))
         ->capture_default_str();
     addStoreOption(command, options.store);
     command.add_option("--title", options.title, "Heading of the page")->capture_default_str();
