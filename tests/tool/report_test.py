@@ -10,7 +10,7 @@ import shutil
 from pathlib import Path
 
 import pytest
-from tool import IS_WINDOWS, on_linux_only, refused, run
+from tool import IS_ALONE, IS_WINDOWS, on_linux_only, refused, run
 
 SCHEMA = Path(__file__).parents[2] / "docs/results.schema.json"
 SIDE = 512
@@ -193,6 +193,7 @@ def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     assert_quiet(page, tmp_path / "floats.html")
 
 
+@pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
 def test_a_store_shows_where_a_measure_goes(browser, tmp_path):
     for day in range(3):
         halves(tmp_path / f"day{day}.raw", right=DARK + 1000 * day)
