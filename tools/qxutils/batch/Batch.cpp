@@ -62,7 +62,7 @@ private:
 
     ResultWriter writer_;
     std::unique_ptr<PanelStore> store_;
-    Json detector_ = documentHead().at("detector");
+    Json detector_ = store_ ? documentHead().at("detector") : Json();
     Progress progress_;
     ExitCode worst_ = ExitCode::Passed;
 };

@@ -2,6 +2,7 @@
 
 #include "common/ComparedNumbers.h"
 #include "common/TextTable.h"
+#include "results/RecordText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,29 +34,18 @@ const char* relationOf(const Limit& limit) {
     }
 }
 
-// The unit follows unless the name begins with it, as in "blocks in a shadow".
-std::string quantityOf(const Measure& measure, bool isAlternative) {
-    const bool tellsUnit = measure.unit.empty() || measure.name.starts_with(measure.unit);
-    return (isAlternative ? "or " : "") + measure.name + (tellsUnit ? "" : ", " + measure.unit);
-}
-
 std::vector<std::string> cellsOf(const CheckRow& row, std::size_t index) {
     const Record& record = row.result;
     const Measure& measure = record.measures[index];
     const Limit& limit = measure.limit.value();
     const bool isFirst = index == 0;
     const bool decided = index + 1 == record.measures.size();
-    const bool isAlternative = !isFirst && limit.requirement == record.measures[index - 1].limit->requirement;
     return {isFirst ? record.check : "",
-            quantityOf(measure, isAlternative),
-            std::isnan(measure.value) ? "-" : textBeside(measure.value, limit.value, measure.decimals),
+            quantityOf(record, index),
+            std::isnan(measure.value) ? "-" : valueText(measure),
             std::string(relationOf(limit)) + ' ' + shortText(limit.value),
             decided ? std::to_string(record.code.value_or(0)) : "",
             decided ? firstSentence(record.message) : ""};
-}
-
-TextColour colourOf(Verdict verdict) {
-    return verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
 }
 
 // One image: the verdict with its message.

@@ -5,6 +5,7 @@
 #include "common/FileName.h"
 #include "common/LibraryFile.h"
 #include "common/ToolError.h"
+#include "results/RecordText.h"
 
 #include <QxUtils.h>
 
@@ -19,12 +20,6 @@ namespace {
 
 // What the two checks without a code of their own return instead.
 constexpr int kStatusOne = 1;
-
-Measure measureOf(const CheckMeasure& taken, int decimals) {
-    return {taken.name, plainNumber(taken.value), taken.unit, decimals,
-            Limit{static_cast<MeasureComparison>(taken.comparison), plainNumber(taken.limit), taken.requirement,
-                  taken.met != 0}};
-}
 
 // Anything but a pass and the refusals is no verdict.
 void requireVerdict(const std::string& check, int status, const std::set<int>& refusals) {

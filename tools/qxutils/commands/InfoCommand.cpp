@@ -84,8 +84,9 @@ std::vector<Record> describeContent(std::ostream& out, const std::string& file, 
         return {};
     if (isFactorySnrName(file)) {
         printHeader(out, loadFactorySnrHeader(file));
-        printFactorySnr(out, loadFactorySnrFile(file));
-        return factorySnrRecords(file);
+        std::vector<Record> records = factorySnrRecords(file);
+        out << records.back().text;
+        return records;
     }
     const FileHeader header = loadFileHeader(file);
     const bool isDefectFile = file.ends_with(".cal");
@@ -138,8 +139,6 @@ std::vector<Record> describeFile(const std::string& file, const std::optional<Sh
     std::vector<Record> records = describeContent(out, file, bytes);
     if (records.empty())
         records.push_back(describeImage(out, file, bytes, shape));
-    for (Record& record : records)
-        record.text.clear();
     records.back().text = out.str();
     return records;
 }

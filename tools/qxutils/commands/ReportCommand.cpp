@@ -6,14 +6,15 @@
 #include "commands/Subcommand.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "report/ReportMaker.h"
+#include "report/ReportSections.h"
 #include "store/OpenStore.h"
 #include "store/Trend.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -38,10 +39,6 @@ struct ReportOptions {
     std::string output;
 };
 
-std::string counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
-
 // Keeps the results, and tells how the measures that are among them went.
 Json trendsOfToday(PanelStore& store, const Report& report) {
     store.add(report.records, report.head.at("detector"));
@@ -55,19 +52,15 @@ Json trendsOfToday(PanelStore& store, const Report& report) {
     return trendsJson(trends);
 }
 
-void tell(const std::string& problem) {
-    std::fprintf(stderr, "qxutils: %s\n", problem.c_str());
-}
-
 // Returns the worst of all; one file that cannot be judged is told and the rest go on.
 ExitCode addFiles(ReportMaker& maker, const NamedFiles& named) {
     ExitCode worst = named.problems.empty() ? ExitCode::Passed : ExitCode::Failed;
     for (const std::string& problem : named.problems)
-        tell(problem);
+        printErrorLine(problem.c_str());
     for (const std::string& file : named.files) {
         const Outcome outcome = maker.add(file);
         if (!outcome.problem.empty())
-            tell(outcome.problem);
+            printErrorLine(outcome.problem.c_str());
         worst = worse(worst, outcome.exitCode);
     }
     return worst;

@@ -1,7 +1,6 @@
 #include "report/Overlays.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/TextTable.h"
+#include "results/RecordText.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>
@@ -22,11 +21,6 @@ constexpr int kStripColumns = 32;
 
 MarkState stateOf(const Measure& measure) {
     return !measure.limit ? MarkState::Examined : measure.limit->met ? MarkState::Met : MarkState::NotMet;
-}
-
-std::string textOf(const Measure& measure) {
-    return measure.limit ? textBeside(measure.value, measure.limit->value, measure.decimals)
-                         : formatNumber(measure.value, measure.decimals);
 }
 
 Region squareAt(int row, int column, int side) {
@@ -135,7 +129,7 @@ Overlay deviatingBlocks(const Measure& measure, const RawImage& image) {
         if (overlay.marks.size() >= kJudged && !isBeyond)
             break;
         // Many are told by their colour.
-        const std::string label = overlay.marks.size() < kJudged ? textOf(deviation) : "";
+        const std::string label = overlay.marks.size() < kJudged ? valueText(deviation) : "";
         overlay.marks.push_back({block.place, label, isBeyond ? MarkState::NotMet : MarkState::Examined});
     }
     return overlay;
@@ -175,7 +169,7 @@ Overlay stripPair(const Measure& measure, const RawImage& image) {
     }
     if (pair > 0) {
         overlay.marks.push_back({stripPlace(pair - 1, image.shape), "", stateOf(measure)});
-        overlay.marks.push_back({stripPlace(pair, image.shape), "step " + textOf(measure), stateOf(measure)});
+        overlay.marks.push_back({stripPlace(pair, image.shape), "step " + valueText(measure), stateOf(measure)});
     }
     return overlay;
 }
@@ -191,7 +185,7 @@ Overlay darkestStrip(const Measure& measure, const RawImage& image) {
             darkest = strip;
         }
     }
-    return {"darkest strip", {{stripPlace(darkest, image.shape), textOf(measure), stateOf(measure)}}};
+    return {"darkest strip", {{stripPlace(darkest, image.shape), valueText(measure), stateOf(measure)}}};
 }
 
 FloatImage blockMedians(const RawImage& image, const RawImage& dark) {
@@ -223,7 +217,7 @@ Overlay darkestBlock(const Measure& measure, const RawImage& image, const RawIma
     Overlay overlay{"darkest block", {}};
     if (darkest)
         overlay.marks.push_back({squareAt(darkest->y * kBlockSide, darkest->x * kBlockSide, kBlockSide),
-                                 textOf(measure), stateOf(measure)});
+                                 valueText(measure), stateOf(measure)});
     return overlay;
 }
 
@@ -271,7 +265,7 @@ Overlay shadowRegion(const Measure& measure, const RawImage& image, const RawIma
     MarkedPlace mark = outlined(mask);
     if (mark.outline.empty())
         return overlay;
-    mark.label = textOf(measure) + " blocks";
+    mark.label = valueText(measure) + " blocks";
     mark.state = stateOf(measure);
     overlay.marks.push_back(mark);
     return overlay;
@@ -284,7 +278,7 @@ Overlay cornerAreas(const Measure& measure, const Shape& shape) {
     Overlay overlay{"corners", {}};
     for (const Point& corner : {Point{0, 0}, Point{right, 0}, Point{0, bottom}, Point{right, bottom}})
         overlay.marks.push_back({squareAt(corner.y, corner.x, kSide), "", stateOf(measure)});
-    overlay.marks.front().label = "asymmetry " + textOf(measure);
+    overlay.marks.front().label = "asymmetry " + valueText(measure);
     return overlay;
 }
 

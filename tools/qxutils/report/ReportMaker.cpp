@@ -13,10 +13,6 @@
 namespace qx::tool {
 namespace {
 
-bool isResultsName(const std::string& file) {
-    return file.ends_with(".json");
-}
-
 bool holdsFloats(const std::string& file, const Shape& shape) {
     return fileBytes(file, kRawImageWanted) == shape.pixelCount() * std::int64_t{sizeof(float)};
 }
@@ -93,17 +89,25 @@ Outcome ReportMaker::addImage(const std::string& file) {
 }
 
 // The first problem stands for all: without the file there is none of the verdicts.
-Outcome ReportMaker::judge(const std::string& file, const std::vector<std::string>& kinds) const {
+Outcome ReportMaker::judge(const std::string& file, const std::vector<std::string>& kinds) {
     Outcome all;
     for (const std::string& kind : kinds) {
-        const JudgeSettings settings{kind, *settings_.shape, settings_.dark, settings_.blockLimit, settings_.factory};
-        Outcome outcome = outcomeOf(commandOf(kind), file, [&] { return FileJudge(settings)(file); });
+        Outcome outcome = outcomeOf(commandOf(kind), file, [&] { return judgeOf(kind)(file); });
         std::ranges::move(outcome.records, std::back_inserter(all.records));
         all.exitCode = worse(all.exitCode, outcome.exitCode);
         if (all.problem.empty())
             all.problem = outcome.problem;
     }
     return all;
+}
+
+// A kind whose judge cannot be made fails for each file.
+const FileJudge& ReportMaker::judgeOf(const std::string& kind) {
+    const auto known = judges_.find(kind);
+    if (known != judges_.end())
+        return known->second;
+    FileJudge judge({kind, *settings_.shape, settings_.dark, settings_.blockLimit, settings_.factory});
+    return judges_.emplace(kind, std::move(judge)).first->second;
 }
 
 std::vector<std::string> ReportMaker::kindsOf(const std::string& file) const {

@@ -6,6 +6,7 @@
 #include "report/Report.h"
 
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +37,8 @@ public:
 private:
     Outcome addResults(const std::string& file);
     Outcome addImage(const std::string& file);
-    Outcome judge(const std::string& file, const std::vector<std::string>& kinds) const;
+    Outcome judge(const std::string& file, const std::vector<std::string>& kinds);
+    const FileJudge& judgeOf(const std::string& kind);
     void addPicture(const std::string& file, const Shape& shape);
     void keep(const Outcome& outcome);
     std::vector<std::string> kindsOf(const std::string& file) const;
@@ -44,6 +46,7 @@ private:
     ReportSettings settings_;
     std::size_t files_;
     std::optional<RawImage> dark_;
+    std::map<std::string, FileJudge> judges_;  // by their kinds
     LogTail log_;
     Report report_;
 };

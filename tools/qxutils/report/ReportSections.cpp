@@ -3,6 +3,7 @@
 #include "common/ComparedNumbers.h"
 #include "common/MarkupText.h"
 #include "common/TextTable.h"
+#include "results/RecordText.h"
 
 #include <QxUtils/StatusCode.h>
 
@@ -26,10 +27,6 @@ bool hasExpectation(const Report& report) {
     return std::ranges::any_of(report.records, [](const Record& record) {
         return std::ranges::any_of(record.squares, [](const SnrSquare& square) { return square.expected.has_value(); });
     });
-}
-
-std::string counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
 std::string heading(const std::string& id, const std::string& text, bool onNewPage = false) {
@@ -67,22 +64,15 @@ const char* htmlSymbol(MeasureComparison comparison) {
     }
 }
 
-std::string valueText(const Measure& measure) {
-    if (std::isnan(measure.value))
-        return "–";
-    return measure.limit ? textBeside(measure.value, measure.limit->value, measure.decimals)
-                         : formatNumber(measure.value, measure.decimals);
-}
-
 // What was measured, its value, its limit and whether it is met: four cells.
-std::string measureCells(const Measure& measure, bool isAlternative) {
-    const bool tellsUnit = measure.unit.empty() || measure.name.starts_with(measure.unit);
-    const std::string quantity = (isAlternative ? "or " : "") + measure.name + (tellsUnit ? "" : ", " + measure.unit);
+std::string measureCells(const Record& record, std::size_t index) {
+    const Measure& measure = record.measures[index];
     const bool isMissed = measure.limit && !measure.limit->met;
     const std::string limit =
         measure.limit ? htmlSymbol(measure.limit->comparison) + std::string(" ") + shortText(measure.limit->value) : "";
-    return tag("td", "", markupText(quantity)) +
-           tag("td", isMissed ? "class=\"number missed\"" : "class=\"number\"", valueText(measure)) +
+    return tag("td", "", markupText(quantityOf(record, index))) +
+           tag("td", isMissed ? "class=\"number missed\"" : "class=\"number\"",
+               std::isnan(measure.value) ? "–" : valueText(measure)) +
            tag("td", "class=\"limit\"", limit) +
            tag("td", isMissed ? "class=\"met missed\"" : "class=\"met\"",
                isMissed        ? "not met"
@@ -117,11 +107,8 @@ std::string recordRows(const Record& record, const std::string& fileCell) {
     if (record.measures.empty())
         return rows + "<td colspan=\"4\"></td>" + messageCell(record, span) + "</tr>\n";
     for (std::size_t i = 0; i < record.measures.size(); ++i) {
-        const Measure& measure = record.measures[i];
-        const auto& before = i == 0 ? std::nullopt : record.measures[i - 1].limit;
-        const bool isAlternative = before && measure.limit && before->requirement == measure.limit->requirement;
-        rows += (i == 0 ? "" : "<tr>") + measureCells(measure, isAlternative) +
-                (i == 0 ? messageCell(record, span) : "") + "</tr>\n";
+        rows +=
+            (i == 0 ? "" : "<tr>") + measureCells(record, i) + (i == 0 ? messageCell(record, span) : "") + "</tr>\n";
     }
     return rows;
 }
@@ -278,6 +265,10 @@ std::string detectorText(const Json& detector) {
 }
 
 }  // namespace
+
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
 
 std::string reportSummary(const Report& report) {
     std::set<std::string> files;

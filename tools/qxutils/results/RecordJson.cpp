@@ -241,6 +241,10 @@ std::string toLine(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+bool isResultsName(const std::string& path) {
+    return path.ends_with(".json");
+}
+
 std::vector<Record> loadRecords(const std::string& path) {
     const std::string text = readWhole(path, kResultsWanted, kMaxResultsBytes);
     try {

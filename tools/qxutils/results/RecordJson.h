@@ -28,6 +28,9 @@ Record recordFromJson(const Json& json);
 // JSON, or returns a discarded value.
 Json parseJson(const std::string& text, bool throwsForOther = true);
 
+// Whether a name is that of such results: it ends in ".json".
+bool isResultsName(const std::string& path);
+
 // The records of a document or of lines, one a line; throws a std::exception for anything else.
 std::vector<Record> parseRecords(const std::string& text);
 

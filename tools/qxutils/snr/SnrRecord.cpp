@@ -7,6 +7,7 @@
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "results/RecordJson.h"
+#include "results/RecordText.h"
 #include "results/Subject.h"
 
 #include <QxUtils.h>
@@ -17,10 +18,6 @@
 
 namespace qx::tool {
 namespace {
-
-bool isResultsName(const std::string& file) {
-    return file.ends_with(".json");
-}
 
 std::vector<Record> savedRecords(const std::string& file) {
     std::vector<Record> records = loadRecords(file);
@@ -34,16 +31,7 @@ Measure squaresBelow(const RawImage& image, const SnrSeries& factory) {
     CheckMeasures taken{};
     measureGlobalSNR(image.pixels.data(), image.shape.width, image.shape.height, factory.data(),
                      static_cast<int>(factory.size()), &taken);
-    const CheckMeasure& measure = taken.measures[0];
-    return {measure.name, measure.value, measure.unit, 0,
-            Limit{static_cast<MeasureComparison>(measure.comparison), measure.limit, measure.requirement,
-                  measure.met != 0}};
-}
-
-TextColour colourOf(Verdict verdict) {
-    if (verdict == Verdict::Measured)
-        return TextColour::Plain;
-    return verdict == Verdict::Passed ? TextColour::Green : TextColour::Red;
+    return measureOf(taken.measures[0], 0);
 }
 
 void printSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
