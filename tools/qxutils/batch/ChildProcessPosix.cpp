@@ -3,6 +3,7 @@
 #include "batch/ChildProcess.h"
 #include "batch/ChildVariables.h"
 
+#include "common/NativeFile.h"
 #include "common/ToolError.h"
 
 #include <fcntl.h>
@@ -11,9 +12,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <string_view>
 #include <vector>
 
 namespace qx::tool {
@@ -23,27 +22,15 @@ char** programArguments = nullptr;
 
 // Closed in the children that are started later.
 struct Pipe {
-    int readEnd = -1;
-    int writeEnd = -1;
+    Descriptor readEnd;
+    Descriptor writeEnd;
 
     Pipe() {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0)
             throw ToolError("no pipe to another process can be made; close programs, or leave out --jobs");
-        readEnd = ends[0];
-        writeEnd = ends[1];
-    }
-    ~Pipe() {
-        closeEnd(readEnd);
-        closeEnd(writeEnd);
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    static void closeEnd(int& end) {
-        if (end >= 0)
-            close(end);
-        end = -1;
+        readEnd = Descriptor(ends[0]);
+        writeEnd = Descriptor(ends[1]);
     }
 };
 
@@ -66,8 +53,8 @@ std::vector<std::string> addedVariables() {
 pid_t startProgram(const Pipe& input, const Pipe& output) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input.readEnd, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output.writeEnd, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, input.readEnd.number(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output.writeEnd.number(), STDOUT_FILENO);
     // This thread blocks a signal, which children would inherit.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -108,37 +95,24 @@ void rememberArguments(int /*argc*/, char** argv) {
 ChildProcess::ChildProcess() : pipes_(std::make_unique<Pipes>()) {
     blockClosedPipeSignal();
     pipes_->process = startProgram(pipes_->input, pipes_->output);
-    Pipe::closeEnd(pipes_->input.readEnd);
-    Pipe::closeEnd(pipes_->output.writeEnd);
+    pipes_->input.readEnd.close();
+    pipes_->output.writeEnd.close();
 }
 
 ChildProcess::~ChildProcess() {
-    Pipe::closeEnd(pipes_->input.writeEnd);
-    Pipe::closeEnd(pipes_->output.readEnd);
+    pipes_->input.writeEnd.close();
+    pipes_->output.readEnd.close();
     waitpid(pipes_->process, nullptr, 0);
 }
 
 bool ChildProcess::send(const std::string& bytes) {
-    std::string_view rest = bytes;
-    while (!rest.empty()) {
-        const ssize_t count = write(pipes_->input.writeEnd, rest.data(), rest.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        rest.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
+    return pipes_->input.writeEnd.write(bytes);
 }
 
 bool ChildProcess::receive() {
     std::array<char, kReceivedBytes> bytes;
-    ssize_t count = -1;
-    do {
-        count = read(pipes_->output.readEnd, bytes.data(), bytes.size());
-    } while (count < 0 && errno == EINTR);
-    if (count > 0)
-        received_.append(bytes.data(), static_cast<std::size_t>(count));
+    const std::size_t count = pipes_->output.readEnd.read(bytes.data(), bytes.size()).value_or(0);
+    received_.append(bytes.data(), count);
     return count > 0;
 }
 

@@ -31,7 +31,7 @@ void requirePicture(const std::string& picture, const std::string& file, const S
 Record describe(const DefectsOptions& options, const std::string& file) {
     const DefectLists lists = loadDefectLists(file);
     if (options.picture) {
-        const std::string picture = outputFor(*options.picture, file, ".png");
+        const std::string picture = outputFor(*options.picture, file, kPictureEnding);
         requirePicture(picture, file, lists.shape);
         writePicture(picture, drawDefectMap(lists));
     }
@@ -49,7 +49,7 @@ ExitCode describeDefects(const DefectsOptions& options) {
         printNamedTexts,
         [&](const std::vector<std::string>& files) {
             if (options.picture)
-                prepareOutputs(*options.picture, files, ".png");
+                prepareOutputs(*options.picture, files, kPictureEnding);
         });
 }
 

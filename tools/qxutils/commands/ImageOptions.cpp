@@ -7,11 +7,6 @@
 #include <CLI/CLI.hpp>
 
 namespace qx::tool {
-namespace {
-
-constexpr const char* kPictureEnding = ".png";
-
-}  // namespace
 
 std::vector<std::string> ImageFiles::outputs() const {
     std::vector<std::string> names;

@@ -16,6 +16,9 @@ class App;
 
 namespace qx::tool {
 
+// Of the pictures that go into a folder.
+inline constexpr const char* kPictureEnding = ".png";
+
 // One raw 16-bit image and where what is made of it goes.
 struct ImageFiles {
     std::string file;

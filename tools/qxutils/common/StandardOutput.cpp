@@ -1,6 +1,5 @@
 #include "common/StandardOutput.h"
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
@@ -19,19 +18,6 @@ constexpr int kOutput = 1;
 constexpr int kError = 2;
 
 int copyOfOutput = kOutput;
-
-// Returns how many bytes were taken, or less than 1.
-long writeSome(int descriptor, const char* bytes, std::size_t count) {
-#if defined(_WIN32)
-    return _write(descriptor, bytes, static_cast<unsigned>(count));
-#else
-    for (;;) {
-        const ssize_t written = write(descriptor, bytes, count);
-        if (written >= 0 || errno != EINTR)
-            return static_cast<long>(written);
-    }
-#endif
-}
 
 int copyOf(int descriptor) {
 #if defined(_WIN32)
@@ -68,12 +54,12 @@ int resultsDescriptor() {
     return copyOfOutput;
 }
 
-StandardOutput::StandardOutput() : descriptor_((holdStandardError(), copyOf(kOutput))), before_(std::cout.rdbuf(this)) {
+StandardOutput::StandardOutput() : output_((holdStandardError(), copyOf(kOutput))), before_(std::cout.rdbuf(this)) {
     // What the library prints stands where it belongs among the lines of standard error.
     std::fflush(stdout);
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     redirect(kOutput, kError);
-    copyOfOutput = descriptor_;
+    copyOfOutput = output_.number();
     setp(buffer_.data(), buffer_.data() + buffer_.size());
 }
 
@@ -81,7 +67,7 @@ StandardOutput::~StandardOutput() {
     writeOut();
     std::cout.rdbuf(before_);
     std::fflush(stdout);
-    redirect(kOutput, descriptor_);
+    redirect(kOutput, output_.number());
     copyOfOutput = kOutput;
 }
 
@@ -100,14 +86,7 @@ int StandardOutput::sync() {
 }
 
 bool StandardOutput::writeOut() {
-    const char* next = pbase();
-    while (next < pptr()) {
-        const long written = writeSome(descriptor_, next, static_cast<std::size_t>(pptr() - next));
-        if (written < 1)
-            break;
-        next += written;
-    }
-    const bool isDone = next == pptr();
+    const bool isDone = output_.write({pbase(), static_cast<std::size_t>(pptr() - pbase())});
     setp(buffer_.data(), buffer_.data() + buffer_.size());
     return isDone;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/NativeFile.h"
+
 #include <array>
 #include <streambuf>
 
@@ -22,7 +24,7 @@ private:
     int sync() override;
     bool writeOut();
 
-    int descriptor_;
+    Descriptor output_;
     std::streambuf* before_;
     std::array<char, 1 << 16> buffer_;
 };
