@@ -109,6 +109,15 @@ def kept(store: Path) -> list[tuple]:
             "SELECT file, value FROM results JOIN measures ON result = id ORDER BY file").fetchall()
 
 
+@pytest.fixture(autouse=True)
+def deadline() -> Iterator[None]:
+    """A watcher that never tells what is waited for ends the scene, not the machine's patience."""
+    signal.signal(signal.SIGALRM, lambda *_: pytest.fail("nothing was told in time"))
+    signal.alarm(DEADLINE_S)
+    yield
+    signal.alarm(0)
+
+
 @pytest.fixture
 def folder(tmp_path: Path) -> Path:
     (tmp_path / "images").mkdir()

@@ -9,7 +9,9 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <poll.h>
+#include <string>
 #include <sys/inotify.h>
 #include <system_error>
 #include <unistd.h>
@@ -24,11 +26,8 @@ constexpr std::uint32_t kFolderLeft = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT
 class Notices : public FolderWatch {
 public:
     // Takes the descriptor over.
-    Notices(std::string folder, int descriptor, bool wantsExisting)
-        : folder_(std::move(folder)), descriptor_(descriptor), mustLook_(wantsExisting) {
-        if (!wantsExisting)
-            before_ = rawFilesIn(folder_);
-    }
+    Notices(std::string folder, int descriptor, std::map<std::string, FileState> before)
+        : folder_(std::move(folder)), descriptor_(descriptor), before_(std::move(before)) {}
     ~Notices() override { close(descriptor_); }
 
     std::vector<std::string> next(const StopRequest& stop) override {
@@ -97,14 +96,18 @@ private:
 
     std::string folder_;
     int descriptor_;
-    bool mustLook_;
     std::map<std::string, FileState> before_;
+    bool mustLook_ = true;
     std::vector<std::string> names_;
 };
 
 }  // namespace
 
 std::unique_ptr<FolderWatch> noticesOf(const std::string& folder, bool wantsExisting) {
+    // Listed before the system is asked for notices: what comes in between is found by the first look.
+    std::map<std::string, FileState> before;
+    if (!wantsExisting)
+        before = rawFilesIn(folder);
     const int descriptor = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
     if (descriptor < 0)
         return nullptr;
@@ -113,7 +116,7 @@ std::unique_ptr<FolderWatch> noticesOf(const std::string& folder, bool wantsExis
         close(descriptor);
         return nullptr;
     }
-    return std::make_unique<Notices>(folder, descriptor, wantsExisting);
+    return std::make_unique<Notices>(folder, descriptor, std::move(before));
 }
 
 }  // namespace qx::tool
