@@ -33,7 +33,8 @@ if(WIN32)
   target_link_options(qx_settings INTERFACE -Wl,--no-insert-timestamp)
   # The compiler may spill 32-byte and wider vectors to a stack that is aligned to 16.
   target_compile_options(qx_settings INTERFACE -Wa,-muse-unaligned-vector-move)
-else()
+elseif(NOT QXUTILS_SANITIZE)
+  # clang's sanitizers are defined in the program alone.
   target_link_options(qx_settings INTERFACE -Wl,--no-undefined)
 endif()
 

@@ -146,7 +146,7 @@ void operateSubImage(float* first, const float* second, int width, int height, i
     if (first == nullptr || second == nullptr)
         return;
     const auto isPhase = [](int phase) { return phase == 0 || phase == 1; };
-    if (width < 1 || height < 1 || !isPhase(xPhase) || !isPhase(yPhase))
+    if (!qx::isImageSize(width, height) || !isPhase(xPhase) || !isPhase(yPhase))
         return;
     if (extract != 0)
         forPhase(qx::ImageView<const float>{second, width, height}, xPhase, yPhase,
