@@ -8,6 +8,7 @@
 #include "common/NativeFile.h"
 #include "common/StandardOutput.h"
 #include "common/Terminal.h"
+#include "common/TextStream.h"
 
 #include <QxUtils/Foundation.h>
 
@@ -34,10 +35,22 @@ int reportError(const char* message, ExitCode code) noexcept {
     return exitStatus(code);
 }
 
+std::string helpText(const CLI::App& app, const CLI::ParseError& error) {
+    TextStream text;
+    app.exit(error, text);
+    return text.str();
+}
+
 // Help goes to standard output and passes; every mistake is one line that ends in the way to the help.
 int reportParseResult(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
-        return app.exit(error);
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        // Without memory a help may lack a piece.
+        const std::string help = helpText(app, error);
+        if (help != helpText(app, error))
+            throw std::bad_alloc();
+        std::cout << help;
+        return exitStatus(ExitCode::Passed);
+    }
     throw ToolError(describeMistake(app, error), ExitCode::Usage);
 }
 

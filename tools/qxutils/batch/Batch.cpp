@@ -32,13 +32,14 @@ public:
           progress_(files, isQuiet || showsResultsAtOnce(options.format)) {}
 
     void take(const Outcome& outcome) {
-        if (!outcome.problem.empty())
-            tell(outcome.problem);
         // What was told is kept, whatever happens in between.
         if (store_)
             store_->add(outcome.records, detector_);
         for (const Record& record : outcome.records)
             writer_.add(record);
+        // At the end: what makes the work above fail is told instead.
+        if (!outcome.problem.empty())
+            tell(outcome.problem);
         worst_ = worse(worst_, outcome.exitCode);
         progress_.fileDone();
     }
@@ -104,6 +105,7 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
         return ExitCode::Passed;
     }
     const NamedFiles named = filesNamedBy(options.names, options.recursive, options.endings);
+    std::ranges::for_each(named.files, protectInput);
     if (prepare)
         prepare(named.files);
     Run run(options.results, printTable, named.files.size(), options.quiet);

@@ -61,6 +61,7 @@ std::vector<std::string> listedFiles(const std::string& name) {
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  // that some editors put first
     const std::string text = readWhole(name, "a text file with one name a line", kMaxListBytes);
     std::istringstream list(text.substr(text.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0));
+    list.exceptions(std::ios::badbit);
     std::vector<std::string> lines;
     for (std::string line; std::getline(list, line);) {
         if (line.ends_with('\r'))

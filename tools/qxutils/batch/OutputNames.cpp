@@ -3,6 +3,7 @@
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/ToolError.h"
+#include "common/WholeFile.h"
 
 #include <filesystem>
 #include <map>
@@ -53,6 +54,8 @@ void prepareOutputs(const std::string& output, const std::vector<std::string>& f
                                 "; give them in two calls",
                             ExitCode::Usage);
         }
+        if (place->first != file)
+            requireNotRead(place->first);
     }
     createFolder(output);
 }

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -84,6 +85,8 @@ public:
             try {
                 if (const auto outcome = askProcess(file))
                     return *outcome;
+            } catch (const std::bad_alloc&) {
+                return failedOutcome(command_, file, file + ": out of memory; leave out --jobs");
             } catch (const std::exception& error) {
                 return failedOutcome(command_, file, file + ": " + error.what());
             }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
+#include <new>
 #include <set>
 #include <type_traits>
 
@@ -41,6 +42,9 @@ Record resultOf(const std::string& check, int (*judge)(Arguments...),
     requireVerdict(check, status, refusals);
     CheckMeasures taken{};
     requireVerdict(check, measure(arguments..., &taken), {});
+    // The one passes what it has no memory to measure.
+    if (isPassed(taken) != (status == StatusOk))
+        throw std::bad_alloc();
     Record record;
     record.check = check;
     record.verdict = status == StatusOk ? Verdict::Passed : Verdict::NotPassed;
@@ -49,10 +53,6 @@ Record resultOf(const std::string& check, int (*judge)(Arguments...),
     for (int i = 0; i < taken.count; ++i)
         record.measures.push_back(measureOf(taken.measures[i], decimals.begin()[i]));
     return record;
-}
-
-std::string averageDarkName() {
-    return "dark-" + std::to_string(getCurrentExpTime()) + "ms-std-gain" + std::to_string(getGainId()) + ".raw";
 }
 
 std::string averageDarkPath() {
@@ -132,9 +132,13 @@ Record checkRowNoise(const Shape& shape) {
                     shape.height);
 }
 
-void storeAverageDark(const std::string& folder, const FloatImage& image) {
-    saveFloatImage(folder + '/' + averageDarkName(), image);
-    virtualDetector().offsetDirectory = folder + "\\";
+std::string averageDarkName() {
+    return "dark-" + std::to_string(getCurrentExpTime()) + "ms-std-gain" + std::to_string(getGainId()) + ".raw";
+}
+
+void storeAverageDark(const std::string& file, const FloatImage& image) {
+    saveFloatImage(file, image);
+    virtualDetector().offsetDirectory = file.substr(0, file.find_last_of('/')) + "\\";
 }
 
 }  // namespace qx::tool

@@ -29,6 +29,7 @@ Record checkDarkTime(const std::string& list, int timeMs);
 Record checkRowNoise(const Shape& shape);
 
 // Puts an average dark image where checkRowNoise looks for it, in a folder that becomes the offset directory.
-void storeAverageDark(const std::string& folder, const FloatImage& image);
+std::string averageDarkName();
+void storeAverageDark(const std::string& file, const FloatImage& image);
 
 }  // namespace qx::tool

@@ -55,7 +55,7 @@ void requireOutput(const Base64Options& options) {
 }
 
 void printWritten(const std::string& output, std::int64_t bytes) {
-    std::cout << output << ": " << bytes << " bytes\n";
+    std::cout << printable(output) << ": " << bytes << " bytes\n";
 }
 
 void save(const std::string& output, const std::string& content) {
@@ -165,8 +165,8 @@ std::int64_t decodeLines(const Base64Options& options, const std::string& output
 
 // Where the library cannot notice a failure, as on a device, it writes elsewhere.
 std::int64_t decodeLinesElsewhere(const Base64Options& options, WholeFile& file) {
-    const TemporaryFolder folder;
-    const std::string lines = folder.path() + "/lines";
+    TemporaryFolder folder;
+    const std::string lines = folder.add("lines");
     const std::int64_t bytes = decodeLines(options, lines);
     file.write(readWhole(lines, kFileWanted, bytes));
     return bytes;

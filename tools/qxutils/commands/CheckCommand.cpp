@@ -67,8 +67,8 @@ ExitCode runRowNoise(const CheckOptions& options) {
         if (!options.stored)
             return std::vector{checkRowNoise(shape)};
         const FloatImage image = loadFloatImage(*options.stored, shape);
-        const TemporaryFolder folder;
-        storeAverageDark(folder.path(), image);
+        TemporaryFolder folder;
+        storeAverageDark(folder.add(averageDarkName()), image);
         Record record = checkRowNoise(shape);
         record.subject = subjectOf(*options.stored, image);
         return std::vector{record};

@@ -1,6 +1,7 @@
 #include "batch/OutputNames.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "common/TextStream.h"
 #include "defects/DefectMap.h"
 #include "defects/DefectTables.h"
 #include "picture/PngWriter.h"
@@ -9,7 +10,6 @@
 #include <CLI/CLI.hpp>
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,7 +37,7 @@ Record describe(const DefectsOptions& options, const std::string& file) {
     }
     Record record = defectCountsOf(lists);
     record.subject = subjectOf(file);
-    std::ostringstream text;
+    TextStream text;
     printDefectLists(text, lists);
     record.text = text.str();
     return record;

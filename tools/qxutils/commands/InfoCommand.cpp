@@ -3,8 +3,10 @@
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/NativeFile.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "defects/DefectTables.h"
+#include "image/MedianOf.h"
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "info/Geometry.h"
@@ -18,7 +20,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,7 @@ void addStatistics(Record& record, std::ostream& out, const std::string& file, c
     const WORD largest = *std::max_element(image.pixels.begin(), image.pixels.end());
     const double mean = getMean(pixels, count);
     const double deviation = getStdev(pixels, shape.width, shape.height);
-    const WORD median = getMedian(pixels, count);
+    const WORD median = medianOf(pixels, count);
     out << "  statistics for " << toText(shape) << ", " << (loaded.header.empty() ? "no header" : "behind a header")
         << ", counts\n    min " << least << ", max " << largest << ", mean " << formatNumber(mean, 2) << ", stdev "
         << formatNumber(deviation, 2) << ", median " << median << '\n';
@@ -122,7 +123,7 @@ Record describeImage(std::ostream& out, const std::string& file, std::int64_t by
 std::vector<Record> describeStream(const std::string& file, const std::optional<Shape>& shape) {
     if (!shape)
         throw ToolError(file + ": a stream does not tell its size; give --shape");
-    std::ostringstream out;
+    TextStream out;
     out << printable(file) << '\n';
     Record record;
     addStatistics(record, out, file, *shape);
@@ -134,7 +135,7 @@ std::vector<Record> describeFile(const std::string& file, const std::optional<Sh
     if (streamOfInput(file))
         return describeStream(file, shape);
     const std::int64_t bytes = fileBytes(file, kRawImageWanted);
-    std::ostringstream out;
+    TextStream out;
     out << printable(file) << "\n  " << bytes << " bytes\n";
     std::vector<Record> records = describeContent(out, file, bytes);
     if (records.empty())

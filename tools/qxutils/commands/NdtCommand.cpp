@@ -5,7 +5,9 @@
 #include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
 #include "common/FileAccess.h"
+#include "common/FileName.h"
 #include "common/LibraryFile.h"
+#include "common/TextStream.h"
 #include "common/WholeFile.h"
 #include "image/RawImage.h"
 #include "ndt/NdtReport.h"
@@ -17,9 +19,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <optional>
-#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace qx::tool {
@@ -56,14 +59,26 @@ void configureDetector(const std::string& folder, const Shape& shape) {
 }
 
 std::string calibrationFiles(const std::string& folder) {
-    std::ostringstream text;
+    TextStream text;
     printCalibrationFiles(text, nativePath(folder));
     return text.str();
+}
+
+// Where the library writes what its own name says, which may be that of an image there.
+void requireOtherFolder(const std::string& file, const std::string& folder) {
+    std::error_code error;
+    for (const char* const below : {"offset", "gain", "defect"}) {
+        if (std::filesystem::equivalent(toPath(file).parent_path(), toPath(folder) / below, error))
+            throw ToolError(file + ": lies where calibration files are written; move it, or give another --out",
+                            ExitCode::Usage);
+    }
 }
 
 Record calibrate(const NdtOptions& options, const Shape& shape) {
     refuseDryRun("ndt calibrate");
     requireFreshFolder(options.folder);
+    for (const std::string& file : {options.bright, options.dark.value()})
+        requireOtherFolder(file, options.folder);
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);

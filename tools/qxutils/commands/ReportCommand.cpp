@@ -71,8 +71,11 @@ NamedFiles requireFiles(const ReportOptions& options) {
     NamedFiles named = filesNamedBy(options.names, options.recursive, {".raw"});
     if (named.files.empty())
         throw ToolError(named.problems.front(), ExitCode::Usage);
+    std::vector<std::string> others = named.files;
+    if (options.store)
+        others.push_back(*options.store);
     requireDistinct({options.output, besideReport(options.output, ".json"), besideReport(options.output, ".csv")},
-                    named.files);
+                    others);
     return named;
 }
 

@@ -1,6 +1,7 @@
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/NumberText.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
@@ -9,8 +10,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <new>
 #include <optional>
-#include <sstream>
 #include <string>
 
 namespace qx::tool {
@@ -48,11 +50,21 @@ WORD** firstPixel(RawImage& image) {
     return reinterpret_cast<WORD**>(image.pixels.data());
 }
 
-RawImage resize(RawImage image, const Shape& shape) {
-    RawImage resized = filledImage<WORD>(shape, 0);
+RawImage resizedOver(WORD before, RawImage& image, const Shape& shape) {
+    RawImage resized = filledImage<WORD>(shape, before);
     interpImg2D(firstPixel(resized), shape.height, shape.width, firstPixel(image), image.shape.height,
                 image.shape.width);
     return resized;
+}
+
+// Without memory the library leaves what was there before, which an image may be made of as well, but not of both.
+RawImage resize(RawImage image, const Shape& shape) {
+    for (const WORD before : {WORD{0}, WORD{1}}) {
+        RawImage resized = resizedOver(before, image, shape);
+        if (std::ranges::any_of(resized.pixels, [before](WORD pixel) { return pixel != before; }))
+            return resized;
+    }
+    throw std::bad_alloc();
 }
 
 std::string spacing(int from, int to) {
@@ -64,7 +76,7 @@ Record sizesOf(const Shape& from, const Shape& to) {
     table.addRow({"before", std::to_string(from.width), std::to_string(from.height), "1.0000", "1.0000"});
     table.addRow({"after", std::to_string(to.width), std::to_string(to.height), spacing(from.width, to.width),
                   spacing(from.height, to.height)});
-    std::ostringstream text;
+    TextStream text;
     table.print(text);
     Record record;
     record.measures = {{"width after", double(to.width), "pixels"}, {"height after", double(to.height), "pixels"}};

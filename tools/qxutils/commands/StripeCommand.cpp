@@ -2,6 +2,7 @@
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/FileAccess.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "picture/Look.h"
 #include "picture/PngWriter.h"
@@ -11,7 +12,6 @@
 #include <CLI/CLI.hpp>
 
 #include <optional>
-#include <sstream>
 #include <string>
 
 namespace qx::tool {
@@ -50,7 +50,7 @@ Record contrastsOf(const StripeProfile& before, const StripeProfile& after, int 
                        {"stripe contrast before", before.percent, "%", 1},
                        {"stripe contrast after", after.contrast, "counts"},
                        {"stripe contrast after", after.percent, "%", 1}};
-    std::ostringstream text;
+    TextStream text;
     if (!isChanged)
         text << "  no row departs: nothing changed\n";
     printRows(text, before, after, triggerLine);

@@ -2,7 +2,7 @@
 
 #include "common/FileAccess.h"
 #include "common/FileName.h"
-#include "common/NativeFile.h"
+#include "common/InputFile.h"
 #include "common/ToolError.h"
 #include "common/WholeFile.h"
 
@@ -45,14 +45,11 @@ std::filesystem::path nativePath(const std::string& kitPath) {
 void loadDetectorFile(const std::string& file) {
     constexpr const char* kWanted = "a TOML file with settings of the virtual detector";
     fileBytes(file, kWanted);
-    const std::filesystem::path path = toPath(file);
-    if (!openToRead(path).isOpen())
-        throw ToolError(file + ": cannot be opened; give " + kWanted);
+    readSettings(file, kWanted);
     needVirtualDetector();
-    const std::string problem = qxkit::loadVirtualDetector(path);
+    const std::string problem = qxkit::loadVirtualDetector(toPath(file));
     if (!problem.empty())
         throw ToolError(problem);
-    protectInput(file);
     if (writePolicy().dryRun)
         virtualDetector().config.loggingEnabled = 0;
 }

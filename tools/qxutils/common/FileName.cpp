@@ -46,10 +46,17 @@ std::size_t characterBytes(std::string_view text) {
     return point < lead->smallest || point > kLastCodePoint || isSurrogate || isControl(point) ? 0 : lead->bytes;
 }
 
-void appendEscaped(std::string& line, char byte) {
+// Hands over the pieces of the text as a terminal shows them.
+template <class Take>
+void visitPrintable(std::string_view text, Take take) {
     constexpr char kDigits[] = "0123456789ABCDEF";
-    const unsigned value = static_cast<unsigned char>(byte);
-    line += {'\\', 'x', kDigits[value >> 4], kDigits[value & 0xF]};
+    while (!text.empty()) {
+        const std::size_t bytes = characterBytes(text);
+        const unsigned value = static_cast<unsigned char>(text.front());
+        const std::array escaped = {'\\', 'x', kDigits[value >> 4], kDigits[value & 0xF]};
+        take(bytes == 0 ? std::string_view(escaped.data(), escaped.size()) : text.substr(0, bytes));
+        text.remove_prefix(std::max<std::size_t>(bytes, 1));
+    }
 }
 
 }  // namespace
@@ -65,22 +72,28 @@ std::string toName(const std::filesystem::path& path) {
 
 std::string printable(std::string_view text) {
     std::string line;
-    while (!text.empty()) {
-        const std::size_t bytes = characterBytes(text);
-        if (bytes == 0)
-            appendEscaped(line, text.front());
-        else
-            line += text.substr(0, bytes);
-        text.remove_prefix(std::max<std::size_t>(bytes, 1));
-    }
+    visitPrintable(text, [&line](std::string_view piece) { line += piece; });
     return line;
+}
+
+bool isPlainText(std::string_view text) {
+    while (!text.empty()) {
+        const bool isSpace = text.front() == '\t' || text.front() == '\n' || text.front() == '\r';
+        const std::size_t bytes = isSpace ? 1 : characterBytes(text);
+        if (bytes == 0)
+            return false;
+        text.remove_prefix(bytes);
+    }
+    return true;
 }
 
 void printErrorLine(const char* message) noexcept {
     try {
         std::fprintf(stderr, "qxutils: %s\n", printable(message).c_str());
     } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "qxutils: %s\n", message);
+        std::fputs("qxutils: ", stderr);
+        visitPrintable(message, [](std::string_view piece) { std::fwrite(piece.data(), 1, piece.size(), stderr); });
+        std::fputs("\n", stderr);
     }
 }
 

@@ -17,6 +17,9 @@ std::string toName(const std::filesystem::path& path);
 // A text for one line of a terminal: what is no printable UTF-8, control characters among it, stands as \xNN.
 std::string printable(std::string_view text);
 
+// Whether a text is UTF-8 without other control characters than those between its words and lines.
+bool isPlainText(std::string_view text);
+
 // Writes "qxutils: " and the message as one line to standard error, even where memory is short.
 void printErrorLine(const char* message) noexcept;
 

@@ -50,6 +50,14 @@ std::size_t InputFile::read(char* bytes, std::size_t size) {
     return count;
 }
 
+std::string readSettings(const std::string& path, const std::string& wanted) {
+    constexpr std::int64_t kMaxBytes = 1 << 20;
+    std::string text = readWhole(path, wanted, kMaxBytes);
+    if (!isPlainText(text))
+        throw ToolError(path + ": holds bytes that are no text in UTF-8; give " + wanted);
+    return text;
+}
+
 std::string readWhole(const std::string& path, const std::string& wanted, std::int64_t mostBytes) {
     constexpr std::int64_t kPiece = 1 << 16;
     InputFile file(path, wanted);

@@ -2,6 +2,7 @@
 
 #include "common/FileName.h"
 #include "common/LibraryFile.h"
+#include "common/NativeFile.h"
 #include "common/ToolError.h"
 #include "common/WholeFile.h"
 
@@ -19,20 +20,26 @@ TemporaryFolder::TemporaryFolder() {
     const fs::path place = fs::temp_directory_path(error);
     std::random_device random;
     for (int attempt = 0; attempt < kAttempts && !error; ++attempt) {
-        const fs::path folder = place / ("qxutils-" + std::to_string(random()));
-        if (fs::create_directory(folder, error)) {
-            path_ = toName(folder);
-            requireLibraryName(path_);
-            exemptFolder(folder);
+        folder_ = place / ("qxutils-" + std::to_string(random()));
+        requireLibraryName(toName(folder_));
+        exemptFolder(folder_);
+        if (fs::create_directory(folder_, error))
             return;
-        }
     }
     throw ToolError("no temporary folder can be made; check the folder for temporary files");
 }
 
+// Goes file by file: a search for them could want of memory.
 TemporaryFolder::~TemporaryFolder() {
+    for (const fs::path& file : files_)
+        removeFile(file.c_str());
     std::error_code error;
-    fs::remove_all(toPath(path_), error);
+    fs::remove(folder_, error);
+}
+
+std::string TemporaryFolder::add(const std::string& name) {
+    files_.push_back(folder_ / name);
+    return toName(files_.back());
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 
@@ -13,10 +15,12 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    const std::string& path() const { return path_; }
+    // The name of a file in it, which goes with the folder.
+    std::string add(const std::string& name);
 
 private:
-    std::string path_;
+    std::filesystem::path folder_;
+    std::vector<std::filesystem::path> files_;
 };
 
 }  // namespace qx::tool

@@ -29,16 +29,8 @@ struct Slot {
 
 std::array<Slot, kSlots> slots;
 
-void removeAll() noexcept {
-    const unsigned long self = processNumber();
-    for (const Slot& slot : slots) {
-        if (slot.owner == self)
-            removeFile(slot.path.data());
-    }
-}
-
 int claimSlot(const fs::path& path) {
-    static const bool prepared = (onInterruption(removeAll), true);
+    static const bool prepared = (onInterruption(removeTemporaryFiles), true);
     const auto free = std::ranges::find_if(slots, [](const Slot& slot) { return slot.owner == 0; });
     if (!prepared || free == slots.end() || path.native().size() >= kPathRoom)
         return kNoSlot;
@@ -52,6 +44,14 @@ bool isWithinCharacter(char byte) {
 }
 
 }  // namespace
+
+void removeTemporaryFiles() noexcept {
+    const unsigned long self = processNumber();
+    for (const Slot& slot : slots) {
+        if (slot.owner == self)
+            removeFile(slot.path.data());
+    }
+}
 
 TemporaryName::TemporaryName(fs::path path) : path_(std::move(path)), slot_(claimSlot(path_)) {}
 

@@ -20,6 +20,9 @@ private:
     int slot_;
 };
 
+// Removes those of this process; may run at any moment, in a signal's handler too.
+void removeTemporaryFiles() noexcept;
+
 // A name in the same folder that no other file has, not longer than a file system allows.
 std::filesystem::path nameBeside(const std::filesystem::path& file);
 

@@ -1,13 +1,13 @@
 #include "common/TextTable.h"
 
 #include "common/FileName.h"
+#include "common/TextStream.h"
 #include "common/TextWidth.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <numeric>
 #include <ostream>
-#include <sstream>
 
 namespace qx::tool {
 namespace {
@@ -144,7 +144,7 @@ void TextTable::print(std::ostream& out, int width) const {
 }
 
 std::string formatNumber(double value, int decimals) {
-    std::ostringstream text;
+    TextStream text;
     text << std::fixed << std::setprecision(decimals) << value;
     return text.str();
 }

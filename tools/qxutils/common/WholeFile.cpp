@@ -94,6 +94,11 @@ void requireReplaceable(const std::string& path) {
         refuseReplacement(path);
 }
 
+void requireNotRead(const std::string& path) {
+    if (isInput(linkTarget(toPath(path))))
+        throw ToolError(path + ": would overwrite a file that was read; give another name", ExitCode::Usage);
+}
+
 void announce(const std::string& what) {
     std::cerr << "qxutils: dry run: would " + printable(what) + '\n';
 }
@@ -121,8 +126,7 @@ void protectFolder(const std::string& path) {
 
 WholeFile::WholeFile(const std::string& path)
     : path_(path), target_(linkTarget(toPath(path))), policy_(policyOf(target_)) {
-    if (isInput(target_))
-        throw ToolError(path + ": would overwrite a file that was read; give another name", ExitCode::Usage);
+    requireNotRead(path);
     requireReplaceable(path);
     if (const std::optional<int> stream = streamOfOutput(path); stream && !policy_.dryRun) {
         std::cout.flush();

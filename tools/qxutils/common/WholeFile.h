@@ -32,6 +32,9 @@ void protectInput(const std::string& path);
 // The same for all files below a folder, which the library reads by name.
 void protectFolder(const std::string& path);
 
+// Refuses a name of what was read.
+void requireNotRead(const std::string& path);
+
 // Refuses a file that is there and must not be replaced.
 void requireReplaceable(const std::string& path);
 

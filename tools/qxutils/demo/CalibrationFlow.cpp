@@ -162,7 +162,7 @@ private:
 
     Record checkRowNoiseOf(const std::string& folder, const FloatImage& averageDark) {
         createFolder(folder_ + '/' + folder);
-        storeAverageDark(folder_ + '/' + folder, averageDark);
+        storeAverageDark(folder_ + '/' + folder + '/' + averageDarkName(), averageDark);
         return checkRowNoise(kPanel);
     }
 

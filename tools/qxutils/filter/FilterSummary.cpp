@@ -1,7 +1,9 @@
 #include "filter/FilterSummary.h"
 
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "filter/Filters.h"
+#include "image/MedianOf.h"
 
 #include <QxUtils/Numerics.h>
 
@@ -10,7 +12,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <iterator>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,7 +29,7 @@ void addRange(TextTable& table, Record& record, const std::string& name, const R
 
 void addRange(TextTable& table, Record& record, const std::vector<float>& ratios) {
     const auto [least, largest] = std::minmax_element(ratios.begin(), ratios.end());
-    const float median = getMedian(ratios.data(), static_cast<int>(ratios.size()));
+    const float median = medianOf(ratios.data(), static_cast<int>(ratios.size()));
     std::vector<std::string> cells = {"inside"};
     for (const auto& [name, value] : {std::pair("minimum", *least), {"median", median}, {"maximum", *largest}}) {
         cells.push_back(formatNumber(value, 4));
@@ -64,7 +65,7 @@ Record changesOf(const RawImage& before, const RawImage& after) {
     }
     record.measures.push_back({"changed pixels", static_cast<double>(changed), "pixels"});
     record.measures.push_back({"largest change", static_cast<double>(largest), "counts"});
-    std::ostringstream text;
+    TextStream text;
     table.print(text);
     text << "  " << changed << " of " << before.pixels.size() << " pixels changed, by up to " << largest << " counts\n";
     record.text = text.str();
@@ -73,7 +74,7 @@ Record changesOf(const RawImage& before, const RawImage& after) {
 
 Record ratiosOf(const FloatImage& ratio) {
     Record record;
-    std::ostringstream text;
+    TextStream text;
     const std::vector<float> ratios = finiteRatios(ratio);
     if (!ratios.empty()) {
         TextTable table({"ratio", "min", "median", "max"});

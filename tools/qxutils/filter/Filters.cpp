@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <new>
 #include <utility>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -38,11 +41,38 @@ RawImage filterRows(const RawImage& image, RowFilter filter) {
     return filtered;
 }
 
+// Whether every pixel is the share of those that are at most as bright, in parts of the range.
+bool isEqualized(const RawImage& image) {
+    std::vector<WORD> sorted = image.pixels;
+    std::ranges::sort(sorted);
+    for (auto first = sorted.begin(); first != sorted.end();) {
+        const WORD value = *first;
+        first = std::upper_bound(first, sorted.end(), value);
+        const auto atMost = static_cast<double>(first - sorted.begin());
+        if (static_cast<WORD>(atMost / image.pixelCount() * 65535.0) != value)
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 RawImage medianOfRows(const RawImage& image, int radius) {
     requireSides(image.shape, {2 * radius + 1, 1});
-    return filterRows(image, [radius](FloatImage& row) { medianFilter(row.row(0), row.shape.width, radius); });
+    const auto size = static_cast<std::size_t>(2 * radius + 1);
+    const auto edge = static_cast<std::ptrdiff_t>(radius);
+    return filterRows(image, [=](FloatImage& row) {
+        // Without memory the library changes nothing: one bright pixel in a dark window of its own tells.
+        std::vector<float> longer = row.pixels;
+        longer.resize(longer.size() + size, 0.0f);
+        float& probe = longer.end()[-1 - edge];
+        probe = 1.0f;
+        medianFilter(longer.data(), static_cast<int>(longer.size()), radius);
+        if (probe != 0.0f)
+            throw std::bad_alloc();
+        // The last pixels stay, which the windows beyond the row would change.
+        std::copy_n(longer.begin() + edge, std::ssize(row.pixels) - 2 * edge, row.pixels.begin() + edge);
+    });
 }
 
 RawImage medianOfColumns(const RawImage& image) {
@@ -55,6 +85,9 @@ RawImage medianOfColumns(const RawImage& image) {
 RawImage equalize(const RawImage& image) {
     RawImage equalized = image;
     hisEqualization(equalized.row(0), image.pixelCount());
+    // As the library leaves an image without memory, too.
+    if (equalized.pixels == image.pixels && !isEqualized(image))
+        throw std::bad_alloc();
     return equalized;
 }
 

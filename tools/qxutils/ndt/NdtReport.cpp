@@ -1,7 +1,9 @@
 #include "ndt/NdtReport.h"
 
 #include "common/FileName.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
+#include "common/ToolError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +11,6 @@
 #include <map>
 #include <numeric>
 #include <ostream>
-#include <sstream>
 #include <system_error>
 
 namespace qx::tool {
@@ -34,7 +35,7 @@ Record statisticsOf(const std::vector<std::pair<std::string, const LongImage*>>&
                                                        {"minimum " + name, static_cast<double>(*least), "counts"},
                                                        {"maximum " + name, static_cast<double>(*largest), "counts"}});
     }
-    std::ostringstream text;
+    TextStream text;
     table.print(text);
     record.text = text.str();
     return record;
@@ -45,10 +46,13 @@ void printCalibrationFiles(std::ostream& out, const fs::path& folder) {
     for (const char* const kind : {"offset", "gain", "defect"}) {
         std::map<std::string, std::uintmax_t> files;
         std::error_code error;
-        for (const auto& entry : fs::directory_iterator(folder / kind, error)) {
-            if (entry.is_regular_file(error))
-                files[toName(entry.path())] = entry.file_size(error);
+        for (fs::directory_iterator entry(folder / kind, error), end; !error && entry != end; entry.increment(error)) {
+            if (entry->is_regular_file(error))
+                files[toName(entry->path())] = entry->file_size(error);
         }
+        if (error && error != std::errc::no_such_file_or_directory)
+            throw ToolError(toName(folder / kind) + ": cannot be listed (" + error.message() +
+                            "); check that you may read it");
         for (const auto& [path, bytes] : files)
             table.addRow({path, std::to_string(bytes)});
     }

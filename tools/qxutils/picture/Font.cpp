@@ -2,6 +2,7 @@
 
 #include "embedded/FontBold.h"
 #include "embedded/FontRegular.h"
+#include "picture/Allocated.h"
 
 // Contours are given in parts of a pixel, which the font library's own short integers do not hold for a large picture.
 // It takes another type of vertex with these names of its members.
@@ -11,6 +12,8 @@ struct ContourVertex {
 };
 #define stbtt_vertex ContourVertex
 #define stbtt_vertex_type int
+#define STBTT_malloc(size, user) (static_cast<void>(user), qx::tool::allocated(std::malloc(size)))
+#define STBTT_free(memory, user) (static_cast<void>(user), std::free(memory))
 #define STBTT_STATIC
 #define STB_TRUETYPE_IMPLEMENTATION
 #if defined(__GNUC__)

@@ -1,11 +1,10 @@
 #include "picture/PngWriter.h"
 
 #include "common/FileAccess.h"
+#include "picture/Allocated.h"
 
 #ifdef QXUTILS_ZLIB
 #include <zlib.h>
-
-#include <cstdlib>
 
 namespace {
 
@@ -26,6 +25,10 @@ unsigned char* compressBytes(unsigned char* bytes, int count, int* compressed, i
 #define STBIW_ZLIB_COMPRESS compressBytes
 #endif
 
+// Without memory the encoder would go on in places.
+#define STBIW_MALLOC(size) qx::tool::allocated(std::malloc(size))
+#define STBIW_REALLOC(memory, size) qx::tool::allocated(std::realloc(memory, size))
+#define STBIW_FREE(memory) std::free(memory)
 #define STB_IMAGE_WRITE_STATIC
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STBI_WRITE_NO_STDIO

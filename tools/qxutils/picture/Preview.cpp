@@ -1,5 +1,6 @@
 #include "picture/Preview.h"
 
+#include "image/MedianOf.h"
 #include "image/Region.h"
 
 #include <QxUtils/Numerics.h>
@@ -62,7 +63,7 @@ GreyWindow windowOf(const RawImage& image, const PercentileWindow& window) {
 }
 
 GreyWindow windowAroundMedian(const RawImage& image, double share) {
-    const double median = getMedian(image.pixels.data(), image.pixelCount());
+    const double median = medianOf(image.pixels.data(), image.pixelCount());
     return {median * (1.0 - share), median * (1.0 + share)};
 }
 

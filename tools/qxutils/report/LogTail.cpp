@@ -37,6 +37,7 @@ std::vector<std::string> LogTail::lines() const {
     for (const auto& [path, length] : logLengths(folder_)) {
         const auto before = lengths_.find(path);
         std::ifstream file(path);
+        file.exceptions(std::ios::badbit);
         // A log that became shorter was begun again.
         if (before != lengths_.end() && before->second <= length)
             file.seekg(before->second);

@@ -3,6 +3,7 @@
 #include "common/Base64Text.h"
 #include "common/FileAccess.h"
 #include "common/MarkupText.h"
+#include "common/TextStream.h"
 #include "common/ToolError.h"
 #include "embedded/ReportPage.h"
 #include "image/RawImage.h"
@@ -10,7 +11,6 @@
 #include "results/RecordCsv.h"
 
 #include <cstddef>
-#include <sstream>
 #include <string_view>
 
 namespace qx::tool {
@@ -141,7 +141,7 @@ std::string fillIn(std::string_view name, const Report& report) {
 }
 
 std::string csvOf(const Report& report) {
-    std::ostringstream text;
+    TextStream text;
     printCsvHead(text);
     for (const Record& record : report.records)
         printCsv(text, record);

@@ -2,6 +2,7 @@
 
 #include "common/ComparedNumbers.h"
 #include "common/MarkupText.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "results/RecordText.h"
 
@@ -11,7 +12,6 @@
 #include <cmath>
 #include <cstddef>
 #include <set>
-#include <sstream>
 #include <utility>
 
 namespace qx::tool {
@@ -222,7 +222,7 @@ std::string writtenText(const Report& report, const std::string& file) {
 // The last value beside its limit, and where a straight line through the points leads.
 std::string trendText(const Json& trend) {
     const auto numberText = [](const Json& value) {
-        std::ostringstream text;
+        TextStream text;
         if (value.is_number())
             text << value.get<double>();
         return value.is_number() ? text.str() : "–";

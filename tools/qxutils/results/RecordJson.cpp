@@ -230,6 +230,7 @@ std::vector<Record> parseRecords(const std::string& text) {
         return records;
     }
     std::istringstream lines(text);
+    lines.exceptions(std::ios::badbit);
     for (std::string line; std::getline(lines, line);)
         records.push_back(recordFromJson(parseJson(line)));
     if (records.empty())

@@ -3,6 +3,7 @@
 #include "common/FileAccess.h"
 #include "common/FileName.h"
 #include "common/InputFile.h"
+#include "common/TextStream.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
 #include "results/RecordJson.h"
@@ -22,7 +23,6 @@
 namespace qx::tool {
 namespace {
 
-constexpr std::int64_t kMaxFileBytes = 1 << 20;
 constexpr const char* kWanted = "a text, TOML or JSON file with SNR values, or a raw reference image";
 
 // 0, which no series may hold, for a number that is none or has no place in a float.
@@ -72,6 +72,7 @@ SnrSeries parseJsonList(const std::string& text) {
 SnrSeries parsePlain(const std::string& text) {
     SnrSeries series;
     std::istringstream words(text);
+    words.exceptions(std::ios::badbit);
     for (std::string word; words >> word;) {
         float value = 0;
         const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
@@ -83,7 +84,7 @@ SnrSeries parsePlain(const std::string& text) {
 }
 
 SnrSeries parseSeries(const std::string& path) {
-    const std::string text = readWhole(path, kWanted, kMaxFileBytes);
+    const std::string text = readSettings(path, kWanted);
     const std::filesystem::path extension = toPath(path).extension();
     try {
         if (extension == ".toml")
@@ -145,7 +146,7 @@ void saveFactorySeries(const std::string& path, const SnrSeries& series) {
     toml::array list;
     for (const float value : series)
         list.push_back(shortestDecimal(value));
-    std::ostringstream text;
+    TextStream text;
     text << "# SNR series of the factory, smallest square first.\n" << toml::table{{"snr", std::move(list)}} << '\n';
     writeFile(path, text.str());
 }

@@ -91,9 +91,7 @@ FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) 
     demo.meanGray = static_cast<float>(getMean(image.pixels.data(), image.pixelCount()));
     demo.measured = measureSnr(image);
     demo.match = matchOf(demo);
-    SurfaceFitResult result{};
-    evaluateSNRResult(image.pixels.data(), kPanel.width, kPanel.height, demo.match.snr, result);
-    demo.grade = result.evaluation;
+    demo.grade = gradeSnr(image, demo.match.snr);
     return demo;
 }
 

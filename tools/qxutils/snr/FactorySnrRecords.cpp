@@ -2,6 +2,7 @@
 
 #include "common/FileAccess.h"
 #include "common/LibraryFile.h"
+#include "common/TextStream.h"
 #include "common/TextTable.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
@@ -16,7 +17,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 
 namespace qx::tool {
@@ -74,7 +74,7 @@ std::vector<Record> factorySnrRecords(const std::string& path) {
             record.squares.push_back({sides[i], plainNumber(factory.snr[i])});
         records.push_back(record);
     }
-    std::ostringstream text;
+    TextStream text;
     printFactorySnr(text, list);
     records.back().text = text.str();
     return records;

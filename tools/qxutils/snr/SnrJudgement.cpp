@@ -4,6 +4,11 @@
 
 #include <QxUtils.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <new>
+
 namespace qx::tool {
 namespace {
 
@@ -31,6 +36,28 @@ std::vector<SNRSquare> squaresOf(const Shape& shape, const WORD* pixels, const S
     squares.resize(static_cast<std::size_t>(count));
     requireOk(measure(count), shape);
     return squares;
+}
+
+template <class Measure>
+CheckMeasures measuresOf(Measure measure, const RawImage& image, const SnrSeries& factory) {
+    CheckMeasures taken{};
+    requireOk(measure(image.pixels.data(), image.shape.width, image.shape.height, factory.data(),
+                      static_cast<int>(factory.size()), &taken),
+              image.shape);
+    return taken;
+}
+
+// The library passes and grades what it has no memory to measure.
+void requireMeasured(bool agrees) {
+    if (!agrees)
+        throw std::bad_alloc();
+}
+
+int gradeOf(const CheckMeasures& taken) {
+    constexpr std::array kGrades = {StatusCalibrationExcellent, StatusCalibrationGood};
+    const auto end = taken.measures + taken.count;
+    const auto met = std::find_if(taken.measures, end, [](const CheckMeasure& measure) { return measure.met != 0; });
+    return met == end ? StatusCalibrationPoor : kGrades.at(static_cast<std::size_t>(met - taken.measures));
 }
 
 }  // namespace
@@ -61,10 +88,17 @@ SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
     judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, factory);
     if (judgement.verdict != StatusSnrLow)
         requireOk(judgement.verdict, image.shape);
-    SurfaceFitResult result{};
-    evaluateSNRResult(image.pixels.data(), width, height, factory, result);
-    judgement.grade = result.evaluation;
+    judgement.below = measuresOf(measureGlobalSNR, image, factory);
+    requireMeasured(isPassed(judgement.below) == judgement.passed());
+    judgement.grade = gradeSnr(image, factory);
     return judgement;
+}
+
+int gradeSnr(const RawImage& image, const SnrSeries& factory) {
+    SurfaceFitResult result{};
+    evaluateSNRResult(image.pixels.data(), image.shape.width, image.shape.height, factory, result);
+    requireMeasured(result.evaluation == gradeOf(measuresOf(measureSNRResult, image, factory)));
+    return result.evaluation;
 }
 
 std::string gradeName(int grade) {

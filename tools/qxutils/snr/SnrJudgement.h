@@ -2,6 +2,8 @@
 
 #include "image/Image.h"
 
+#include <QxUtils/Measures.h>
+
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@ struct SnrJudgement {
     std::vector<bool> areBelow;  // it
     int verdict = 0;             // 0 or 1088
     int grade = 0;               // 1090, 1091 or 1092
+    CheckMeasures below{};       // the squares that count against the image
 
     bool passed() const { return verdict == 0; }
     bool isBelow(std::size_t square) const { return areBelow[square]; }
@@ -30,6 +33,9 @@ SnrSeries measureSnr(const RawImage& image);
 
 // The factory series must cover every square of the image.
 SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory);
+
+// 1090, 1091 or 1092.
+int gradeSnr(const RawImage& image, const SnrSeries& factory);
 
 // One word for a grade: excellent, good, poor.
 std::string gradeName(int grade);

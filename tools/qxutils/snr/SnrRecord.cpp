@@ -27,13 +27,6 @@ std::vector<Record> savedRecords(const std::string& file) {
     return records;
 }
 
-Measure squaresBelow(const RawImage& image, const SnrSeries& factory) {
-    CheckMeasures taken{};
-    measureGlobalSNR(image.pixels.data(), image.shape.width, image.shape.height, factory.data(),
-                     static_cast<int>(factory.size()), &taken);
-    return measureOf(taken.measures[0], 0);
-}
-
 void printSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
     TextTable table({"square, pixels", "SNR"});
     for (const SnrSquare& square : squares)
@@ -124,7 +117,7 @@ Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const Snr
     record.message = getStatusMessage(judgement.verdict);
     record.verdict = judgement.passed() ? Verdict::Passed : Verdict::NotPassed;
     record.grade = judgement.grade;
-    record.measures.push_back(squaresBelow(image, factory));
+    record.measures.push_back(measureOf(judgement.below.measures[0], 0));
     for (std::size_t i = 0; i < sides.size(); ++i) {
         record.squares.push_back({sides[i], plainNumber(judgement.measured[i]), plainNumber(factory[i]),
                                   plainNumber(judgement.expected[i]), judgement.isBelow(i)});

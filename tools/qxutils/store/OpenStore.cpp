@@ -7,6 +7,7 @@ namespace qx::tool {
 std::unique_ptr<PanelStore> openStore(const std::optional<std::string>& store) {
     if (!store)
         return nullptr;
+    requireNotRead(*store);
     if (writePolicy().dryRun) {
         announce("keep the results in " + *store);
         return nullptr;

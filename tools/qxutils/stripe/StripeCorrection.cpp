@@ -1,6 +1,7 @@
 #include "stripe/StripeCorrection.h"
 
 #include "common/ToolError.h"
+#include "image/MedianOf.h"
 
 #include <QxUtils.h>
 
@@ -58,15 +59,15 @@ RawImage correctStripe(const RawImage& image, const RawImage& reference, int tri
 std::vector<double> rowLevels(const RawImage& image, const Stretch& rows) {
     std::vector<double> levels;
     for (int row = rows.first; row < rows.end; ++row)
-        levels.push_back(getMedian(image.row(row), image.shape.width));
+        levels.push_back(medianOf(image.row(row), image.shape.width));
     return levels;
 }
 
 StripeProfile profileOf(const RawImage& image, int triggerLine) {
     StripeProfile profile;
     profile.levels = rowLevels(image, {triggerLine - kStripeRows, triggerLine});
-    const double above = getMedian(image.row(triggerLine - kStripeRows - 1), image.shape.width);
-    const double trigger = getMedian(image.row(triggerLine), image.shape.width);
+    const double above = medianOf(image.row(triggerLine - kStripeRows - 1), image.shape.width);
+    const double trigger = medianOf(image.row(triggerLine), image.shape.width);
     int i = 1;
     for (const double level : profile.levels) {
         const double straight = above + (trigger - above) * i++ / (kStripeRows + 1);
