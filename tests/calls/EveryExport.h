@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 
@@ -17,6 +19,12 @@ struct ExportCall {
 };
 
 std::span<const ExportCall> everyExport();
+
+// The calls take other images, files and defects from now on, and hand back what they did; not beside a call.
+void changeData(std::uint64_t seed);
+
+// A number for all the arrays that this thread's calls took and filled since it was asked for.
+std::size_t takeTold();
 
 // Gives the virtual detector small frames, and directories below root with the files that the calls read.
 void prepareDetector(const std::string& root);
