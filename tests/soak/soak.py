@@ -23,6 +23,7 @@ ZONE = "Europe/Berlin"
 STAMP = r"(\d{4}/\d\d/\d\d-\d\d:\d\d:\d\d\.\d{3}) \| .{6} \| [DIWE] \| "
 WRITERS = 3
 DEADLINE_S = 300
+SIDE = 1024
 HOST_KINDS = ("image", "gain", "snr")
 
 faults: list[str] = []
@@ -181,21 +182,37 @@ def kill_hosts(programs: Path, folder: Path, kills: int) -> None:
                     ("log lines", lines), ("log lines lost or torn", lost)))
 
 
-# The store is judged by itself.
-def tool_commands(folder: Path) -> dict[str, list[str]]:
-    image = folder / "image.raw"
-    image.write_bytes(random.Random(1).randbytes(2 * 1024 * 1024))
-    text = folder / "image.b64"
-    of_image = [str(image), "--shape", "1024x1024"]
-    return {
-        "encode": ["base64", "encode", str(image), "-o", "encoded.b64"],
-        "decode": ["base64", "decode", str(text), "-o", "decoded.raw"],
-        "lines": ["base64", "decode-lines", str(text), "-o", "lines.raw"],
-        "median": ["filter", "median", *of_image, "-o", "median.raw", "--png", "median.png"],
-        "resize": ["resize", *of_image, "--to", "1500x1500", "-o", "resized.raw"],
-        "preview": ["preview", *of_image, "-o", "preview.png"],
-        "stripe": ["stripe", *of_image, "--trigger", "500", "-o", "stripe.raw", "--png", "stripe.png"],
-    }
+def run_tool(programs: Path, folder: Path, arguments: list[str]) -> float:
+    """Runs it to its end; returns the seconds that it took."""
+    start = time.monotonic()
+    done = subprocess.run([programs / "qxutils", *arguments], cwd=folder, stdout=subprocess.DEVNULL,
+                          stderr=subprocess.PIPE, timeout=DEADLINE_S)
+    if done.returncode not in (0, 3):
+        sys.exit(f"soak: qxutils {' '.join(arguments)}: {done.stderr[-200:].decode()}")
+    return time.monotonic() - start
+
+
+def tool_commands(programs: Path, folder: Path) -> list[list[str]]:
+    """Commands that write into the folder that they run in; what they read is made in this one."""
+    for name, pixel in (("bright", 20000), ("dark", 300)):
+        (folder / name).write_bytes(pixel.to_bytes(4, "little") * SIDE * SIDE)
+    (folder / "image").write_bytes(bytes(range(10, 26)) * (SIDE * SIDE // 8))
+    image, text, bright, dark, calibration = (str(folder / name) for name in ("image", "text", "bright", "dark", "cal"))
+    shape = ["--shape", f"{SIDE}x{SIDE}"]
+    run_tool(programs, folder, ["base64", "encode", "image", "-o", "text"])
+    run_tool(programs, folder, ["ndt", "calibrate", bright, dark, *shape, "--out", calibration])
+    return [
+        ["base64", "encode", image, "-o", "text"],
+        ["base64", "decode", text, "-o", "decoded"],
+        ["base64", "decode-lines", text, "-o", "lines"],
+        ["filter", "median", image, *shape, "-o", "median.raw", "--png", "median.png"],
+        ["resize", image, *shape, "--to", "1500x1500", "-o", "resized.raw"],
+        ["preview", image, *shape, "-o", "preview.png"],
+        ["stripe", image, *shape, "--trigger", "500", "--method", "line", "-o", "stripe.raw", "--png", "stripe.png"],
+        ["ndt", "calibrate", bright, dark, *shape, "--out", "."],
+        ["ndt", "correct", bright, dark, *shape, "--calibration", calibration, "-o", "corrected.raw"],
+        ["report", image, *shape, "-o", "report.html"],
+    ]
 
 
 def end_while_it_writes(command: list, folder: Path, seconds: float, number: int) -> None:
@@ -215,62 +232,57 @@ def end_while_it_writes(command: list, folder: Path, seconds: float, number: int
 
 
 def kill_tools(programs: Path, folder: Path, kills: int) -> None:
-    tool = str(programs / "qxutils")
     folder.mkdir()
-    commands = tool_commands(folder)
-    subprocess.run([tool, "base64", "encode", folder / "image.raw", "-o", folder / "image.b64"], check=True,
-                   stdout=subprocess.DEVNULL)
+    commands = tool_commands(programs, folder)
     torn = beside = 0
-    for index, (name, arguments) in enumerate(commands.items()):
-        out = folder / name
+    for index, arguments in enumerate(commands):
+        out = folder / f"out{index}"
         out.mkdir()
         known = Known(out)
-        start = time.monotonic()
-        subprocess.run([tool, *arguments], cwd=out, check=True, stdout=subprocess.DEVNULL, timeout=DEADLINE_S)
-        seconds = time.monotonic() - start
-        known.learn()
-        old = {path: b"old" * 50000 for path in contents(out)}
+        for _ in range(2):
+            seconds = run_tool(programs, out, arguments)
+            known.learn()
+        old = {path: b"old" * 50000 for path in known.of}
+        for path, content in old.items():
+            known.of[path].add(content)
         for number in range(len(range(index, kills, len(commands)))):
             for path, content in old.items():
                 (out / path).write_bytes(content)
-            if number == 0:
-                known.learn()
-            end_while_it_writes([tool, *arguments], out, seconds, number)
-            known.judge(f"qxutils {arguments[0]}, kill {number}")
+            end_while_it_writes([programs / "qxutils", *arguments], out, seconds, number)
+            known.judge(f"qxutils {' '.join(arguments[:2])}, kill {number}")
         torn, beside = torn + known.torn, beside + known.beside
     figures.extend((("kills of the tool", kills), ("torn files of the tool", torn),
                     ("files of the tool left beside", beside)))
 
 
-def rows(store: Path) -> list[int]:
+def rows(store: Path) -> dict[str, int]:
     with contextlib.closing(sqlite3.connect(store)) as database:
         if (said := database.execute("PRAGMA integrity_check").fetchall()) != [("ok",)]:
             fault(f"the store: {said[:3]}")
-        tables = [name for name, in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'")]
-        return [database.execute(f"SELECT count(*) FROM {name}").fetchone()[0] for name in sorted(tables)]
+        return {table: database.execute(f"SELECT count(*) FROM {table}").fetchone()[0]
+                for table in ("results", "measures")}
 
 
 def kill_stores(programs: Path, folder: Path, kills: int) -> None:
+    """Every run measures another image; its result and all its measures are stored, or nothing."""
     folder.mkdir()
-    (folder / "image.raw").write_bytes(random.Random(1).randbytes(2 * 1024 * 1024))
-    command = [str(programs / "qxutils"), "snr", "image.raw", "--shape", "1024x1024", "--store", "store.sqlite"]
-    counts = []
-    start = time.monotonic()
-    for _ in range(2):
-        subprocess.run(command, cwd=folder, check=True, stdout=subprocess.DEVNULL, timeout=DEADLINE_S)
-        counts.append(rows(folder / "store.sqlite"))
-    seconds = (time.monotonic() - start) / 2
-    growth = [after - before for before, after in zip(*counts)]
-    partial, last = 0, counts[1]
-    for number in range(kills):
-        end_while_it_writes(command, folder, seconds, number)
+    arguments = ["snr", "image", "--shape", f"{SIDE}x{SIDE}", "--store", "store.sqlite"]
+    seconds, partial = 0.0, 0
+    for number in range(-1, kills):
+        (folder / "image").write_bytes((number + 1).to_bytes(16, "little") * (SIDE * SIDE // 8))
+        if number < 0:
+            seconds = run_tool(programs, folder, arguments)
+            each = last = rows(folder / "store.sqlite")
+            continue
+        end_while_it_writes([programs / "qxutils", *arguments], folder, seconds, number)
         now = rows(folder / "store.sqlite")
-        if (grown := [after - before for before, after in zip(last, now)]) not in ([0] * len(growth), growth):
+        grown = {table: now[table] - last[table] for table in now}
+        if any(grown.values()) and grown != each:
             partial += 1
-            fault(f"the store, kill {number}: a run left {grown} rows instead of {growth}")
+            fault(f"the store, kill {number}: a run left {grown} rows instead of {each}")
         last = now
-    figures.extend((("kills while a store is written", kills), ("runs stored partly", partial),
-                    ("runs stored", last[0])))
+    figures.extend((("kills while a store is written", kills), ("results stored partly", partial),
+                    ("results stored", last["results"])))
 
 
 def kills(programs: Path, folder: Path, options: argparse.Namespace) -> None:
