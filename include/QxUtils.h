@@ -15,7 +15,8 @@
 //   getGaussValue                           | no two calls: they share a deviate, and rand()
 //   correctAedStripeClinic                  | no two calls: they share the largest gray value
 //   setLogLevel, setUtilDebug               | yes; the last call counts, for all threads, also for calls under way
-//   executeNDTCAL                           | no two calls, nor beside correctNDTImage: it writes their files
+//   executeNDTCAL                           | yes, beside correctNDTImage too, which finds the old file or the new one,
+//                                           | where files are replaced (writeImageToDisk); the last call's files stay
 //   retrieveAllSNRForQualityCheck           | no two calls for one directory: they write the same file
 //   correctNDTImage                         | yes; no two calls while the configuration asks for Corrected.raw
 //   recordAedTrainStepInfo, all that log    | yes; records and log lines stay whole, their order is open

@@ -3,6 +3,7 @@
 #include "QxUtils/StatusCode.h"
 #include "files/DirectoryText.h"
 #include "files/RawImageReader.h"
+#include "files/WholeFile.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/JoinedPath.h"
 #include "foundation/Scratch.h"
@@ -31,13 +32,15 @@ int writeImageToDisk(const char* dir, const char* name, const char* buffer, int 
         qx::reportMissingDirectory();
         qx::createDirectory(dir);
     }
-    File file = qx::openJoined(dir, name, OpenMode::WriteBinary, "Error create file to write image!");
-    if (!file)
+    const JoinedPath path(dir, name);
+    qx::printDebug("Full path: %s \n", path.c_str());
+    const qx::FileWriting writing = qx::writeWholeFile(path.c_str(), buffer, size);
+    if (!writing.isOpened) {
+        qx::printDebug("Error create file to write image!");
         return StatusFileOpenFailed;
-    const auto written = static_cast<int>(std::fwrite(buffer, 1, size, file.get()));
-    file.reset();
-    qx::printDebug(" fwrite return count=%d\n", written);
-    if (written != size) {
+    }
+    qx::printDebug(" fwrite return count=%d\n", static_cast<int>(writing.count));
+    if (!writing.isWhole) {
         qx::printDebug("Write file error!\n");
         return StatusFileWriteFailed;
     }

@@ -44,8 +44,8 @@ struct DirectoryEntry {
     std::uint64_t modificationTime;  // 100 ns since 1601-01-01 UTC
 };
 
-// Walks the entries of a directory, "." and ".." included. Elsewhere than on Windows a name with a '\' in it is passed
-// over: no path can name that entry.
+// Walks the entries of a directory, "." and ".." included. A file that is written beside another one (Replacement) is
+// passed over, and elsewhere than on Windows a name with a '\' in it: no path can name that entry.
 class DirectoryListing {
 public:
     // directory ends with a separator.

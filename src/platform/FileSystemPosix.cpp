@@ -3,6 +3,7 @@
 #ifndef _WIN32
 
 #include "platform/NativePath.h"
+#include "platform/Replacement.h"
 
 #include <cstring>
 #include <dirent.h>
@@ -58,9 +59,9 @@ std::uint32_t attributesOf(const struct statx& status) noexcept {
     return attributes != 0 ? attributes : kNormal;
 }
 
-// Whether a path can name the entry: '\\' separates there, so that another file would be meant.
-bool isNameable(const char* entry) noexcept {
-    return std::strchr(entry, '\\') == nullptr;
+// No path can name an entry with a '\\': it separates there, so that another file would be meant.
+bool isListed(const char* entry) noexcept {
+    return std::strchr(entry, '\\') == nullptr && !isReplacementName(entry);
 }
 
 }  // namespace
@@ -142,7 +143,7 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
         if (found == nullptr)
             return false;
         struct statx& status = state_->status;
-        if (!isNameable(found->d_name) || !statusOf(dirfd(state_->stream), found->d_name, status))
+        if (!isListed(found->d_name) || !statusOf(dirfd(state_->stream), found->d_name, status))
             continue;
         entry = {found->d_name, S_ISDIR(status.stx_mode), static_cast<std::int64_t>(status.stx_size),
                  creationTicks(status), ticks(status.stx_mtime)};

@@ -3,8 +3,11 @@
 #ifdef _WIN32
 
 #include "platform/NativePath.h"
+#include "platform/Replacement.h"
 
 #include <cstring>
+#include <fcntl.h>
+#include <io.h>
 #include <new>
 #include <shlwapi.h>
 #include <windows.h>
@@ -14,6 +17,37 @@ namespace {
 
 std::uint64_t ticks(const FILETIME& time) noexcept {
     return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+// Lets a file be replaced while it is read, which fopen does not.
+std::FILE* openForReading(const char* path, bool isText) noexcept {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file =
+        CreateFileA(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return nullptr;
+    const int descriptor =
+        _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_RDONLY | (isText ? _O_TEXT : _O_BINARY));
+    if (descriptor < 0) {
+        CloseHandle(file);
+        return nullptr;
+    }
+    std::FILE* const stream = _fdopen(descriptor, isText ? "r" : "rb");
+    if (stream == nullptr)
+        _close(descriptor);
+    return stream;
+}
+
+std::FILE* open(const char* path, OpenMode mode) noexcept {
+    switch (mode) {
+    case OpenMode::ReadBinary:
+    case OpenMode::ReadText:
+        return openForReading(path, mode == OpenMode::ReadText);
+    case OpenMode::WriteBinary:
+        return std::fopen(path, "wb");
+    default:
+        return std::fopen(path, "w");
+    }
 }
 
 }  // namespace
@@ -37,8 +71,7 @@ bool deleteFile(const char* path) noexcept {
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {
-    static constexpr const char* kModes[] = {"rb", "wb", "r", "w"};
-    File file(std::fopen(NativePath(path).c_str(), kModes[static_cast<int>(mode)]));
+    File file(open(NativePath(path).c_str(), mode));
     if (file && mode != OpenMode::ReadText)
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
@@ -80,9 +113,11 @@ bool DirectoryListing::started() const noexcept {
 bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
     if (!started())
         return false;
-    if (!state_->pending && FindNextFileA(state_->handle, &state_->found) == 0)
-        return false;
-    state_->pending = false;
+    do {
+        if (!state_->pending && FindNextFileA(state_->handle, &state_->found) == 0)
+            return false;
+        state_->pending = false;
+    } while (isReplacementName(state_->found.cFileName));
     const WIN32_FIND_DATAA& found = state_->found;
     entry = {found.cFileName, (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
              static_cast<std::int64_t>((static_cast<std::uint64_t>(found.nFileSizeHigh) << 32) | found.nFileSizeLow),

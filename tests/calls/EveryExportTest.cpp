@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <filesystem>
 #include <iterator>
@@ -174,6 +175,28 @@ TEST_F(EveryExport, of_the_ndt_mode_shares_a_download) {
     const auto& transfers = qxkit::virtualDetector().transfers;
     EXPECT_LE(kRounds, std::ssize(transfers));
     EXPECT_TRUE(std::all_of(transfers.begin(), transfers.end(), [](const auto& call) { return call.status == 0; }));
+}
+
+// Who corrects meanwhile reads the whole calibration file, the old or the new one.
+TEST_F(EveryExport, of_the_ndt_mode_reads_calibration_files_whole_while_they_are_made) {
+    constexpr int kRounds = 200;
+    const auto call = [](const char* name) {
+        return std::find_if(everyExport().begin(), everyExport().end(),
+                            [=](const ExportCall& entry) { return std::string(entry.signature).starts_with(name); })
+            ->call("");
+    };
+    EXPECT_EQ(0, call("executeNDTCAL("));
+    int failures = 0;
+    std::atomic<bool> isDone = false;
+    std::jthread reader([&] {
+        while (!isDone)
+            failures += call("correctNDTImage(") != 0;
+    });
+    for (int round = 0; round < kRounds; ++round)
+        EXPECT_EQ(0, call("executeNDTCAL("));
+    isDone = true;
+    reader.join();
+    EXPECT_EQ(0, failures);
 }
 
 }  // namespace

@@ -6,7 +6,10 @@
 
 #ifdef __linux__
 #include <chrono>
+#include <csignal>
 #include <fcntl.h>
+#include <fstream>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -27,6 +30,7 @@ protected:
     int write(const std::string& name, const std::string& bytes) const {
         return writeImageToDisk(dir_.c_str(), name.c_str(), bytes.data(), static_cast<int>(bytes.size()));
     }
+    std::ptrdiff_t entries() const { return std::distance(fs::directory_iterator(dir_), fs::directory_iterator()); }
     // A name that makes the joined path length characters long.
     std::string nameForPathOf(std::size_t length) const { return std::string(length - dir_.size(), 'n'); }
 };
@@ -44,6 +48,7 @@ TEST_F(WriteImage, file_holds_exactly_the_bytes) {
         EXPECT_EQ(0, write("image.raw", bytes));  // also replaces a longer or shorter file
         EXPECT_EQ(bytes, readFile(folder() / "image.raw"));
     }
+    EXPECT_EQ(1, entries());
 }
 
 TEST_F(WriteImage, missing_directory_is_created_one_level_deep) {
@@ -75,7 +80,72 @@ TEST_F(WriteImage, full_disk_is_a_short_write) {
     }
     EXPECT_EQ(0, writeImageToDisk("/dev/", "full", "", 0));
 }
+
+TEST_F(WriteImage, failure_leaves_the_old_content_or_none) {
+    write("old", "old");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{4096, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const int statuses[] = {write("old", std::string(5000, 'x')), write("new", std::string(5000, 'x'))};
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(1041, statuses[0]);
+    EXPECT_EQ(1041, statuses[1]);
+    EXPECT_EQ("old", readFile(folder() / "old"));
+    EXPECT_EQ(1, entries());
+}
+
+TEST_F(WriteImage, file_stays_what_it_is_but_for_its_content) {
+    const fs::path file = folder() / "file", link = folder() / "link", nowhere = folder() / "nowhere";
+    fs::create_directory(folder() / "elsewhere");
+    writeFile(file, "old");
+    fs::permissions(file, fs::perms{0640});
+    std::ifstream reader(file);
+    fs::create_symlink("file", link);
+    EXPECT_EQ(0, write("link", "new"));
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ("new", readFile(file));
+    EXPECT_EQ(fs::perms{0640}, fs::status(file).permissions());
+    EXPECT_EQ("old", std::string(std::istreambuf_iterator<char>(reader), {}));
+
+    const fs::path second = folder() / "second name";
+    fs::create_hard_link(file, second);
+    EXPECT_EQ(0, write("file", "both"));
+    EXPECT_EQ("both", readFile(second));
+
+    fs::create_symlink("elsewhere/made", nowhere);
+    EXPECT_EQ(0, write("nowhere", "made"));
+    EXPECT_EQ("made", readFile(fs::path(folder() / "elsewhere") / "made"));
+    EXPECT_TRUE(fs::is_symlink(nowhere));
+    EXPECT_EQ(5, entries());
+}
+
+TEST_F(WriteImage, pipe_is_written_and_stays) {
+    const std::string path = folder() / "pipe";
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    EXPECT_EQ(1039, write("pipe", "abc"));  // nobody reads it
+    const int pipe = open(path.c_str(), O_RDWR);
+    EXPECT_EQ(0, write("pipe", "abc"));
+    char bytes[4] = "";
+    EXPECT_EQ(3, ::read(pipe, bytes, 3));
+    EXPECT_STREQ("abc", bytes);
+    close(pipe);
+    EXPECT_TRUE(fs::is_fifo(path));
+    EXPECT_EQ(1, entries());
+}
 #endif
+
+// What a writer that died left behind is nobody's image.
+TEST_F(RawImages, files_that_stand_beside_are_passed_over) {
+    for (const char* name : {".qx-0123ef", ".qx-0123eF", ".qx-0123e", ".qx-0123ef0"})
+        writeFile(folder() / name, "123");
+    int count = 0;
+    EXPECT_EQ(0, getFileNumInDirectory(dir_.c_str(), count));
+    EXPECT_EQ(3, count);
+    EXPECT_EQ(9.0, getDirectorySpace(dir_.c_str()));
+}
 
 TEST_F(ReadImage, first_bytes_arrive_and_nothing_behind_them) {
     const std::string bytes = randomBytes(70000, 3);
