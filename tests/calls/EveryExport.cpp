@@ -44,9 +44,10 @@ struct Array : std::vector<Number> {
     ~Array() { tell(this->data(), this->size() * sizeof(Number)); }
 };
 
-// Everything that a call writes is a copy of its own; these are only read.
+// What the data is made from.
 std::uint64_t seed = 1;
 
+// Everything that a call writes is a copy of its own; this is only read.
 TestImage& flat() {
     static TestImage image = flatImage(2 * kSide, kSide, 30000, 50, 1);
     return image;

@@ -10,13 +10,13 @@
 #include <QxUtils.h>
 #include <VirtualDetector.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <malloc.h>
 #include <string>
@@ -97,7 +97,7 @@ int runRound(const std::string& dir, long round, std::vector<std::vector<std::si
 
 int soak(const std::string& root, long rounds) {
     std::vector<std::vector<std::size_t>> told(kVariants);
-    const long step = rounds >= 10000 ? 1000 : rounds / 10;
+    const long step = rounds < 10000 ? std::max(rounds / 10, 1L) : 1000;
     prepareDetector(root);
     fs::create_directories(root + "calls");
     std::fputs("     round  resident kB    data kB   heap bytes  files  threads\n", stderr);
