@@ -165,10 +165,11 @@ int logUntil(const std::string& root, int writer, long end) {
     qxkit::setDirectories(root);
     const auto write = [end](int number) {
         constexpr int kAtMost = 1'000'000;
-        for (int line = 0; line < kAtMost; ++line) {
-            if (std::time(nullptr) >= end)
-                return std::fprintf(stderr, "%d %d\n", number, line);
+        for (int line = 1; line <= kAtMost; ++line) {
+            const bool isLast = std::time(nullptr) >= end;
             WriteLogFile(LogModuleUtils, LogInfo, ("writer " + std::to_string(number) + " line ").c_str(), line);
+            if (isLast)
+                return std::fprintf(stderr, "%d %d\n", number, line);
             if (line % 500 == 0)
                 removeLogFile();
         }

@@ -60,9 +60,8 @@ def calls(options: argparse.Namespace, folder: Path) -> None:
         fault(f"the calls of every export ended with {done.returncode}")
 
 
-def judge_days(name: str, logs: Path, written: dict[int, int], first: datetime, last: datetime) -> None:
+def judge_days(name: str, logs: Path, written: dict[int, int], days: set[str]) -> None:
     """Whether every line is in the log of its day, in one piece, and in its writer's order."""
-    days = {f"{first + timedelta(days=day):%Y-%m-%d}.log" for day in range((last.date() - first.date()).days + 1)}
     if (seen := {path.name for path in logs.iterdir()}) != days | {"kept.log"}:
         fault(f"{name}: the logs are {sorted(seen)}")
     following, previous, returns, minutes = dict.fromkeys(written, 0), dict.fromkeys(written, ""), 0, set()
@@ -70,14 +69,14 @@ def judge_days(name: str, logs: Path, written: dict[int, int], first: datetime, 
         for line in path.read_text().splitlines():
             whole = re.fullmatch(STAMP + r"writer (\d+) line (\d+)", line)
             writer = int(whole[2]) if whole else -1
-            if not whole or whole[1][:10].replace("/", "-") != path.stem or int(whole[3]) != following[writer]:
+            if not whole or whole[1][:10].replace("/", "-") != path.stem or int(whole[3]) != following[writer] + 1:
                 fault(f"{name}: {path.name} holds {line!r} after {following}")
                 continue
             following[writer] += 1
             returns += whole[1] < previous[writer]
             previous[writer] = whole[1]
             minutes.add(whole[1][:16])
-    if following != written or min(written.values()) < 2:
+    if following != written:
         fault(f"{name}: lines {following}, but {written} were written")
     if returns != ("out of" in name) * len(written):
         fault(f"{name}: the time of day went back {returns} times")
@@ -88,27 +87,35 @@ def judge_days(name: str, logs: Path, written: dict[int, int], first: datetime, 
     count("log lines on clocks that run fast", sum(following.values()))
 
 
-def clocks(options: argparse.Namespace, folder: Path) -> None:
+def log_through(programs: Path, root: Path, start: str, end: datetime, speed: int) -> dict[int, int]:
+    """Several processes log from one local time to another; returns how many lines each writer wrote."""
     library = next(Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), None)
     if library is None:
         sys.exit("soak: libfaketime is missing; run scripts/setup")
-    for number, (name, start, end, speed) in enumerate(SCENES):
-        logs = folder / f"clock{number}" / "logs"
-        logs.mkdir(parents=True)
-        for old in ("2020-01-01.log", "kept.log"):  # the clean-up knows logs by the dashes in their names
-            (logs / old).touch()
-        last = datetime.fromisoformat(end)
-        command = [options.programs / "qx_soak", "clock", f"{logs.parent}/"]
-        until = str(int(last.replace(tzinfo=ZONE).timestamp()))
-        environment = {**os.environ, "TZ": ZONE.key, "LD_PRELOAD": str(library), "FAKETIME": f"@{start} x{speed}"}
-        writers = [subprocess.Popen([*command, str(i), until], env=environment, stderr=subprocess.PIPE, text=True)
-                   for i in range(WRITERS)]
-        told = "".join(writer.communicate(timeout=DEADLINE_S)[1] for writer in writers)
-        written = {int(writer): int(lines) for writer, lines in re.findall(r"(\d+) (\d+)\n", told)}
+    (root / "logs").mkdir(parents=True)
+    for old in ("2020-01-01.log", "kept.log"):  # the clean-up knows logs by the dashes in their names
+        (root / "logs" / old).touch()
+    environment = {**os.environ, "TZ": ZONE.key, "LD_PRELOAD": str(library), "FAKETIME": f"@{start} x{speed}"}
+    until = str(int(end.replace(tzinfo=ZONE).timestamp()))
+    writers = [subprocess.Popen([programs / "qx_soak", "clock", f"{root}/", str(writer), until], env=environment,
+                                stderr=subprocess.PIPE, text=True) for writer in range(WRITERS)]
+    told = "".join(writer.communicate(timeout=DEADLINE_S)[1] for writer in writers)
+    return {int(writer): int(lines) for writer, lines in re.findall(r"(\d+) (\d+)\n", told)}
+
+
+def clocks(options: argparse.Namespace, folder: Path) -> None:
+    for name, start, end, speed in SCENES:
+        first, last = datetime.fromisoformat(start), datetime.fromisoformat(end)
+        days = {f"{first + timedelta(days=day):%Y-%m-%d}.log" for day in range((last.date() - first.date()).days + 1)}
+        for slower in (1, 10, 100):  # on a busy machine a fast clock may pass a day before anybody looks
+            root = folder / f"{name} {slower}"
+            written = log_through(options.programs, root, start, last, max(speed // slower, 1))
+            if all((root / "logs" / day).exists() for day in days):
+                break
         if len(written) == 2 * WRITERS:
-            judge_days(name, logs, written, datetime.fromisoformat(start), last)
+            judge_days(name, root / "logs", written, days)
         else:
-            fault(f"{name}: not every writer came to the end: {told}")
+            fault(f"{name}: not every writer came to the end: {written}")
 
 
 class Known:
