@@ -28,7 +28,7 @@ bool visitEntries(const char* dir, Visit visit) {
     DirectoryListing listing(dir);
     for (qx::DirectoryEntry entry{}; listing.next(entry);)
         visit(listing, entry);
-    return listing.started();
+    return listing.succeeded();
 }
 
 // The same for regular files alone.

@@ -45,7 +45,7 @@ bool RawImageReader::read(char* piece, std::size_t bytes) {
 }
 
 void RawImageReader::expectEnd() {
-    if (status_ == StatusOk && std::fgetc(file_.get()) != EOF)
+    if (status_ == StatusOk && (std::fgetc(file_.get()) != EOF || std::ferror(file_.get()) != 0))
         status_ = StatusFileReadFailed;
 }
 

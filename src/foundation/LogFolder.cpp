@@ -68,5 +68,5 @@ int removeLogFile() {
         std::snprintf(path, sizeof path, "%s\\%s", folder.path(), entry.name);
         deleteFile(path);
     }
-    return 0;
+    return listing.succeeded() ? 0 : 1;
 }

@@ -57,6 +57,9 @@ public:
     bool started() const noexcept;
     bool next(DirectoryEntry& entry) noexcept;
 
+    // Whether the directory could be listed, as far as next() went: a failure ends the entries early.
+    bool succeeded() const noexcept;
+
     // The entry that was read last, as the operating system's record.
     DirectoryRecord record() const noexcept;
 

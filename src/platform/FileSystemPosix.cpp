@@ -5,6 +5,7 @@
 #include "platform/NativePath.h"
 #include "platform/Replacement.h"
 
+#include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -121,6 +122,7 @@ struct DirectoryListing::State {
     }
     DIR* stream = nullptr;
     const dirent* found = nullptr;
+    bool failed = false;
     struct statx status {};
 };
 
@@ -139,9 +141,12 @@ bool DirectoryListing::started() const noexcept {
 bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
     // An entry that vanishes between the listing and the look at it is passed over.
     while (started()) {
+        errno = 0;
         const dirent* const found = state_->found = readdir(state_->stream);
-        if (found == nullptr)
+        if (found == nullptr) {
+            state_->failed = errno != 0;
             return false;
+        }
         struct statx& status = state_->status;
         if (!isListed(found->d_name) || !statusOf(dirfd(state_->stream), found->d_name, status))
             continue;
@@ -150,6 +155,10 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
         return true;
     }
     return false;
+}
+
+bool DirectoryListing::succeeded() const noexcept {
+    return started() && !state_->failed;
 }
 
 DirectoryRecord DirectoryListing::record() const noexcept {

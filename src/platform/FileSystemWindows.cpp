@@ -92,6 +92,7 @@ struct DirectoryListing::State {
     HANDLE handle = INVALID_HANDLE_VALUE;
     WIN32_FIND_DATAA found{};
     bool pending = false;
+    bool failed = false;
 };
 
 DirectoryListing::DirectoryListing(const char* directory) noexcept : state_(new (std::nothrow) State) {
@@ -114,8 +115,10 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
     if (!started())
         return false;
     do {
-        if (!state_->pending && FindNextFileA(state_->handle, &state_->found) == 0)
+        if (!state_->pending && FindNextFileA(state_->handle, &state_->found) == 0) {
+            state_->failed = GetLastError() != ERROR_NO_MORE_FILES;
             return false;
+        }
         state_->pending = false;
     } while (isReplacementName(state_->found.cFileName));
     const WIN32_FIND_DATAA& found = state_->found;
@@ -123,6 +126,10 @@ bool DirectoryListing::next(DirectoryEntry& entry) noexcept {
              static_cast<std::int64_t>((static_cast<std::uint64_t>(found.nFileSizeHigh) << 32) | found.nFileSizeLow),
              ticks(found.ftCreationTime), ticks(found.ftLastWriteTime)};
     return true;
+}
+
+bool DirectoryListing::succeeded() const noexcept {
+    return started() && !state_->failed;
 }
 
 DirectoryRecord DirectoryListing::record() const noexcept {

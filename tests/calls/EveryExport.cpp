@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -88,6 +89,14 @@ const char* putFile(const std::string& dir, const char* name, const std::string&
     return name;
 }
 
+// The status of a call that changes an output when it succeeds, and then only.
+template <class Output, class Call>
+double changing(Output& output, Call call) {
+    const Output before = output;
+    const double status = call();
+    return (status == 0) == (before == output) ? kWrongOutput : status;
+}
+
 // The verdict of a check on a flat image of so many columns and rows.
 template <class Check, class... Rest>
 double onFlat(int width, int height, Check check, Rest... rest) {
@@ -106,7 +115,7 @@ double measured(Measure measure) {
     CheckMeasures measures{};
     const double status = measure(&measures);
     tell(&measures, sizeof measures);
-    return status == 0 && measures.count < 1 ? -1 : status;
+    return (status == 0) == (measures.count < 1) ? kWrongOutput : status;
 }
 
 template <class Measure, class... Rest>
@@ -124,13 +133,14 @@ ClassicDefects defects() {
     return {10, {{column, 1}}, {{column, 0, column, 9}}, {1, 2, -1}};
 }
 
+// 1 for a fit, 0 when nothing was written, as without memory.
 template <class Fit>
 double fitted(Fit fit) {
-    Array<float> model(6), coefficients(10), residuals(3);
-    float quality = 0;
-    const int status =
-        fit(model.data(), 10, quality, floats(64, 64).data(), 64, 64, coefficients.data(), residuals.data());
-    return status != 0 || model[0] != 0 ? status : -1;
+    // Model, quality, coefficients and residuals.
+    Array<float> out(20);
+    if (fit(&out[0], 10, out[6], floats(64, 64).data(), 64, 64, &out[7], &out[17]) != 0)
+        return kWrongOutput;
+    return out == Array<float>(20) ? 0 : out[0] != 0 ? 1 : kWrongOutput;
 }
 
 template <class Check>
@@ -151,10 +161,14 @@ constexpr ExportCall with(const char* signature, double result, Call, Company co
                     else
                         return Call{}(dir);
                 };
-                if constexpr (std::is_void_v<decltype(run())>)
-                    return run(), 0;
-                else
-                    return static_cast<double>(run());
+                try {
+                    if constexpr (std::is_void_v<decltype(run())>)
+                        return run(), 0;
+                    else
+                        return static_cast<double>(run());
+                } catch (const std::bad_alloc&) {
+                    return kThrown;
+                }
             },
             company};
 }
@@ -187,7 +201,7 @@ const ExportCall kCalls[] = {
     with("getReadOutChannels()", 96, [] { return getReadOutChannels(); }),
     with("getStatusCodeAt(int)", 0, [] { return getStatusCodeAt(0); }),
     with("getStatusMessage(int)", 'E', [] { return *getStatusMessage(StatusAllocationFailed); }),
-    with("removeLogFile()", 0, [] { return removeLogFile(); }),
+    with("removeLogFile()", 0, [] { return removeLogFile(); }).memory(1).files(1),
     with("setLogLevel(int)", 0, [] { return setLogLevel(1); }),
     with("setTimeStamp(char*)", 14,
          [] { std::array<char, 15> text{}; setTimeStamp(text.data()); return std::strlen(text.data()); }),
@@ -199,11 +213,13 @@ const ExportCall kCalls[] = {
     with("CutString(char**&, char const*, char, int&)", 3, [] {
         char** pieces = nullptr;
         int count = 0;
-        CutString(pieces, "a,b,c", ',', count);
+        const int status = CutString(pieces, "a,b,c", ',', count);
+        if (pieces == nullptr && count == 0)
+            return status;
         deleteMemory(pieces[0]);
         deleteMemory2(pieces);
         return count;
-    }),
+    }).memory(1035),
     with("ImageBoundCheck(int&, int&, int&)", 4,
          [] { int pixel = 5, width = 4, height = 4; return ImageBoundCheck(pixel, width, height); }),
     with("base64_decode(char const*, char*)", 3,
@@ -211,16 +227,17 @@ const ExportCall kCalls[] = {
     with("base64_encode(char const*, char*, int)", 'M',
          [] { std::array<char, 5> text{}; return *base64_encode("123", text.data(), 3); }),
     with("checkIP(char const*)", 0, [] { return checkIP("192.168.1.10"); }),
-    with("cleanFile(char const*, char const*)", 0, [](Dir dir) { return cleanFile(dir.c_str(), "clean"); }),
+    with("cleanFile(char const*, char const*)", 0, [](Dir dir) { return cleanFile(dir.c_str(), "clean"); }).files(1039),
     with("codecData(char*, int)", 0, [] { std::string data(300, 'x'); return codecData(data.data(), 300); }),
     with("copyFile(char const*, char const*)", 1, [](Dir dir) {
         const std::string source = dir + putFile(dir, "source", randomBytes(300000, seed));
-        copyFile((dir + "copy").c_str(), source.c_str());
-        return readFile(dir + "copy") == readFile(source);
-    }),
+        const std::string copy = dir + putFile(dir, "copy", "before");
+        copyFile(copy.c_str(), source.c_str());
+        return readFile(copy) == readFile(source) ? 1 : readFile(copy) == "before" ? 0 : -1;
+    }).memory(0).files(0, -1),
     with("decodeFile(char const*, char const*)", 0, [](Dir dir) {
         return decodeFile((dir + putFile(dir, "text", "MTIz\nMTIz\n")).c_str(), (dir + "decoded").c_str());
-    }),
+    }).files(1039, 1040),
     with("deleteMemory(char*&)", 0, [] { char* array = new char[8]; deleteMemory(array); }),
     with("deleteMemory2(char**&)", 0, [] { char** array = new char*[8]; deleteMemory2(array); }),
     with("getDetectorFileHeadFromImageHead(DetectorFileHead*, char const*)", 0, [] {
@@ -237,12 +254,18 @@ const ExportCall kCalls[] = {
         std::filesystem::create_directory(dir + "space");
         putFile(dir, "space/file", "0123456789");
         return getDirectorySpace((dir + "space/").c_str());
-    }),
-    with("getFileNumInDirectory(char const*, int&)", 0,
-         [](Dir dir) { int count = 0; return getFileNumInDirectory(dir.c_str(), count); }),
+    }).memory(1).files(1, 0),
+    with("getFileNumInDirectory(char const*, int&)", 0, [](Dir dir) {
+        putFile(dir, "counted", "");
+        int count = 0;
+        return changing(count, [&] { return getFileNumInDirectory(dir.c_str(), count); });
+    }).memory(1).files(1),
     with("getGainExpTime(char const*)", 25, [] { return getGainExpTime("gain-300ms-25-mA.raw"); }),
     with("getImageSize(char const*, char const*, long&)", 0,
-         [](Dir dir) { long size = 0; return getImageSize(dir.c_str(), putFile(dir, "size", "123"), size); }),
+         [](Dir dir) {
+        long size = 0;
+        return changing(size, [&] { return getImageSize(dir.c_str(), putFile(dir, "size", "123"), size); });
+    }).files(1039, 1040),
     with("getPcImageHeadFromImageHead(PcImgHead*, char const*)", 0, [] {
         PcImgHead head;
         getPcImageHeadFromImageHead(&head, std::string(kImageHeaderBytes, '\0').data());
@@ -253,7 +276,7 @@ const ExportCall kCalls[] = {
     with("getTemperatureFromImageHead(char const*)", 0,
          [] { return getTemperatureFromImageHead(std::string(kImageHeaderBytes, '\0').data()); }),
     with("imageWithHead(char const*, char const*, int)", 1,
-         [](Dir dir) { return imageWithHead(dir.c_str(), putFile(dir, "head", "123"), 3); }),
+         [](Dir dir) { return imageWithHead(dir.c_str(), putFile(dir, "head", "123"), 3); }).files(1039, 1040),
     with("isInVector(std::vector<int, std::allocator<int> > const*, int)", 1,
          [] { const auto list = ascending<int>(5); return isInVector(&list, 3); }),
     with("isNewElement(std::vector<int, std::allocator<int> > const*, int)", 0,
@@ -261,12 +284,12 @@ const ExportCall kCalls[] = {
     with("readImageFromDisk(char const*, char const*, char*, int)", 0, [](Dir dir) {
         std::array<char, 3> bytes;
         return readImageFromDisk(dir.c_str(), putFile(dir, "read", "123"), bytes.data(), 3);
-    }),
+    }).files(1039, 1040),
     with("readLocalCRC(char const*, char const*, unsigned long&)", 0xCBF43926, [](Dir dir) {
         unsigned long crc = 0;
-        readLocalCRC(dir.c_str(), putFile(dir, "crc", "123456789"), crc);
-        return crc;
-    }),
+        const int status = readLocalCRC(dir.c_str(), putFile(dir, "crc", "123456789"), crc);
+        return status == 0 || crc != 0 ? static_cast<double>(crc) : status;
+    }).memory(1035).files(1039, 1040),
     with("releaseFileList(_WIN32_FIND_DATAA*&)", 1, [](Dir dir) {
         putFile(dir, "listed", "");
         _WIN32_FIND_DATAA* list = nullptr;
@@ -275,18 +298,19 @@ const ExportCall kCalls[] = {
         const bool isListed = list != nullptr;
         releaseFileList(list);
         return isListed && list == nullptr ? 1 : 0;
-    }),
+    }).memory(0).files(0),
     with("sortFileByCreateTime(char const*, _WIN32_FIND_DATAA*&, int&)", 0, [](Dir dir) {
         putFile(dir, "first", "");
         putFile(dir, "second", "");
         _WIN32_FIND_DATAA* list = nullptr;
         int count = 0;
         const int status = sortFileByCreateTime(dir.c_str(), list, count);
+        const bool isListed = list != nullptr && count >= 2, isEmpty = list == nullptr && count == 0;
         releaseFileList(list);
-        return count < 2 ? -1 : status;
-    }),
+        return status == 0 ? isListed ? 0.0 : kWrongOutput : isEmpty ? status : kWrongOutput;
+    }).memory(1, 1035).files(1),
     with("writeImageToDisk(char const*, char const*, char const*, int)", 0,
-         [](Dir dir) { return writeImageToDisk(dir.c_str(), "written", "123", 3); }),
+         [](Dir dir) { return writeImageToDisk(dir.c_str(), "written", "123", 3); }).files(1041),
 
     // Numerics.h: statistics
     with("GetCovOfTwoImages(unsigned short const*, int, int)", 1,
@@ -298,28 +322,33 @@ const ExportCall kCalls[] = {
     with("findidxsmaller(float const*, int, float)", 5,
          [] { return findidxsmaller(ascending<float>(11).data(), 11, 5.5f); }),
     with("getFloatHisMedian(float const*, int, int*, int)", 4,
-         [] { return std::round(getFloatHisMedian(ascending<float>(11).data(), 11, nullptr, 0)); }),
+         [] { return std::round(getFloatHisMedian(ascending<float>(11).data(), 11, nullptr, 0)); }).memory(1035),
     with("getFloatMedian(float const*, int)", 50,
-         [] { const auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }),
+         [] { const auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }).memory(1035),
     with("getFloatMedian(float*, int)", 50,
-         [] { auto data = ascending<float>(100); return getFloatMedian(data.data(), 100); }),
+         [] {
+        auto data = ascending<float>(100), sorted = data;
+        std::reverse(data.begin(), data.end());
+        const float median = getFloatMedian(data.data(), 100);
+        return data == sorted ? median : -1.0f;
+    }).memory(50),
     with("getFloatMedianByQuickMethod(float*, int)", 50,
          [] { return getFloatMedianByQuickMethod(ascending<float>(100).data(), 100); }),
     once("getGaussValue(double, double)", 1, [] { return std::isfinite(getGaussValue(1, 0)); }),
     with("getHisMedian(unsigned short const*, int, int*, int)", 4,
          [] { std::array<int, 20> hist; return getHisMedian(ascending<WORD>(11).data(), 11, hist.data(), 20); }),
     with("getHistogramByBins(int*, int*, int, unsigned short const*, int)", 0, [] {
-        std::array<int, 4> counts{}, centers{};
-        return getHistogramByBins(counts.data(), centers.data(), 4, pixels(64, 64).data(), 64 * 64);
-    }),
+        std::array<int, 8> bins{};
+        return changing(bins, [&] { return getHistogramByBins(&bins[0], &bins[4], 4, pixels(64, 64).data(), 4096); });
+    }).memory(1035),
     with("getMaxIndex(float const*, int)", 10, [] { return getMaxIndex(ascending<float>(11).data(), 11); }),
     with("getMaxIndex(int const*, int)", 10, [] { return getMaxIndex(ascending<int>(11).data(), 11); }),
     with("getMaxandMinIndex(double const*, int, bool)", 16,
          [] { return getMaxandMinIndex(ascending<double>(64).data(), 64, true); }),
     with("getMaxandMinIndex(float const*, int, bool)", 47,
          [] { return getMaxandMinIndex(ascending<float>(64).data(), 64, false); }),
-    with("getMedian(float const*, int)", 49, [] { return getMedian(ascending<float>(100).data(), 100); }),
-    with("getMedian(int const*, int)", 49, [] { return getMedian(ascending<int>(100).data(), 100); }),
+    with("getMedian(float const*, int)", 49, [] { return getMedian(ascending<float>(100).data(), 100); }).memory(1035),
+    with("getMedian(int const*, int)", 49, [] { return getMedian(ascending<int>(100).data(), 100); }).memory(1035),
     with("getMedian(unsigned short const*, int)", 49, [] { return getMedian(ascending<WORD>(100).data(), 100); }),
     with("getMinIndex(float const*, int)", 0, [] { return getMinIndex(ascending<float>(11).data(), 11); }),
     with("getMinIndex(int const*, int)", 0, [] { return getMinIndex(ascending<int>(11).data(), 11); }),
@@ -327,9 +356,9 @@ const ExportCall kCalls[] = {
     with("getROIMean(unsigned short const*, int, int, int, int, int)", 8,
          [] { return getROIMean(ascending<WORD>(64).data(), 0, 2, 0, 1, 8); }),
     with("getROIMedian(float const*, int, int, int, int, int)", 9,
-         [] { return getROIMedian(ascending<float>(64).data(), 0, 2, 0, 2, 8); }),
+         [] { return getROIMedian(ascending<float>(64).data(), 0, 2, 0, 2, 8); }).memory(1035),
     with("getROIMedian(unsigned short const*, int, int, int, int, int)", 9,
-         [] { return getROIMedian(ascending<WORD>(64).data(), 0, 2, 0, 2, 8); }),
+         [] { return getROIMedian(ascending<WORD>(64).data(), 0, 2, 0, 2, 8); }).memory(1035),
     with("getStdev(float const*, int, int)", 0, [] { return getStdev(Array<float>(64, 7).data(), 8, 8); }),
     with("getStdev(int const*, int, int)", 0, [] { return getStdev(Array<int>(64, 7).data(), 8, 8); }),
     with("getStdev(unsigned short const*, int, int)", 0,
@@ -341,27 +370,28 @@ const ExportCall kCalls[] = {
     }),
     with("getWordMedian(unsigned short const*, int)", 49,
          [] { return getWordMedian(ascending<WORD>(100).data(), 100); }),
-    with("getfloatMedian(double const*, int)", 49, [] { return getfloatMedian(ascending<double>(100).data(), 100); }),
+    with("getfloatMedian(double const*, int)", 49,
+         [] { return getfloatMedian(ascending<double>(100).data(), 100); }).memory(1035),
 
     // Numerics.h: fits, filters, resampling
     with("FitSurfaceLeastSquares(float const*, float const*, float const* const*, float (*) [3], float*, "
          "int, int, int, int)", 7, [] {
         const Array<float> at = ascending<float>(8), row(8, 7.0f);
         const std::vector<const float*> rows(8, row.data());
-        float a[3][3] = {}, residuals[3];
+        float a[3][3] = {}, residuals[3] = {};
         FitSurfaceLeastSquares(at.data(), at.data(), rows.data(), a, residuals, 8, 8, 3, 3);
-        return std::round(a[0][0]);
-    }),
+        return std::round(a[0][0]) + (a[0][0] == 0 && residuals[0] != 0 ? -1.0f : 0.0f);
+    }).memory(0),
     with("calcMedianPerColumn(float*, float const*, int, int)", 0, [] {
         Array<float> medians(64);
-        return calcMedianPerColumn(medians.data(), floats(64, 64).data(), 64, 64);
-    }),
-    with("doSurfaceFit(float*, int, float&, float const*, int, int, float*, float*)", 0,
-         [] { return fitted(doSurfaceFit); }),
-    with("doSurfaceFitUsingCubFormula(float*, int, float&, float const*, int, int, float*, float*)", 0,
-         [] { return fitted(doSurfaceFitUsingCubFormula); }),
-    with("doSurfaceFitUsingGeneralFormula(float*, int, float&, float const*, int, int, float*, float*)", 0,
-         [] { return fitted(doSurfaceFitUsingGeneralFormula); }),
+        return changing(medians, [&] { return calcMedianPerColumn(&medians[0], floats(64, 64).data(), 64, 64); });
+    }).memory(1035),
+    with("doSurfaceFit(float*, int, float&, float const*, int, int, float*, float*)", 1,
+         [] { return fitted(doSurfaceFit); }).memory(0),
+    with("doSurfaceFitUsingCubFormula(float*, int, float&, float const*, int, int, float*, float*)", 1,
+         [] { return fitted(doSurfaceFitUsingCubFormula); }).memory(0),
+    with("doSurfaceFitUsingGeneralFormula(float*, int, float&, float const*, int, int, float*, float*)", 1,
+         [] { return fitted(doSurfaceFitUsingGeneralFormula); }).memory(0),
     with("filterImg(unsigned short*, int, int)", 0, [] { return onFlat(kSide, 64, filterImg); }),
     with("filterUsingSGolay(float*, float const*, int, int, int)", 0,
          [] { Array<float> out(200); return filterUsingSGolay(out.data(), floats(200).data(), 200, 2, 51); }),
@@ -372,16 +402,25 @@ const ExportCall kCalls[] = {
         return getMedianImage(out.data(), pixels(kSide, 32).data(), kSide, 32);
     }),
     with("hisEqualization(unsigned short*, int)", 65535,
-         [] { auto image = Array<WORD>(4096, 7); hisEqualization(image.data(), 4096); return image[0]; }),
+         [] {
+        auto image = Array<WORD>(4096, 7);
+        hisEqualization(image.data(), 4096);
+        return std::count(image.begin(), image.end(), image[0]) == 4096 ? image[0] : -1;
+    }).memory(7),
     with("interpImg2D(unsigned short**, int, int, unsigned short**, int, int)", 300, [] {
-        Array<WORD> in = dark(64, 48), out(80 * 96);
+        Array<WORD> in = dark(64, 48), out(80 * 96, 7);
         interpImg2D(reinterpret_cast<WORD**>(out.data()), 96, 80, reinterpret_cast<WORD**>(in.data()), 48, 64);
-        return out[80 * 50];
-    }),
-    with("medianFilter(float*, int, int)", 0, [] {
-        medianFilter(floats(10000).data(), 10000, 5);
-        medianFilter(floats(10000).data(), 10000, 40);
-    }),
+        return std::count(out.begin(), out.end(), out[0]) == 80 * 96 ? out[0] : -1;
+    }).memory(7),
+    with("medianFilter(float*, int, int)", 2, [] {
+        int changed = 0;
+        for (const int window : {5, 40}) {
+            Array<float> samples = floats(10000);
+            medianFilter(samples.data(), 10000, window);
+            changed += samples != floats(10000);
+        }
+        return changed;
+    }).memory(1),
     with("polyFit(float*, float const* const*, int, int)", 1, [] {
         const float points[][2] = {{0, 1}, {1, 2}, {2, 3}};
         const float* const rows[] = {points[0], points[1], points[2]};
@@ -406,16 +445,21 @@ const ExportCall kCalls[] = {
     once("correctAedStripeClinic(unsigned short*, unsigned short const*, int, int, int, int)", 0, [] {
         Array<WORD> image = stripedPixels();
         const int height = static_cast<int>(image.size()) / 256;
-        return correctAedStripeClinic(image.data(), stripedPixels().data(), 256, 256, height, kTriggerLine);
-    }),
+        return changing(image, [&] {
+            return correctAedStripeClinic(image.data(), stripedPixels().data(), 256, 256, height, kTriggerLine);
+        });
+    }).memory(1035),
     with("correctNDTImage(unsigned int*, unsigned int const*, int)", 0, [] {
         Array<std::uint32_t> image(kFramePixels, 5000), dark(kFramePixels, 300);
         return correctNDTImage(image.data(), dark.data(), kFramePixels);
-    }),
+    }).memory(1035).files(1039, 1040, 1041),
     with("correctRDbyRgain(float*, int, int, float const*, int, int)", 0,
          [] { return correctRDbyRgain(floats(128, 64).data(), 128, 64, Array<float>(3, 1.1f).data(), 3, 32); }),
     with("correctRDwithoutRgain(float*, int, int)", 0,
-         [] { return correctRDwithoutRgain(floats(kSide, 64).data(), kSide, 64); }),
+         [] {
+        Array<float> image = floats(kSide, 64);
+        return changing(image, [&] { return correctRDwithoutRgain(image.data(), kSide, 64); });
+    }).memory(1035),
     with("cutBinningImage(float*, float const*, int, int, int)", 0,
          [] { Array<float> out(64 * 64); return cutBinningImage(out.data(), floats(64, 64).data(), 64, 64, 4); }),
     with("doBinningSample(float*, float const*, int, int)", 0,
@@ -423,21 +467,23 @@ const ExportCall kCalls[] = {
     with("executeNDTCAL(unsigned int const*, unsigned int const*, int)", 0, [] {
         Array<std::uint32_t> bright(kFramePixels, 5000 + static_cast<std::uint32_t>(seed)), dark(kFramePixels, 300);
         return executeNDTCAL(bright.data(), dark.data(), kFramePixels);
-    }, Company::None),
+    }, Company::None).memory(1035).files(1041),
     with("getDefectHeadInfo(char const*, char const*, FileHeadInfo*)", 0, [](Dir dir) {
-        FileHeadInfo info;
-        return getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(defects())), &info);
-    }),
+        FileHeadInfo info{};
+        const int status = getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(defects())), &info);
+        return (status == 0) == (info.imageWidth == 0) ? kWrongOutput : status;
+    }).memory(1035).files(1039, 1040),
     with("getDefectIndexFromDefectFile(char const*, char const*, VectorDefect*, DefectInfo*)", 0, [](Dir dir) {
         VectorDefect read;
         const char* const name = putFile(dir, "list", classicFile(defects()));
         const int status = getDefectIndexFromDefectFile(dir.c_str(), name, &read, nullptr);
         for (const std::vector<int>& places : {read.points, read.rows, read.columns})
             tell(places.data(), places.size() * sizeof places[0]);
-        return status;
-    }),
+        return (status == 0) == read.points.empty() ? kWrongOutput : status;
+    }).memory(1035).files(1039, 1040),
     with("getRealCoordinate(VectorDefect*, VectorDefect, int, int, int, int, int)", 0,
-         [] { VectorDefect source{{1, 2}, {3, -1}, {}, {}}; getRealCoordinate(&source, {}, 10, 0, 0, 0, 5); }),
+         [] { VectorDefect source{{1, 2}, {3, -1}, {}, {}}; getRealCoordinate(&source, {}, 10, 0, 0, 0, 5); })
+        .memory(kThrown),
     with("jingtaiEnhance(void*, char const*, int, int, int)", 0,
          [] { return jingtaiEnhance(pixels(8, 8).data(), "", 8, 8, 0); }),
     with("operateSubImage(float*, float const*, int, int, int, int, int)", 0, [] {
@@ -445,31 +491,35 @@ const ExportCall kCalls[] = {
         operateSubImage(quarter.data(), floats(32, 32).data(), 32, 32, 0, 0, 1);
     }),
     with("overwriteBadLineAroundAFEEdge(float*, int, int, int)", 0,
-         [] { overwriteBadLineAroundAFEEdge(floats(128, 64).data(), 128, 64, 32); }),
+         [] { overwriteBadLineAroundAFEEdge(floats(128, 64).data(), 128, 64, 32); }).memory(0),
     with("precisionEnhance(unsigned short*, char const*, int, int)", 0,
          [] { return precisionEnhance(pixels(8, 8).data(), "", 8, 8); }),
     with("recordAedTrainStepInfo(unsigned short const*, int, int)", 0,
-         [] { recordAedTrainStepInfo(pixels(1024, 64).data(), 1024, 64); }),
+         [] { recordAedTrainStepInfo(pixels(1024, 64).data(), 1024, 64); }).memory(0).files(),
     with("subtractImage(float*, unsigned short const*, unsigned short const*, int)", 0,
          [] { Array<float> out(64); subtractImage(out.data(), pixels(64, 1).data(), dark(64, 1).data(), 64); }),
 
     // Quality.h
     with("CheckDarkTimeRepeat(char const*, int)", 0, [] { return CheckDarkTimeRepeat("500;1000;", 500); }),
-    with("analysisRcn(int, int)", 0, [] { return analysisRcn(kFrameSide, kFrameSide); }),
-    with("analysisStrip(unsigned short const*, int, int)", 0, [] { return onFlat(256, 256, analysisStrip); }),
+    with("analysisRcn(int, int)", 0, [] { return analysisRcn(kFrameSide, kFrameSide); }).memory(1035).files(1039, 1040),
+    with("analysisStrip(unsigned short const*, int, int)", 0,
+         [] { return onFlat(256, 256, analysisStrip); }).memory(1035),
     with("calcGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >&)", 0,
-         [] { Array<float> snr(3); return calcGlobalSNR(pixels(kSide, kSide).data(), kSide, kSide, snr); }),
+         [] {
+        Array<float> snr(3);
+        return changing(snr, [&] { return calcGlobalSNR(pixels(kSide, kSide).data(), kSide, kSide, snr); });
+    }).memory(1035),
     with("checkCollimator(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkCollimator); }),
     with("checkFalseTriggAEDImage(float const*, int, int)", 0,
-         [] { return checkFalseTriggAEDImage(floats(1024, kSide).data(), 1024, kSide); }),
+         [] { return checkFalseTriggAEDImage(floats(1024, kSide).data(), 1024, kSide); }).memory(1035),
     with("checkFirstImg(unsigned short const*, unsigned short const*, int, int)", 0,
-         [] { return onExposure(checkFirstImg); }),
+         [] { return onExposure(checkFirstImg); }).memory(1035, 0),
     with("checkGainImgGroup(char const* const*, int)", StatusLinearityUnqualified,
-         [](Dir dir) { return oneGainImage(dir, checkGainImgGroup); }),
+         [](Dir dir) { return oneGainImage(dir, checkGainImgGroup); }).memory(1035).files(1039, 1040),
     with("checkGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >)", 0,
-         [] { return onFlat(kSide, kSide, checkGlobalSNR, Array<float>(3, 1.0f)); }),
+         [] { return onFlat(kSide, kSide, checkGlobalSNR, Array<float>(3, 1.0f)); }).memory(1035, 0),
     with("checkGlobalUniform(unsigned short const*, int, int, float)", 0,
-         [] { return onFlat(kSide, kSide, checkGlobalUniform, 0.1f); }),
+         [] { return onFlat(kSide, kSide, checkGlobalUniform, 0.1f); }).memory(1035),
     with("checkOffsetImageQuality(float const*, int, int)", 0,
          [] { return checkOffsetImageQuality(floats(kSide, kSide).data(), kSide, kSide); }),
     with("checkPreImg(unsigned short const*, unsigned short const*, int, int)", 0,
@@ -477,50 +527,51 @@ const ExportCall kCalls[] = {
     with("checkSync(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkSync); }),
     with("checkTube(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkTube); }),
     with("darkImgGrayAnalysis(unsigned short const*, int, int)", 0,
-         [] { return onFlat(256, 256, darkImgGrayAnalysis); }),
+         [] { return onFlat(256, 256, darkImgGrayAnalysis); }).memory(1035),
     with("evaluateSNRResult(unsigned short const*, int, int, std::vector<float, std::allocator<float> >, "
          "SurfaceFitResult&)", StatusCalibrationExcellent,
          [] {
         SurfaceFitResult result{};
         evaluateSNRResult(pixels(kSide, kSide).data(), kSide, kSide, {0, 0, 0}, result);
         return result.evaluation;
-    }),
+    }).memory(1092, 1090),
     with("getUniform(unsigned short const*, int, int)", 0, [] { return onFlat(kSide, kSide, getUniform); }),
     with("loadAllSNRFromFactory(char const*, char const*, FactoryDiffIntSNRList&, int)", 0, [](Dir dir) {
         FactoryDiffIntSNRList list;
         const std::string payload = snrPayload({1, 1, 1, 7}, {{5, 1, 1.0f, {2.0f}}});
         const char* const name = putFile(dir, "snr", std::string(kImageHeaderBytes, '\0') + payload);
-        return loadAllSNRFromFactory(dir.c_str(), name, list, 7);
-    }),
+        const int status = loadAllSNRFromFactory(dir.c_str(), name, list, 7);
+        return (status == 0) == (list.records.empty() && list.integrationTimes.empty()) ? kWrongOutput : status;
+    }).memory(1035).files(1039, 1040),
     with("retrieveAllSNRForQualityCheck(int, char const*)", 0, [](Dir dir) {
         const std::string images = dir + "snr-images/";
         std::filesystem::create_directories(images + "500ms");
         putFile(images, "500ms/1.raw", imageFile({kFrameSide, kFrameSide, pixels(kFrameSide, kFrameSide)}, 500.0f));
         return retrieveAllSNRForQualityCheck(kDetectorType, images.c_str());
-    }),
+    }).memory(1035, 1040).files(1040, 1041),
 
     // Measures.h
     with("locateShadow(unsigned short const*, unsigned short const*, int, int, unsigned char*, int)", 0,
-         [] { return onExposure(locateShadow, Array<unsigned char>(256).data(), 256); }),
+         [] { return onExposure(locateShadow, Array<unsigned char>(256).data(), 256); }).memory(1035),
     with("measureDarkGray(unsigned short const*, int, int, CheckMeasures*)", 0,
-         [] { return measuredOnFlat(256, measureDarkGray); }),
+         [] { return measuredOnFlat(256, measureDarkGray); }).memory(1035),
     with("measureDarkTimeRepeat(char const*, int, CheckMeasures*)", 0,
          [] { return measured([](CheckMeasures* out) { return measureDarkTimeRepeat("500;", 500, out); }); }),
     with("measureFalseTriggAEDImage(float const*, int, int, CheckMeasures*)", 0, [] {
         const Array<float> image = floats(1024, kSide);
         return measured([&](CheckMeasures* out) { return measureFalseTriggAEDImage(image.data(), 1024, kSide, out); });
-    }),
+    }).memory(1035),
     with("measureFirstImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
-         [] { return measuredOnExposure(measureFirstImg); }),
+         [] { return measuredOnExposure(measureFirstImg); }).memory(1035),
     with("measureGainImgGroup(char const* const*, int, CheckMeasures*)", 0, [](Dir dir) {
         return oneGainImage(dir, [](const char* const* paths, int count) {
             return measured([=](CheckMeasures* out) { return measureGainImgGroup(paths, count, out); });
         });
-    }),
+    }).memory(1035).files(1039, 1040),
     with("measureGlobalSNR(unsigned short const*, int, int, float const*, int, CheckMeasures*)", 0,
-         [] { return measuredOnFlat(kSide, measureGlobalSNR, kFactorySeries, 3); }),
+         [] { return measuredOnFlat(kSide, measureGlobalSNR, kFactorySeries, 3); }).memory(1035, 0),
     with("measureGlobalUniform(unsigned short const*, int, int, float, CheckMeasures*)", 0,
-         [] { return measuredOnFlat(kSide, measureGlobalUniform, 0.1f); }),
+         [] { return measuredOnFlat(kSide, measureGlobalUniform, 0.1f); }).memory(1035),
     with("measureOffsetImageQuality(float const*, int, int, CheckMeasures*)", 0, [] {
         const Array<float> image = floats(kSide, kSide);
         return measured([&](CheckMeasures* out) { return measureOffsetImageQuality(image.data(), kSide, kSide, out); });
@@ -528,17 +579,18 @@ const ExportCall kCalls[] = {
     with("measurePreImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
          [] { return measuredOnExposure(measurePreImg); }),
     with("measureRcn(int, int, CheckMeasures*)", 0,
-         [] { return measured([](CheckMeasures* out) { return measureRcn(kFrameSide, kFrameSide, out); }); }),
+         [] { return measured([](CheckMeasures* out) { return measureRcn(kFrameSide, kFrameSide, out); }); })
+        .memory(1035).files(1039, 1040),
     with("measureSNRResult(unsigned short const*, int, int, float const*, int, CheckMeasures*)", 0,
-         [] { return measuredOnFlat(kSide, measureSNRResult, kFactorySeries, 3); }),
+         [] { return measuredOnFlat(kSide, measureSNRResult, kFactorySeries, 3); }).memory(1035, 0),
     with("measureSNRSquares(unsigned short const*, int, int, float const*, int, SNRSquare*, int, int*)", 3, [] {
         std::array<SNRSquare, 3> squares;
         int count = 0;
-        onFlat(kSide, kSide, measureSNRSquares, kFactorySeries, 3, squares.data(), 3, &count);
-        return count;
-    }),
+        const double status = onFlat(kSide, kSide, measureSNRSquares, kFactorySeries, 3, squares.data(), 3, &count);
+        return status != 0 ? status : count;
+    }).memory(1035, 3),
     with("measureStrip(unsigned short const*, int, int, CheckMeasures*)", 0,
-         [] { return measuredOnFlat(256, measureStrip); }),
+         [] { return measuredOnFlat(256, measureStrip); }).memory(1035),
     with("measureUniform(unsigned short const*, int, int, CheckMeasures*)", 0,
          [] { return measuredOnFlat(kSide, measureUniform); }),
 };

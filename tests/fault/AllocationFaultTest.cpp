@@ -1,27 +1,21 @@
-// Every allocation of an operation is made to fail once: the operation answers with its code, changes nothing for the
-// caller and leaks nothing.
+// What operations log and print when an allocation fails, and what the tables of fault/exports do not reach.
 
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "FaultFixture.h"
-#include "StripeBands.h"
 
 #include "numerics/fits/LinearLeastSquares.h"
-#include "platform/DirectoryRecord.h"
-#include "quality/exposure/TubeCentre.h"
 
 #include <QxUtils.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <functional>
 #include <new>
 
 namespace {
 
 using namespace qx::test;
-using qx::DirectoryRecord;
 
 using AllocationFault = FaultFixture;
 using Lines = std::vector<std::string>;
@@ -84,33 +78,6 @@ TEST_F(AllocationFault, region_medians_answer_1035_and_log) {
     EXPECT_EQ(expected, logLines());
 }
 
-TEST_F(AllocationFault, medians_answer_1035_or_do_without) {
-    const TestImage image = randomImage(1000, 1, 0, 100, 3);
-    const std::vector<float> floats = floatsOf(image);
-    const std::vector<double> doubles(floats.begin(), floats.end());
-    const std::vector<int> ints(floats.begin(), floats.end());
-    const auto failuresOf = [](auto median) { return failures([=] { return static_cast<int>(median()); }); };
-    const std::vector<int> refused = {1035};
-    EXPECT_EQ(refused, failuresOf([&] { return getMedian(ints.data(), 1000); }));
-    EXPECT_EQ(refused, failuresOf([&] { return getMedian(floats.data(), 1000); }));
-    EXPECT_EQ(refused, failuresOf([&] { return getfloatMedian(doubles.data(), 1000); }));
-    EXPECT_EQ(refused, failuresOf([&] { return getFloatMedian(floats.data(), 1000); }));
-    EXPECT_EQ(refused, failuresOf([&] { return getFloatHisMedian(floats.data(), 1000, nullptr, 0); }));
-    EXPECT_EQ(std::vector<int>{}, failuresOf([&] { return getMedian(image.data(), 1000); }));
-
-    std::vector<float> sorted = floats, inPlace;
-    std::sort(sorted.begin(), sorted.end());
-    inPlace.reserve(1000);
-    const auto sortInPlace = [&] {
-        inPlace.assign(floats.begin(), floats.end());
-        return getFloatMedian(inPlace.data(), 1000) == sorted[500] && inPlace == sorted;
-    };
-    EXPECT_LT(0, failEach<bool>(sortInPlace, [](bool isSorted) { EXPECT_TRUE(isSorted); }));
-
-    std::array<int, 8> bins{};
-    EXPECT_EQ(1, expectRefused([&] { return getHistogramByBins(&bins[0], &bins[4], 4, image.data(), 1000); }, bins));
-}
-
 // Three blocks of 32 columns.
 TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_bytes) {
     detector().afeWidth = 32;
@@ -145,31 +112,6 @@ TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_byte
     EXPECT_EQ(expected, reasons);
 }
 
-TEST_F(AllocationFault, filters_without_memory_change_nothing) {
-    const TestImage image = randomImage(40, 33, 0, 65535, 3);
-    std::vector<WORD> pixels = image.pixels;
-    const auto equalise = [&, before = pixels] {
-        hisEqualization(pixels.data(), static_cast<int>(pixels.size()));
-        return pixels == before ? 1035 : 0;
-    };
-    EXPECT_EQ(2, expectRefused(equalise, pixels));
-
-    // Long windows, so that memory is needed.
-    std::vector<float> samples = floatsOf(image);
-    const auto filter = [&, before = samples] {
-        medianFilter(samples.data(), static_cast<int>(samples.size()), 40);
-        return samples == before ? 1035 : 0;
-    };
-    EXPECT_LT(0, expectRefused(filter, samples));
-
-    std::vector<WORD> in = image.pixels, out(50 * 45, 7);
-    const auto resample = [&, before = out] {
-        interpImg2D(reinterpret_cast<WORD**>(out.data()), 50, 45, reinterpret_cast<WORD**>(in.data()), 33, 40);
-        return out == before ? 1035 : 0;
-    };
-    EXPECT_LT(5, expectRefused(resample, out));
-}
-
 // So many rows and columns that what is kept between them would be a multiple of both images.
 TEST_F(AllocationFault, resampling_needs_what_its_contract_says) {
     constexpr int kRows = 33000, kColumns = 12000;
@@ -178,26 +120,6 @@ TEST_F(AllocationFault, resampling_needs_what_its_contract_says) {
     interpImg2D(reinterpret_cast<WORD**>(out.data()), 2, kColumns, reinterpret_cast<WORD**>(in.data()), kRows, 4);
     EXPECT_GT(128 * kRows + 300 * (kRows + 4 + 2 + kColumns), bytesAllocated());
     EXPECT_EQ(std::vector<WORD>(out.size(), 1000), out);
-}
-
-TEST_F(AllocationFault, listings_and_pieces_of_texts_leave_their_outputs) {
-    for (const char* name : {"a", "b", "c", "d", "e"})
-        writeFile(folder() / name, name);
-    std::pair<DirectoryRecord*, int> list(nullptr, 0);
-    EXPECT_LT(2, expectRefused(
-                     [&] {
-                         const int status = sortFileByCreateTime(folder().path().c_str(), list.first, list.second);
-                         return status == 1 ? 1035 : status;  // the folder cannot be listed
-                     },
-                     list));
-    EXPECT_EQ(5, list.second);
-    std::free(list.first);
-
-    std::pair<char**, int> pieces(nullptr, 5);
-    EXPECT_EQ(2, expectRefused([&] { return CutString(pieces.first, "a,b", ',', pieces.second); }, pieces));
-    EXPECT_EQ(2, pieces.second);
-    deleteMemory(pieces.first[0]);
-    deleteMemory2(pieces.first);
 }
 
 TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {
@@ -214,64 +136,6 @@ TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {
         for (long i = 0; i < count && debug != 0; ++i)
             expected += "Allocate buffer fail during calcMedianPerColumn!";
         EXPECT_EQ(expected, printed);
-    }
-}
-
-// Results of one failing allocation after the other, in runs of the same. The tube's centre, which checkFirstImg only
-// logs, fails unnoticed.
-TEST_F(AllocationFault, checks_answer_1035_or_the_right_verdict) {
-    ASSERT_EQ("", qxkit::setDirectories(folder().path()));
-    writeFile(std::filesystem::path(folder() / "offset") / "dark-500ms-std-gain2.raw", std::string(4008, '\0'));
-    setLogLevel(4);
-    detector().config.rcnRowDiffLimit = 0.0f;
-    detector().afeWidth = 64;
-    detector().config.exposedBlockFloor = 1;
-    detector().config.gainGroupCvLimit = 0.0f;
-    detector().config.falseTriggerMedianFloor = 2000;
-    const auto halves = [](int width, int height, WORD upper, WORD lower) {
-        TestImage image = constantImage(width, height, upper);
-        std::fill(image.pixels.begin() + width * height / 2, image.pixels.end(), lower);
-        return image;
-    };
-    const TestImage flat = constantImage(384, 384, 300), uneven = halves(384, 384, 300, 600);
-    const TestImage dark = constantImage(512, 768, 0);
-    const TestImage tilted = halves(512, 768, 10000, 4000), shadowed = halves(512, 768, 10000, 500);
-    const auto darkGray = [&](int floor) {
-        detector().config.darkLevelFloor = floor;
-        return darkImgGrayAnalysis(flat.data(), 384, 384);
-    };
-    const std::string path = folder() / "gain.raw";
-    writeFile(path, "10325476");
-    const char* const paths[] = {path.c_str()};
-    const std::vector<float> unexposed(1280 * 256, 100.0f);
-    const struct {
-        std::function<int()> check;
-        int right;
-        std::vector<int> runs;
-    } cases[] = {{[] { return analysisRcn(2, 501); }, 1064, {1035}},
-                 {[] { return analysisRcn(2, 400); }, 0, {1035}},
-                 {[&] { return darkGray(300); }, 1066, {1035}},
-                 {[&] { return darkGray(299); }, 0, {1035}},
-                 {[&] { return checkGlobalUniform(uneven.data(), 384, 384, 0.2f); }, 1062, {1035}},
-                 {[&] { return checkGlobalUniform(flat.data(), 384, 384, 0.2f); }, 0, {1035}},
-                 {[&] { return checkFirstImg(tilted.data(), dark.data(), 512, 768); }, 1069, {1035, 1069, 1035}},
-                 {[&] { return checkFirstImg(shadowed.data(), dark.data(), 512, 768); }, 1062, {1035}},
-                 {[&] {
-                      SurfaceFitResult centre{};
-                      return qx::fitTubeCentre({tilted.data(), dark.data(), 512, 768}, centre);
-                  },
-                  0,
-                  {1035}},
-                 {[&] { return checkGainImgGroup(paths, 1); }, 1065, {1035}},
-                 {[&] { return checkFalseTriggAEDImage(unexposed.data(), 1280, 256); }, 1094, {1035}}};
-    for (const auto& c : cases) {
-        std::vector<int> results;
-        printedBy([&] {
-            EXPECT_EQ(c.right, c.check());
-            results = failures(c.check);
-        });
-        results.erase(std::unique(results.begin(), results.end()), results.end());
-        EXPECT_EQ(c.runs, results) << "case " << &c - cases;
     }
 }
 
@@ -310,69 +174,6 @@ TEST_F(AllocationFault, svdfit_answers_1035_and_tells_on_the_console) {
     const std::string line = "allocation failure in vector()";
     EXPECT_EQ(line + line + line, printed);
     EXPECT_NEAR(2.0f, out[0], 1e-6);
-}
-
-TEST_F(AllocationFault, surface_fits_leave_their_outputs) {
-    constexpr float kPlaces[] = {0, 1, 2, 3, 4};
-    const std::vector<float> image = floatsOf(randomImage(5, 4, 0, 9, 6));
-    const float* const rows[] = {&image[0], &image[5], &image[10], &image[15]};
-    // Model, quality, coefficients and residuals.
-    const std::vector<float> poison(20, -1.0f);
-    std::vector<float> out;
-    const auto image5x4 = [&](auto fit) {
-        return [&, fit] { EXPECT_EQ(0, fit(&out[0], 10, out[6], image.data(), 5, 4, &out[7], &out[17])); };
-    };
-    const std::function<void()> fits[] = {
-        image5x4(doSurfaceFit), image5x4(doSurfaceFitUsingGeneralFormula), image5x4(doSurfaceFitUsingCubFormula), [&] {
-            FitSurfaceLeastSquares(kPlaces, kPlaces, rows, reinterpret_cast<float(*)[3]>(&out[7]), &out[17], 4, 5, 3,
-                                   3);
-        }};
-    for (const auto& fit : fits) {
-        out = poison;
-        printedBy([&] {
-            expectRefused(
-                [&] {
-                    fit();
-                    return out == poison ? 1035 : 0;
-                },
-                out);
-        });
-    }
-}
-
-TEST_F(AllocationFault, ndt_calibration_answers_1035_and_writes_no_part_of_a_file) {
-    ASSERT_EQ("", qxkit::setDirectories(folder().path()));
-    detector().syncMode = 3;
-    detector().ndtFrameCount = 4;
-    const std::vector<std::uint32_t> dark(60, 10);
-    const std::vector<std::uint32_t> bright(60, 30);
-    const auto filesIn = [&](const char* directory) {
-        const std::filesystem::directory_iterator entries(folder() / directory);
-        return std::distance(begin(entries), end(entries));
-    };
-    std::vector<std::ptrdiff_t> darkFiles;
-    darkFiles.reserve(10);
-    EXPECT_EQ(2, failEach<int>([&] { return executeNDTCAL(bright.data(), dark.data(), 60); },
-                               [&](int result) {
-                                   EXPECT_EQ(1035, result);
-                                   EXPECT_EQ(0, filesIn("gain"));
-                                   darkFiles.push_back(filesIn("offset"));
-                               }));
-    EXPECT_EQ((std::vector<std::ptrdiff_t>{0, 1}), darkFiles);
-    EXPECT_EQ(1, filesIn("gain"));
-    EXPECT_EQ(Lines{}, logLines());
-}
-
-// Its homogeneous columns tell the stripe of five rows.
-TEST_F(AllocationFault, aed_stripe_correction_answers_1035_and_leaves_the_image) {
-    BandColumn stripe = bandColumn(4000, 4000, 4000);
-    for (std::size_t i = 0; i < 5; ++i)
-        stripe[20 + i] = 200 * (19 - static_cast<int>(i));
-    TestImage reference = bandOfTwoKinds(10, 10, stripe, 4010);
-    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(reference.width), 0);
-    std::vector<WORD> image(3 * 40, 208 + 3000);
-    const auto correct = [&] { return correctAedStripeClinic(image.data(), reference.data(), 3, 20, 40, 26); };
-    EXPECT_LT(3, expectRefused(correct, image));
 }
 
 class NdtAllocationFault : public AllocationFault {
@@ -446,12 +247,6 @@ TEST_F(NdtAllocationFault, ndt_correction_answers_1035_names_the_place_and_leave
     const Lines fixed = endings(dark.data());
     ASSERT_EQ(1u, fixed.size());
     EXPECT_EQ("Corr   | E | Allocate buffer for gain image failed!", fixed[0].substr(fixed[0].find("; ") + 2));
-}
-
-TEST_F(AllocationFault, a_log_folder_that_cannot_be_listed_is_reported) {
-    std::filesystem::create_directories(logFolder());
-    const long count = failEach<int>([] { return removeLogFile(); }, [](int result) { EXPECT_EQ(1, result); });
-    EXPECT_EQ(1, count);
 }
 
 TEST_F(AllocationFault, a_log_without_memory_loses_its_line_and_nothing_else) {

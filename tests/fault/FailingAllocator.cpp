@@ -31,12 +31,6 @@ void* allocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-// The linker puts it in the place of the library's realloc.
-extern "C" void* __real_realloc(void* memory, std::size_t size);
-extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
-    return failsNow() ? nullptr : __real_realloc(memory, size);
-}
-
 void* operator new(std::size_t size) {
     return allocateOrThrow(size);
 }

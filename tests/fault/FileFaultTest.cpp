@@ -46,35 +46,6 @@ TEST_F(FileFault, defect_files_answer_1035_and_leave_empty_lists) {
     }
 }
 
-TEST_F(FileFault, chunks_of_files_leave_the_output_without_memory) {
-    FileHeadInfo head{};
-    head.imageWidth = 7;
-    const std::string content = defectHeader(head) + "123456789";
-    writeFile(folder() / "in", content);
-    unsigned long crc = 5;
-    EXPECT_EQ(1, expectRefused([&] { return readLocalCRC(dir_.c_str(), "in", crc); }, crc));
-    std::uint32_t width = 0;
-    EXPECT_EQ(1, expectRefused(
-                     [&] {
-                         FileHeadInfo info{};
-                         const int status = getDefectHeadInfo(dir_.c_str(), "in", &info);
-                         width = info.imageWidth;
-                         return status;
-                     },
-                     width));
-    // A copy without memory is not begun, and not reported.
-    const std::string source = folder() / "in";
-    const std::string destination = folder() / "out";
-    writeFile(destination, "before");
-    EXPECT_EQ(std::vector<int>{0}, failures([&] { return copyFile(destination.c_str(), source.c_str()); }));
-    EXPECT_EQ(content, readFile(destination));
-    writeFile(destination, "before");
-    failAllocation(1);
-    EXPECT_EQ(0, copyFile(destination.c_str(), source.c_str()));
-    EXPECT_TRUE(stopFailing());
-    EXPECT_EQ("before", readFile(destination));
-}
-
 // The list is walked and grows, each row half of the one before, until there is no memory left.
 TEST_F(FileFault, rows_are_binned_until_memory_ends) {
     for (const long failing : {1, 2, 5, 12}) {
@@ -130,24 +101,6 @@ TEST_F(FileFault, training_records_without_memory_are_abandoned_in_silence) {
     EXPECT_LT(3, failEach<bool>(isRecorded, [](bool exists) { EXPECT_FALSE(exists); }));
     EXPECT_EQ(7u, splitLines(readFile(record)).size());
     EXPECT_EQ(1u, logFiles().size());
-}
-
-// An image that cannot be measured is left out, a directory that cannot be listed has none.
-TEST_F(FileFault, factory_images_without_memory_make_no_file) {
-    detector().width = 130;
-    detector().height = 128;
-    fs::create_directory(folder() / "500ms");
-    writeFile(fs::path(folder() / "500ms") / "one", imageFile(flatImage(130, 128, 5000, 9, 1), 500.0f));
-    const std::string result = folder() / "4343-SNR.raw";
-    setLogLevel(4);
-    printedBy([&] {
-        EXPECT_LE(5, failEach<int>([&] { return retrieveAllSNRForQualityCheck(7, dir_.c_str()); },
-                                   [&](int status) {
-                                       EXPECT_TRUE(status == 1035 || status == 1040) << status;
-                                       EXPECT_FALSE(fs::exists(result));
-                                   }));
-    });
-    EXPECT_TRUE(fs::exists(result));
 }
 
 }  // namespace

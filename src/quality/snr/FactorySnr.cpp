@@ -28,7 +28,7 @@ namespace {
 constexpr int kFactorySnrHeader = 17;
 constexpr std::string_view kProductWord = "Halbrook";
 
-// Names in a directory in ascending order, whatever order the file system has.
+// Names in a directory in ascending order, whatever order the file system has; none when it cannot be listed.
 std::vector<std::string> namesIn(const std::string& directory, bool directories) {
     std::vector<std::string> names;
     qx::DirectoryListing listing(directory.c_str());
@@ -38,6 +38,8 @@ std::vector<std::string> namesIn(const std::string& directory, bool directories)
         if (entry.isDirectory == directories && name != "." && name != "..")
             names.emplace_back(name);
     }
+    if (!listing.succeeded())
+        return {};
     std::ranges::sort(names);
     return names;
 }
