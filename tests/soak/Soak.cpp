@@ -123,7 +123,9 @@ void writeImage(const std::string& root, int variant) {
 }
 
 void writeGain(const std::string&, int variant) {
-    const std::vector<std::uint32_t> bright(kPixels, 5000 + 100 * variant), dark(kPixels, 300);
+    std::vector<std::uint32_t> bright(kPixels), dark(kPixels, 300);
+    for (int i = 0; i < kPixels; ++i)
+        bright[i] = 5000 + i % 64 * (variant + 1);
     executeNDTCAL(bright.data(), dark.data(), kPixels);
 }
 
