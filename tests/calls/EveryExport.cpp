@@ -13,7 +13,9 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <new>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -27,37 +29,56 @@ constexpr int kDetectorType = 7;
 constexpr int kTriggerLine = 35;
 constexpr float kFactorySeries[] = {1, 1, 1};
 
-// Everything that a call writes is a copy of its own; these are only read.
-const TestImage& flat() {
-    static const TestImage image = flatImage(2 * kSide, kSide, 30000, 50, 1);
+// What the calls of this thread brought forth since it was asked for.
+thread_local std::size_t told = 0;
+
+void tell(const void* data, std::size_t bytes) {
+    told = 31 * told + std::hash<std::string_view>()({static_cast<const char*>(data), bytes});
+}
+
+// Tells what it holds at its end.
+template <class Number>
+struct Array : std::vector<Number> {
+    using std::vector<Number>::vector;
+    Array(const Array&) = default;
+    Array(Array&&) = default;
+    ~Array() { tell(this->data(), this->size() * sizeof(Number)); }
+};
+
+// What the data is made from.
+std::uint64_t seed = 1;
+
+// Everything that a call writes is a copy of its own; this is only read.
+TestImage& flat() {
+    static TestImage image = flatImage(2 * kSide, kSide, 30000, 50, 1);
     return image;
 }
 
-std::vector<WORD> pixels(int width, int height) {
+Array<WORD> pixels(int width, int height) {
     return {flat().pixels.begin(), flat().pixels.begin() + width * height};
 }
 
-std::vector<float> floats(int width, int height = 1) {
+Array<float> floats(int width, int height = 1) {
     return {flat().pixels.begin(), flat().pixels.begin() + width * height};
 }
 
-std::vector<WORD> dark(int width, int height) {
-    return constantImage(width, height, 300).pixels;
+Array<WORD> dark(int width, int height) {
+    return Array<WORD>(static_cast<std::size_t>(width) * height, 300);
 }
 
 // 0 .. n - 1.
 template <class Number>
-std::vector<Number> ascending(int n) {
-    std::vector<Number> numbers;
+Array<Number> ascending(int n) {
+    Array<Number> numbers;
     for (int i = 0; i < n; ++i)
         numbers.push_back(static_cast<Number>(i));
     return numbers;
 }
 
 // A stripe above kTriggerLine.
-std::vector<WORD> stripedPixels() {
+Array<WORD> stripedPixels() {
     SplitMix64 random(3);
-    std::vector<WORD> image = pixels(256, kTriggerLine - 25);
+    Array<WORD> image = pixels(256, kTriggerLine - 25);
     const TestImage band = randomBand(256, BandContent::Smooth, 65535, random);
     image.insert(image.end(), band.pixels.begin(), band.pixels.end());
     return image;
@@ -79,7 +100,7 @@ double changing(Output& output, Call call) {
 // The verdict of a check on a flat image of so many columns and rows.
 template <class Check, class... Rest>
 double onFlat(int width, int height, Check check, Rest... rest) {
-    std::vector<WORD> image = pixels(width, height);
+    Array<WORD> image = pixels(width, height);
     return check(image.data(), width, height, rest...);
 }
 
@@ -93,6 +114,7 @@ template <class Measure>
 double measured(Measure measure) {
     CheckMeasures measures{};
     const double status = measure(&measures);
+    tell(&measures, sizeof measures);
     return (status == 0) == (measures.count < 1) ? kWrongOutput : status;
 }
 
@@ -106,16 +128,19 @@ double measuredOnExposure(Measure measure) {
     return measured([=](CheckMeasures* out) { return onExposure(measure, out); });
 }
 
-const ClassicDefects kDefects = {10, {{1, 1}}, {{1, 0, 1, 9}}, {1, 2, -1}};
+ClassicDefects defects() {
+    const int column = static_cast<int>(seed % 10);
+    return {10, {{column, 1}}, {{column, 0, column, 9}}, {1, 2, -1}};
+}
 
 // 1 for a fit, 0 when nothing was written, as without memory.
 template <class Fit>
 double fitted(Fit fit) {
     // Model, quality, coefficients and residuals.
-    std::vector<float> out(20);
+    Array<float> out(20);
     if (fit(&out[0], 10, out[6], floats(64, 64).data(), 64, 64, &out[7], &out[17]) != 0)
         return kWrongOutput;
-    return out == std::vector<float>(20) ? 0 : out[0] != 0 ? 1 : kWrongOutput;
+    return out == Array<float>(20) ? 0 : out[0] != 0 ? 1 : kWrongOutput;
 }
 
 template <class Check>
@@ -205,7 +230,7 @@ const ExportCall kCalls[] = {
     with("cleanFile(char const*, char const*)", 0, [](Dir dir) { return cleanFile(dir.c_str(), "clean"); }).files(1039),
     with("codecData(char*, int)", 0, [] { std::string data(300, 'x'); return codecData(data.data(), 300); }),
     with("copyFile(char const*, char const*)", 1, [](Dir dir) {
-        const std::string source = dir + putFile(dir, "source", randomBytes(300000, 1));
+        const std::string source = dir + putFile(dir, "source", randomBytes(300000, seed));
         const std::string copy = dir + putFile(dir, "copy", "before");
         copyFile(copy.c_str(), source.c_str());
         return readFile(copy) == readFile(source) ? 1 : readFile(copy) == "before" ? 0 : -1;
@@ -334,13 +359,13 @@ const ExportCall kCalls[] = {
          [] { return getROIMedian(ascending<float>(64).data(), 0, 2, 0, 2, 8); }).memory(1035),
     with("getROIMedian(unsigned short const*, int, int, int, int, int)", 9,
          [] { return getROIMedian(ascending<WORD>(64).data(), 0, 2, 0, 2, 8); }).memory(1035),
-    with("getStdev(float const*, int, int)", 0, [] { return getStdev(std::vector<float>(64, 7).data(), 8, 8); }),
-    with("getStdev(int const*, int, int)", 0, [] { return getStdev(std::vector<int>(64, 7).data(), 8, 8); }),
+    with("getStdev(float const*, int, int)", 0, [] { return getStdev(Array<float>(64, 7).data(), 8, 8); }),
+    with("getStdev(int const*, int, int)", 0, [] { return getStdev(Array<int>(64, 7).data(), 8, 8); }),
     with("getStdev(unsigned short const*, int, int)", 0,
-         [] { return getStdev(std::vector<WORD>(64, 7).data(), 8, 8); }),
+         [] { return getStdev(Array<WORD>(64, 7).data(), 8, 8); }),
     with("getStdevAndMean(int const*, int, int, float&, float&)", 7, [] {
         float mean = 0, stdev = 0;
-        getStdevAndMean(std::vector<int>(64, 7).data(), 8, 8, mean, stdev);
+        getStdevAndMean(Array<int>(64, 7).data(), 8, 8, mean, stdev);
         return mean;
     }),
     with("getWordMedian(unsigned short const*, int)", 49,
@@ -351,14 +376,14 @@ const ExportCall kCalls[] = {
     // Numerics.h: fits, filters, resampling
     with("FitSurfaceLeastSquares(float const*, float const*, float const* const*, float (*) [3], float*, "
          "int, int, int, int)", 7, [] {
-        const std::vector<float> at = ascending<float>(8), row(8, 7.0f);
+        const Array<float> at = ascending<float>(8), row(8, 7.0f);
         const std::vector<const float*> rows(8, row.data());
         float a[3][3] = {}, residuals[3] = {};
         FitSurfaceLeastSquares(at.data(), at.data(), rows.data(), a, residuals, 8, 8, 3, 3);
         return std::round(a[0][0]) + (a[0][0] == 0 && residuals[0] != 0 ? -1.0f : 0.0f);
     }).memory(0),
     with("calcMedianPerColumn(float*, float const*, int, int)", 0, [] {
-        std::vector<float> medians(64);
+        Array<float> medians(64);
         return changing(medians, [&] { return calcMedianPerColumn(&medians[0], floats(64, 64).data(), 64, 64); });
     }).memory(1035),
     with("doSurfaceFit(float*, int, float&, float const*, int, int, float*, float*)", 1,
@@ -369,28 +394,28 @@ const ExportCall kCalls[] = {
          [] { return fitted(doSurfaceFitUsingGeneralFormula); }).memory(0),
     with("filterImg(unsigned short*, int, int)", 0, [] { return onFlat(kSide, 64, filterImg); }),
     with("filterUsingSGolay(float*, float const*, int, int, int)", 0,
-         [] { std::vector<float> out(200); return filterUsingSGolay(out.data(), floats(200).data(), 200, 2, 51); }),
+         [] { Array<float> out(200); return filterUsingSGolay(out.data(), floats(200).data(), 200, 2, 51); }),
     with("getIntepolationSize(int&, int&, int, int)", 0,
          [] { int first = 0, second = 0; return getIntepolationSize(first, second, 1, 1); }),
     with("getMedianImage(float*, unsigned short const*, int, int)", 0, [] {
-        std::vector<float> out(kSide * 32);
+        Array<float> out(kSide * 32);
         return getMedianImage(out.data(), pixels(kSide, 32).data(), kSide, 32);
     }),
     with("hisEqualization(unsigned short*, int)", 65535,
          [] {
-        auto image = std::vector<WORD>(4096, 7);
+        auto image = Array<WORD>(4096, 7);
         hisEqualization(image.data(), 4096);
         return std::count(image.begin(), image.end(), image[0]) == 4096 ? image[0] : -1;
     }).memory(7),
     with("interpImg2D(unsigned short**, int, int, unsigned short**, int, int)", 300, [] {
-        std::vector<WORD> in = dark(64, 48), out(80 * 96, 7);
+        Array<WORD> in = dark(64, 48), out(80 * 96, 7);
         interpImg2D(reinterpret_cast<WORD**>(out.data()), 96, 80, reinterpret_cast<WORD**>(in.data()), 48, 64);
         return std::count(out.begin(), out.end(), out[0]) == 80 * 96 ? out[0] : -1;
     }).memory(7),
     with("medianFilter(float*, int, int)", 2, [] {
         int changed = 0;
         for (const int window : {5, 40}) {
-            std::vector<float> samples = floats(10000);
+            Array<float> samples = floats(10000);
             medianFilter(samples.data(), 10000, window);
             changed += samples != floats(10000);
         }
@@ -406,53 +431,55 @@ const ExportCall kCalls[] = {
 
     // Correction.h
     with("calcNeighbourAFERatio(float*, int, float const*, int, int, int)", 0, [] {
-        std::vector<float> ratio(3 * 64);
+        Array<float> ratio(3 * 64);
         return calcNeighbourAFERatio(ratio.data(), 3, floats(128, 64).data(), 128, 64, 32);
     }),
     with("calcRgain(float*, float const*, int, int, int)", 0, [] {
-        std::vector<float> gain(3);
-        return calcRgain(gain.data(), std::vector<float>(3, 1.0f).data(), 3, 128, 32);
+        Array<float> gain(3);
+        return calcRgain(gain.data(), Array<float>(3, 1.0f).data(), 3, 128, 32);
     }),
     with("correctAbnormalPixelFromRD(float*, int, int)", 0,
          [] { return correctAbnormalPixelFromRD(floats(64, 64).data(), 64, 64); }),
     with("correctAedStripe(unsigned short*, int, int, int, int, int)", 0,
          [] { return correctAedStripe(pixels(1024, 128).data(), 1024, 128, 0, 0, 64); }),
     once("correctAedStripeClinic(unsigned short*, unsigned short const*, int, int, int, int)", 0, [] {
-        std::vector<WORD> image = stripedPixels();
+        Array<WORD> image = stripedPixels();
         const int height = static_cast<int>(image.size()) / 256;
         return changing(image, [&] {
             return correctAedStripeClinic(image.data(), stripedPixels().data(), 256, 256, height, kTriggerLine);
         });
     }).memory(1035),
     with("correctNDTImage(unsigned int*, unsigned int const*, int)", 0, [] {
-        std::vector<std::uint32_t> image(kFramePixels, 5000), dark(kFramePixels, 300);
+        Array<std::uint32_t> image(kFramePixels, 5000), dark(kFramePixels, 300);
         return correctNDTImage(image.data(), dark.data(), kFramePixels);
     }).memory(1035).files(1039, 1040, 1041),
     with("correctRDbyRgain(float*, int, int, float const*, int, int)", 0,
-         [] { return correctRDbyRgain(floats(128, 64).data(), 128, 64, std::vector<float>(3, 1.1f).data(), 3, 32); }),
+         [] { return correctRDbyRgain(floats(128, 64).data(), 128, 64, Array<float>(3, 1.1f).data(), 3, 32); }),
     with("correctRDwithoutRgain(float*, int, int)", 0,
          [] {
-        std::vector<float> image = floats(kSide, 64);
+        Array<float> image = floats(kSide, 64);
         return changing(image, [&] { return correctRDwithoutRgain(image.data(), kSide, 64); });
     }).memory(1035),
     with("cutBinningImage(float*, float const*, int, int, int)", 0,
-         [] { std::vector<float> out(64 * 64); return cutBinningImage(out.data(), floats(64, 64).data(), 64, 64, 4); }),
+         [] { Array<float> out(64 * 64); return cutBinningImage(out.data(), floats(64, 64).data(), 64, 64, 4); }),
     with("doBinningSample(float*, float const*, int, int)", 0,
-         [] { std::vector<float> out(16); return doBinningSample(out.data(), floats(128, 128).data(), 128, 128); }),
+         [] { Array<float> out(16); return doBinningSample(out.data(), floats(128, 128).data(), 128, 128); }),
     with("executeNDTCAL(unsigned int const*, unsigned int const*, int)", 0, [] {
-        std::vector<std::uint32_t> bright(kFramePixels, 5000), dark(kFramePixels, 300);
+        Array<std::uint32_t> bright(kFramePixels, 5000 + static_cast<std::uint32_t>(seed)), dark(kFramePixels, 300);
         return executeNDTCAL(bright.data(), dark.data(), kFramePixels);
     }, Company::None).memory(1035).files(1041),
     with("getDefectHeadInfo(char const*, char const*, FileHeadInfo*)", 0, [](Dir dir) {
         FileHeadInfo info{};
-        const int status = getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(kDefects)), &info);
+        const int status = getDefectHeadInfo(dir.c_str(), putFile(dir, "defects", classicFile(defects())), &info);
         return (status == 0) == (info.imageWidth == 0) ? kWrongOutput : status;
     }).memory(1035).files(1039, 1040),
     with("getDefectIndexFromDefectFile(char const*, char const*, VectorDefect*, DefectInfo*)", 0, [](Dir dir) {
-        VectorDefect defects;
-        const char* const name = putFile(dir, "list", classicFile(kDefects));
-        const int status = getDefectIndexFromDefectFile(dir.c_str(), name, &defects, nullptr);
-        return (status == 0) == defects.points.empty() ? kWrongOutput : status;
+        VectorDefect read;
+        const char* const name = putFile(dir, "list", classicFile(defects()));
+        const int status = getDefectIndexFromDefectFile(dir.c_str(), name, &read, nullptr);
+        for (const std::vector<int>& places : {read.points, read.rows, read.columns})
+            tell(places.data(), places.size() * sizeof places[0]);
+        return (status == 0) == read.points.empty() ? kWrongOutput : status;
     }).memory(1035).files(1039, 1040),
     with("getRealCoordinate(VectorDefect*, VectorDefect, int, int, int, int, int)", 0,
          [] { VectorDefect source{{1, 2}, {3, -1}, {}, {}}; getRealCoordinate(&source, {}, 10, 0, 0, 0, 5); })
@@ -460,7 +487,7 @@ const ExportCall kCalls[] = {
     with("jingtaiEnhance(void*, char const*, int, int, int)", 0,
          [] { return jingtaiEnhance(pixels(8, 8).data(), "", 8, 8, 0); }),
     with("operateSubImage(float*, float const*, int, int, int, int, int)", 0, [] {
-        std::vector<float> quarter(16 * 16);
+        Array<float> quarter(16 * 16);
         operateSubImage(quarter.data(), floats(32, 32).data(), 32, 32, 0, 0, 1);
     }),
     with("overwriteBadLineAroundAFEEdge(float*, int, int, int)", 0,
@@ -470,7 +497,7 @@ const ExportCall kCalls[] = {
     with("recordAedTrainStepInfo(unsigned short const*, int, int)", 0,
          [] { recordAedTrainStepInfo(pixels(1024, 64).data(), 1024, 64); }).memory(0).files(),
     with("subtractImage(float*, unsigned short const*, unsigned short const*, int)", 0,
-         [] { std::vector<float> out(64); subtractImage(out.data(), pixels(64, 1).data(), dark(64, 1).data(), 64); }),
+         [] { Array<float> out(64); subtractImage(out.data(), pixels(64, 1).data(), dark(64, 1).data(), 64); }),
 
     // Quality.h
     with("CheckDarkTimeRepeat(char const*, int)", 0, [] { return CheckDarkTimeRepeat("500;1000;", 500); }),
@@ -479,7 +506,7 @@ const ExportCall kCalls[] = {
          [] { return onFlat(256, 256, analysisStrip); }).memory(1035),
     with("calcGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >&)", 0,
          [] {
-        std::vector<float> snr(3);
+        Array<float> snr(3);
         return changing(snr, [&] { return calcGlobalSNR(pixels(kSide, kSide).data(), kSide, kSide, snr); });
     }).memory(1035),
     with("checkCollimator(unsigned short*, int, int)", 0, [] { return onFlat(8, 8, checkCollimator); }),
@@ -490,7 +517,7 @@ const ExportCall kCalls[] = {
     with("checkGainImgGroup(char const* const*, int)", StatusLinearityUnqualified,
          [](Dir dir) { return oneGainImage(dir, checkGainImgGroup); }).memory(1035).files(1039, 1040),
     with("checkGlobalSNR(unsigned short const*, int, int, std::vector<float, std::allocator<float> >)", 0,
-         [] { return onFlat(kSide, kSide, checkGlobalSNR, std::vector<float>(3, 1.0f)); }).memory(1035, 0),
+         [] { return onFlat(kSide, kSide, checkGlobalSNR, Array<float>(3, 1.0f)); }).memory(1035, 0),
     with("checkGlobalUniform(unsigned short const*, int, int, float)", 0,
          [] { return onFlat(kSide, kSide, checkGlobalUniform, 0.1f); }).memory(1035),
     with("checkOffsetImageQuality(float const*, int, int)", 0,
@@ -525,13 +552,13 @@ const ExportCall kCalls[] = {
 
     // Measures.h
     with("locateShadow(unsigned short const*, unsigned short const*, int, int, unsigned char*, int)", 0,
-         [] { return onExposure(locateShadow, std::vector<unsigned char>(256).data(), 256); }).memory(1035),
+         [] { return onExposure(locateShadow, Array<unsigned char>(256).data(), 256); }).memory(1035),
     with("measureDarkGray(unsigned short const*, int, int, CheckMeasures*)", 0,
          [] { return measuredOnFlat(256, measureDarkGray); }).memory(1035),
     with("measureDarkTimeRepeat(char const*, int, CheckMeasures*)", 0,
          [] { return measured([](CheckMeasures* out) { return measureDarkTimeRepeat("500;", 500, out); }); }),
     with("measureFalseTriggAEDImage(float const*, int, int, CheckMeasures*)", 0, [] {
-        const std::vector<float> image = floats(1024, kSide);
+        const Array<float> image = floats(1024, kSide);
         return measured([&](CheckMeasures* out) { return measureFalseTriggAEDImage(image.data(), 1024, kSide, out); });
     }).memory(1035),
     with("measureFirstImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
@@ -546,7 +573,7 @@ const ExportCall kCalls[] = {
     with("measureGlobalUniform(unsigned short const*, int, int, float, CheckMeasures*)", 0,
          [] { return measuredOnFlat(kSide, measureGlobalUniform, 0.1f); }).memory(1035),
     with("measureOffsetImageQuality(float const*, int, int, CheckMeasures*)", 0, [] {
-        const std::vector<float> image = floats(kSide, kSide);
+        const Array<float> image = floats(kSide, kSide);
         return measured([&](CheckMeasures* out) { return measureOffsetImageQuality(image.data(), kSide, kSide, out); });
     }),
     with("measurePreImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
@@ -573,6 +600,21 @@ const ExportCall kCalls[] = {
 
 std::span<const ExportCall> everyExport() {
     return kCalls;
+}
+
+void changeData(std::uint64_t newSeed) {
+    static const std::vector<WORD> first = flat().pixels;
+    seed = newSeed;
+    SplitMix64 random(seed);
+    const auto begin = first.begin() + random.below(static_cast<int>(first.size()));
+    const int level = random.below(1000);
+    std::rotate_copy(first.begin(), begin, first.end(), flat().pixels.begin());
+    for (WORD& pixel : flat().pixels)
+        pixel = static_cast<WORD>(pixel + level);
+}
+
+std::size_t takeTold() {
+    return std::exchange(told, 0);
 }
 
 void prepareDetector(const std::string& root) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -48,6 +49,12 @@ constexpr double kThrown = -1035;
 constexpr double kWrongOutput = -1;
 
 std::span<const ExportCall> everyExport();
+
+// The calls take other images, files and defects from now on, and hand back what they did; not beside a call.
+void changeData(std::uint64_t seed);
+
+// A number for all the arrays that this thread's calls took and filled since it was asked for.
+std::size_t takeTold();
 
 // Gives the virtual detector small frames, and directories below root with the files that the calls read.
 void prepareDetector(const std::string& root);
