@@ -32,9 +32,10 @@ endif()
 function(qx_search_path)
   file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   # LD_LIBRARY_PATH goes before a RUNPATH, not before an RPATH: so a host's own kit library can take a substitute's
-  # place.
+  # place. Files that are built as they are installed need no room for another path.
   foreach(target IN LISTS ARGN)
-    set_target_properties(${target} PROPERTIES INSTALL_RPATH "\$ORIGIN;\$ORIGIN/${bin_to_lib}")
+    set_target_properties(${target} PROPERTIES
+      INSTALL_RPATH "\$ORIGIN;\$ORIGIN/${bin_to_lib}" BUILD_WITH_INSTALL_RPATH ON)
     target_link_options(${target} PRIVATE -Wl,--enable-new-dtags)
   endforeach()
 endfunction()
