@@ -5,7 +5,7 @@
 #   include/               the headers of the library and of its C interface
 #   include/qxkit/         the contracts of the kit libraries
 #   share/qxutils/         an example of the virtual detector's settings; on Windows what a kit in C is linked with
-#   share/doc/qxutils/     README, licences, docs, examples; on Windows these lie at the top
+#   share/doc/qxutils/     README, licences, docs, examples, qxutils.spdx.json; on Windows these lie at the top
 #   share/man/man1/        the tool's pages, where help2man is installed
 #   share/*/               its completion in bash, zsh and fish, on Linux
 #
@@ -32,9 +32,10 @@ endif()
 function(qx_search_path)
   file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   # LD_LIBRARY_PATH goes before a RUNPATH, not before an RPATH: so a host's own kit library can take a substitute's
-  # place.
+  # place. Files that are built as they are installed need no room for another path.
   foreach(target IN LISTS ARGN)
-    set_target_properties(${target} PROPERTIES INSTALL_RPATH "\$ORIGIN;\$ORIGIN/${bin_to_lib}")
+    set_target_properties(${target} PROPERTIES
+      INSTALL_RPATH "\$ORIGIN;\$ORIGIN/${bin_to_lib}" BUILD_WITH_INSTALL_RPATH ON)
     target_link_options(${target} PRIVATE -Wl,--enable-new-dtags)
   endforeach()
 endfunction()
@@ -96,6 +97,26 @@ if(WIN32)
   include(QxInstallWindows)
 elseif(TARGET qxutils)
   include(QxManPages)
+endif()
+
+# What the tree is made of goes in last, when its files are known.
+find_program(QXUTILS_PYTHON3 NAMES python3 DOC "Writes what the installed tree is made of")
+if(QXUTILS_PYTHON3)
+  set(QX_LISTED_FILES "\${CMAKE_INSTALL_MANIFEST_FILES}")
+  if(QXUTILS_DEBIAN)
+    set(QX_LISTED_FILES "")
+  endif()
+  set(QX_ROOMS_INSTALLED library kit)
+  if(TARGET qxutils)
+    list(APPEND QX_ROOMS_INSTALLED tool)
+  endif()
+  if(TARGET qx_python_package)
+    list(APPEND QX_ROOMS_INSTALLED python)
+  endif()
+  configure_file(cmake/InstallSbom.cmake.in InstallSbom.cmake @ONLY)
+  install(SCRIPT "${PROJECT_BINARY_DIR}/InstallSbom.cmake" COMPONENT documentation)
+else()
+  message(STATUS "Python is missing: no qxutils.spdx.json is installed")
 endif()
 if(PROJECT_IS_TOP_LEVEL)
   include(QxPackages)

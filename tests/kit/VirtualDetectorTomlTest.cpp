@@ -52,7 +52,7 @@ auto stateOf(const qxkit::VirtualDetector& d) {
 }
 
 std::string exampleText() {
-    return readFile(std::filesystem::path(__FILE__).parent_path() / "../../kit/virtual/example.toml");
+    return readFile(QXUTILS_EXAMPLE_TOML);
 }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {

@@ -7,7 +7,14 @@
 #include "common/WholeFile.h"
 
 #if !defined(_WIN32)
-#include <dlfcn.h>
+// These alone are bound to the virtual detector, and weakly, so that the program starts beside a kit that lacks them.
+// A Windows program does not start there.
+namespace qxkit {
+[[gnu::weak]] VirtualDetector& virtualDetector();
+[[gnu::weak]] std::string setDirectories(const std::filesystem::path& root);
+[[gnu::weak]] std::filesystem::path nativePath(const std::string& kitPath);
+[[gnu::weak]] std::string loadVirtualDetector(const std::filesystem::path& file);
+}  // namespace qxkit
 #endif
 
 namespace qx::tool {
@@ -21,14 +28,11 @@ void needVirtualDetector() {
 
 }  // namespace
 
-// The program binds functions when it calls them first, so that it starts beside a kit that lacks this one. A Windows
-// program does not start there.
 bool hasVirtualDetector() {
 #if defined(_WIN32)
     return true;
 #else
-    static const bool has = dlsym(RTLD_DEFAULT, "_ZN5qxkit15virtualDetectorEv") != nullptr;
-    return has;
+    return &qxkit::virtualDetector != nullptr;
 #endif
 }
 
