@@ -171,8 +171,10 @@ off_t ftello(std::FILE* file) {
 int fclose(std::FILE* file) {
     static const auto function = QX_REAL(fclose);
     const bool fails = fileFails("fclose");
+    // Where the stream cannot write, nothing can get lost.
+    const bool isLost = fails && ftruncate(fileno(file), 0) == 0;
     const int result = function(file);
-    return fails ? EOF : result;
+    return fails || isLost ? EOF : result;
 }
 
 int rename(const char* from, const char* to) noexcept {
