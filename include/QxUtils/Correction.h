@@ -98,7 +98,8 @@ QXUTILS_API void recordAedTrainStepInfo(const WORD* image, int width, int height
 // is the difference of bright and dark, not below 0, over its mean, times 10000, truncated to 16 bits (arbitrary
 // without any signal). File names carry exposure time, gain id and frame count; a failed query of the gain id stands
 // there with its status. Returns 0; 1057 without darkImage; 1020 for a pixelCount below 1 or a file beyond 2 GiB; 1035
-// when memory is short; or what writeImageToDisk gives, which is logged. Memory: the file's content.
+// when memory is short; or what writeImageToDisk gives, which is logged, and the old file stays as that says.
+// Memory: the file's content.
 QXUTILS_API int executeNDTCAL(const std::uint32_t* brightImage, const std::uint32_t* darkImage, int pixelCount);
 
 // Corrects offset, gain and defects of a 32-bit NDT image in place, with the detector's calibration files; those that

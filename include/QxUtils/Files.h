@@ -76,9 +76,9 @@ QXUTILS_API void getPcImageHeadFromImageHead(PcImgHead* record, const char* head
 QXUTILS_API float getTemperatureFromImageHead(const char* header);
 
 // Directories. A directory text ends with a separator, the empty one is the current directory; a text above 254
-// characters counts as a directory that cannot be listed, an entry whose joined path exceeds 255 characters as a file
-// that is not there. Elsewhere than on Windows an entry with a '\' in its name is left alone, be it file or folder: a
-// path would name another one.
+// characters counts as a directory that cannot be listed, and so does one whose listing breaks off or finds no memory
+// to begin; an entry whose joined path exceeds 255 characters counts as a file that is not there. Elsewhere than on
+// Windows an entry with a '\' in its name is left alone, be it file or folder: a path would name another one.
 
 // Returns 0 when the path exists, be it a file or a directory, 1038 when not, 1057 for null.
 QXUTILS_API int CheckDirPath(char*& path);
@@ -141,7 +141,7 @@ QXUTILS_API int base64_decode(const char* source, char* destination);
 // that is the destination. Every tenth line is reported on standard output, whatever the debug flag; a write that falls
 // short is logged.
 // Returns 0, 1038 when the source does not exist, 1039 when either file cannot be opened, 1040 when reading fails
-// half-way, 1057 for null.
+// half-way, 1057 for null. Takes no memory that could be missing.
 QXUTILS_API int decodeFile(const char* source, const char* destination);
 
 // Pixels and lists.

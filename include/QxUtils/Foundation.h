@@ -34,7 +34,8 @@ inline constexpr int kLogNoValue = -1000;
 // Appends one line to the daily log, <work directory>logs\<year>-<month>-<day>.log:
 //     2024/03/07-09:05:03.042 | Utils  | I | <text><value>
 // The folder "logs" is created when missing; an empty work directory is the current one. The line is appended in one
-// write under a lock, so lines of several processes never mix. A log that cannot be written is not reported.
+// write under a lock, so lines of several processes never mix. A log that cannot be written is not reported, nor is a
+// line that is lost for want of memory.
 //   value   appended to the text as a decimal number, without a blank; kLogNoValue appends nothing
 // Returns, in this order: -1 when the configuration switches logging off; 1057 when text is null; 1 when moduleId is
 // outside 0..9; 0 without writing when infoType is below the log level; 1 when infoType is above 3 (or negative at a
@@ -51,7 +52,7 @@ QXUTILS_API int getLogLevel();
 // Deletes the files of the log folder whose names have a '-' as the fifth and the eighth character and whose date, read
 // from the decimal numbers around them, lies more than 30 days back; months count 30 days and years 365. A part that
 // is no number counts as 0. Folders stay, and so do names with a '\' in them; deletion failures are ignored.
-// Returns 0, also without a log folder, or 1 when the folder cannot be listed.
+// Returns 0, also without a log folder, or 1 when the folder cannot be listed to its end, be it for want of memory.
 QXUTILS_API int removeLogFile();
 
 // Local time as 14 digits, year to second; destination holds at least 15 characters. Null is ignored.

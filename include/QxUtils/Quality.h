@@ -51,11 +51,12 @@ QXUTILS_API int loadAllSNRFromFactory(const char* dir, const char* file, Factory
 // names, and writes their series to the file of the detector's name ("...-SNR.raw") in dir. The images are raw 16-bit
 // images of the detector's size behind their headers, as many in each directory; one that cannot be measured is left
 // out. Every such directory counts as an integration time, whatever else its name says and even without an image.
-// Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in their
-// number of images, the detector's description does not name it or holds a '/' or '\' behind the product, or the file
-// would be too long; 1035 when memory is short; or what the detector or writing answers with. Logs its course and why
-// it refuses what it was given; prints each series. The course ends with a line "terminates" whatever is returned, with
-// the status only for a file that cannot be written; that of an image always tells its status.
+// Returns 0; 1057 for a null text; 1040 when no image was measured; 1020 when the directories differ in their number of
+// images, the detector's description does not name it or holds a '/' or '\' behind the product, or the file would be
+// too long; 1035 when memory is short, or 1040 where that leaves every image out; or what the detector or writing
+// answers with. Logs its course and why it refuses what it was given; prints each series. The course ends with a line
+// "terminates" whatever is returned, with the status only for a file that cannot be written; that of an image always
+// tells its status.
 QXUTILS_API int retrieveAllSNRForQualityCheck(int detectorType, const char* dir);
 
 // Five squares of 64 x 64 pixels, in the middle and around: 1062 when the standard deviation of their means (truncated

@@ -139,7 +139,7 @@ TEST_F(WriteImage, pipe_is_written_and_stays) {
 
 // What a writer that died left behind is nobody's image.
 TEST_F(RawImages, files_that_stand_beside_are_passed_over) {
-    for (const char* name : {".qx-0123ef", ".qx-0123eF", ".qx-0123e", ".qx-0123ef0"})
+    for (const char* name : {".qx-0123ef", ".qx-0123eg", ".qx-0123e", ".qx-0123ef0"})
         writeFile(folder() / name, "123");
     int count = 0;
     EXPECT_EQ(0, getFileNumInDirectory(dir_.c_str(), count));

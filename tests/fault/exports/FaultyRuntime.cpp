@@ -1,13 +1,16 @@
 #include "FaultyRuntime.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <new>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,16 +25,35 @@ long untilFailure = 0;
 Fault failingKind = Fault::Memory;
 const char* failed = nullptr;
 
-// Looks outwards for the first of the project's libraries.
+// Where the project's libraries lie.
+struct Range {
+    std::uintptr_t first;
+    std::uintptr_t end;
+    bool isLibrary;
+};
+std::array<Range, 64> ranges{};
+std::size_t rangeCount = 0;
+
+int addObject(dl_phdr_info* object, std::size_t, void*) {
+    const char* const name = std::strstr(object->dlpi_name, "/libQx");
+    for (int i = 0; name != nullptr && i < object->dlpi_phnum && rangeCount < ranges.size(); ++i) {
+        const auto& segment = object->dlpi_phdr[i];
+        const std::uintptr_t first = object->dlpi_addr + segment.p_vaddr;
+        if (segment.p_type == PT_LOAD)
+            ranges[rangeCount++] = {first, first + segment.p_memsz, std::strncmp(name, "/libQxUtils", 11) == 0};
+    }
+    return 0;
+}
+
+// Looks outwards for the first of them.
 _Unwind_Reason_Code look(_Unwind_Context* frame, void* isLibrary) {
-    Dl_info object{};
-    if (dladdr(reinterpret_cast<void*>(_Unwind_GetIP(frame)), &object) == 0 || object.dli_fname == nullptr)
-        return _URC_NO_REASON;
-    const char* const name = std::strstr(object.dli_fname, "/libQx");
-    if (name == nullptr)
-        return _URC_NO_REASON;
-    *static_cast<bool*>(isLibrary) = std::strncmp(name, "/libQxUtils", 11) == 0;
-    return _URC_END_OF_STACK;
+    const std::uintptr_t address = _Unwind_GetIP(frame);
+    for (std::size_t i = 0; i < rangeCount; ++i)
+        if (address >= ranges[i].first && address < ranges[i].end) {
+            *static_cast<bool*>(isLibrary) = ranges[i].isLibrary;
+            return _URC_END_OF_STACK;
+        }
+    return _URC_NO_REASON;
 }
 
 bool isAskedByLibrary() {
@@ -171,8 +193,10 @@ off_t ftello(std::FILE* file) {
 int fclose(std::FILE* file) {
     static const auto function = QX_REAL(fclose);
     const bool fails = fileFails("fclose");
+    // Where the stream cannot write, nothing can get lost.
+    const bool isLost = fails && ftruncate(fileno(file), 0) == 0;
     const int result = function(file);
-    return fails ? EOF : result;
+    return fails || isLost ? EOF : result;
 }
 
 int rename(const char* from, const char* to) noexcept {
@@ -206,6 +230,8 @@ dirent* readdir(DIR* directory) {
 namespace qx::test {
 
 void failOperation(Fault kind, long number) {
+    if (rangeCount == 0)
+        dl_iterate_phdr(addObject, nullptr);
     failed = nullptr;
     failingKind = kind;
     untilFailure = number;
