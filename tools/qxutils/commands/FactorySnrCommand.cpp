@@ -1,4 +1,5 @@
 #include "commands/BatchOptions.h"
+#include "commands/Choice.h"
 #include "commands/Subcommand.h"
 #include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
@@ -61,7 +62,8 @@ void addFactorySnrCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<FactorySnrOptions>(
         app, chosen, "factory-snr", "Measure the SNR of factory images into a file", measureFactorySnr);
     command.add_option("DIR", options.folder, "Folder with a folder of images for each integration time")->required();
-    command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out");
+    command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out")
+        ->check(wholeNumber());
     addResultOptions(command, options.results);
 }
 
