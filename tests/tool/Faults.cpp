@@ -49,6 +49,9 @@ struct Kind {
 Kind memory{"memory", ENOMEM};
 Kind files{"files", EIO};
 
+// Of every file that the program makes.
+constexpr mode_t kNewFileMode = 0666;
+
 const char* childMark() {
     return std::getenv("QXUTILS_CHILD_PROCESS");
 }
@@ -69,108 +72,71 @@ bool fails(Kind& kind) {
     return true;
 }
 
-template <class... Arguments>
-auto ask(long number, Arguments... arguments) {
-    return fails(files) ? -1 : syscall(number, arguments...);
-}
-
 __attribute__((destructor)) void tellCount() {
     const char* const path = std::getenv("QX_FAULT_COUNT");
     if (path == nullptr || childMark() != nullptr)
         return;
     char line[64];
     const int length = std::snprintf(line, sizeof line, "%ld\n%ld\n", memory.calls.load(), files.calls.load());
-    const long file = syscall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    const long file = syscall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC, kNewFileMode);
     syscall(SYS_write, file, line, length);
 }
 
 }  // namespace
 
 // The C library's own.
-#define QX_NEXT(name) (reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name)))
+#define QX_NEXT(name) reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name))
+
+// Replaces a function by one that may fail with this result instead of going on with this call.
+#define QX_FAILING(kind, Result, failure, name, parameters, call)                                                      \
+    Result name parameters {                                                                                           \
+        return fails(kind) ? failure : call;                                                                           \
+    }
+#define QX_FILE_CALL(Result, failure, name, parameters, arguments)                                                     \
+    QX_FAILING(files, Result, failure, name, parameters, QX_NEXT(name) arguments)
 
 extern "C" {
 
-void* malloc(std::size_t size) {
-    return fails(memory) ? nullptr : __libc_malloc(size);
-}
+QX_FAILING(memory, void*, nullptr, malloc, (std::size_t size), __libc_malloc(size))
+QX_FAILING(memory, void*, nullptr, calloc, (std::size_t count, std::size_t size), __libc_calloc(count, size))
+QX_FAILING(memory, void*, nullptr, realloc, (void* old, std::size_t size), __libc_realloc(old, size))
+QX_FAILING(memory, void*, nullptr, aligned_alloc, (std::size_t unit, std::size_t size), __libc_memalign(unit, size))
 
-void* calloc(std::size_t count, std::size_t size) {
-    return fails(memory) ? nullptr : __libc_calloc(count, size);
-}
-
-void* realloc(void* old, std::size_t size) {
-    return fails(memory) ? nullptr : __libc_realloc(old, size);
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    return fails(memory) ? nullptr : __libc_memalign(alignment, size);
-}
-
-// The callers give a mode or not; what is not given is not used.
-int open(const char* path, int flags, ...) {
-    __builtin_va_list arguments;
-    __builtin_va_start(arguments, flags);
-    const unsigned mode = (flags & O_CREAT) != 0 ? __builtin_va_arg(arguments, unsigned) : 0;
-    __builtin_va_end(arguments);
-    return static_cast<int>(ask(SYS_openat, AT_FDCWD, path, flags, mode));
-}
-
-ssize_t read(int descriptor, void* bytes, std::size_t size) {
-    return ask(SYS_read, descriptor, bytes, size);
-}
+QX_FILE_CALL(int, -1, open, (const char* path, int flags, ...),
+             (path, flags, (flags & O_CREAT) != 0 ? kNewFileMode : 0))
+QX_FILE_CALL(int, -1, open64, (const char* path, int flags, ...),
+             (path, flags, (flags & O_CREAT) != 0 ? kNewFileMode : 0))
+QX_FILE_CALL(ssize_t, -1, pread64, (int descriptor, void* bytes, std::size_t size, off64_t place),
+             (descriptor, bytes, size, place))
+QX_FILE_CALL(ssize_t, -1, pwrite64, (int descriptor, const void* bytes, std::size_t size, off64_t place),
+             (descriptor, bytes, size, place))
+QX_FILE_CALL(int, -1, fdatasync, (int descriptor), (descriptor))
+QX_FILE_CALL(ssize_t, -1, read, (int descriptor, void* bytes, std::size_t size), (descriptor, bytes, size))
+QX_FILE_CALL(ssize_t, -1, writev, (int descriptor, const iovec* pieces, int count), (descriptor, pieces, count))
+QX_FILE_CALL(int, -1, rename, (const char* from, const char* to) noexcept, (from, to))
+QX_FILE_CALL(int, -1, link, (const char* from, const char* to) noexcept, (from, to))
+QX_FILE_CALL(int, -1, mkdir, (const char* path, mode_t mode) noexcept, (path, mode))
+QX_FILE_CALL(DIR*, nullptr, opendir, (const char* path), (path))
+QX_FILE_CALL(dirent*, nullptr, readdir, (DIR * folder), (folder))
+QX_FILE_CALL(FILE*, nullptr, fopen64, (const char* path, const char* mode), (path, mode))
+QX_FILE_CALL(FILE*, nullptr, fdopen, (int descriptor, const char* mode) noexcept, (descriptor, mode))
+QX_FILE_CALL(std::size_t, 0, fread, (void* bytes, std::size_t size, std::size_t count, FILE* file),
+             (bytes, size, count, file))
 
 // What is told on standard error has no other place to go.
 ssize_t write(int descriptor, const void* bytes, std::size_t size) {
-    return descriptor == STDERR_FILENO ? syscall(SYS_write, descriptor, bytes, size)
-                                       : ask(SYS_write, descriptor, bytes, size);
-}
-
-ssize_t writev(int descriptor, const iovec* pieces, int count) {
-    return ask(SYS_writev, descriptor, pieces, count);
-}
-
-// What fails to be closed is closed.
-int close(int descriptor) {
-    const long result = syscall(SYS_close, descriptor);
-    return fails(files) ? -1 : static_cast<int>(result);
-}
-
-int rename(const char* from, const char* to) noexcept {
-    return static_cast<int>(ask(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
-}
-
-int link(const char* from, const char* to) noexcept {
-    return static_cast<int>(ask(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
-}
-
-int mkdir(const char* path, mode_t mode) noexcept {
-    return static_cast<int>(ask(SYS_mkdirat, AT_FDCWD, path, mode));
-}
-
-DIR* opendir(const char* path) {
-    return fails(files) ? nullptr : QX_NEXT(opendir)(path);
-}
-
-dirent* readdir(DIR* folder) {
-    return fails(files) ? nullptr : QX_NEXT(readdir)(folder);
-}
-
-FILE* fopen64(const char* path, const char* mode) {
-    return fails(files) ? nullptr : QX_NEXT(fopen64)(path, mode);
-}
-
-FILE* fdopen(int descriptor, const char* mode) noexcept {
-    return fails(files) ? nullptr : QX_NEXT(fdopen)(descriptor, mode);
-}
-
-std::size_t fread(void* bytes, std::size_t size, std::size_t count, FILE* file) {
-    return fails(files) ? 0 : QX_NEXT(fread)(bytes, size, count, file);
+    return descriptor != STDERR_FILENO && fails(files) ? -1 : QX_NEXT(write)(descriptor, bytes, size);
 }
 
 std::size_t fwrite(const void* bytes, std::size_t size, std::size_t count, FILE* file) {
     const bool isTold = file == stderr || file == stdout;
     return !isTold && fails(files) ? 0 : QX_NEXT(fwrite)(bytes, size, count, file);
+}
+
+// What fails to be closed is closed.
+int close(int descriptor) {
+    const int result = QX_NEXT(close)(descriptor);
+    return fails(files) ? -1 : result;
 }
 
 int fclose(FILE* file) {

@@ -61,19 +61,6 @@ def test_a_written_file_replaces_the_old_one_as_a_whole(folder, writer):
 
 
 @on_linux_only
-@pytest.mark.parametrize("target", ["old", "new"])
-@pytest.mark.parametrize("writer", WRITERS.values(), ids=WRITERS)
-def test_a_file_without_room_leaves_the_old_one(folder, writer, target):
-    before = names(folder)
-    result = run(*writer, target, folder=folder,
-                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1024, 1024)))
-    assert result.exit == 1
-    assert result.error.endswith(f"qxutils: {target}: cannot be written completely; check that there is room\n")
-    assert names(folder) == before
-    assert (folder / "old").read_bytes() == b"old"
-
-
-@on_linux_only
 @pytest.mark.parametrize("signal_", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGPIPE])
 def test_an_interrupted_file_leaves_the_old_one(folder, signal_):
     """The library tells of every tenth line; nobody reads that, so that it waits in the middle of the file."""
@@ -182,6 +169,10 @@ def own_inputs(folder: Path) -> dict[str, tuple[str, ...]]:
     (folder / "made").mkdir()
     (folder / "long.raw").write_bytes(b"00AA" * 64 * 64)
     (folder / "detector.toml").write_text("[detector]\nwidth = 128\n")
+    (folder / "empty.toml").touch()
+    (folder / "list").write_text("image.raw\n")
+    (folder / "others").mkdir()
+    os.link(folder / "lines.b64", folder / "others" / "image.raw")
     (folder / "other.raw").write_bytes(b"00AA" * 64 * 64)
     os.link(folder / "long.raw", folder / "same.raw")
     if not IS_WINDOWS:
@@ -199,6 +190,11 @@ def own_inputs(folder: Path) -> dict[str, tuple[str, ...]]:
         "calibration": ("ndt", "correct", "other.raw", "long.raw", *long, "--calibration", "made", "-o",
                         f"made/gain/{gain}"),
         "settings": ("--detector", "detector.toml", *PREVIEW, "detector.toml"),
+        "store": ("--detector", "empty.toml", "check", "dark", "image.raw", *SHAPE, "--store", "./empty.toml"),
+        "later": ("filter", "equalize", "image.raw", "lines.b64", *SHAPE, "-o", "others/"),
+        "list": (*PREVIEW[:1], "@list", *SHAPE, "-o", "list"),
+        "page": ("report", "image.raw", *SHAPE, "-o", "page.html", "--store", "page.json"),
+        "made": ("ndt", "calibrate", "long.raw", f"made/gain/{gain}", *long, "--out", "made/."),
         "twice": ("filter", "equalize", "image.raw", *SHAPE, "-o", "new", "--png", "./new"),
     }
 
@@ -207,9 +203,9 @@ def test_an_output_is_never_an_input(folder):
     for case, command in own_inputs(folder).items():
         before = {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()}
         result = run(*command, folder=folder)
-        text = {"twice": "would be written twice", "settings": "would overwrite a file that was read",
-                "calibration": "would overwrite a file that was read"}.get(
-                    case, "would overwrite the file it is made from")
+        told = {"twice": "would be written twice", "made": "lies where calibration files are written"}
+        read = dict.fromkeys(("settings", "calibration", "store", "later", "list"), "would overwrite a file that was")
+        text = (told | read).get(case, "would overwrite the file it is made from")
         assert (case, result.exit) == (case, 2) and text in result.error, result
         assert {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()} == before
 
@@ -302,6 +298,11 @@ def test_bad_inputs_are_told_in_one_line(folder):
             vast.truncate(len(HEADER) + 2 * side * side)
         assert b"no plausible panel shape" in run("info", "vast", folder=folder, preexec_fn=take_little).output
         refused(run("base64", "encode", "sparse", folder=folder), 1, "sparse: longer than 2147483647 bytes")
+        (folder / "bytes").write_bytes(b"[limits]\n# \x1b[31m \xff\n")
+        for name, reason in {"sparse": "longer than 1048576 bytes", "bytes": "holds bytes that are no text"}.items():
+            for command in (("--detector", name, "version"), ("snr", "image.raw", *SHAPE, "--factory", name),
+                            ("check", "dark", "image.raw", *SHAPE, "--limits", name)):
+                refused(run(*command, folder=folder), 1, f"{name}: {reason}")
         directory = os.open(folder, os.O_RDONLY)
         refused(run("preview", "-", *SHAPE, "-o", "got", folder=folder, stdin=directory), 1, "-: is a directory; give")
         os.close(directory)

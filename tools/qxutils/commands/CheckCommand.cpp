@@ -154,7 +154,9 @@ void addKindsOfDarkImages(CheckKinds& kinds) {
     kinds.addOfImages("offset", "Structured patches in an average dark image", CheckKinds::kFloats);
     CLI::App& darkTimes = kinds.add("dark-times", "Whether there are dark images of an exposure time", runDarkTimes);
     darkTimes.add_option("LIST", kinds.options().timeList, "The times there are, such as \"500;1000\"")->required();
-    darkTimes.add_option("TIME", kinds.options().timeMs, "Exposure time in milliseconds")->required();
+    darkTimes.add_option("TIME", kinds.options().timeMs, "Exposure time in milliseconds")
+        ->required()
+        ->check(wholeNumber());
     addPanelOptions(darkTimes, kinds.options().batch.results);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/ComparedNumbers.h"
+#include "common/NumberText.h"
 #include "common/Suggestion.h"
 
 #include <CLI/CLI.hpp>
@@ -41,6 +42,14 @@ inline CLI::Validator numberWithin(double least, double most, const std::string&
         return text + " is no number from " + shortText(least) + " to " + shortText(most);
     };
     return CLI::Validator(refuse, name);
+}
+
+// A check of an integer without a range, which an empty text is not.
+inline CLI::Validator wholeNumber() {
+    const auto refuse = [](const std::string& text) -> std::string {
+        return parseInteger(text) ? "" : "\"" + text + "\" is no whole number that can stand there";
+    };
+    return CLI::Validator(refuse, "");
 }
 
 }  // namespace qx::tool

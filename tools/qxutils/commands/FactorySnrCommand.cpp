@@ -1,4 +1,5 @@
 #include "commands/BatchOptions.h"
+#include "commands/Choice.h"
 #include "commands/Subcommand.h"
 #include "commands/WriteOptions.h"
 #include "common/DetectorSetup.h"
@@ -12,6 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +36,18 @@ std::string factorySnrName() {
     return found == std::string::npos ? "" : description.substr(found + product.size()) + "-SNR.raw";
 }
 
+// Those that the library takes for images.
+std::size_t imagesIn(const std::string& folder) {
+    std::size_t count = 0;
+    for (const auto& time : std::filesystem::directory_iterator(toPath(folder))) {
+        if (!time.is_directory() || toName(time.path().filename()).find("ms") == std::string::npos)
+            continue;
+        for (const auto& image : std::filesystem::directory_iterator(time.path()))
+            count += image.is_directory() ? 0 : 1;
+    }
+    return count;
+}
+
 std::vector<Record> measure(const FactorySnrOptions& options) {
     requireFolder(options.folder, "a folder with folders of images, such as 500ms");
     requireLibraryName(options.folder);
@@ -46,6 +61,13 @@ std::vector<Record> measure(const FactorySnrOptions& options) {
                         "); give folders of as many images each, named as 500ms, of the size that --detector tells");
     }
     std::vector<Record> records = factorySnrRecords(file);
+    // The library leaves out what it cannot measure.
+    const std::size_t images = imagesIn(options.folder);
+    if (records.size() < images) {
+        throw ToolError(file + ": lacks some of " + std::to_string(images) +
+                        " images, which could not be measured; check that they may be read and are of the size that "
+                        "--detector tells");
+    }
     records.back().text += "  written to " + file + '\n';
     return records;
 }
@@ -61,7 +83,8 @@ void addFactorySnrCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<FactorySnrOptions>(
         app, chosen, "factory-snr", "Measure the SNR of factory images into a file", measureFactorySnr);
     command.add_option("DIR", options.folder, "Folder with a folder of images for each integration time")->required();
-    command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out");
+    command.add_option("--detector-type", options.detectorType, "Detector type to store; the detector's if left out")
+        ->check(wholeNumber());
     addResultOptions(command, options.results);
 }
 

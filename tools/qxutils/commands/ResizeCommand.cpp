@@ -1,3 +1,4 @@
+#include "commands/Choice.h"
 #include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "common/NumberText.h"
@@ -113,7 +114,8 @@ void addResizeCommand(CLI::App& app, Command& chosen) {
             "--to", options.to,
             "A shape as for --shape, or the index of a standard size from 1 to 4, whose first number is the width")
         ->required();
-    command.add_option("--type", options.type, "Detector type of a standard size; 4 and 9 make it a square");
+    command.add_option("--type", options.type, "Detector type of a standard size; 4 and 9 make it a square")
+        ->check(wholeNumber());
     addOutputs(command, options.files, "Picture of the image before and after");
     addZoom(command, options.files);
 }

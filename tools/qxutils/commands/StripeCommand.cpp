@@ -92,7 +92,9 @@ void addStripeCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<StripeOptions>(
         app, chosen, "stripe", "Take the stripe out of images that triggered themselves", runStripe);
     addInput(command, options.files);
-    command.add_option("--trigger", options.triggerLine, "Row at which the exposure was detected")->required();
+    command.add_option("--trigger", options.triggerLine, "Row at which the exposure was detected")
+        ->required()
+        ->check(wholeNumber());
     command.add_option("--reference", options.reference,
                        "Raw image in which the stripe is measured; the image itself when left out");
     command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");

@@ -15,7 +15,14 @@ std::vector<std::string> choicesOf(const CLI::Option& option) {
     const std::size_t end = type.find('}', begin == std::string::npos ? 0 : begin);
     if (begin == std::string::npos || end == std::string::npos)
         return {};
-    return CLI::detail::split(type.substr(begin + 1, end - begin - 1), ',');
+    std::vector<std::string> choices = {""};
+    for (const char letter : type.substr(begin + 1, end - begin - 1)) {
+        if (letter == ',')
+            choices.emplace_back();
+        else
+            choices.back() += letter;
+    }
+    return choices;
 }
 
 DescribedOption describeOption(const CLI::Option& option) {
@@ -61,7 +68,10 @@ std::vector<DescribedOption> withInherited(const DescribedCommand& command, cons
 }
 
 std::string joined(const std::vector<std::string>& words, const char* between) {
-    return CLI::detail::join(words, between);
+    std::string text;
+    for (const std::string& word : words)
+        text.append(text.empty() ? "" : between).append(word);
+    return text;
 }
 
 }  // namespace qx::tool

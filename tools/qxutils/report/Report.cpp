@@ -32,6 +32,8 @@ const char* textOf(MarkState state) {
 Json jsonOf(const MarkedPlace& mark) {
     Json json = {{"x", mark.place.corner.x},          {"y", mark.place.corner.y}, {"width", mark.place.shape.width},
                  {"height", mark.place.shape.height}, {"label", mark.label},      {"state", textOf(mark.state)}};
+    if (!mark.outline.empty())
+        json["lines"] = Json::array();
     for (const MarkLine& line : mark.outline)
         json["lines"].push_back({line.from.x, line.from.y, line.to.x, line.to.y});
     return json;

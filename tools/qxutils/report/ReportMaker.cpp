@@ -84,7 +84,11 @@ Outcome ReportMaker::addImage(const std::string& file) {
     if (!kinds.problem.empty())
         all = kinds;
     keep(all);
-    addPicture(file, *settings_.shape);
+    const std::string problem = addPicture(file, *settings_.shape);
+    if (all.problem.empty() && !problem.empty()) {
+        all.problem = problem;
+        all.exitCode = ExitCode::Failed;
+    }
     return all;
 }
 
@@ -123,8 +127,9 @@ std::vector<std::string> ReportMaker::kindsOf(const std::string& file) const {
     return kinds;
 }
 
-// The overlays come from the records that are kept already; these say, too, why there is no picture of a file.
-void ReportMaker::addPicture(const std::string& file, const Shape& shape) {
+// The overlays come from the records that are kept already; these say, too, why there is no picture of a file that
+// could not be judged.
+std::string ReportMaker::addPicture(const std::string& file, const Shape& shape) {
     const int side = reducedSide(files_);
     ReportImage picture{file, {}, {}};
     const auto show = [&](const auto& image, const auto&... dark) {
@@ -139,10 +144,11 @@ void ReportMaker::addPicture(const std::string& file, const Shape& shape) {
             show(loadFloatImage(file, shape));
         else
             show(loadRawImage(file, shape), dark_ ? &*dark_ : nullptr);
-    } catch (const ToolError&) {
-        return;
+    } catch (const ToolError& error) {
+        return error.what();
     }
     report_.images.push_back(std::move(picture));
+    return {};
 }
 
 void ReportMaker::keep(const Outcome& outcome) {

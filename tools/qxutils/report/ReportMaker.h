@@ -39,7 +39,8 @@ private:
     Outcome addImage(const std::string& file);
     Outcome judge(const std::string& file, const std::vector<std::string>& kinds);
     const FileJudge& judgeOf(const std::string& kind);
-    void addPicture(const std::string& file, const Shape& shape);
+    // Returns why there is none.
+    std::string addPicture(const std::string& file, const Shape& shape);
     void keep(const Outcome& outcome);
     std::vector<std::string> kindsOf(const std::string& file) const;
 

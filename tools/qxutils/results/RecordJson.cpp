@@ -188,6 +188,9 @@ Json toJson(const Record& record) {
     json["measures"] = Json::array();
     for (const Measure& measure : record.measures)
         json["measures"].push_back(toJson(measure));
+    // What becomes a list without memory for it is destroyed as one.
+    if (!record.squares.empty())
+        json["squares"] = Json::array();
     for (const SnrSquare& square : record.squares)
         json["squares"].push_back(toJson(square));
     return json;

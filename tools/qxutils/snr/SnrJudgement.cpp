@@ -23,6 +23,14 @@ void requireOk(int status, const Shape& shape) {
     }
 }
 
+// As the squares are without memory, too.
+void requireZeroSeries(const WORD* pixels, const Shape& shape) {
+    SnrSeries series(snrSquareSides(shape).size());
+    requireOk(calcGlobalSNR(pixels, shape.width, shape.height, series), shape);
+    if (std::ranges::any_of(series, [](float value) { return value != 0.0f; }))
+        throw std::bad_alloc();
+}
+
 // The library's squares; without pixels and without a factory series what comes from them is 0.
 std::vector<SNRSquare> squaresOf(const Shape& shape, const WORD* pixels, const SnrSeries& factory) {
     std::vector<SNRSquare> squares(1);
@@ -35,6 +43,9 @@ std::vector<SNRSquare> squaresOf(const Shape& shape, const WORD* pixels, const S
     measure(0);
     squares.resize(static_cast<std::size_t>(count));
     requireOk(measure(count), shape);
+    const auto isZero = [](const SNRSquare& square) { return square.measured == 0.0f; };
+    if (pixels != nullptr && std::ranges::all_of(squares, isZero))
+        requireZeroSeries(pixels, shape);
     return squares;
 }
 
