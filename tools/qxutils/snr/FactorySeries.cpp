@@ -10,7 +10,7 @@
 
 #include <QxUtils/Files.h>
 
-#include <toml++/toml.h>
+#include <TomlLibrary.h>
 
 #include <algorithm>
 #include <charconv>
