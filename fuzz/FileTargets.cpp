@@ -5,6 +5,7 @@
 #include <VirtualDetector.h>
 
 #include <algorithm>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -39,7 +40,7 @@ const Target kRawImage("RawImage", [](Input& input) {
     const auto bytes = static_cast<int>(length + input.rest().size());
 
     const int size = asked < 0 ? asked : asked % (bytes + 20);
-    const Array<char> buffer(new char[static_cast<std::size_t>(std::max(size, 0))]);
+    const std::unique_ptr<char[]> buffer(new char[static_cast<std::size_t>(std::max(size, 0))]);
     const int status = readImageFromDisk(fuzzFolder().c_str(), "image.raw", buffer.get(), size);
     require(status == (size < 0 ? 1020 : size > bytes ? 1040 : 0), "status by the length");
     require(imageWithHead(fuzzFolder().c_str(), "image.raw", bytes) == 1, "as long as expected");

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -27,10 +26,6 @@ inline void require(bool holds, const char* what) {
     std::fprintf(stderr, "does not hold: %s\n", what);
     std::abort();
 }
-
-// Values on the heap, so that the address sanitizer sees one byte beyond them; not null even without any.
-template <class Value>
-using Array = std::unique_ptr<Value[]>;
 
 // Takes bytes off the front of an input; zeros where it has ended.
 class Input {

@@ -6,7 +6,7 @@
 #include "VirtualDetector.h"
 
 #define TOML_EXCEPTIONS 0
-#include <toml++/toml.h>
+#include "TomlLibrary.h"
 
 #include <algorithm>
 #include <charconv>

@@ -11,7 +11,7 @@
 
 #include <QxUtils/Files.h>
 
-#include <toml++/toml.h>
+#include <TomlLibrary.h>
 
 #include <algorithm>
 #include <charconv>
