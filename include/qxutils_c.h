@@ -190,7 +190,7 @@ QX_C_API int qx_getROIMedian_u16(const uint16_t* image, int rowStart, int rowEnd
 QX_C_API int qx_getROIMedian_f32(const float* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QX_C_API int qx_getROIMean(const uint16_t* image, int rowStart, int rowEnd, int colStart, int colEnd, int width);
 QX_C_API int qx_getHistogramByBins(int* counts, int* centers, int bins, const uint16_t* data, int n);
-/* Draws from the rand() of the runtime inside the library, which qx_seed seeds. */
+/* Draws from the rand() of the runtime inside the library, which qx_seed seeds; neither beside the other. */
 QX_C_API double qx_getGaussValue(double sigma, double mean);
 QX_C_API void qx_seed(unsigned seed);
 QX_C_API float qx_GetCovOfTwoImages(const uint16_t* image, int width, int height);

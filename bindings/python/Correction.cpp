@@ -5,6 +5,7 @@
 
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 
 namespace qx::python {
 
@@ -129,8 +130,8 @@ void bindAfe(py::module_& module) {
            arg("median_ratios"), arg("width"), arg("afe_width"));
 }
 
-// The library lets no two calls write the same files.
-std::mutex calibrationFiles;
+// The library lets no two calls write the same files, nor a correction read them meanwhile.
+std::shared_mutex calibrationFiles;
 
 void ndtCalibrate(const std::optional<py::object>& bright, const py::object& dark) {
     const Image<std::uint32_t> darkImage(dark, "dark", Shape::Any);
@@ -158,6 +159,7 @@ py::object ndtCorrected(const py::object& image, const std::optional<py::object>
         requireSameShape(py::reinterpret_borrow<py::array>(image), "image", darkImage->array(), "dark");
     }
     return changed<std::uint32_t>(image, "image", Shape::Any, inPlace, [&](const Array<std::uint32_t>& array) {
+        const std::shared_lock lock(calibrationFiles);
         return correctNDTImage(array.data(), darkImage ? darkImage->data() : nullptr, array.count());
     });
 }
@@ -178,8 +180,10 @@ void bindCorrection(py::module_& module) {
     define(module, "ndt_calibrate", "executeNDTCAL",
            "Makes the NDT mode's calibration files from uint32 images; one call at a time.", ndtCalibrate,
            arg("bright").none(true), arg("dark"));
-    define(module, "ndt_correct", "correctNDTImage", "Corrects a uint32 image of the NDT mode.", ndtCorrected,
-           arg("image"), arg("dark") = py::none(), py::kw_only(), arg("in_place") = false);
+    define(
+        module, "ndt_correct", "correctNDTImage",
+        "Corrects a uint32 image of the NDT mode; one call at a time while the configuration asks for Corrected.raw.",
+        ndtCorrected, arg("image"), arg("dark") = py::none(), py::kw_only(), arg("in_place") = false);
 }
 
 }  // namespace qx::python
