@@ -3,6 +3,7 @@
 #include "Compare.h"
 #include "FloatKinds.h"
 #include "kernels/AfeKernels.h"
+#include "kernels/PixelKernels.h"
 #include "kernels/RankKernels.h"
 #include "kernels/SumKernels.h"
 #include "levels/AtVectorLevel.h"
@@ -38,6 +39,22 @@ TEST_P(RowKernelsAt, block_medians) {
             EXPECT_EQ(0, doBinningSample(actual.data(), image.data(), 70, 65));
             EXPECT_TRUE(sameBitsEverywhere(expected, actual)) << &kind - kFloatKinds<float>;
         }
+    }
+}
+
+// Most of these sums are rounded up to whole numbers from some pixel on.
+TEST_P(RowKernelsAt, shifts_of_every_pixel) {
+    std::vector<std::uint16_t> pixels(65536);
+    std::iota(pixels.begin(), pixels.end(), std::uint16_t{0});
+    for (const float offset :
+         {0.0f, 0.25f, 0.9999f, 0.99999994f, 7.9999f, 65534.996f, -1e-8f, -0.001f, -0.9999f, -7.0001f, -65534.996f}) {
+        std::vector<std::uint16_t> expected, actual = pixels;
+        for (const std::uint16_t pixel : pixels) {
+            const float sum = static_cast<float>(pixel) + offset;
+            expected.push_back(static_cast<std::uint16_t>(std::clamp(sum, 0.0f, 65535.0f)));
+        }
+        pixelKernels().shift(actual.data(), actual.size(), offset);
+        EXPECT_TRUE(sameBitsEverywhere(expected, actual)) << offset;
     }
 }
 
