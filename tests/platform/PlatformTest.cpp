@@ -17,7 +17,9 @@
 #include <map>
 
 #ifndef _WIN32
+#include <csignal>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -132,6 +134,19 @@ TEST(NewFiles, take_any_descriptor_and_what_permissions_the_mask_leaves) {
     EXPECT_TRUE(isAppended && isOpened);
     for (const auto& [name, permissions] : {std::pair{"log", 0666u}, {"file", 0666u}, {"folder", 0777u}})
         EXPECT_EQ(std::filesystem::perms{permissions}, std::filesystem::status(folder / name).permissions()) << name;
+}
+
+TEST(SharedAppend, text_that_is_cut_off_is_not_appended) {
+    const TemporaryDirectory folder;
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+    const rlimit fourBytes{4, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &fourBytes);
+    const bool isAppended = appendShared((folder / "log").c_str(), "12345");
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_FALSE(isAppended);
 }
 
 TEST(FileLength, pipe_has_none) {

@@ -201,21 +201,23 @@ TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the
                      "result is 0",
                      "<checkFirstImg> terminates with a return value 0"}),
               takeLog());
+    // A surface that lies below 1 everywhere.
+    const auto isDim = [](int block) { return block == 5 || block == 10; };
+    const TestImage faint = exposed(512, 512, [=](int row, int col) { return isDim(row) && isDim(col) ? 0 : 1; });
     // The fit to a flat image is highest in two corners: columns come before rows.
     const struct {
         TestImage image;
         int afeWidth;
         const char *highest, *peak, *model;
-    } cases[] = {
-        {flat(512, 512, 5000), 128, "x0=128,y0=352", "x0=259,y0=256",
-         "a=4999.999023,b=-0.000000,c=-0.000000,d=0.000000"},
-        {paraboloid(577, 801), 100, "x0=128,y0=256", "x0=310,y0=254",
-         "a=29100.195312,b=-0.000344,c=0.001274,d=-0.000045"},
-        {flat(512, 512, 1), 128, "x0=128,y0=352", "x0=279,y0=245", "a=1.000000,b=-0.000000,c=-0.000000,d=0.000000"},
-        {paraboloid(640, 700), 128, "x0=320,y0=256", "x0=314,y0=254",
-         "a=29244.691406,b=0.001231,c=0.001236,d=-0.000000"}};
+    } cases[] = {{flat(512, 512, 5000), 128, "x0=128,y0=352", "x0=259,y0=256",
+                  "a=4999.999023,b=-0.000000,c=-0.000000,d=0.000000"},
+                 {paraboloid(577, 801), 100, "x0=128,y0=256", "x0=310,y0=254",
+                  "a=29100.195312,b=-0.000344,c=0.001274,d=-0.000045"},
+                 {faint, 128, "x0=224,y0=224", "x0=239,y0=239", "a=0.971914,b=0.002756,c=0.002756,d=0.000000"},
+                 {paraboloid(640, 700), 128, "x0=320,y0=256", "x0=314,y0=254",
+                  "a=29244.691406,b=0.001231,c=0.001236,d=-0.000000"}};
     for (const auto& c : cases) {
-        setLimits(1, c.afeWidth);
+        setLimits(0, c.afeWidth);
         EXPECT_EQ(0, first(c.image));
         const Lines lines = takeLog();
         const std::string centre = "tube center center calculated by fit ";
