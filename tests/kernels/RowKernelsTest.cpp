@@ -7,6 +7,7 @@
 #include "kernels/RankKernels.h"
 #include "kernels/SumKernels.h"
 #include "levels/AtVectorLevel.h"
+#include "numerics/statistics/BlockMedians.h"
 #include "reference/correction/PlainAfe.h"
 
 #include <QxUtils.h>
@@ -74,6 +75,10 @@ TEST_P(RowKernelsAt, ranks_of_pixel_blocks) {
         for (const int rank : {0, 1, 100, kPixels / 2, kPixels - 1})
             EXPECT_EQ(sorted[static_cast<std::size_t>(rank)],
                       rankKernels().pixelBlockRank(image.data(), kStride, rank));
+        float medians[] = {0, kPoison};
+        gridBlockMedians(image.data(), kStride, 1, medians);
+        EXPECT_EQ(sorted[kPixels / 2], medians[0]);
+        EXPECT_EQ(kPoison, medians[1]);
     }
 }
 
