@@ -252,6 +252,13 @@ TEST(CleanFileLimit, joined_path_above_255_characters_is_fatal) {
     const std::string oneLine = "^[^\n]+\n$";
     EXPECT_EXIT(cleanFile(dir.c_str(), std::string(55, 'n').c_str()), ::testing::KilledBySignal(SIGABRT), oneLine);
     EXPECT_EXIT(cleanFile(std::string(5000, 'd').c_str(), "n"), ::testing::KilledBySignal(SIGABRT), oneLine);
+    // What was printed before is not lost.
+    const auto printAndDie = [] {
+        std::fputs("printed", stdout);
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        cleanFile(std::string(5000, 'd').c_str(), "n");
+    };
+    EXPECT_EXIT(printAndDie(), ::testing::KilledBySignal(SIGABRT), "printed$");
 #endif
 }
 
@@ -320,6 +327,8 @@ TEST_F(FileConsole, messages_appear_under_the_debug_flag_alone) {
         {[&] { readImageFromDisk(nullptr, "five", buffer, 5); }, ""},
 #ifdef __linux__
         {[&] { writeImageToDisk("/dev/", "full", "", 0); }, "Full path: /dev/full \n fwrite return count=0\n"},
+        {[&] { writeImageToDisk("/dev/", "full", "abc", 3); },
+         "Full path: /dev/full \n fwrite return count=0\nWrite file error!\n"},
 #endif
     };
     for (int flag : {0, 1, -1}) {

@@ -3,9 +3,11 @@
 #include "Compare.h"
 #include "FloatKinds.h"
 #include "kernels/AfeKernels.h"
+#include "kernels/PixelKernels.h"
 #include "kernels/RankKernels.h"
 #include "kernels/SumKernels.h"
 #include "levels/AtVectorLevel.h"
+#include "numerics/statistics/BlockMedians.h"
 #include "reference/correction/PlainAfe.h"
 
 #include <QxUtils.h>
@@ -41,6 +43,22 @@ TEST_P(RowKernelsAt, block_medians) {
     }
 }
 
+// Most of these sums are rounded up to whole numbers from some pixel on.
+TEST_P(RowKernelsAt, shifts_of_every_pixel) {
+    std::vector<std::uint16_t> pixels(65536);
+    std::iota(pixels.begin(), pixels.end(), std::uint16_t{0});
+    for (const float offset :
+         {0.0f, 0.25f, 0.9999f, 0.99999994f, 7.9999f, 65534.996f, -1e-8f, -0.001f, -0.9999f, -7.0001f, -65534.996f}) {
+        std::vector<std::uint16_t> expected, actual = pixels;
+        for (const std::uint16_t pixel : pixels) {
+            const float sum = static_cast<float>(pixel) + offset;
+            expected.push_back(static_cast<std::uint16_t>(std::clamp(sum, 0.0f, 65535.0f)));
+        }
+        pixelKernels().shift(actual.data(), actual.size(), offset);
+        EXPECT_TRUE(sameBitsEverywhere(expected, actual)) << offset;
+    }
+}
+
 TEST_P(RowKernelsAt, ranks_of_pixel_blocks) {
     constexpr int kPixels = kGridBlockSide * kGridBlockSide;
     constexpr int kStride = kGridBlockSide + 5;
@@ -57,6 +75,10 @@ TEST_P(RowKernelsAt, ranks_of_pixel_blocks) {
         for (const int rank : {0, 1, 100, kPixels / 2, kPixels - 1})
             EXPECT_EQ(sorted[static_cast<std::size_t>(rank)],
                       rankKernels().pixelBlockRank(image.data(), kStride, rank));
+        float medians[] = {0, kPoison};
+        gridBlockMedians(image.data(), kStride, 1, medians);
+        EXPECT_EQ(sorted[kPixels / 2], medians[0]);
+        EXPECT_EQ(kPoison, medians[1]);
     }
 }
 

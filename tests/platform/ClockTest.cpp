@@ -60,7 +60,7 @@ TEST_F(SystemClock, tells_the_zones_time_to_the_millisecond) {
         return std::tuple(t.year, t.month, t.day, t.hour, t.minute, t.second, t.millisecond);
     };
     const auto now = [] { return floor<milliseconds>(system_clock::now() + hours(5) + minutes(30)); };
-    for (int i = 0; i < 20;) {
+    for (int i = 0; i < 20'000;) {
         const auto before = now();
         const LocalTime told = localTime();
         if (now() != before || before.time_since_epoch().count() % 10 == 0)
@@ -138,6 +138,13 @@ TEST_F(AtPretendedTime, logs_older_than_thirty_approximate_days_are_removed) {
     EXPECT_TRUE(std::filesystem::exists(logFolder() / "2020-01-01" / "inner"));
     EXPECT_TRUE(std::filesystem::exists(logFolder() / "2020-01-01\\inner"));
 #endif
+    // A year has 365 days.
+    pretended = {2025, 1, 5, 0, 0, 0, 0};
+    for (const char* const name : {"2024-12-10.log", "2024-12-09.log"})
+        writeFile(logFolder() / name, "x");
+    EXPECT_EQ(0, removeLogFile());
+    EXPECT_TRUE(std::filesystem::exists(logFolder() / "2024-12-10.log"));
+    EXPECT_FALSE(std::filesystem::exists(logFolder() / "2024-12-09.log"));
 }
 
 }  // namespace

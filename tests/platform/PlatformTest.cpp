@@ -1,6 +1,8 @@
 #include "Builders.h"
 
 #include "foundation/CheckedNumbers.h"
+#include "foundation/ImageView.h"
+#include "foundation/JoinedPath.h"
 #include "platform/DirectoryRecord.h"
 #include "platform/FileSystem.h"
 #include "platform/NativePath.h"
@@ -15,8 +17,11 @@
 #include <map>
 
 #ifndef _WIN32
+#include <csignal>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -88,6 +93,69 @@ TEST(DirectoryListing, tells_creation_from_modification_keeps_dangling_links_and
     EXPECT_EQ(ticks(status.stx_mtime), found["file"].modificationTime);
     EXPECT_EQ(ticks(hasCreation ? status.stx_btime : status.stx_mtime), found["file"].creationTime);
 }
+
+// Read-only is what nobody may write to; nothing else counts.
+TEST(DirectoryListing, attributes_follow_the_permissions) {
+    const TemporaryDirectory folder;
+    const std::map<std::string, std::pair<unsigned, std::uint32_t>> expected = {
+        {"none", {0, 0x01}},     {"readable", {0555, 0x01}}, {"owner's", {0200, 0x80}}, {"group's", {020, 0x80}},
+        {"others'", {02, 0x80}}, {"folder", {0755, 0x10}},   {"closed", {0555, 0x11}}};
+    for (const auto& [name, entry] : expected) {
+        (entry.second & 0x10) != 0 ? void(createDirectory((folder / name).c_str()))
+                                   : test::writeFile(folder / name, "");
+        std::filesystem::permissions(folder / name, std::filesystem::perms{entry.first});
+    }
+    std::size_t count = 0;
+    DirectoryListing listing(folder.path().c_str());
+    for (DirectoryEntry entry{}; listing.next(entry);) {
+        const auto found = expected.find(entry.name);
+        if (found == expected.end())
+            continue;
+        EXPECT_EQ(found->second.second, listing.record().dwFileAttributes) << entry.name;
+        ++count;
+    }
+    EXPECT_EQ(expected.size(), count);
+}
+#endif
+
+#ifndef _WIN32
+// A process without standard input gets descriptor 0.
+TEST(NewFiles, take_any_descriptor_and_what_permissions_the_mask_leaves) {
+    const TemporaryDirectory folder;
+    const int input = dup(0);
+    const mode_t mask = umask(0);
+    close(0);
+    const bool isAppended = appendShared((folder / "log").c_str(), "x");
+    const bool isOpened = openFile((folder / "file").c_str(), OpenMode::WriteBinary) != nullptr;
+    createDirectory((folder / "folder").c_str());
+    umask(mask);
+    dup2(input, 0);
+    close(input);
+    EXPECT_TRUE(isAppended && isOpened);
+    for (const auto& [name, permissions] : {std::pair{"log", 0666u}, {"file", 0666u}, {"folder", 0777u}})
+        EXPECT_EQ(std::filesystem::perms{permissions}, std::filesystem::status(folder / name).permissions()) << name;
+}
+
+TEST(SharedAppend, text_that_is_cut_off_is_not_appended) {
+    const TemporaryDirectory folder;
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+    const rlimit fourBytes{4, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &fourBytes);
+    const bool isAppended = appendShared((folder / "log").c_str(), "12345");
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_FALSE(isAppended);
+}
+
+TEST(FileLength, pipe_has_none) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const File end(fdopen(ends[0], "rb"));
+    EXPECT_EQ(-1, fileLength(end.get()));
+    close(ends[1]);
+}
 #endif
 
 TEST(SharedAppend, adds_to_what_is_there) {
@@ -95,12 +163,27 @@ TEST(SharedAppend, adds_to_what_is_there) {
     const std::string path = folder / "log";
     EXPECT_TRUE(appendShared(path.c_str(), "one\n"));
     EXPECT_TRUE(appendShared(path.c_str(), "two\n"));
+    EXPECT_TRUE(appendShared(path.c_str(), ""));
 #ifdef _WIN32
     EXPECT_EQ("one\r\ntwo\r\n", test::readFile(path));
 #else
     EXPECT_EQ("one\ntwo\n", test::readFile(path));
 #endif
     EXPECT_FALSE(appendShared((folder / "missing/log").c_str(), "three\n"));
+}
+
+TEST(JoinedPath, missing_parts_are_empty_and_one_character_is_a_part) {
+    EXPECT_STREQ("dn", JoinedPath("d", "n").c_str());
+    EXPECT_STREQ("n", JoinedPath(nullptr, "n").c_str());
+    EXPECT_STREQ("d", JoinedPath("d", nullptr).c_str());
+}
+
+TEST(ImageView, contains_what_crosses_no_side) {
+    const ImageView<const char> image{nullptr, 8, 6};
+    for (const Rect& inside : {Rect{0, 0, 6, 8}, {5, 7, 1, 1}, {2, 3, 4, 5}})
+        EXPECT_TRUE(image.contains(inside)) << inside.top;
+    for (const Rect& across : {Rect{-1, 0, 1, 1}, {0, -1, 1, 1}, {2, 3, 5, 5}, {2, 3, 4, 6}})
+        EXPECT_FALSE(image.contains(across)) << across.top << ' ' << across.height;
 }
 
 TEST(TruncateToInt, gives_what_the_processor_gives) {

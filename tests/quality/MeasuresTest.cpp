@@ -275,6 +275,7 @@ TEST_F(MeasuresAtTheLimits, of_snr_series) {
         int count = -1;
         ASSERT_EQ(0, measureSNRSquares(data, 800, 790, nullptr, 0, squares, 6, &count));
         ASSERT_EQ(5, count);
+        EXPECT_EQ(768, squares[4].side);
         // A factory series whose expectation, or itself, lies at some of the measured values.
         Floats factory;
         for (int k = 0; k < count; ++k) {

@@ -137,6 +137,8 @@ TEST_F(ExecuteNdtCal, agrees_with_the_plain_method) {
         expectAgreement(randomPixels(count, 0, 40, 5), randomPixels(count, 0, 40, 6));
         expectAgreement(Longs(count, 7), Longs(count, 7));
     }
+    // A sum that not every order gives.
+    expectAgreement(Longs(2'200'000, UINT_MAX), Longs(2'200'000));
     // Gains of 2^24 show the last bit of the mean.
     for (std::uint64_t seed = 0; seed < 20; ++seed) {
         Longs bright(1600, 0);

@@ -293,6 +293,18 @@ TEST_F(RemoveGenericStripe, more_than_24_rows_become_24_with_a_warning) {
     }
 }
 
+TEST_F(RemoveGenericStripe, smallest_gray_value_is_not_black) {
+    Ratios values(kBandRows, 1.25);
+    values[24] = 1.0;
+    for (const std::uint32_t ceiling : {65535u, 65536u}) {
+        maxGrayValue = ceiling;
+        TestImage band = constantImage(1, kBandHeight, 42);  // (42 - 208) * 1.25 + 208 + 0.5 is 1
+        removeGenericStripe({band.pixels.data(), 1, kBandHeight}, {band.data(), 1, kBandHeight}, ConstRatioSpan(values),
+                            1);
+        EXPECT_EQ(1, band.at(24, 0));
+    }
+}
+
 TEST_F(RemoveGenericStripe, agrees_with_the_plain_method) {
     setLogLevel(4);
     SplitMix64 random(3);

@@ -228,7 +228,9 @@ TEST_F(StrictKitTest, missing_calibration_files_are_asked_for_by_kind_and_name) 
             strictKit().config.fixedLinearGainEnabled = c.fixedGain;
             fs::remove(root_ / c.missing);
             Longs image = raw_;
+            ::testing::internal::CaptureStdout();
             EXPECT_EQ(status == 0 ? c.delivered : 1077, correct(image, nullptr)) << c.missing;
+            EXPECT_EQ("", ::testing::internal::GetCapturedStdout());  // as long as nobody has set the debug flag
             EXPECT_EQ(Calls{c.call}, strictKit().calls);
             EXPECT_EQ(raw_, image);
         }

@@ -229,7 +229,7 @@ TEST(FitSurfaceLeastSquares, twenty_powers_at_most) {
     float x[25], values[25], dt[3];
     const float* rows[25];
     for (int i = 0; i < 25; ++i) {
-        x[i] = static_cast<float>((i - 12) * 0.1);
+        x[i] = static_cast<float>((i - 12) * 0.01);
         values[i] = static_cast<float>(std::pow(x[i], 19));
         rows[i] = &values[i];
     }

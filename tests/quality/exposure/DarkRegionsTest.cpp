@@ -42,6 +42,7 @@ TEST(LargestRegion, of_known_maps) {
         {21, {"#.###.#", "...#...", "#..#..#", "#######", "#..#..#", "...#...", "#.###.#"}},
         {0, {"....", "...."}},
         {3, {"#.#", ".#.", "...", "##."}},
+        {2, {"#..", "...", ".##"}},
         // Arms that meet only at the bottom, from either side and nested.
         {11, {"#...#", "#...#", "#...#", "#####"}},
         {12, {"#.#.#.#.#", "#.#.#.#.#", "#.#.#...#", "#.#.#####", "#.#......", "#.#######"}},
@@ -50,7 +51,11 @@ TEST(LargestRegion, of_known_maps) {
     };
     for (const auto& c : cases) {
         const Map map = mapOf(c.rows);
-        EXPECT_EQ(c.size, largestRegion({map.data(), map.width, map.height})) << c.rows[0];
+        Map inside = map;
+        EXPECT_EQ(c.size,
+                  largestRegion({map.data(), map.width, map.height}, {inside.pixels.data(), map.width, map.height}))
+            << c.rows[0];
+        EXPECT_EQ(c.size, std::count(inside.pixels.begin(), inside.pixels.end(), 1)) << c.rows[0];
     }
 }
 

@@ -201,6 +201,9 @@ TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the
                      "result is 0",
                      "<checkFirstImg> terminates with a return value 0"}),
               takeLog());
+    // A surface that lies below 1 everywhere.
+    const auto isDim = [](int block) { return block == 5 || block == 10; };
+    const TestImage faint = exposed(512, 512, [=](int row, int col) { return isDim(row) && isDim(col) ? 0 : 1; });
     // The fit to a flat image is highest in two corners: columns come before rows.
     const struct {
         TestImage image;
@@ -210,10 +213,11 @@ TEST_F(CheckFirstImg, course_of_a_passing_image_is_logged_with_the_centre_of_the
                   "a=4999.999023,b=-0.000000,c=-0.000000,d=0.000000"},
                  {paraboloid(577, 801), 100, "x0=128,y0=256", "x0=310,y0=254",
                   "a=29100.195312,b=-0.000344,c=0.001274,d=-0.000045"},
+                 {faint, 128, "x0=224,y0=224", "x0=239,y0=239", "a=0.971914,b=0.002756,c=0.002756,d=0.000000"},
                  {paraboloid(640, 700), 128, "x0=320,y0=256", "x0=314,y0=254",
                   "a=29244.691406,b=0.001231,c=0.001236,d=-0.000000"}};
     for (const auto& c : cases) {
-        setLimits(100, c.afeWidth);
+        setLimits(0, c.afeWidth);
         EXPECT_EQ(0, first(c.image));
         const Lines lines = takeLog();
         const std::string centre = "tube center center calculated by fit ";
@@ -233,6 +237,18 @@ TEST_F(CheckFirstImg, bad_columns_at_afe_edges_do_not_move_the_centre_of_the_tub
                   return 30000 * (1 - 1.2e-6 * squares) * factor;
               })));
     EXPECT_TRUE(logHolds("tube center calculate by poly fit, x0=384,y0=270"));
+}
+
+// The peak of the block row and the block column through the middle lies as far from the middle block as that of the
+// others does, on its other side.
+TEST_F(CheckFirstImg, blocks_through_the_middle_tell_the_centre_of_the_tube) {
+    setLimits(100, 768);
+    first(lit(768, 640, [](int row, int col) {
+        const int right = col - (row / 32 == 10 ? 415 : 384);
+        const int down = row - (col / 32 == 12 ? 401 : 270);
+        return 30000 * (1 - 1.2e-6 * (right * right + down * down));
+    }));
+    EXPECT_TRUE(logHolds("tube center calculate by poly fit, x0=415,y0=401"));
 }
 
 // Pixels below the dark level on both sides of every boundary: their differences, and what they are raised to, have a
