@@ -51,6 +51,7 @@ TEST(DirectoryListing, entries_and_records_hold_names_kinds_sizes_and_times) {
     std::map<std::string, std::pair<DirectoryEntry, DirectoryRecord>> found;
     DirectoryListing listing(folder.path().c_str());
     ASSERT_TRUE(listing.started());
+    EXPECT_STREQ("", listing.record().cFileName);
     for (DirectoryEntry entry{}; listing.next(entry);) {
         const DirectoryRecord record = listing.record();
         found[entry.name] = {entry, record};
@@ -79,13 +80,15 @@ TEST(DirectoryListing, tells_creation_from_modification_keeps_dangling_links_and
     std::filesystem::last_write_time(folder / "file",
                                      std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000));
     std::filesystem::create_symlink("nowhere", folder / "link");
+    std::filesystem::create_symlink("file", folder / "to-file");
     test::writeFile(folder / "with\\separator", "1");
     std::map<std::string, DirectoryEntry> found;
     DirectoryListing listing(folder.path().c_str());
     for (DirectoryEntry entry{}; listing.next(entry);)
         found[entry.name] = entry;
     EXPECT_EQ(1u, found.count("link"));
-    EXPECT_EQ(4u, found.size());
+    EXPECT_EQ(5u, found.size());
+    EXPECT_EQ(1, found["to-file"].size);
     struct statx status {};
     ASSERT_EQ(0, statx(AT_FDCWD, (folder / "file").c_str(), 0, STATX_BTIME | STATX_MTIME, &status));
     const bool hasCreation = (status.stx_mask & STATX_BTIME) != 0;
@@ -132,6 +135,10 @@ TEST(NewFiles, take_any_descriptor_and_what_permissions_the_mask_leaves) {
     dup2(input, 0);
     close(input);
     EXPECT_TRUE(isAppended && isOpened);
+    EXPECT_TRUE(appendShared((folder / "log").c_str(), "x"));
+    const int next = dup(0);
+    EXPECT_EQ(input, next) << "a descriptor is left open";
+    close(next);
     for (const auto& [name, permissions] : {std::pair{"log", 0666u}, {"file", 0666u}, {"folder", 0777u}})
         EXPECT_EQ(std::filesystem::perms{permissions}, std::filesystem::status(folder / name).permissions()) << name;
 }
