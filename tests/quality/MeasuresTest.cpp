@@ -350,9 +350,10 @@ TEST_F(MeasuresAtTheLimits, are_refused_as_the_checks_refuse) {
     EXPECT_EQ(1057, locateShadow(image, image, 64, 32, nullptr, 2));
     // Below the floor there is no shadow.
     detector().config.exposedBlockFloor = 1;
-    unsigned char shadow[2] = {7, 7};
-    EXPECT_EQ(0, locateShadow(image, image, 64, 32, shadow, 2));
-    EXPECT_EQ(0, shadow[0] + shadow[1]);
+    const TestImage unexposed = constantImage(64, 64, 200);
+    unsigned char shadow[4] = {7, 7, 7, 7};
+    EXPECT_EQ(0, locateShadow(unexposed.data(), unexposed.data(), 64, 64, shadow, 4));
+    EXPECT_EQ(0, shadow[0] + shadow[1] + shadow[2] + shadow[3]);
 }
 
 }  // namespace
