@@ -116,6 +116,7 @@ protected:
         EXPECT_EQ(0, decodeFile(source_.c_str(), destination_.c_str()));
         std::string text = qx::test::readFile(destination_);
         std::erase(text, '\r');
+        EXPECT_TRUE(logLines().empty());
         return text;
     }
 };

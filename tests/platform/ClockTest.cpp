@@ -2,6 +2,7 @@
 
 #include "DetectorFixture.h"
 
+#include "foundation/Log.h"
 #include "platform/Clock.h"
 
 #include <chrono>
@@ -83,6 +84,8 @@ TEST_F(AtPretendedTime, log_line_carries_the_padded_time) {
     EXPECT_EQ("2024/03/07-09:05:03.042" + text, lineWrittenAt(42));
     EXPECT_EQ("2024/03/07-09:05:03.007" + text, lineWrittenAt(7));
     EXPECT_EQ("2024/03/07-09:05:03.999" + text, lineWrittenAt(999));
+    logInfo(kLogNoValue, "%s", std::string(2000, 'x').c_str());
+    EXPECT_EQ("Utils  | I | " + std::string(1023, 'x'), logLines().back());
 }
 
 TEST_F(AtPretendedTime, every_day_has_its_log) {

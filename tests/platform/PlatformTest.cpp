@@ -79,13 +79,16 @@ TEST(DirectoryListing, tells_creation_from_modification_keeps_dangling_links_and
     std::filesystem::last_write_time(folder / "file",
                                      std::filesystem::file_time_type::clock::now() - std::chrono::hours(1000));
     std::filesystem::create_symlink("nowhere", folder / "link");
+    std::filesystem::create_symlink("file", folder / "to-file");
     test::writeFile(folder / "with\\separator", "1");
     std::map<std::string, DirectoryEntry> found;
     DirectoryListing listing(folder.path().c_str());
+    EXPECT_STREQ("", listing.record().cFileName);
     for (DirectoryEntry entry{}; listing.next(entry);)
         found[entry.name] = entry;
     EXPECT_EQ(1u, found.count("link"));
-    EXPECT_EQ(4u, found.size());
+    EXPECT_EQ(5u, found.size());
+    EXPECT_EQ(1, found["to-file"].size);
     struct statx status {};
     ASSERT_EQ(0, statx(AT_FDCWD, (folder / "file").c_str(), 0, STATX_BTIME | STATX_MTIME, &status));
     const bool hasCreation = (status.stx_mask & STATX_BTIME) != 0;
@@ -132,6 +135,11 @@ TEST(NewFiles, take_any_descriptor_and_what_permissions_the_mask_leaves) {
     dup2(input, 0);
     close(input);
     EXPECT_TRUE(isAppended && isOpened);
+    EXPECT_TRUE(appendShared((folder / "log").c_str(), "x"));
+    EXPECT_TRUE(openFile((folder / "file").c_str(), OpenMode::ReadBinary) != nullptr);
+    const int next = dup(0);
+    EXPECT_EQ(input, next) << "a descriptor is left open";
+    close(next);
     for (const auto& [name, permissions] : {std::pair{"log", 0666u}, {"file", 0666u}, {"folder", 0777u}})
         EXPECT_EQ(std::filesystem::perms{permissions}, std::filesystem::status(folder / name).permissions()) << name;
 }

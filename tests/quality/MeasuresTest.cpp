@@ -348,6 +348,12 @@ TEST_F(MeasuresAtTheLimits, are_refused_as_the_checks_refuse) {
     EXPECT_EQ(1057, measureGlobalSNR(image, 640, 640, nullptr, 9, nullptr));
     EXPECT_EQ(1020, locateShadow(image, image, 64, 32, blocks, 1));
     EXPECT_EQ(1057, locateShadow(image, image, 64, 32, nullptr, 2));
+    // Below the floor there is no shadow.
+    detector().config.exposedBlockFloor = 1;
+    const TestImage unexposed = constantImage(64, 64, 200);
+    unsigned char shadow[4] = {7, 7, 7, 7};
+    EXPECT_EQ(0, locateShadow(unexposed.data(), unexposed.data(), 64, 64, shadow, 4));
+    EXPECT_EQ(0, shadow[0] + shadow[1] + shadow[2] + shadow[3]);
 }
 
 }  // namespace

@@ -210,6 +210,10 @@ TEST(FitSurfaceLeastSquares, residuals_and_equal_abscissas) {
     FitSurfaceLeastSquares(x, y, z, reinterpret_cast<float(*)[3]>(a.data()), dt.data(), 3, 2, 3, 3);
     expectNear({6, 6, 0, 0, 0, 0, 0, 0, 0}, a, 1e-6);
     expectNear({36, 12, 3}, dt, 1e-6);
+    const float same[] = {2, 2, 2, 2}, *const four[] = {rows[0], rows[1], rows[2], rows[0]};
+    Floats equal(12, kPoison);
+    FitSurfaceLeastSquares(same, y, four, reinterpret_cast<float(*)[3]>(equal.data()), dt.data(), 4, 2, 4, 3);
+    expectNear({5.25, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, equal, 1e-6);
     // Two different abscissas carry two powers, whatever is left of the third by rounding.
     constexpr float kTwo[] = {55.6070061f, 30.8695507f, 55.6070061f, 55.6070061f};
     constexpr float kFour[] = {0, 1, 2, 3};

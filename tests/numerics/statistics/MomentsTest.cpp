@@ -61,6 +61,9 @@ TEST(GetStdev, integer_members_measure_around_the_truncated_mean) {
         uneven[i] = i % 3 == 1 ? 16876 : i % 6 == 0 ? 13774 : 20793;
     EXPECT_EQ(2685.77417f, getStdev(uneven, 512, 1));
     EXPECT_EQ(plain::getStdev(uneven, 512, 1), getStdev(uneven, 512, 1));
+    // The square of 4097 is odd, and rounded.
+    const WORD wide[] = {10000 - 4097, 10000 + 4097, 10000, 10000};
+    EXPECT_EQ(plain::getStdev(wide, 4, 1), getStdev(wide, 4, 1));
     float mean = 0, stdev = 0;
     getStdevAndMean(ints, 2, 1, mean, stdev);
     EXPECT_EQ(1.5f, mean);
