@@ -21,13 +21,14 @@
 
 // Writes size bytes as the whole content of a file; the directory is created when missing (one level). They are written
 // beside the file and replace it when they are all there: who opens the name sees the old content or the new one, and a
-// failure leaves the old one, or none. The permissions stay (on Windows they are the directory's), and so does a
-// symbolic link: what it leads to is replaced. What cannot be replaced is written in place, and a failure leaves what
-// was written: a device or pipe; a file of several names (hard links), which all show the new content; one whose owner
-// or access list could not be kept; a symbolic link that leads nowhere (on Windows any link); on Windows a file that is
-// hidden, or stays open elsewhere; every file in a directory where no second one can be made. A process that dies
-// meanwhile leaves at most a file named ".qx-" and six hexadecimal digits, which functions that list directories pass
-// over. Returns 0, 1057, 1020, 1039, or 1041 when fewer bytes were written, or closing the file lost some.
+// failure leaves the old one, or none. The disk needs room for both. The permissions stay (on Windows they are the
+// directory's), and so does a symbolic link: what it leads to is replaced. The creation time stays on Windows;
+// elsewhere the file counts as created by the call. What cannot be replaced is written in place, and a failure leaves
+// what was written: a device or pipe; a file of several names (hard links), which all show the new content; one whose
+// owner or access list could not be kept; a symbolic link that leads nowhere (on Windows any link); on Windows a file
+// that is hidden, or stays open elsewhere; every file in a directory where no second one can be made. A process that
+// dies meanwhile leaves at most a file named ".qx-" and six hexadecimal digits, which functions that list directories
+// pass over. Returns 0, 1057, 1020, 1039, or 1041 when fewer bytes were written, or closing the file lost some.
 QXUTILS_API int writeImageToDisk(const char* dir, const char* name, const char* buffer, int size);
 
 // Reads the first size bytes of a file. Returns 0, 1057, 1020, 1039, or 1040 when the file is shorter; the bytes that

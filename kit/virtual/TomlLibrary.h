@@ -3,6 +3,7 @@
 // toml++. It tells white space beyond ASCII by tables whose gaps it declares unreachable; a letter such as U+00E4
 // outside of texts and comments reaches them. They mean "no" here, so that the parser refuses the letter.
 
+#include <cstdint>
 #include <toml++/impl/preprocessor.h>
 
 #pragma push_macro("TOML_UNREACHABLE")
@@ -12,3 +13,6 @@
 #pragma pop_macro("TOML_UNREACHABLE")
 
 #include <toml++/toml.h>
+
+// No constant where the gap stays unreachable, as in another release of the library.
+static_assert(!toml::impl::is_non_ascii_horizontal_whitespace(U'\u00E4'));

@@ -26,8 +26,8 @@ std::FILE* openForReading(const char* path, bool isText) noexcept {
         CreateFileA(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return nullptr;
-    const int descriptor =
-        _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_RDONLY | (isText ? _O_TEXT : _O_BINARY));
+    const int flags = _O_RDONLY | _O_NOINHERIT | (isText ? _O_TEXT : _O_BINARY);
+    const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(file), flags);
     if (descriptor < 0) {
         CloseHandle(file);
         return nullptr;

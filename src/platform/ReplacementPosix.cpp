@@ -21,19 +21,23 @@ bool isWritable(const char* path) noexcept {
     return descriptor >= 0 && close(descriptor) == 0;
 }
 
+constexpr const char* kAccessList = "system.posix_acl_access";
+
 // Whether another file can stand for it: no name and no right gets lost.
 bool isReplaceable(const char* path, const struct stat& status) noexcept {
-    return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-           getxattr(path, "system.posix_acl_access", nullptr, 0) <= 0 && isWritable(path);
+    return S_ISREG(status.st_mode) && status.st_nlink == 1 && getxattr(path, kAccessList, nullptr, 0) <= 0 &&
+           isWritable(path);
 }
 
+// The directory may have given the new file an access list that the replaced one is without.
 bool giveRightsOf(const struct stat& replaced, int descriptor) noexcept {
     constexpr mode_t kPermissions = 07777;
     struct stat status {};
     if (fstat(descriptor, &status) != 0)
         return false;
     const bool isOwned = status.st_uid == replaced.st_uid && status.st_gid == replaced.st_gid;
-    return (isOwned || fchown(descriptor, replaced.st_uid, replaced.st_gid) == 0) &&
+    return fgetxattr(descriptor, kAccessList, nullptr, 0) <= 0 &&
+           (isOwned || fchown(descriptor, replaced.st_uid, replaced.st_gid) == 0) &&
            fchmod(descriptor, replaced.st_mode & kPermissions) == 0;
 }
 

@@ -64,11 +64,15 @@ int Replacement::createBeside(int) noexcept {
         if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS)
             break;
     }
-    if (file != INVALID_HANDLE_VALUE)
-        return _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_WRONLY | _O_BINARY);
-    // Whatever has the name is not this one's.
-    beside_.fill('\0');
-    return -1;
+    if (file == INVALID_HANDLE_VALUE) {
+        // Whatever has the name is not this one's.
+        beside_.fill('\0');
+        return -1;
+    }
+    const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_WRONLY | _O_NOINHERIT | _O_BINARY);
+    if (descriptor < 0)
+        CloseHandle(file);
+    return descriptor;
 }
 
 bool Replacement::takePlace() noexcept {

@@ -7,10 +7,12 @@
 #ifdef __linux__
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <thread>
 #include <unistd.h>
 #endif
@@ -120,6 +122,24 @@ TEST_F(WriteImage, file_stays_what_it_is_but_for_its_content) {
     EXPECT_EQ("made", readFile(fs::path(folder() / "elsewhere") / "made"));
     EXPECT_TRUE(fs::is_symlink(nowhere));
     EXPECT_EQ(5, entries());
+}
+
+// Linux's own form of access lists: tag, rights and id of the owner, a named user, the group, the mask and others.
+TEST_F(WriteImage, file_gets_no_access_list_of_its_directory) {
+    struct {
+        std::uint32_t version = 2;
+        struct {
+            std::uint16_t tag, rights;
+            std::uint32_t id;
+        } entries[5] = {{1, 7, ~0u}, {2, 6, 1234}, {4, 5, ~0u}, {0x10, 7, ~0u}, {0x20, 5, ~0u}};
+    } const list;
+    writeFile(folder() / "file", "old");
+    if (setxattr(dir_.c_str(), "system.posix_acl_default", &list, sizeof list, 0) != 0)
+        GTEST_SKIP() << "this file system keeps no access lists";
+    EXPECT_EQ(0, write("file", "new"));
+    EXPECT_EQ("new", readFile(folder() / "file"));
+    EXPECT_GT(0, getxattr((folder() / "file").c_str(), "system.posix_acl_access", nullptr, 0));
+    EXPECT_EQ(1, entries());
 }
 
 TEST_F(WriteImage, pipe_is_written_and_stays) {

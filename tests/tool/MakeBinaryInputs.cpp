@@ -69,10 +69,12 @@ void writeSnr(const fs::path& folder) {
     writeFile(folder / "lying-SNR.raw", snrFile(3, 3));
     writeFile(folder / "none-SNR.raw", snrFile(3, 0));
     writeFile(folder / "short-SNR.raw", "short");
-    for (const char* const factory : {"factory", "other"}) {
+    for (const char* const factory : {"factory", "other", "cut"}) {
         writeImages(folder / factory / "300ms", flat, 300, {"first.raw", "second.raw"});
         writeImages(folder / factory / "500ms", flat, 500, {"first.raw", "second.raw"});
     }
+    writeFile(folder / "factory" / "300ms" / ".qx-0123ef", "of a killed writer");
+    writeFile(folder / "cut" / "500ms" / "third.raw", "short");
     writeImages(folder / "uneven" / "300ms", flat, 300, {"first.raw"});
     writeImages(folder / "uneven" / "500ms", flat, 500, {"first.raw", "second.raw"});
     writeFile(folder / "factory.toml", "[detector]\nwidth = 600\nheight = 600\ntype = 5\n");

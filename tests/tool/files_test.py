@@ -208,6 +208,9 @@ def test_an_output_is_never_an_input(folder):
         text = (told | read).get(case, "would overwrite the file it is made from")
         assert (case, result.exit) == (case, 2) and text in result.error, result
         assert {path: path.read_bytes() for path in folder.rglob("*") if path.is_file()} == before
+    gain = next((folder / "made" / "gain").iterdir())
+    refused(run("ndt", "calibrate", gain.name, gain.name, "--shape", "64x64", "--out", "..", folder=gain.parent), 2,
+            f"{gain.name}: lies where calibration files are written")
 
 
 @on_linux_only

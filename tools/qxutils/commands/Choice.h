@@ -1,7 +1,6 @@
 #pragma once
 
 #include "common/ComparedNumbers.h"
-#include "common/NumberText.h"
 #include "common/Suggestion.h"
 
 #include <CLI/CLI.hpp>
@@ -47,7 +46,8 @@ inline CLI::Validator numberWithin(double least, double most, const std::string&
 // A check of an integer without a range, which an empty text is not.
 inline CLI::Validator wholeNumber() {
     const auto refuse = [](const std::string& text) -> std::string {
-        return parseInteger(text) ? "" : "\"" + text + "\" is no whole number that can stand there";
+        int value = 0;
+        return CLI::detail::lexical_cast(text, value) ? "" : "\"" + text + "\" is no whole number that can stand there";
     };
     return CLI::Validator(refuse, "");
 }

@@ -36,14 +36,20 @@ std::string factorySnrName() {
     return found == std::string::npos ? "" : description.substr(found + product.size()) + "-SNR.raw";
 }
 
+// Whether the library lists an entry: it passes over what a killed writer left beside a file, and over a '\\'.
+bool isListed(const std::string& name) {
+    return !name.starts_with(".qx-") && name.find('\\') == std::string::npos;
+}
+
 // Those that the library takes for images.
 std::size_t imagesIn(const std::string& folder) {
     std::size_t count = 0;
     for (const auto& time : std::filesystem::directory_iterator(toPath(folder))) {
-        if (!time.is_directory() || toName(time.path().filename()).find("ms") == std::string::npos)
+        const std::string name = toName(time.path().filename());
+        if (!time.is_directory() || !isListed(name) || name.find("ms") == std::string::npos)
             continue;
         for (const auto& image : std::filesystem::directory_iterator(time.path()))
-            count += image.is_directory() ? 0 : 1;
+            count += !image.is_directory() && isListed(toName(image.path().filename())) ? 1 : 0;
     }
     return count;
 }

@@ -67,8 +67,9 @@ std::string calibrationFiles(const std::string& folder) {
 // Where the library writes what its own name says, which may be that of an image there.
 void requireOtherFolder(const std::string& file, const std::string& folder) {
     std::error_code error;
+    const std::filesystem::path place = std::filesystem::absolute(toPath(file), error).parent_path();
     for (const char* const below : {"offset", "gain", "defect"}) {
-        if (std::filesystem::equivalent(toPath(file).parent_path(), toPath(folder) / below, error))
+        if (std::filesystem::equivalent(place, toPath(folder) / below, error))
             throw ToolError(file + ": lies where calibration files are written; move it, or give another --out",
                             ExitCode::Usage);
     }
