@@ -128,7 +128,8 @@ void statistics(Case& c) {
     const Value* const data = c.values<Value>(n);
     getMedian(data, n);
     getMinIndex(data, n);
-    getStdev(c.sized(90).image<Value>(), c.width, c.height);
+    const Value* const image = c.sized(90).image<Value>();
+    getStdev(image, c.width, c.height);
 }
 
 // A region inside the image, or ends that are refused.
@@ -165,7 +166,8 @@ constexpr void (*kCalls[])(Case&) = {
         medianFilter(data, n, c.in.flag() ? c.in.number<int>() : c.count());
         getFloatMedianByQuickMethod(data, n); getFloatMedian(data, n); },
     [](Case& c) { float mean = 0, stdev = 0;
-        getStdevAndMean(c.sized(90).image<int>(), c.width, c.height, mean, stdev); },
+        const int* const image = c.sized(90).image<int>();
+        getStdevAndMean(image, c.width, c.height, mean, stdev); },
     [](Case& c) { const int points = c.in.below(40), order = c.in.number<std::int8_t>() % 10;
         try { polyFit(c.room<float>(order + 1), c.rows(points, 2), points, order);
             require(order <= 6, "orders above 6 are refused");
