@@ -27,7 +27,6 @@ if(QXUTILS_SANITIZE)
   target_link_options(qx_settings INTERFACE -fsanitize=${QXUTILS_SANITIZE})
 endif()
 if(QXUTILS_COVERAGE)
-  target_compile_options(qx_settings INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(qx_settings INTERFACE --coverage)
 endif()
 # What a release file brings against its own faults; tests/exports looks for it in the files. Instrumented code has
@@ -49,9 +48,11 @@ if(NOT QXUTILS_SANITIZE AND NOT QXUTILS_COVERAGE)
   target_compile_options(qx_protection INTERFACE "$<$<CONFIG:Release>:${protected_code}>")
   target_link_options(qx_protection INTERFACE "$<$<CONFIG:Release>:${protected_link}>")
 endif()
-# Nor do its bytes depend on the folder of the sources.
-target_compile_options(qx_settings INTERFACE
-  "$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
+# Nor do its bytes depend on the folder of the sources, which coverage has to find.
+if(NOT QXUTILS_COVERAGE)
+  target_compile_options(qx_settings INTERFACE
+    "$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
+endif()
 
 if(WIN32)
   enable_language(RC)
@@ -71,6 +72,10 @@ add_library(qx_library_settings INTERFACE)
 target_link_libraries(qx_library_settings INTERFACE qx_settings)
 target_compile_options(qx_library_settings INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion> -Wfloat-conversion -Wold-style-cast)
+# The library alone is counted, and as it is written; the tests around it may be quick.
+if(QXUTILS_COVERAGE)
+  target_compile_options(qx_library_settings INTERFACE -O0 --coverage -fprofile-update=atomic)
+endif()
 
 # What Windows shows of a file's origin; kind is DLL or EXE. A program may bring a manifest. The object is made apart, because the resource compiler
 # does not know the options of the C++ compiler.

@@ -78,6 +78,13 @@ TEST_F(AllocationFault, region_medians_answer_1035_and_log) {
     EXPECT_EQ(expected, logLines());
 }
 
+TEST_F(AllocationFault, medians_of_far_apart_floats_answer_1035) {
+    const float data[] = {0.0f, 100.0f, 200.0f};
+    failAllocation(1);
+    EXPECT_EQ(1035.0f, getFloatHisMedian(data, 3, nullptr, 0));
+    stopFailing();
+}
+
 // Three blocks of 32 columns.
 TEST_F(AllocationFault, afe_balance_answers_1035_and_names_a_buffer_and_its_bytes) {
     detector().afeWidth = 32;

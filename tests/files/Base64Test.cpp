@@ -84,6 +84,8 @@ TEST(Base64, nothing_to_do) {
     }
     EXPECT_EQ(0, base64_decode("", destination));
     EXPECT_EQ(0, base64_decode(nullptr, destination));
+    EXPECT_EQ(0, base64_decode("Zm9v", nullptr));
+    EXPECT_EQ(nullptr, base64_encode("abc", nullptr, 3));
     EXPECT_EQ("\0##"s, std::string(destination, 3));
 }
 

@@ -345,9 +345,13 @@ TEST_F(MeasuresAtTheLimits, are_refused_as_the_checks_refuse) {
     EXPECT_EQ(1020, measureSNRSquares(image, 640, 640, nullptr, 0, squares, 1, &count));
     EXPECT_EQ(4, count);
     EXPECT_EQ(1057, measureSNRSquares(image, 640, 640, nullptr, 0, nullptr, 9, &count));
-    EXPECT_EQ(1057, measureGlobalSNR(image, 640, 640, nullptr, 9, nullptr));
+    CheckMeasures taken{};
+    EXPECT_EQ(1057, measureSNRSquares(image, 640, 640, nullptr, 0, squares, 9, nullptr));
+    EXPECT_EQ(1057, measureGlobalSNR(image, 640, 640, nullptr, 9, &taken));
+    EXPECT_EQ(1057, measureSNRResult(image, 640, 640, nullptr, 9, &taken));
     EXPECT_EQ(1020, locateShadow(image, image, 64, 32, blocks, 1));
     EXPECT_EQ(1057, locateShadow(image, image, 64, 32, nullptr, 2));
+    EXPECT_EQ(1057, locateShadow(nullptr, image, 64, 32, blocks, 2));
     // Below the floor there is no shadow.
     detector().config.exposedBlockFloor = 1;
     const TestImage unexposed = constantImage(64, 64, 200);

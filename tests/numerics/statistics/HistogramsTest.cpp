@@ -130,6 +130,9 @@ TEST(GetHistogramByBins, by_hand) {
     EXPECT_EQ((std::vector<int>{16384, 49152, 61, 83}), std::vector<int>(centers, centers + 4));
     for (int bins : {0, -1, std::numeric_limits<int>::min()})
         EXPECT_EQ(0, getHistogramByBins(counts, centers, bins, ramp.data(), 100));
+    EXPECT_EQ(1057, getHistogramByBins(nullptr, centers, 4, ramp.data(), 100));
+    EXPECT_EQ(1057, getHistogramByBins(counts, nullptr, 4, ramp.data(), 100));
+    EXPECT_EQ(1057, getHistogramByBins(counts, centers, 4, nullptr, 100));
     EXPECT_EQ((std::vector<int>{0, 0, 22, 22}), std::vector<int>(counts, counts + 4));
 }
 
