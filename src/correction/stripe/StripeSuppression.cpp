@@ -20,6 +20,7 @@ constexpr char kSource[] = "StripeSuppression";
 
 // Where the band lies in the code, as the error lines tell it.
 constexpr int kRatioErrorLine = 602;
+constexpr int kRemovalErrorLine = 618;
 
 void logError(const char* text, int value) noexcept {
     WriteLogFile(LogModuleUtils, LogError, text, value);
@@ -75,16 +76,20 @@ int suppressStripe(const ImageView<WORD>& image, const ImageView<const WORD>& re
     }
     // Every pixel is read before it is written, so the band needs no copy.
     const ImageView<WORD> band = bandOf(image, triggerLine);
-    removeGenericStripe(band, band, ratio, rows);
-    return operation.endUntold(StatusOk);
+    const int result = removeGenericStripe(band, band, ratio, rows);
+    if (result != StatusOk) {
+        logError("<removeGenericStripe> terminates with a return value ", result);
+        WriteErrorLine(LogModuleUtils, kRemovalErrorLine, kSource);
+    }
+    return operation.endUntold(result);
 }
 
 }  // namespace
 
 std::uint32_t maxGrayValue = 0;
 
-void removeGenericStripe(const ImageView<WORD>& destination, const ImageView<const WORD>& source,
-                         std::span<const double, kBandRows> ratio, int rows) noexcept {
+int removeGenericStripe(const ImageView<WORD>& destination, const ImageView<const WORD>& source,
+                        std::span<const double, kBandRows> ratio, int rows) noexcept {
     const LoggedOperation operation("removeGenericStripe");
     if (rows > kMaxRows) {
         logInfo(kLogNoValue, "Warning: reduce the number of rows to correct from %d to %d to pass the range check",
@@ -102,6 +107,7 @@ void removeGenericStripe(const ImageView<WORD>& destination, const ImageView<con
         logInfo(kLogNoValue, "gain[%d] = %f", i, gain);
         rescaleRow(destination.row(row), source.rowSpan(row), gain);
     }
+    return StatusOk;
 }
 
 }  // namespace qx

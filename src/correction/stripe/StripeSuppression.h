@@ -26,8 +26,8 @@ extern std::uint32_t maxGrayValue;
 
 // Rescales the rows above the trigger line, at most 24, so that their signal, whose ratio to that of the reference row
 // is given, follows a straight line from the row above them to the trigger line. Reads `source` and writes
-// `destination`, which may be the same band. Logs its course.
-void removeGenericStripe(const ImageView<WORD>& destination, const ImageView<const WORD>& source,
-                         std::span<const double, kBandRows> ratio, int rows) noexcept;
+// `destination`, which may be the same band. Returns 0. Logs its course.
+int removeGenericStripe(const ImageView<WORD>& destination, const ImageView<const WORD>& source,
+                        std::span<const double, kBandRows> ratio, int rows) noexcept;
 
 }  // namespace qx
