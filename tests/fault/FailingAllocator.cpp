@@ -1,7 +1,8 @@
 #include "FailingAllocator.h"
 
+#include "AllocationOperators.h"
+
 #include <cstdlib>
-#include <new>
 
 namespace {
 
@@ -18,45 +19,14 @@ bool failsNow() noexcept {
     return false;
 }
 
+}  // namespace
+
+namespace qx::test {
+
 void* allocate(std::size_t size) noexcept {
     bytes += static_cast<long long>(size);
     return failsNow() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
-
-void* allocateOrThrow(std::size_t size) {
-    if (void* memory = allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-namespace qx::test {
 
 void failAllocation(long number) {
     hasFailed = false;

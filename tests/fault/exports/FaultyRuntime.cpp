@@ -1,5 +1,7 @@
 #include "FaultyRuntime.h"
 
+#include "fault/AllocationOperators.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -11,7 +13,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
-#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unwind.h>
@@ -80,16 +81,6 @@ Function* real(Function*, const char* name) {
 }
 #define QX_REAL(function) real(&::function, #function)
 
-void* allocate(std::size_t size) noexcept {
-    return failsNow(Fault::Memory, "new") ? nullptr : std::malloc(size != 0 ? size : 1);
-}
-
-void* allocateOrThrow(std::size_t size) {
-    if (void* memory = allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
 // A stream that is read takes no character, and remembers the attempt as its error.
 void spoil(std::FILE* file) {
     std::fputc(0, file);
@@ -97,29 +88,8 @@ void spoil(std::FILE* file) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+void* qx::test::allocate(std::size_t size) noexcept {
+    return failsNow(Fault::Memory, "new") ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
 // In front of the C library's.
