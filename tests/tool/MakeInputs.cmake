@@ -34,6 +34,10 @@ append_rows(halves.raw "${half}${half}" 300)
 append_rows(halves.raw "${otherHalf}${otherHalf}" 300)
 append_rows(sides.raw "${half}${otherHalf}" 600)
 
+# Other tests write into the folder of all inputs; nothing else may arrive in this one.
+file(MAKE_DIRECTORY ${INPUTS}/watched)
+file(COPY ${INPUTS}/halves.raw ${INPUTS}/headed.raw DESTINATION ${INPUTS}/watched)
+
 string(REPEAT "00HC" 1024 dimRow)
 string(REPEAT "00ID" 1024 brightRow)
 string(REPEAT "00HC" 16 dimCell)
