@@ -3,12 +3,9 @@
 #include "FuzzInput.h"
 
 #include "batch/InputNames.h"
-#include "common/DateText.h"
-#include "common/DetectorSetup.h"
-#include "common/FileName.h"
-#include "common/NumberText.h"
 #include "common/ToolError.h"
 #include "defects/DefectLists.h"
+#include "detector/DetectorSetup.h"
 #include "image/Region.h"
 #include "info/FileHeader.h"
 #include "info/Geometry.h"
@@ -16,6 +13,9 @@
 #include "results/RecordCsv.h"
 #include "snr/FactorySeries.h"
 #include "snr/FactorySnrRecords.h"
+#include "text/DateText.h"
+#include "text/FileName.h"
+#include "text/NumberText.h"
 
 #include <sstream>
 

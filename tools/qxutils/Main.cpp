@@ -1,14 +1,14 @@
 #include "batch/ChildProcess.h"
-#include "commands/Choice.h"
 #include "commands/Command.h"
-#include "commands/Mistake.h"
-#include "commands/WriteOptions.h"
-#include "common/DetectorSetup.h"
-#include "common/FileName.h"
-#include "common/NativeFile.h"
-#include "common/StandardOutput.h"
-#include "common/Terminal.h"
-#include "common/TextStream.h"
+#include "detector/DetectorSetup.h"
+#include "files/NativeFile.h"
+#include "files/StandardOutput.h"
+#include "options/Choice.h"
+#include "options/Mistake.h"
+#include "options/WriteOptions.h"
+#include "text/FileName.h"
+#include "text/Terminal.h"
+#include "text/TextStream.h"
 
 #include <QxUtils/Foundation.h>
 

@@ -5,12 +5,12 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
-#include "common/FileName.h"
-#include "common/NativeFile.h"
-#include "common/Terminal.h"
-#include "common/WholeFile.h"
+#include "files/NativeFile.h"
+#include "files/WholeFile.h"
 #include "results/RecordJson.h"
 #include "store/OpenStore.h"
+#include "text/FileName.h"
+#include "text/Terminal.h"
 
 #include <algorithm>
 #include <iostream>

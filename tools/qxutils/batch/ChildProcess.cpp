@@ -1,7 +1,7 @@
 #include "batch/ChildProcess.h"
 
 #include "batch/ChildVariables.h"
-#include "common/Terminal.h"
+#include "text/Terminal.h"
 
 #include <cstdlib>
 #include <string_view>

@@ -3,8 +3,8 @@
 #include "batch/ChildProcess.h"
 #include "batch/ChildVariables.h"
 
-#include "common/NativeFile.h"
 #include "common/ToolError.h"
+#include "files/NativeFile.h"
 
 #include <fcntl.h>
 #include <spawn.h>

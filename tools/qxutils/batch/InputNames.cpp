@@ -1,8 +1,8 @@
 #include "batch/InputNames.h"
 
-#include "common/FileName.h"
-#include "common/InputFile.h"
 #include "common/ToolError.h"
+#include "files/InputFile.h"
+#include "text/FileName.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "batch/Outcome.h"
 
-#include "common/FileName.h"
 #include "results/RecordJson.h"
+#include "text/FileName.h"
 
 #include <algorithm>
 #include <array>

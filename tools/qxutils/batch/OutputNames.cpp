@@ -1,9 +1,9 @@
 #include "batch/OutputNames.h"
 
-#include "common/FileAccess.h"
-#include "common/FileName.h"
 #include "common/ToolError.h"
-#include "common/WholeFile.h"
+#include "files/FileAccess.h"
+#include "files/WholeFile.h"
+#include "text/FileName.h"
 
 #include <filesystem>
 #include <map>

@@ -1,8 +1,8 @@
 #include "checks/CheckTable.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/TextTable.h"
 #include "results/RecordText.h"
+#include "text/ComparedNumbers.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cmath>

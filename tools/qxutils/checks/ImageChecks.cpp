@@ -1,11 +1,11 @@
 #include "checks/ImageChecks.h"
 
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/LibraryFile.h"
 #include "common/ToolError.h"
+#include "detector/DetectorSetup.h"
+#include "files/FileAccess.h"
+#include "files/LibraryFile.h"
 #include "results/RecordText.h"
+#include "text/FileName.h"
 
 #include <QxUtils.h>
 

@@ -1,11 +1,11 @@
 #include "commands/Subcommand.h"
-#include "common/Base64Text.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/InputFile.h"
-#include "common/LibraryFile.h"
-#include "common/TemporaryFolder.h"
-#include "common/WholeFile.h"
+#include "files/FileAccess.h"
+#include "files/InputFile.h"
+#include "files/LibraryFile.h"
+#include "files/TemporaryFolder.h"
+#include "files/WholeFile.h"
+#include "text/Base64Text.h"
+#include "text/FileName.h"
 
 #include <QxUtils.h>
 

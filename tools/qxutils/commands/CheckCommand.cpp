@@ -1,11 +1,11 @@
 #include "checks/CheckTable.h"
 #include "checks/FileJudge.h"
-#include "commands/BatchOptions.h"
-#include "commands/Choice.h"
 #include "commands/Command.h"
-#include "commands/ImageOptions.h"
-#include "common/DetectorSetup.h"
-#include "common/TemporaryFolder.h"
+#include "detector/DetectorSetup.h"
+#include "files/TemporaryFolder.h"
+#include "options/BatchOptions.h"
+#include "options/Choice.h"
+#include "options/ImageOptions.h"
 #include "results/Subject.h"
 
 #include <CLI/CLI.hpp>

@@ -1,5 +1,5 @@
-#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
+#include "options/BatchOptions.h"
 #include "results/Comparison.h"
 
 #include <iostream>

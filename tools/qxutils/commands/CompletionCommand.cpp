@@ -1,6 +1,6 @@
-#include "commands/Choice.h"
 #include "commands/Subcommand.h"
 #include "completion/Scripts.h"
+#include "options/Choice.h"
 
 #include <CLI/CLI.hpp>
 

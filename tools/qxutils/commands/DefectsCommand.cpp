@@ -1,11 +1,11 @@
 #include "batch/OutputNames.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
-#include "common/TextStream.h"
 #include "defects/DefectMap.h"
 #include "defects/DefectTables.h"
+#include "options/ImageOptions.h"
 #include "picture/PngWriter.h"
 #include "results/Subject.h"
+#include "text/TextStream.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,10 +1,10 @@
 #include "commands/Subcommand.h"
-#include "commands/WriteOptions.h"
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/LibraryFile.h"
 #include "demo/Demo.h"
+#include "detector/DetectorSetup.h"
+#include "files/FileAccess.h"
+#include "files/LibraryFile.h"
+#include "options/WriteOptions.h"
+#include "text/FileName.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #include "commands/Subcommand.h"
-#include "common/NumberText.h"
-#include "common/Suggestion.h"
-#include "common/TextTable.h"
+#include "text/NumberText.h"
+#include "text/Suggestion.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

@@ -1,13 +1,13 @@
-#include "commands/BatchOptions.h"
-#include "commands/Choice.h"
 #include "commands/Subcommand.h"
-#include "commands/WriteOptions.h"
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/LibraryFile.h"
-#include "common/WholeFile.h"
+#include "detector/DetectorSetup.h"
+#include "files/FileAccess.h"
+#include "files/LibraryFile.h"
+#include "files/WholeFile.h"
+#include "options/BatchOptions.h"
+#include "options/Choice.h"
+#include "options/WriteOptions.h"
 #include "snr/FactorySnrRecords.h"
+#include "text/FileName.h"
 
 #include <QxUtils.h>
 

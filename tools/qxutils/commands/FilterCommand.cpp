@@ -1,7 +1,7 @@
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
 #include "filter/FilterSummary.h"
 #include "filter/Filters.h"
+#include "options/ImageOptions.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
 

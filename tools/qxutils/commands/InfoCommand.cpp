@@ -1,17 +1,17 @@
-#include "commands/BatchOptions.h"
 #include "commands/Subcommand.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/NativeFile.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
 #include "defects/DefectTables.h"
+#include "files/FileAccess.h"
+#include "files/NativeFile.h"
 #include "image/MedianOf.h"
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "info/Geometry.h"
+#include "options/BatchOptions.h"
 #include "results/Subject.h"
 #include "snr/FactorySnrRecords.h"
+#include "text/FileName.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

@@ -1,9 +1,9 @@
-#include "commands/Choice.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
-#include "common/FileName.h"
+#include "options/Choice.h"
+#include "options/ImageOptions.h"
 #include "picture/PngWriter.h"
 #include "picture/Preview.h"
+#include "text/FileName.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,16 +1,16 @@
 #include "batch/InputNames.h"
 #include "batch/Outcome.h"
 #include "checks/FileJudge.h"
-#include "commands/BatchOptions.h"
-#include "commands/Choice.h"
 #include "commands/Subcommand.h"
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
+#include "detector/DetectorSetup.h"
+#include "files/FileAccess.h"
+#include "options/BatchOptions.h"
+#include "options/Choice.h"
 #include "report/ReportMaker.h"
 #include "report/ReportSections.h"
 #include "store/OpenStore.h"
 #include "store/Trend.h"
+#include "text/FileName.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,11 +1,11 @@
-#include "commands/Choice.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
-#include "common/NumberText.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
+#include "options/Choice.h"
+#include "options/ImageOptions.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
+#include "text/NumberText.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

@@ -1,7 +1,7 @@
 #include "checks/FileJudge.h"
-#include "commands/BatchOptions.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
+#include "options/BatchOptions.h"
+#include "options/ImageOptions.h"
 #include "snr/SnrRecord.h"
 
 #include <CLI/CLI.hpp>

@@ -1,13 +1,13 @@
-#include "commands/Choice.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
-#include "common/FileAccess.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
+#include "files/FileAccess.h"
+#include "options/Choice.h"
+#include "options/ImageOptions.h"
 #include "picture/Look.h"
 #include "picture/PngWriter.h"
 #include "stripe/StripeCorrection.h"
 #include "stripe/StripePicture.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <CLI/CLI.hpp>
 

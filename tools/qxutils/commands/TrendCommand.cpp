@@ -1,12 +1,12 @@
-#include "commands/BatchOptions.h"
-#include "commands/ImageOptions.h"
 #include "commands/Subcommand.h"
-#include "common/ComparedNumbers.h"
-#include "common/DateText.h"
-#include "common/TextTable.h"
+#include "options/BatchOptions.h"
+#include "options/ImageOptions.h"
 #include "picture/PngWriter.h"
 #include "results/CsvLine.h"
 #include "store/TrendPicture.h"
+#include "text/ComparedNumbers.h"
+#include "text/DateText.h"
+#include "text/TextTable.h"
 
 #include <array>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "common/Shape.h"
 
-#include "common/NumberText.h"
 #include "common/ToolError.h"
+#include "text/NumberText.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,8 +1,8 @@
 #include "defects/DefectLists.h"
 
-#include "common/FileAccess.h"
-#include "common/LibraryFile.h"
 #include "common/ToolError.h"
+#include "files/FileAccess.h"
+#include "files/LibraryFile.h"
 
 #include <QxUtils.h>
 

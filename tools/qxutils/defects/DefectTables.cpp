@@ -1,6 +1,6 @@
 #include "defects/DefectTables.h"
 
-#include "common/TextTable.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,9 @@
 #include "demo/CalibrationFlow.h"
 
 #include "checks/ImageChecks.h"
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "image/PanelFrames.h"
+#include "detector/DetectorSetup.h"
+#include "detector/PanelFrames.h"
+#include "files/FileAccess.h"
 #include "image/RawImage.h"
 
 #include <QxUtils/Foundation.h>

@@ -1,6 +1,5 @@
 #include "demo/Demo.h"
 
-#include "common/FileName.h"
 #include "demo/CalibrationFlow.h"
 #include "demo/DemoPictures.h"
 #include "demo/DemoReport.h"
@@ -15,6 +14,7 @@
 #include "snr/FactorySeries.h"
 #include "snr/FactorySnrDemo.h"
 #include "stripe/StripeDemo.h"
+#include "text/FileName.h"
 
 #include <filesystem>
 #include <ostream>

@@ -1,11 +1,11 @@
 #include "demo/DemoPictures.h"
 
-#include "common/TextTable.h"
 #include "image/Region.h"
 #include "picture/Preview.h"
 #include "picture/Tiles.h"
 #include "snr/SnrJudgement.h"
 #include "snr/SnrPlot.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "demo/DemoScene.h"
 
-#include "image/PanelFrames.h"
+#include "detector/PanelFrames.h"
 
 #include <algorithm>
 

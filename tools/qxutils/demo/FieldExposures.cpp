@@ -1,8 +1,8 @@
 #include "demo/FieldExposures.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/TextTable.h"
 #include "snr/SnrJudgement.h"
+#include "text/ComparedNumbers.h"
+#include "text/TextTable.h"
 
 #include <QxUtils/StatusCode.h>
 

@@ -1,9 +1,9 @@
 #include "filter/FilterSummary.h"
 
-#include "common/TextStream.h"
-#include "common/TextTable.h"
 #include "filter/Filters.h"
 #include "image/MedianOf.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <QxUtils/Numerics.h>
 

@@ -1,9 +1,9 @@
 #include "image/RawImage.h"
 
-#include "common/ContentCrc.h"
-#include "common/FileAccess.h"
-#include "common/InputFile.h"
 #include "common/ToolError.h"
+#include "files/ContentCrc.h"
+#include "files/FileAccess.h"
+#include "files/InputFile.h"
 
 #include <QxUtils.h>
 

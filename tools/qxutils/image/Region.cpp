@@ -1,7 +1,7 @@
 #include "image/Region.h"
 
-#include "common/NumberText.h"
 #include "common/ToolError.h"
+#include "text/NumberText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 #include "info/FileHeader.h"
 
 #include "common/Shape.h"
-#include "common/TextTable.h"
 #include "image/RawImage.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

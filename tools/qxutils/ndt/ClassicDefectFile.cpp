@@ -1,6 +1,6 @@
 #include "ndt/ClassicDefectFile.h"
 
-#include "common/FileAccess.h"
+#include "files/FileAccess.h"
 
 #include <QxUtils/Files.h>
 

@@ -1,13 +1,13 @@
 #include "ndt/NdtDemo.h"
 
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/TextTable.h"
 #include "common/ToolError.h"
-#include "image/PanelFrames.h"
+#include "detector/DetectorSetup.h"
+#include "detector/PanelFrames.h"
+#include "files/FileAccess.h"
 #include "image/RawImage.h"
 #include "ndt/ClassicDefectFile.h"
+#include "text/FileName.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

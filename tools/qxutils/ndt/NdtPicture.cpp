@@ -1,7 +1,7 @@
 #include "ndt/NdtPicture.h"
 
-#include "common/TextTable.h"
 #include "picture/Tiles.h"
+#include "text/TextTable.h"
 
 #include <cstddef>
 

@@ -1,9 +1,9 @@
 #include "ndt/NdtReport.h"
 
-#include "common/FileName.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
 #include "common/ToolError.h"
+#include "text/FileName.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "picture/Comparison.h"
 
-#include "common/TextTable.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cmath>

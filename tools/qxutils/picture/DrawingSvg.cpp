@@ -1,8 +1,8 @@
-#include "common/Base64Text.h"
-#include "common/MarkupText.h"
-#include "common/TextTable.h"
 #include "picture/Drawing.h"
 #include "picture/PngWriter.h"
+#include "text/Base64Text.h"
+#include "text/MarkupText.h"
+#include "text/TextTable.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #include "picture/PngWriter.h"
 
-#include "common/FileAccess.h"
+#include "files/FileAccess.h"
 #include "picture/Allocated.h"
 
 #ifdef QXUTILS_ZLIB

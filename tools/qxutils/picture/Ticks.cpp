@@ -1,6 +1,6 @@
-#include "common/DateText.h"
-#include "common/TextTable.h"
 #include "picture/Axes.h"
+#include "text/DateText.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <chrono>

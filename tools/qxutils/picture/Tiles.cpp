@@ -1,7 +1,7 @@
 #include "picture/Tiles.h"
 
-#include "common/TextTable.h"
 #include "picture/Font.h"
+#include "text/TextTable.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "report/LogTail.h"
 
-#include "common/DetectorSetup.h"
+#include "detector/DetectorSetup.h"
 
 #include <QxSysMgt.h>
 

@@ -1,14 +1,14 @@
 #include "report/Report.h"
 
-#include "common/Base64Text.h"
-#include "common/FileAccess.h"
-#include "common/MarkupText.h"
-#include "common/TextStream.h"
 #include "common/ToolError.h"
 #include "embedded/ReportPage.h"
+#include "files/FileAccess.h"
 #include "image/RawImage.h"
 #include "report/ReportSections.h"
 #include "results/RecordCsv.h"
+#include "text/Base64Text.h"
+#include "text/MarkupText.h"
+#include "text/TextStream.h"
 
 #include <cstddef>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "report/ReportMaker.h"
 
-#include "common/FileAccess.h"
 #include "common/ToolError.h"
+#include "files/FileAccess.h"
 #include "image/RawImage.h"
 #include "results/Subject.h"
 

@@ -1,10 +1,10 @@
 #include "report/ReportSections.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/MarkupText.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
 #include "results/RecordText.h"
+#include "text/ComparedNumbers.h"
+#include "text/MarkupText.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <QxUtils/StatusCode.h>
 

@@ -1,8 +1,8 @@
-#include "common/ComparedNumbers.h"
-#include "common/FileName.h"
-#include "common/TextTable.h"
 #include "results/Comparison.h"
 #include "results/CsvLine.h"
+#include "text/ComparedNumbers.h"
+#include "text/FileName.h"
+#include "text/TextTable.h"
 
 #include <cmath>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "results/Record.h"
 
-#include "common/ComparedNumbers.h"
+#include "text/ComparedNumbers.h"
 
 #include <cstdlib>
 

@@ -1,8 +1,8 @@
 #include "results/RecordCsv.h"
 
-#include "common/ComparedNumbers.h"
 #include "results/CsvLine.h"
 #include "results/RecordJson.h"
+#include "text/ComparedNumbers.h"
 
 #include <cstddef>
 #include <initializer_list>

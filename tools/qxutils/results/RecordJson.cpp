@@ -1,8 +1,8 @@
 #include "results/RecordJson.h"
 
-#include "common/DateText.h"
-#include "common/InputFile.h"
 #include "common/ToolError.h"
+#include "files/InputFile.h"
+#include "text/DateText.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>

@@ -1,7 +1,7 @@
 #include "results/RecordText.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/TextTable.h"
+#include "text/ComparedNumbers.h"
+#include "text/TextTable.h"
 
 namespace qx::tool {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "common/Terminal.h"
 #include "results/Record.h"
+#include "text/Terminal.h"
 
 #include <cstddef>
 #include <string>

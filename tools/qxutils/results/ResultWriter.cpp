@@ -1,8 +1,8 @@
 #include "results/ResultWriter.h"
 
-#include "common/FileName.h"
 #include "results/RecordCsv.h"
 #include "results/RecordJson.h"
+#include "text/FileName.h"
 
 #include <ostream>
 #include <utility>

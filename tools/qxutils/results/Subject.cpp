@@ -1,8 +1,8 @@
 #include "results/Subject.h"
 
-#include "common/ContentCrc.h"
-#include "common/DateText.h"
-#include "common/FileName.h"
+#include "files/ContentCrc.h"
+#include "text/DateText.h"
+#include "text/FileName.h"
 
 #include <chrono>
 #include <filesystem>

@@ -1,13 +1,13 @@
 #include "snr/FactorySeries.h"
 
-#include "common/FileAccess.h"
-#include "common/FileName.h"
-#include "common/InputFile.h"
-#include "common/TextStream.h"
 #include "common/ToolError.h"
+#include "files/FileAccess.h"
+#include "files/InputFile.h"
 #include "image/RawImage.h"
 #include "results/RecordJson.h"
 #include "snr/FactorySnrRecords.h"
+#include "text/FileName.h"
+#include "text/TextStream.h"
 
 #include <QxUtils/Files.h>
 

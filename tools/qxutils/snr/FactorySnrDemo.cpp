@@ -1,11 +1,11 @@
 #include "snr/FactorySnrDemo.h"
 
-#include "common/DetectorSetup.h"
-#include "common/FileAccess.h"
-#include "common/TextTable.h"
 #include "common/ToolError.h"
-#include "image/PanelFrames.h"
+#include "detector/DetectorSetup.h"
+#include "detector/PanelFrames.h"
+#include "files/FileAccess.h"
 #include "image/RawImage.h"
+#include "text/TextTable.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils.h>

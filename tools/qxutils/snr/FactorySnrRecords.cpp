@@ -1,13 +1,13 @@
 #include "snr/FactorySnrRecords.h"
 
-#include "common/FileAccess.h"
-#include "common/LibraryFile.h"
-#include "common/TextStream.h"
-#include "common/TextTable.h"
 #include "common/ToolError.h"
+#include "files/FileAccess.h"
+#include "files/LibraryFile.h"
 #include "image/RawImage.h"
 #include "results/Subject.h"
 #include "snr/SnrJudgement.h"
+#include "text/TextStream.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

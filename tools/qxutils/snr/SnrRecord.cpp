@@ -1,14 +1,14 @@
 #include "snr/SnrRecord.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/FileName.h"
-#include "common/TextTable.h"
 #include "common/ToolError.h"
 #include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "results/RecordJson.h"
 #include "results/RecordText.h"
 #include "results/Subject.h"
+#include "text/ComparedNumbers.h"
+#include "text/FileName.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

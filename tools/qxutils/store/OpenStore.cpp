@@ -1,6 +1,6 @@
 #include "store/OpenStore.h"
 
-#include "common/WholeFile.h"
+#include "files/WholeFile.h"
 
 namespace qx::tool {
 

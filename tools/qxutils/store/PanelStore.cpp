@@ -1,10 +1,10 @@
 #include "store/PanelStore.h"
 
-#include "common/ComparedNumbers.h"
-#include "common/DateText.h"
-#include "common/FileAccess.h"
-#include "common/FileName.h"
 #include "common/ToolError.h"
+#include "files/FileAccess.h"
+#include "text/ComparedNumbers.h"
+#include "text/DateText.h"
+#include "text/FileName.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "store/Trend.h"
 
-#include "common/DateText.h"
+#include "text/DateText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 #include "store/TrendPicture.h"
 
-#include "common/ComparedNumbers.h"
 #include "picture/Axes.h"
 #include "picture/Look.h"
+#include "text/ComparedNumbers.h"
 
 #include <algorithm>
 #include <string>

@@ -1,9 +1,9 @@
 #include "stripe/StripeDemo.h"
 
-#include "common/TextTable.h"
-#include "image/PanelFrames.h"
+#include "detector/PanelFrames.h"
 #include "picture/Look.h"
 #include "stripe/StripePicture.h"
+#include "text/TextTable.h"
 
 #include <QxUtils.h>
 

@@ -2,7 +2,7 @@
 
 #include "watch/FolderNotices.h"
 
-#include "common/FileName.h"
+#include "text/FileName.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "watch/FolderWatch.h"
 
-#include "common/FileName.h"
 #include "common/ToolError.h"
+#include "text/FileName.h"
 #include "watch/FolderLook.h"
 #include "watch/FolderNotices.h"
 
