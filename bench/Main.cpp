@@ -28,8 +28,11 @@ struct Options {
     std::optional<std::string> jsonFile;
     std::string level = "best";
     bool dryRun = false;
+    bool growth = false;
     int repetitions = 9;
 };
+
+const std::vector<int> kGrowthSides = {1024, 2048, 4096, 8192};
 
 bool isNamedBy(const std::string& text, const RowEntry& entry) {
     return entry.work.find(text) != std::string::npos;
@@ -51,12 +54,16 @@ std::vector<std::string> levelNames() {
 
 void addOptions(CLI::App& app, Options& options) {
     app.add_option("--only", options.only, "Measure the rows whose name contains this text")->check(checkSelection);
-    auto* json = app.add_option("--json", options.jsonFile, "Write the medians to this file, one object a row");
+    auto* json =
+        app.add_option("--json", options.jsonFile, "Write the medians to this file, in Google Benchmark's form");
     app.add_option("--level", options.level, "Vector level of the library")
         ->transform(CLI::IsMember(levelNames(), CLI::ignore_case))
         ->capture_default_str();
     // The times of a dry run mean nothing and must not end up in a file.
     app.add_flag("--dry-run", options.dryRun, "Run every row once on small data and compare the results")
+        ->excludes(json);
+    app.add_flag("--growth", options.growth, "Tell how the library's time grows with the image instead")
+        ->excludes("--dry-run")
         ->excludes(json);
     app.add_option("--repetitions", options.repetitions, "Repetitions a method; the median counts")
         ->check(CLI::Range(1, 1000))
@@ -76,27 +83,45 @@ void keepPeersSingleThreaded() {
     ::setenv("OPENBLAS_NUM_THREADS", "1", 1);
 }
 
-RowReport reportOf(const RowEntry& entry, const Options& options) {
-    try {
-        const Row row = entry.prepare(Scale{options.dryRun});
-        const Effort effort{options.dryRun ? 1 : options.repetitions, options.dryRun};
-        const RowTimes times = measureRow(row, effort);
-        const std::string level = row.level.empty() ? qx::instructionSetName(qx::vectorLevel()) : row.level;
-        return {entry.work, row.peerName, row.limitName, level, times};
-    } catch (const std::exception& failure) {
-        throw std::runtime_error(entry.work + ": " + failure.what());
-    }
+std::string levelOf(const Row& row) {
+    return row.level.empty() ? qx::instructionSetName(qx::vectorLevel()) : row.level;
 }
 
-// The medians, kept for a file that is opened before anything is measured.
+RowReport reportOf(const RowEntry& entry, const Options& options, Measurer& measurer) {
+    const Row row = entry.prepare(Scale{options.dryRun});
+    const Effort effort{options.dryRun ? 1 : options.repetitions, options.dryRun};
+    return {entry.work, row.peerName, row.limitName, levelOf(row), measurer.measure(entry.work, row, effort)};
+}
+
+void measureTable(const Options& options, Measurer& measurer, const RowEntry& entry) {
+    const RowReport report = reportOf(entry, options, measurer);
+    if (options.dryRun)
+        std::cout << "agrees: " << report.work << std::endl;
+    else
+        printTableRow(report);
+}
+
+// Of a row whose images have the full side.
+void measureGrowth(const Options& options, Measurer& measurer, const RowEntry& entry) {
+    static const std::string full = std::to_string(kFullSide) + " x " + std::to_string(kFullSide);
+    if (entry.work.find(full) == std::string::npos)
+        return;
+    std::vector<double> cpuMs;
+    for (const int side : kGrowthSides) {
+        const Row row = entry.prepare(Scale{false, side});
+        cpuMs.push_back(measurer.measure(entry.work, row, {options.repetitions, false, true}).ours.value().cpuMs);
+    }
+    printGrowth(entry.work, kGrowthSides, cpuMs);
+}
+
+// A file that is opened before anything is measured.
 class JsonFile {
 public:
     explicit JsonFile(const std::string& name) : name_(name), file_(name) { requireSuccess(); }
 
-    void add(const RowReport& report) { rows_.push_back(toJson(report)); }
+    std::ostream& stream() { return file_; }
 
-    void write() {
-        file_ << rows_.dump(2) << '\n';
+    void close() {
         file_.close();
         requireSuccess();
     }
@@ -109,7 +134,6 @@ private:
 
     std::string name_;
     std::ofstream file_;
-    nlohmann::ordered_json rows_ = nlohmann::ordered_json::array();
 };
 
 void prepare(const Options& options) {
@@ -117,7 +141,24 @@ void prepare(const Options& options) {
     keepPeersSingleThreaded();
     bufferOutput();
     getConfigInfo()->loggingEnabled = 0;
-    initialiseMeasuring();
+}
+
+Circumstances circumstances() {
+    const char* const commit = std::getenv("QX_BENCH_COMMIT");
+    return {commit == nullptr ? "unknown" : commit, qx::instructionSetName(qx::vectorLevel())};
+}
+
+void measureRows(const Options& options, std::ostream* json) {
+    Measurer measurer(circumstances(), json);
+    for (const RowEntry& entry : allRows()) {
+        if (!isNamedBy(options.only, entry))
+            continue;
+        try {
+            (options.growth ? measureGrowth : measureTable)(options, measurer, entry);
+        } catch (const std::exception& failure) {
+            throw std::runtime_error(entry.work + ": " + failure.what());
+        }
+    }
 }
 
 void run(const Options& options) {
@@ -125,21 +166,13 @@ void run(const Options& options) {
     std::optional<JsonFile> json;
     if (options.jsonFile)
         json.emplace(*options.jsonFile);
-    if (!options.dryRun)
+    if (options.growth)
+        printGrowthHead(kGrowthSides);
+    else if (!options.dryRun)
         printTableHead();
-    for (const RowEntry& entry : allRows()) {
-        if (!isNamedBy(options.only, entry))
-            continue;
-        const RowReport report = reportOf(entry, options);
-        if (options.dryRun)
-            std::cout << "agrees: " << report.work << std::endl;
-        else
-            printTableRow(report);
-        if (json)
-            json->add(report);
-    }
+    measureRows(options, json ? &json->stream() : nullptr);
     if (json)
-        json->write();
+        json->close();
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ std::vector<RowEntry> filterRows();
 std::vector<RowEntry> interpolationRows();
 std::vector<RowEntry> crcRows();
 std::vector<RowEntry> base64Rows();
+std::vector<RowEntry> jobRows();
 
 // All of them in the order of the table.
 std::vector<RowEntry> allRows();

@@ -1,5 +1,6 @@
 #include "harness/Report.h"
 
+#include <cmath>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -13,10 +14,7 @@ constexpr int kRatioWidth = 13;
 constexpr int kLevelWidth = 15;
 constexpr int kNameWidth = 27;
 
-std::string ratioText(std::optional<double> numerator, std::optional<double> denominator) {
-    if (!numerator || !denominator)
-        return "-";
-    const double ratio = *numerator / *denominator;
+std::string ratioText(double ratio) {
     std::ostringstream text;
     if (ratio < 0.1)
         text << std::setprecision(2) << ratio;
@@ -25,42 +23,73 @@ std::string ratioText(std::optional<double> numerator, std::optional<double> den
     return text.str();
 }
 
-void printLine(const std::string& work, const std::string& plain, const std::string& peer, const std::string& limit,
-               const std::string& level, const std::string& peerName, const std::string& limitName) {
-    std::cout << std::left << std::setw(kWorkWidth) << work << std::right << std::setw(kRatioWidth) << plain
-              << std::setw(kRatioWidth) << peer << std::setw(kRatioWidth) << limit << "  " << std::left
-              << std::setw(kLevelWidth) << level << std::setw(kNameWidth) << peerName << limitName << std::endl;
+std::string ratioText(const std::optional<Time>& numerator, const std::optional<Time>& denominator) {
+    return numerator && denominator ? ratioText(numerator->cpuMs / denominator->cpuMs) : "-";
 }
 
-nlohmann::ordered_json orNull(const std::optional<double>& value) {
-    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+void printCells(const std::string& work, const std::vector<std::string>& ratios) {
+    std::cout << std::left << std::setw(kWorkWidth) << work << std::right;
+    for (const std::string& ratio : ratios)
+        std::cout << std::setw(kRatioWidth) << ratio;
 }
 
-nlohmann::ordered_json orNull(const std::string& text) {
-    return text.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(text);
+void printLine(const std::string& work, const std::vector<std::string>& ratios, const std::string& level,
+               const std::string& peerName, const std::string& limitName) {
+    printCells(work, ratios);
+    std::cout << "  " << std::left << std::setw(kLevelWidth) << level << std::setw(kNameWidth) << peerName << limitName
+              << std::endl;
+}
+
+// Of the logarithms, by least squares.
+double slopeOf(const std::vector<int>& sides, const std::vector<double>& cpuMs) {
+    double x = 0.0, y = 0.0, xx = 0.0, xy = 0.0;
+    for (std::size_t i = 0; i < sides.size(); ++i) {
+        const double pixels = 2 * std::log(sides[i]);
+        const double time = std::log(cpuMs[i]);
+        x += pixels;
+        y += time;
+        xx += pixels * pixels;
+        xy += pixels * time;
+    }
+    const auto count = static_cast<double>(sides.size());
+    return (count * xy - x * y) / (count * xx - x * x);
 }
 
 }  // namespace
 
 void printTableHead() {
-    printLine("work", "plain/ours", "peer/ours", "ours/limit", "level", "peer", "limit");
+    printLine("work", {"plain/ours", "peer/ours", "ours/limit", "ours/memory", "wall/CPU"}, "level", "peer", "limit");
 }
 
 void printTableRow(const RowReport& report) {
-    const RowTimes& times = report.times;
-    printLine(report.work, ratioText(times.plainMs, times.oursMs), ratioText(times.peerMs, times.oursMs),
-              ratioText(times.oursMs, times.limitMs), report.level, report.peerName, report.limitName);
+    const auto& [ours, plain, peer, limit, memory] = report.times;
+    const bool isJob = ours && ours->faults > 0;
+    std::string limitName = report.limitName;
+    if (isJob && limit)
+        limitName += "; " + ratioText(ours->faults / limit->faults) + " x its page faults";
+    printLine(report.work,
+              {ratioText(plain, ours), ratioText(peer, ours), ratioText(ours, limit), ratioText(ours, memory),
+               ours && !isJob ? ratioText(ours->wallMs / ours->cpuMs) : "-"},
+              report.level, report.peerName, limitName);
 }
 
-nlohmann::ordered_json toJson(const RowReport& report) {
-    return {{"work", report.work},
-            {"ours_ms", orNull(report.times.oursMs)},
-            {"plain_ms", orNull(report.times.plainMs)},
-            {"peer", orNull(report.peerName)},
-            {"peer_ms", orNull(report.times.peerMs)},
-            {"limit", orNull(report.limitName)},
-            {"limit_ms", orNull(report.times.limitMs)},
-            {"level", report.level}};
+void printGrowthHead(const std::vector<int>& sides) {
+    std::vector<std::string> heads;
+    for (const int side : sides)
+        heads.push_back(std::to_string(side));
+    heads.emplace_back("slope");
+    printCells("work, time of a pixel against the first side", heads);
+    std::cout << std::endl;
+}
+
+void printGrowth(const std::string& work, const std::vector<int>& sides, const std::vector<double>& cpuMs) {
+    const auto ofPixel = [&](std::size_t i) { return cpuMs[i] / sides[i] / sides[i]; };
+    std::vector<std::string> ratios;
+    for (std::size_t i = 0; i < sides.size(); ++i)
+        ratios.push_back(ratioText(ofPixel(i) / ofPixel(0)));
+    ratios.push_back(ratioText(slopeOf(sides, cpuMs)));
+    printCells(work, ratios);
+    std::cout << std::endl;
 }
 
 }  // namespace qx::bench

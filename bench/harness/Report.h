@@ -1,12 +1,11 @@
 #pragma once
 
-// The table of ratios on the terminal, and the measured medians as JSON.
+// The tables of ratios on the terminal.
 
 #include "harness/Measure.h"
 
-#include <nlohmann/json.hpp>
-
 #include <string>
+#include <vector>
 
 namespace qx::bench {
 
@@ -18,10 +17,13 @@ struct RowReport {
     RowTimes times;
 };
 
-// Ratios only: times are worth comparing on one machine and one run alone.
+// Ratios of CPU time only: times are worth comparing on one machine and one run alone.
 void printTableHead();
 void printTableRow(const RowReport& report);
 
-nlohmann::ordered_json toJson(const RowReport& report);
+// How the time of a row grows with the side of its images: the time of a pixel against that of the first side, and the
+// slope of time over pixels, 1 where it grows as they do.
+void printGrowthHead(const std::vector<int>& sides);
+void printGrowth(const std::string& work, const std::vector<int>& sides, const std::vector<double>& cpuMs);
 
 }  // namespace qx::bench

@@ -62,6 +62,7 @@ struct Row {
     Method limit = {};
     std::string level = {};                // what the library was held to; the vector level's name when empty
     std::shared_ptr<void> keepAlive = {};  // what has to hold while the row is measured, undone at its end
+    bool isJob = false;                    // programs do the work: what they use counts
 };
 
 // The row's work once more, beside a peer that does something else.
@@ -73,10 +74,16 @@ inline Row besideOtherPeer(Row row, std::string peerName, Method peer) {
     return row;
 }
 
-// Sizes of the data: those that the rows' names promise, or small ones for a dry run.
+// The side of the images that rows name.
+inline constexpr int kFullSide = 3072;
+
+// Sizes of the data: those that the rows' names promise, or small ones for a dry run. Another side takes the place of
+// the full one where it is asked how time grows with the image.
 struct Scale {
     bool dry = false;
-    int pick(int full, int small) const { return dry ? small : full; }
+    int side = kFullSide;
+
+    int pick(int full, int small) const { return dry ? small : full == kFullSide ? side : full; }
 };
 
 struct RowEntry {

@@ -1,6 +1,7 @@
 #include "harness/StreamRead.h"
 
 #include <cstring>
+#include <immintrin.h>
 
 namespace qx::bench {
 
@@ -20,6 +21,13 @@ std::size_t bytesBeforeBlocks(const void* data, std::size_t byteCount) {
     return byteCount < kAlignFromBytes || misalignment == 0 ? 0 : sizeof(Block) - misalignment;
 }
 
+std::vector<Bytes>* noted = nullptr;
+
+void note(const void* data, std::size_t byteCount) {
+    if (noted != nullptr)
+        noted->emplace_back(static_cast<const std::byte*>(data), byteCount);
+}
+
 // Fewer bytes than a block.
 std::uint64_t sumOfPart(const unsigned char* bytes, std::size_t count) {
     if (count == 0)
@@ -37,6 +45,8 @@ std::uint64_t sumOfPart(const unsigned char* bytes, std::size_t count) {
 // Four sums, so that the additions never wait for each other.
 __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t streamRead(const void* data,
                                                                                       std::size_t byteCount) noexcept {
+    note(data, byteCount);
+    note(data, byteCount);
     const auto* bytes = static_cast<const unsigned char*>(data);
     const std::size_t head = bytesBeforeBlocks(data, byteCount);
     const auto* block = reinterpret_cast<const Block*>(bytes + head);
@@ -67,6 +77,7 @@ __attribute__((target_clones("default", "avx2", "avx512f"))) std::uint64_t strea
 // The lowest bit of every byte changes, so that floats stay numbers of their size.
 __attribute__((target_clones("default", "avx2", "avx512f"))) void streamUpdate(void* data,
                                                                                std::size_t byteCount) noexcept {
+    note(data, byteCount);
     constexpr unsigned char kLowBit = 1;
     constexpr std::uint64_t kLowBits = 0x0101010101010101u;
     auto* bytes = static_cast<unsigned char*>(data);
@@ -83,6 +94,25 @@ __attribute__((target_clones("default", "avx2", "avx512f"))) void streamUpdate(v
         bytes[i] ^= kLowBit;
     for (std::size_t i = head + blocks * sizeof(Block); i < byteCount; ++i)
         bytes[i] ^= kLowBit;
+}
+
+std::vector<Bytes> bytesStreamedBy(const std::function<void()>& work) {
+    std::vector<Bytes> ranges;
+    noted = &ranges;
+    work();
+    noted = nullptr;
+    return ranges;
+}
+
+void flush(const std::vector<Bytes>& ranges) {
+    constexpr std::size_t kLineBytes = 64;
+    for (const Bytes range : ranges) {
+        for (std::size_t place = 0; place < range.size(); place += kLineBytes)
+            _mm_clflush(range.data() + place);
+        if (!range.empty())
+            _mm_clflush(&range.back());
+    }
+    _mm_mfence();
 }
 
 }  // namespace qx::bench

@@ -5,6 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
 
 namespace qx::bench {
 
@@ -13,5 +16,13 @@ std::uint64_t streamRead(const void* data, std::size_t byteCount) noexcept;
 
 // Reads every byte and writes another one in its place.
 void streamUpdate(void* data, std::size_t byteCount) noexcept;
+
+using Bytes = std::span<const std::byte>;
+
+// The bytes that a piece of work passes in this way.
+std::vector<Bytes> bytesStreamedBy(const std::function<void()>& work);
+
+// Drops every line of them from all caches.
+void flush(const std::vector<Bytes>& ranges);
 
 }  // namespace qx::bench

@@ -19,7 +19,7 @@ struct Resampling {
     Image out;
 
     Resampling(const Scale& scale)
-        : image(flatField(scale.pick(3072, 150))), out{scale.pick(2304, 110), scale.pick(2816, 130), {}} {
+        : image(flatField(scale.pick(3072, 150))), out{image->width * 3 / 4, image->height * 11 / 12, {}} {
         out.pixels.resize(static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height));
     }
 };
