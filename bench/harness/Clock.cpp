@@ -22,8 +22,9 @@ rusage usageOf(int whose) {
 }  // namespace
 
 Usage usageSoFar() {
+    const rusage thread = usageOf(RUSAGE_THREAD);
     const rusage programs = usageOf(RUSAGE_CHILDREN);
-    return {cpuSeconds(usageOf(RUSAGE_THREAD)) + cpuSeconds(programs), static_cast<double>(programs.ru_minflt)};
+    return {cpuSeconds(thread) + cpuSeconds(programs), static_cast<double>(thread.ru_minflt + programs.ru_minflt)};
 }
 
 }  // namespace qx::bench

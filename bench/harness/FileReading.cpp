@@ -1,6 +1,7 @@
 #include "harness/FileReading.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,6 +31,17 @@ private:
     int descriptor_;
 };
 
+void fill(const std::filesystem::path& file, std::span<std::uint8_t> bytes) {
+    OpenFile open(file);
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t count = open.read(bytes.subspan(filled));
+        if (count <= 0)
+            throw lastError(file);
+        filled += static_cast<std::size_t>(count);
+    }
+}
+
 }  // namespace
 
 std::int64_t readInPieces(const std::filesystem::path& file, std::vector<std::uint8_t>& buffer,
@@ -48,15 +60,17 @@ std::int64_t readInPieces(const std::filesystem::path& file, std::vector<std::ui
 
 std::vector<std::uint8_t> readWhole(const std::filesystem::path& file) {
     std::vector<std::uint8_t> bytes(std::filesystem::file_size(file));
-    OpenFile open(file);
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = open.read(std::span(bytes).subspan(filled));
-        if (count <= 0)
-            throw lastError(file);
-        filled += static_cast<std::size_t>(count);
-    }
+    fill(file, bytes);
     return bytes;
+}
+
+void readToFreshMemory(const std::filesystem::path& file) {
+    const std::size_t size = std::filesystem::file_size(file);
+    void* const memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw lastError(file);
+    fill(file, {static_cast<std::uint8_t*>(memory), size});
+    ::munmap(memory, size);
 }
 
 }  // namespace qx::bench

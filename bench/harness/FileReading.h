@@ -20,4 +20,7 @@ std::int64_t readInPieces(const std::filesystem::path& file, std::vector<std::ui
 // The whole file.
 std::vector<std::uint8_t> readWhole(const std::filesystem::path& file);
 
+// The same into memory that the process has not touched before, as a program that has just started does.
+void readToFreshMemory(const std::filesystem::path& file);
+
 }  // namespace qx::bench

@@ -34,7 +34,7 @@ Time timeOfOneRun(const Method& method) {
     method.run();
     const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start;
     const Usage used = usageSoFar() - before;
-    return {used.cpuSeconds * 1000, wall.count(), used.programFaults};
+    return {used.cpuSeconds * 1000, wall.count(), used.pageFaults};
 }
 
 bool agree(double expected, double actual, double tolerance) {

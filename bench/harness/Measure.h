@@ -13,7 +13,7 @@ namespace qx::bench {
 struct Time {
     double cpuMs = 0.0;   // of the thread; of the thread and the programs it ran in a row that is a job
     double wallMs = 0.0;  // nothing that can be compared in a row that is a job
-    double faults = 0.0;  // page faults of the programs, in a row that is a job
+    double faults = 0.0;  // page faults, in a row that is a job
 };
 
 // Empty where the row has no such method.

@@ -65,9 +65,9 @@ Row jobRow(const Scale& scale, const Job& job) {
     return {.ours = [folder, arguments = argumentsOf(job, *folder)] { return run(arguments); },
             .limitName = "starting, and reading the files",
             .limit =
-                [folder, job, buffer = std::vector<std::uint8_t>(kReadBytes)]() mutable {
+                [folder, job] {
                     for (const std::string& input : job.inputs)
-                        readInPieces(*folder / input, buffer, [](std::span<const std::uint8_t>) {});
+                        readToFreshMemory(*folder / input);
                     return run({"version"});
                 },
             .isJob = true};

@@ -1,6 +1,8 @@
 #include "files/ContentCrc.h"
 
-#ifdef QXUTILS_ZLIB
+#if defined QXUTILS_DEFLATE
+#include <libdeflate.h>
+#elif defined QXUTILS_ZLIB
 #include <zlib.h>
 #else
 #include <array>
@@ -8,7 +10,13 @@
 
 namespace qx::tool {
 
-#ifdef QXUTILS_ZLIB
+#if defined QXUTILS_DEFLATE
+
+std::uint32_t contentCrc(std::string_view bytes, std::uint32_t before) {
+    return libdeflate_crc32(before, bytes.data(), bytes.size());
+}
+
+#elif defined QXUTILS_ZLIB
 
 std::uint32_t contentCrc(std::string_view bytes, std::uint32_t before) {
     return static_cast<std::uint32_t>(crc32_z(before, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));

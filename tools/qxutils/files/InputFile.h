@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/MakeRoom.h"
 #include "files/NativeFile.h"
 
 #include <algorithm>
@@ -47,7 +48,7 @@ void appendValues(Values& values, InputFile& file, std::int64_t count) {
     using Value = typename Values::value_type;
     constexpr std::int64_t kPieceValues = (std::int64_t{1} << 18) / std::int64_t{sizeof(Value)};
     const auto piece = std::make_unique_for_overwrite<Value[]>(static_cast<std::size_t>(std::min(kPieceValues, count)));
-    values.reserve(values.size() + static_cast<std::size_t>(count));
+    makeRoom(values, static_cast<std::size_t>(count));
     for (std::int64_t left = count; left > 0;) {
         const auto wanted = static_cast<std::size_t>(std::min(left, kPieceValues));
         const std::size_t got = file.read(reinterpret_cast<char*>(piece.get()), wanted * sizeof(Value)) / sizeof(Value);

@@ -67,6 +67,10 @@ void takeMode(const Descriptor& file, const std::filesystem::path& replaced);
 // Puts a file under another name in one step, in the place of one that has it or failing for it.
 bool moveFile(const std::filesystem::path& from, const std::filesystem::path& to, bool mayReplace);
 
+// Asks for large pages in memory that is about to be filled for the first time: an image takes thousands of small ones,
+// each by a fault that costs more than to read what goes there.
+void preferLargePages(void* memory, std::size_t bytes) noexcept;
+
 unsigned long processNumber();
 
 // The arguments of main: in UTF-8 on Windows, whatever the process's code page, and as they are elsewhere.

@@ -154,6 +154,9 @@ bool takesNamesInAnyScript() {
     return GetACP() == CP_UTF8;
 }
 
+// Small ones take a fault for many at once.
+void preferLargePages(void* /*memory*/, std::size_t /*bytes*/) noexcept {}
+
 void onInterruption(void (*removeNow)() noexcept) {
     removeAtEnd = removeNow;
     SetConsoleCtrlHandler(endByConsole, TRUE);

@@ -77,13 +77,13 @@ RawImage medianOfRows(const RawImage& image, int radius) {
 
 RawImage medianOfColumns(const RawImage& image) {
     requireSides(image.shape, {1, kColumnWindow});
-    RawImage filtered = image;
+    RawImage filtered = copyOf(image);
     filterImg(filtered.row(0), image.shape.width, image.shape.height);
     return filtered;
 }
 
 RawImage equalize(const RawImage& image) {
-    RawImage equalized = image;
+    RawImage equalized = copyOf(image);
     hisEqualization(equalized.row(0), image.pixelCount());
     // As the library leaves an image without memory, too.
     if (equalized.pixels == image.pixels && !isEqualized(image))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Shape.h"
+#include "files/MakeRoom.h"
 
 #include <QxUtils/Types.h>
 
@@ -38,7 +39,19 @@ using LongImage = Image<std::uint32_t>;
 
 template <class Pixel>
 Image<Pixel> filledImage(const Shape& shape, const Pixel& value) {
-    return {shape, std::vector<Pixel>(static_cast<std::size_t>(shape.pixelCount()), value)};
+    const auto count = static_cast<std::size_t>(shape.pixelCount());
+    Image<Pixel> image{shape, {}};
+    makeRoom(image.pixels, count);
+    image.pixels.resize(count, value);
+    return image;
+}
+
+template <class Pixel>
+Image<Pixel> copyOf(const Image<Pixel>& image) {
+    Image<Pixel> copy{image.shape, {}};
+    makeRoom(copy.pixels, image.pixels.size());
+    copy.pixels.assign(image.pixels.begin(), image.pixels.end());
+    return copy;
 }
 
 // What a value is as a count: cut off to what 16 bits hold, without its fraction.
