@@ -20,7 +20,7 @@ bool isRegularFile(const char* path) noexcept;
 bool createDirectory(const char* path) noexcept;
 
 // Deletes a file, never a directory.
-bool deleteFile(const char* path) noexcept;
+void deleteFile(const char* path) noexcept;
 
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }

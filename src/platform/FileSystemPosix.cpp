@@ -81,8 +81,8 @@ bool createDirectory(const char* path) noexcept {
     return mkdir(NativePath(path).c_str(), 0777) == 0;
 }
 
-bool deleteFile(const char* path) noexcept {
-    return unlink(NativePath(path).c_str()) == 0;
+void deleteFile(const char* path) noexcept {
+    unlink(NativePath(path).c_str());
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {

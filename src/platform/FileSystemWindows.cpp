@@ -79,8 +79,8 @@ bool createDirectory(const char* path) noexcept {
     return CreateDirectoryA(NativePath(path).c_str(), nullptr) != 0;
 }
 
-bool deleteFile(const char* path) noexcept {
-    return DeleteFileA(NativePath(path).c_str()) != 0;
+void deleteFile(const char* path) noexcept {
+    DeleteFileA(NativePath(path).c_str());
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {
