@@ -62,7 +62,7 @@ TEST_P(AtVectorLevel, statistics_equal_the_plain_method_around_every_vector_widt
 TEST_P(AtVectorLevel, histogram_sums_equal_the_sums_over_pixels) {
     const TestImage image = randomImage(3000, 1, 100, 300, 3);
     PixelHistogram histogram;
-    histogram.add(image.data(), image.pixels.size());
+    histogram.add(image.pixels);
     for (const int first : {0, 100, 117, 250}) {
         for (const int last : {99, 130, 251, 300, 65535}) {
             std::int64_t count = 0;

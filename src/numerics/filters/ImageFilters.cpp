@@ -5,6 +5,7 @@
 #include "foundation/ImageView.h"
 #include "foundation/Panels.h"
 #include "foundation/Scratch.h"
+#include "kernels/HistogramKernels.h"
 #include "kernels/WindowKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
 
@@ -12,7 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <span>
 
 namespace {
 
@@ -60,20 +61,6 @@ void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
     }
 }
 
-// Four pixels at a time: a store each would take longer than the levels' look-up.
-void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexcept {
-    constexpr std::size_t kAtOnce = 4;
-    std::size_t i = 0;
-    const auto level = [=](std::size_t index) -> std::uint64_t { return levels[pixels[index]]; };
-#pragma GCC unroll 2
-    for (; i + kAtOnce <= count; i += kAtOnce) {
-        const std::uint64_t four = level(i) | level(i + 1) << 16 | level(i + 2) << 32 | level(i + 3) << 48;
-        std::memcpy(pixels + i, &four, sizeof four);
-    }
-    for (; i < count; ++i)
-        pixels[i] = levels[pixels[i]];
-}
-
 }  // namespace
 
 int filterImg(WORD* image, int width, int height) {
@@ -93,10 +80,10 @@ void hisEqualization(WORD* pixels, int n) {
     if (pixels == nullptr || n < 1)
         return;
     qx::PixelHistogram histogram;
-    qx::Scratch<WORD> levels(qx::kPixelValues);
+    qx::Scratch<WORD> levels(qx::kPixelValues + 1);
     if (!histogram || !levels)
         return;
-    histogram.add(pixels, n);
+    histogram.add(std::span(pixels, n));
     fillLevels(histogram.counts(), n, levels.data());
-    replaceByLevels(pixels, n, levels.data());
+    qx::histogramKernels().replace(pixels, n, levels.data());
 }
