@@ -28,14 +28,22 @@ struct PixelCounts {
     bool isWide;      // what is left is counted in bytes, not at once
 };
 
+// Pixels of some rows, whose starts lie a stride apart, and how many pixels ahead others are fetched.
+struct PixelRows {
+    const std::uint16_t* first;
+    std::ptrdiff_t stride;
+    int rows;
+    std::size_t columns;
+    std::ptrdiff_t ahead;
+};
+
 // A block of values whose pixels have a common sum.
 inline constexpr int kValueBlock = 256;
 inline constexpr int kValueBlocks = kPixelValues / kValueBlock;
 
 // Loops over pixels and the counts of their values, below 2^32 in all.
 struct HistogramKernels {
-    // Adds pixels and fetches what lies so many pixels ahead.
-    void (*add)(const std::uint16_t* pixels, std::size_t count, std::ptrdiff_t ahead, const PixelCounts& into) noexcept;
+    void (*add)(const PixelRows& pixels, const PixelCounts& into) noexcept;
 
     // Moves what is in the room into the counts.
     void (*merge)(const PixelCounts& into) noexcept;

@@ -71,42 +71,44 @@ void addInBytes(const std::uint16_t* chunk, unsigned char* bytes, std::uint32_t*
 }
 
 template <bool usesWindow, class AddChunk>
-void addChunks(const std::uint16_t* pixels, std::size_t count, std::ptrdiff_t ahead, const PixelCounts& into,
-               AddChunk addChunk) {
+void addRows(const PixelRows& pixels, const PixelCounts& into, AddChunk addChunk) {
     const Window window(into);
     std::uint32_t* const counts = into.counts;
-    std::size_t i = 0;
-    for (; i + kChunk <= count; i += kChunk) {
-        const std::uint16_t* const chunk = pixels + i;
-        fetchFrom(chunk, ahead * static_cast<std::ptrdiff_t>(sizeof *pixels));
-        if (hasOneValue(chunk))
-            counts[*chunk] += kChunk;
-        else if (usesWindow && window.holds(chunk))
-            window.add(chunk);
-        else
-            addChunk(chunk);
+    const std::size_t columns = pixels.columns;
+    const auto bytesAhead = pixels.ahead * static_cast<std::ptrdiff_t>(sizeof *pixels.first);
+    for (int y = 0; y < pixels.rows; ++y) {
+        const std::uint16_t* const row = pixels.first + y * pixels.stride;
+        std::size_t x = 0;
+        for (; x + kChunk <= columns; x += kChunk) {
+            const std::uint16_t* const chunk = row + x;
+            fetchFrom(chunk, bytesAhead);
+            if (hasOneValue(chunk))
+                counts[*chunk] += kChunk;
+            else if (usesWindow && window.holds(chunk))
+                window.add(chunk);
+            else
+                addChunk(chunk);
+        }
+        for (; x < columns; ++x)
+            ++counts[row[x]];
     }
-    for (; i < count; ++i)
-        ++counts[pixels[i]];
 }
 
 template <bool usesWindow>
-void addBy(const std::uint16_t* pixels, std::size_t count, std::ptrdiff_t ahead, const PixelCounts& into) {
+void addBy(const PixelRows& pixels, const PixelCounts& into) {
     std::uint32_t* const counts = into.counts;
     unsigned char* const bytes = bytesOf(into);
     if (into.isWide)
-        addChunks<usesWindow>(pixels, count, ahead, into,
-                              [=](const std::uint16_t* chunk) { addInBytes(chunk, bytes, counts); });
+        addRows<usesWindow>(pixels, into, [=](const std::uint16_t* chunk) { addInBytes(chunk, bytes, counts); });
     else
-        addChunks<usesWindow>(pixels, count, ahead, into,
-                              [=](const std::uint16_t* chunk) { addAtOnce(chunk, counts); });
+        addRows<usesWindow>(pixels, into, [=](const std::uint16_t* chunk) { addAtOnce(chunk, counts); });
 }
 
-void add(const std::uint16_t* pixels, std::size_t count, std::ptrdiff_t ahead, const PixelCounts& into) noexcept {
+void add(const PixelRows& pixels, const PixelCounts& into) noexcept {
     if (into.usesWindow)
-        addBy<true>(pixels, count, ahead, into);
+        addBy<true>(pixels, into);
     else
-        addBy<false>(pixels, count, ahead, into);
+        addBy<false>(pixels, into);
 }
 
 template <class Count>

@@ -20,7 +20,10 @@ constexpr int kMostCut = kSamplePlaces / 16;
 // Fewer pixels are counted before the room is even cleared.
 constexpr std::size_t kWorthRoom = 65536;
 
-constexpr std::ptrdiff_t kPixelsAhead = 1024;
+PixelRows oneRow(std::span<const std::uint16_t> pixels) noexcept {
+    constexpr std::ptrdiff_t kPixelsAhead = 1024;
+    return {pixels.data(), 0, 1, pixels.size(), kPixelsAhead};
+}
 
 // The first step of the window that holds most; of equal ones side by side that in the middle.
 int fullestWindow(const std::array<int, kSteps>& held) noexcept {
@@ -74,7 +77,7 @@ void countPixels(std::span<const std::uint16_t> pixels, std::uint32_t* counts) n
             room.clear();
             const PixelSpread spread = spreadOf(pixels);
             const PixelCounts into{counts, room.data(), spread.window, spread.usesWindow, spread.isWide};
-            histogramKernels().add(pixels.data(), pixels.size(), kPixelsAhead, into);
+            histogramKernels().add(oneRow(pixels), into);
             histogramKernels().merge(into);
             return;
         }
@@ -86,7 +89,7 @@ void countPixels(std::span<const std::uint16_t> pixels, std::uint32_t* counts) n
 void PixelHistogram::add(std::span<const std::uint16_t> pixels) noexcept {
     if (pixels.size() >= kWorthRoom)
         expect(spreadOf(pixels));
-    addPart(pixels, kPixelsAhead);
+    addPart(oneRow(pixels));
     merge();
 }
 

@@ -62,9 +62,7 @@ public:
 
     // What is added by parts is in the counts only after the next call of merge. The spread stays the same until then.
     void expect(const PixelSpread& spread) noexcept { spread_ = spread; }
-    void addPart(std::span<const std::uint16_t> pixels, std::ptrdiff_t ahead) noexcept {
-        histogramKernels().add(pixels.data(), pixels.size(), ahead, into());
-    }
+    void addPart(const PixelRows& pixels) noexcept { histogramKernels().add(pixels, into()); }
     void merge() noexcept { histogramKernels().merge(into()); }
 
     void add(std::span<const std::uint16_t> pixels) noexcept;

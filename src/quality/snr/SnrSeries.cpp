@@ -30,29 +30,27 @@ Rect centredSquare(const Image& image, int side) {
     return {(image.height - side) / 2, (image.width - side) / 2, side, side};
 }
 
-// Rows ahead that are fetched, where so many pixels of each are counted: the processor does not look from row to row.
-int rowsAhead(int pixels) {
+// Adds a rectangle, which may be empty. The processor does not look from row to row: rows ahead are fetched, the more
+// the fewer pixels they have.
+void addRect(const Image& image, const Rect& rect, PixelHistogram& histogram) {
     constexpr int kPixelsAhead = 1024;
     constexpr int kMostRows = 16;
-    return std::clamp(kPixelsAhead / std::max(pixels, 1), 1, kMostRows);
+    if (rect.isEmpty())
+        return;
+    const std::ptrdiff_t stride = image.width;
+    const int rowsAhead = std::clamp(kPixelsAhead / rect.width, 1, kMostRows);
+    const auto columns = static_cast<std::size_t>(rect.width);
+    histogram.addPart({&image.at(rect.top, rect.left), stride, rect.height, columns, rowsAhead * stride});
 }
 
-// Adds the pixels of `outer` that do not lie in `inner`, which lies inside it or is empty.
+// Adds the pixels of `outer` that do not lie in `inner`, which lies inside it.
 void addRing(const Image& image, const Rect& outer, const Rect& inner, PixelHistogram& histogram) {
-    const std::ptrdiff_t stride = image.width;
-    const auto addStretch = [&](int y, int first, int end, std::ptrdiff_t ahead) {
-        histogram.addPart(std::span(&image.at(y, first), end - first), ahead * stride);
-    };
-    const int rowAhead = rowsAhead(outer.width);
-    const int sidesAhead = rowsAhead(outer.width - inner.width);
-    for (int y = outer.top; y < outer.bottom(); ++y) {
-        if (y < inner.top || y >= inner.bottom()) {
-            addStretch(y, outer.left, outer.right(), rowAhead);
-        } else {
-            addStretch(y, outer.left, inner.left, sidesAhead);
-            addStretch(y, inner.right(), outer.right(), sidesAhead);
-        }
-    }
+    const int left = inner.left - outer.left;
+    const int right = outer.right() - inner.right();
+    addRect(image, {outer.top, outer.left, inner.top - outer.top, outer.width}, histogram);
+    addRect(image, {inner.top, outer.left, inner.height, left}, histogram);
+    addRect(image, {inner.top, inner.right(), inner.height, right}, histogram);
+    addRect(image, {inner.bottom(), outer.left, outer.bottom() - inner.bottom(), outer.width}, histogram);
     histogram.merge();
 }
 
