@@ -196,6 +196,12 @@ TEST_P(AtVectorLevel, snr_series_equals_the_plain_method) {
         for (std::size_t i = 0; i < images.back().pixels.size(); i += low == 0 ? 3 : 19)
             images.back().pixels[i] = 777;
     }
+    // Outliers on one side alone.
+    for (const auto& [level, outlier] : {std::pair{1000, WORD{5000}}, {50000, WORD{100}}}) {
+        images.push_back(flatImage(128, 128, level, 2, 10));
+        for (std::size_t i = 0; i < images.back().pixels.size(); i += 97)
+            images.back().pixels[i] = outlier;
+    }
     // A mean below the pedestal that is no whole number.
     images.push_back(constantImage(128, 128, 207));
     for (std::size_t i = 0; i < images.back().pixels.size(); i += 4)
