@@ -6,18 +6,18 @@ namespace qx {
 namespace {
 
 // The sample is looked at in steps of so many values.
-constexpr int kStep = 64;
+constexpr int kStep = 256;
 constexpr int kSteps = kPixelValues / kStep;
 constexpr int kWindowSteps = kWindowValues / kStep;
 
 // Counts of more values than these stay out of the first cache.
-constexpr int kWideSteps = 256;
+constexpr int kWideSteps = 64;
 
 // So many of the sample's places may lie mostly in the window, but not quite: the processor does not foresee which
 // stretches will.
 constexpr int kMostCut = kSamplePlaces / 16;
 
-// Fewer pixels are counted before the room is even cleared.
+// Fewer pixels are counted one by one before the room is even clear.
 constexpr std::size_t kWorthRoom = 65536;
 
 PixelRows oneRow(std::span<const std::uint16_t> pixels) noexcept {
@@ -41,6 +41,19 @@ int fullestWindow(const std::array<int, kSteps>& held) noexcept {
         }
     }
     return std::max((first + last) / 2 - kWindowSteps + 1, 0);
+}
+
+void clearRoom(const PixelCounts& counts) noexcept {
+    if (counts.usesWindow)
+        std::fill_n(counts.room, PixelCounts::kWindowRoom, 0u);
+    if (counts.isWide)
+        std::fill(counts.room + PixelCounts::kWindowRoom, counts.room + PixelCounts::kRoom, 0u);
+}
+
+void addOneByOne(std::span<const std::uint16_t> pixels, std::uint32_t* counts) noexcept {
+#pragma GCC unroll 8
+    for (const std::uint16_t pixel : pixels)
+        ++counts[pixel];
 }
 
 }  // namespace
@@ -74,21 +87,26 @@ void countPixels(std::span<const std::uint16_t> pixels, std::uint32_t* counts) n
     if (pixels.size() >= kWorthRoom) {
         Scratch<std::uint32_t> room(PixelCounts::kRoom);
         if (room) {
-            room.clear();
             const PixelSpread spread = spreadOf(pixels);
             const PixelCounts into{counts, room.data(), spread.window, spread.usesWindow, spread.isWide};
+            clearRoom(into);
             histogramKernels().add(oneRow(pixels), into);
             histogramKernels().merge(into);
             return;
         }
     }
-    for (const std::uint16_t pixel : pixels)
-        ++counts[pixel];
+    addOneByOne(pixels, counts);
+}
+
+void PixelHistogram::expect(const PixelSpread& spread) noexcept {
+    spread_ = spread;
+    clearRoom(into());
 }
 
 void PixelHistogram::add(std::span<const std::uint16_t> pixels) noexcept {
-    if (pixels.size() >= kWorthRoom)
-        expect(spreadOf(pixels));
+    if (pixels.size() < kWorthRoom)
+        return addOneByOne(pixels, counts());
+    expect(spreadOf(pixels));
     addPart(oneRow(pixels));
     merge();
 }

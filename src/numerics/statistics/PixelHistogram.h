@@ -3,6 +3,7 @@
 #include "foundation/Scratch.h"
 #include "kernels/HistogramKernels.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -37,6 +38,9 @@ public:
         histogramKernels().blockSums(counts, sums_.data());
     }
 
+    // Pixels of one of kValueBlocks blocks.
+    std::uint32_t pixels(int block) const noexcept { return sums_[block]; }
+
     // The value of a rank in ascending order, counted from 0, which is below the sum of the counts.
     int valueOfRank(std::uint64_t rank) const noexcept;
 
@@ -54,14 +58,14 @@ class PixelHistogram {
 public:
     PixelHistogram() noexcept : memory_(kPixelValues + PixelCounts::kRoom) {
         if (memory_)
-            memory_.clear();
+            std::fill_n(counts(), kPixelValues, 0u);
     }
 
     explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
     std::uint32_t* counts() noexcept { return memory_.data(); }
 
-    // What is added by parts is in the counts only after the next call of merge. The spread stays the same until then.
-    void expect(const PixelSpread& spread) noexcept { spread_ = spread; }
+    // Once, before parts are added; these are in the counts only after the next call of merge.
+    void expect(const PixelSpread& spread) noexcept;
     void addPart(const PixelRows& pixels) noexcept { histogramKernels().add(pixels, into()); }
     void merge() noexcept { histogramKernels().merge(into()); }
 
