@@ -122,6 +122,23 @@ std::vector<qx::bench::RowEntry> qx::bench::filterRows() {
              const auto field = image(scale);
              return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
          }},
+        {"hisEqualization 3072 x 3072, uniformly random",
+         [=](const Scale& scale) {
+             const auto field = uniformPixels(scale.pick(3072, 150));
+             return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
+         }},
+        {"hisEqualization 3072 x 3072, half saturated",
+         [=](const Scale& scale) {
+             const int side = scale.pick(3072, 150);
+             const auto field = std::make_shared<const Image>(qx::test::saturatedImage(side, side, 1));
+             return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
+         }},
+        {"hisEqualization 3072 x 3072, constant",
+         [=](const Scale& scale) {
+             const int side = scale.pick(3072, 150);
+             const auto field = std::make_shared<const Image>(qx::test::constantImage(side, side, 52000));
+             return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
+         }},
         {"hisEqualization against 8 bits",
          [=](const Scale& scale) {
              const auto field = image(scale);

@@ -19,6 +19,14 @@ def measure(image):
     return np.searchsorted(np.cumsum(counts), image.size // 2)
 )";
 
+std::shared_ptr<const Image> halfSaturated(int side) {
+    return std::make_shared<const Image>(qx::test::saturatedImage(side, side, 1));
+}
+
+std::shared_ptr<const Image> constant(int side) {
+    return std::make_shared<const Image>(qx::test::constantImage(side, side, 52000));
+}
+
 Row histogramMedianRow(const std::shared_ptr<const Image>& image) {
     const std::vector<int> histogram(kBins);
     return {.ours =
@@ -41,5 +49,11 @@ std::vector<qx::bench::RowEntry> qx::bench::histogramRows() {
     return {
         {"getHisMedian WORD 3072 x 3072, 65,536 bins",
          [](const Scale& scale) { return histogramMedianRow(flatField(scale.pick(3072, 300))); }},
+        {"getHisMedian WORD 3072 x 3072, uniformly random",
+         [](const Scale& scale) { return histogramMedianRow(uniformPixels(scale.pick(3072, 300))); }},
+        {"getHisMedian WORD 3072 x 3072, half saturated",
+         [](const Scale& scale) { return histogramMedianRow(halfSaturated(scale.pick(3072, 300))); }},
+        {"getHisMedian WORD 3072 x 3072, constant",
+         [](const Scale& scale) { return histogramMedianRow(constant(scale.pick(3072, 300))); }},
     };
 }

@@ -21,7 +21,7 @@
 // Measures the SNR series into the first N entries of snr, which is never resized.
 // Returns 0; 1017 for a null image; 1020 when a side is below 128 pixels, the pixel count exceeds 32 bits or snr holds
 // fewer than N entries; 1035 when memory is short. snr changes only on 0.
-// Cost: one pass over the image, 256 KiB of memory.
+// Cost: one pass over the image, 384 KiB of memory.
 QXUTILS_API int calcGlobalSNR(const WORD* image, int width, int height, std::vector<float>& snr);
 
 // Compares the image's series with the factory's, scaled so that the smallest squares agree: 0 when fewer than three

@@ -2,6 +2,7 @@
 #include "kernels/Base64Kernels.h"
 #include "kernels/CrcKernels.h"
 #include "kernels/FrameKernels.h"
+#include "kernels/HistogramKernels.h"
 #include "kernels/PixelKernels.h"
 #include "kernels/Processor.h"
 #include "kernels/RankKernels.h"
@@ -35,6 +36,7 @@ QX_CHOOSE(AfeKernels, afeKernels, vectorLevel())
 QX_CHOOSE(Base64Kernels, base64Kernels, vectorLevel())
 QX_CHOOSE(CrcKernels, crcKernels, std::min(vectorLevel(), crcLimit))
 QX_CHOOSE(FrameKernels, frameKernels, vectorLevel())
+QX_CHOOSE(HistogramKernels, histogramKernels, vectorLevel())
 QX_CHOOSE(PixelKernels, pixelKernels, vectorLevel())
 QX_CHOOSE(RankKernels, rankKernels, vectorLevel())
 QX_CHOOSE(SplineKernels, splineKernels, vectorLevel())

@@ -65,6 +65,18 @@ TEST_F(AllocationFault, verdicts_without_memory_for_the_series_follow_the_contra
     EXPECT_EQ(expected, results);
 }
 
+TEST_F(AllocationFault, histogram_median_needs_no_memory) {
+    const TestImage image = flatImage(300, 280, 52000, 200, 1);
+    std::vector<int> hist(65536);
+    const auto median = [&] { return int{getHisMedian(image.data(), 84000, hist.data(), 65536)}; };
+    const int expected = median();
+    const std::vector<int> counts = hist;
+    EXPECT_EQ(1, failEach<int>(median, [&](int result) {
+                  EXPECT_EQ(expected, result);
+                  EXPECT_EQ(counts, hist);
+              }));
+}
+
 TEST_F(AllocationFault, region_medians_answer_1035_and_log) {
     const TestImage image = randomImage(64, 64, 0, 100, 2);
     const std::vector<float> floats = floatsOf(image);

@@ -6,6 +6,7 @@
 #include "reference/numerics/PlainStatistics.h"
 #include "reference/quality/PlainSnr.h"
 
+#include "kernels/HistogramKernels.h"
 #include "kernels/PixelKernels.h"
 #include "kernels/RankKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
@@ -16,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -41,7 +43,16 @@ std::vector<TestImage> pixelRows(int count, std::uint64_t seed) {
     return rows;
 }
 
-// Around every vector width, and behind 32768 pixels, where the sums start a new block, and 65535, where the counts do.
+void expectPlainHistogramMedian(const TestImage& row) {
+    std::vector<int> expected(kPixelValues);
+    std::vector<int> counts(kPixelValues, -1);
+    EXPECT_EQ(plain::getHisMedian(row.data(), row.width, expected.data(), kPixelValues),
+              getHisMedian(row.data(), row.width, counts.data(), kPixelValues));
+    EXPECT_TRUE(expected == counts) << row.width;
+}
+
+// Around every vector width, and behind 32768 pixels, where the sums start a new block, and 65535, where the counts do
+// and a histogram takes memory.
 TEST_P(AtVectorLevel, statistics_equal_the_plain_method_around_every_vector_width_and_block) {
     std::vector<int> counts = {32767, 32768, 32785, 65535, 65536, 65600, 131071};
     for (int count = 1; count <= 70; ++count)
@@ -53,16 +64,95 @@ TEST_P(AtVectorLevel, statistics_equal_the_plain_method_around_every_vector_widt
             EXPECT_TRUE(sameBits(plain::getStdev(row.data(), count, 1), getStdev(row.data(), count, 1))) << count;
             EXPECT_TRUE(sameBits(plain::getMean(row.data(), count), getMean(row.data(), count))) << count;
             EXPECT_EQ(sorted[(sorted.size() - 1) / 2], getMedian(row.data(), count)) << count;
+            if (count >= 32767)
+                expectPlainHistogramMedian(row);
             for (const std::size_t rank : {std::size_t{0}, sorted.size() / 3, sorted.size() - 1})
                 EXPECT_EQ(sorted[rank], rankKernels().pixelRank(row.data(), sorted.size(), rank)) << count;
         }
     }
 }
 
+std::vector<std::uint32_t> plainCounts(const TestImage& image) {
+    std::vector<std::uint32_t> counts(kPixelValues);
+    for (const WORD pixel : image.pixels)
+        ++counts[pixel];
+    return counts;
+}
+
+// Values of all of one window, and on both sides of its ends.
+std::vector<TestImage> pixelsAroundWindow(int width, int height, int window) {
+    const int end = window + kWindowValues;
+    std::vector<TestImage> images = {randomImage(width, height, window, end - 1, 1),
+                                     randomImage(width, height, 0, 65535, 2), constantImage(width, height, 4711),
+                                     saturatedImage(width, height, 3)};
+    for (const int value : {window - 1, window, end - 1, end, 65535}) {
+        const auto pixel = static_cast<WORD>(value);
+        images.push_back(twoValuedImage(width, height, static_cast<WORD>(window + 5), pixel, 4));
+        images.push_back(randomImage(width, height, window, end - 1, 5));
+        for (std::size_t i = 0; i < images.back().pixels.size(); i += 37)
+            images.back().pixels[i] = pixel;
+    }
+    return images;
+}
+
+// A stretch of one value, the window's tables, bytes that carry and single pixels behind the last whole stretch, of
+// whole images and of a part of their rows.
+TEST_P(AtVectorLevel, pixels_are_counted_in_every_way) {
+    constexpr int kMore = 9;  // the room's neighbours stay
+    std::vector<std::uint32_t> room(PixelCounts::kRoom + kMore);
+    std::fill_n(room.rbegin(), kMore, 7u);
+    const std::vector<std::uint32_t> clear = room;
+    const auto check = [&](const TestImage& image, const PixelRows& pixels, const TestImage& counted, int way) {
+        SCOPED_TRACE(testing::Message() << image.width << " x " << image.height << ", way " << way);
+        std::vector<std::uint32_t> counts(kPixelValues);
+        const int window = std::array{0, 30000, kPixelValues - kWindowValues}[way / 4];
+        const PixelCounts into{counts.data(), room.data(), window, way % 2 == 1, way / 2 % 2 == 1};
+        for (int times = 0; times < 2; ++times)
+            histogramKernels().add(pixels, into);
+        histogramKernels().merge(into);
+        std::vector<std::uint32_t> expected = plainCounts(counted);
+        for (std::uint32_t& count : expected)
+            count *= 2;
+        EXPECT_TRUE(expected == counts);
+        EXPECT_TRUE(clear == room);
+    };
+    for (const auto& [width, height] : {std::pair{1, 300}, {31, 3}, {32, 9}, {33, 8}, {95, 70}, {65535, 1}}) {
+        for (int way = 0; way < 12; ++way) {
+            for (const TestImage& image : pixelsAroundWindow(width, height, way < 8 ? 30000 : 61536)) {
+                const auto columns = static_cast<std::size_t>(width);
+                check(image, {image.data(), width, height, columns, 1024}, image, way);
+                if (width < 33)
+                    continue;
+                const int first = width / 3;
+                TestImage part{width - first, height, {}};
+                for (int y = 0; y < height; ++y)
+                    part.pixels.insert(part.pixels.end(), &image.pixels[columns * y + first],
+                                       &image.pixels[columns * y] + columns);
+                check(image, {image.data() + first, width, height, columns - first, -64}, part, way);
+            }
+        }
+    }
+}
+
+TEST_P(AtVectorLevel, counted_blocks_tell_ranks_and_bounds) {
+    for (const auto& [low, high] : {std::pair{0, 65535}, {255, 256}, {300, 300}, {511, 1000}, {65535, 65535}, {0, 0}}) {
+        const TestImage image = randomImage(5000, 1, low, high, 1);
+        const std::vector<std::uint32_t> counts = plainCounts(image);
+        std::vector<WORD> sorted = image.pixels;
+        std::sort(sorted.begin(), sorted.end());
+        const CountBlocks blocks(counts.data());
+        for (std::size_t rank = 0; rank < sorted.size(); rank += rank == 0 ? 1 : 357)
+            EXPECT_EQ(sorted[rank], blocks.valueOfRank(rank)) << low << ", " << rank;
+        EXPECT_EQ(sorted.back(), blocks.valueOfRank(sorted.size() - 1));
+        EXPECT_EQ(sorted.front() / kValueBlock * kValueBlock, blocks.first());
+        EXPECT_EQ(sorted.back() / kValueBlock * kValueBlock + kValueBlock - 1, blocks.last());
+    }
+}
+
 TEST_P(AtVectorLevel, histogram_sums_equal_the_sums_over_pixels) {
     const TestImage image = randomImage(3000, 1, 100, 300, 3);
     PixelHistogram histogram;
-    histogram.add(image.data(), image.pixels.size());
+    histogram.add(image.pixels);
     for (const int first : {0, 100, 117, 250}) {
         for (const int last : {99, 130, 251, 300, 65535}) {
             std::int64_t count = 0;
@@ -100,6 +190,18 @@ TEST_P(AtVectorLevel, snr_series_equals_the_plain_method) {
         flatImage(270, 269, 210, 40, 4),    twoValuedImage(300, 300, 0, 65535, 5), constantImage(128, 129, 300),
         constantImage(130, 128, 208),       constantImage(131, 128, 17),
     };
+    // A value that overflows a byte among others all over the range, and outliers that cut most stretches.
+    for (const auto& [low, high] : {std::pair{0, 65535}, {9000, 9050}}) {
+        images.push_back(randomImage(290, 300, low, high, 9));
+        for (std::size_t i = 0; i < images.back().pixels.size(); i += low == 0 ? 3 : 19)
+            images.back().pixels[i] = 777;
+    }
+    // Outliers on one side alone.
+    for (const auto& [level, outlier] : {std::pair{1000, WORD{5000}}, {50000, WORD{100}}}) {
+        images.push_back(flatImage(128, 128, level, 2, 10));
+        for (std::size_t i = 0; i < images.back().pixels.size(); i += 97)
+            images.back().pixels[i] = outlier;
+    }
     // A mean below the pedestal that is no whole number.
     images.push_back(constantImage(128, 128, 207));
     for (std::size_t i = 0; i < images.back().pixels.size(); i += 4)

@@ -37,6 +37,10 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 inline Ints loadInts(const void* values) {
     return Ints(_mm512_loadu_si512(values));
 }
+// From each place on, two 16-bit values.
+inline Ints gatherPairs(const std::uint16_t* values, Ints places) {
+    return Ints(_mm512_i32gather_epi32(__m512i(places), values, 2));
+}
 inline Doubles lowDoubles(Floats v) {
     return _mm512_cvtps_pd(_mm512_castps512_ps256(v));
 }
@@ -66,6 +70,9 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 }
 inline Ints loadInts(const void* values) {
     return Ints(_mm256_loadu_si256(static_cast<const __m256i*>(values)));
+}
+inline Ints gatherPairs(const std::uint16_t* values, Ints places) {
+    return Ints(_mm256_i32gather_epi32(reinterpret_cast<const int*>(values), __m256i(places), 2));
 }
 inline Doubles lowDoubles(Floats v) {
     return _mm256_cvtps_pd(_mm256_castps256_ps128(v));

@@ -20,10 +20,17 @@ std::int64_t sum(const std::uint16_t* pixels, std::size_t count) noexcept {
     std::int64_t total = 0;
     for (std::size_t start = 0; start < count; start += kIntSumBlock) {
         const std::size_t end = smaller(start + kIntSumBlock, count);
-        std::uint32_t block = 0;
-        for (std::size_t i = start; i < end; ++i)
-            block += pixels[i];
-        total += block;
+        Uints block{};
+        std::size_t i = start;
+        for (; i + kShortLanes <= end; i += kShortLanes) {
+            fetchAhead(pixels + i);
+            const Uints pairs = Uints(loadShorts(pixels + i));
+            block += (pairs & 0xFFFF) + (pairs >> 16);
+        }
+        for (int lane = 0; lane < kLanes; ++lane)
+            total += block[lane];
+        for (; i < end; ++i)
+            total += pixels[i];
     }
     return total;
 }
@@ -40,6 +47,7 @@ void addNarrowBlock(const std::uint16_t* pixels, std::size_t count, Shorts centr
     Uints sums{};
     Uints squares{};
     for (std::size_t i = 0; i < count; i += kShortLanes) {
+        fetchAhead(pixels + i);
         const Shorts deviations = differenceSaturated(loadShorts(pixels + i) ^ kSignBit, centre);
         lowest = deviations < lowest ? deviations : lowest;
         highest = deviations > highest ? deviations : highest;
@@ -89,6 +97,7 @@ double squares(const std::uint16_t* pixels, std::size_t count, int centre) noexc
     Doubles high{};
     std::size_t i = 0;
     for (; i + kLanes <= count; i += kLanes) {
+        fetchAhead(pixels + i);
         const Floats deviations = toFloats(loadPixels(pixels + i) - centre);
         const Floats rounded = deviations * deviations;
         low += lowDoubles(rounded);

@@ -231,6 +231,7 @@ std::uint64_t columnRanks(const float* panel, std::ptrdiff_t stride, int columns
     KeyRange ranges[kPanelVectors];
     for (int y = 0; y < rows; ++y) {
         for (int v = 0; v < vectors; ++v) {
+            fetchFrom(panel + y * stride + v * kLanes, 24 * stride * static_cast<std::ptrdiff_t>(sizeof *panel));
             const Ints key = keysOf(loadInts(panel + y * stride + v * kLanes));
             store(keys + v * vectorKeys + static_cast<std::ptrdiff_t>(y) * kLanes, key);
             ranges[v].add(key);

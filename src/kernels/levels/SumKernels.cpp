@@ -90,10 +90,13 @@ struct StripGroup {
 
     void addRow(const std::uint16_t* row) {
         constexpr auto kPieceStride = static_cast<std::ptrdiff_t>(kPieceShorts * kStripColumns * sizeof(std::uint16_t));
+        constexpr std::ptrdiff_t kBytesAhead = 6144;
         const Bits zero{};
         // Members would be written back after every addition.
         Floats runningLow = low;
         Floats runningHigh = high;
+        for (int strip = 0; strip < kStripsInFlight; ++strip)
+            fetchFrom(row + strip * kStripColumns, kBytesAhead);
         for (int x = 0; x < kStripColumns; x += kPieceShorts) {
             Bits in[kPieceShorts];
             for (int i = 0; i < kPieceShorts; ++i)

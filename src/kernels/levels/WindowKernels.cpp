@@ -34,6 +34,15 @@ template <class Value>
     a = smaller;
 }
 
+#if defined(__AVX512F__)
+// Only one port finds the smaller or the larger of such wide pixels; the larger one is what is left of both.
+[[gnu::always_inline]] inline void order(Pixels& a, Pixels& b) {
+    const Pixels smaller = smallerOf(a, b);
+    b.lanes = a.lanes ^ b.lanes ^ smaller.lanes;
+    a = smaller;
+}
+#endif
+
 // Moves the smallest of so many values to the front and the largest to the end.
 template <int count, class Value>
 [[gnu::always_inline]] inline void moveExtremesOut(Value* values) {
@@ -188,10 +197,15 @@ void orderFours(const ConstPixelRow* rows, int count, const PixelRow* ordered) n
 // The four in the middle of two ordered fours, in order.
 void middleOfEight(const Pixels* a, const Pixels* b, Pixels* middle) {
     // The smaller halves of opposite values are the four smallest, bitonic; of these the larger two are wanted.
-    middle[0] = largerOf(smallerOf(a[0], b[3]), smallerOf(a[2], b[1]));
-    middle[1] = largerOf(smallerOf(a[1], b[2]), smallerOf(a[3], b[0]));
-    middle[2] = smallerOf(largerOf(a[0], b[3]), largerOf(a[2], b[1]));
-    middle[3] = smallerOf(largerOf(a[1], b[2]), largerOf(a[3], b[0]));
+    Pixels low[] = {a[0], a[1], a[2], a[3]};
+    Pixels high[] = {b[3], b[2], b[1], b[0]};
+    QX_UNROLLED
+    for (int i = 0; i < kOrderedPixels; ++i)
+        order(low[i], high[i]);
+    middle[0] = largerOf(low[0], low[2]);
+    middle[1] = largerOf(low[1], low[3]);
+    middle[2] = smallerOf(high[0], high[2]);
+    middle[3] = smallerOf(high[1], high[3]);
     order(middle[0], middle[1]);
     order(middle[2], middle[3]);
 }

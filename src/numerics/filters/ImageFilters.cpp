@@ -5,6 +5,7 @@
 #include "foundation/ImageView.h"
 #include "foundation/Panels.h"
 #include "foundation/Scratch.h"
+#include "kernels/HistogramKernels.h"
 #include "kernels/WindowKernels.h"
 #include "numerics/statistics/PixelHistogram.h"
 
@@ -12,7 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <span>
 
 namespace {
 
@@ -51,27 +52,23 @@ void filterPanel(qx::ImageView<WORD> image, int firstColumn, int columns) noexce
 // Values of pixels by the share of pixels that are at most as bright.
 // Kept: the darkest value does not become 0.
 void fillLevels(const std::uint32_t* counts, int n, WORD* levels) noexcept {
+    constexpr std::uint32_t kSparsePixels = qx::kValueBlock / 8;
+    const qx::CountBlocks blocks(counts);
     double atMost = 0.0;
-    for (int value = 0; value < qx::kPixelValues; ++value) {
-        if (counts[value] == 0)
+    for (int block = 0; block < qx::kValueBlocks; ++block) {
+        const std::uint32_t pixels = blocks.pixels(block);
+        if (pixels == 0)
             continue;
-        atMost += counts[value];
-        levels[value] = static_cast<WORD>(atMost / n * 65535.0);
+        // Where most values occur, a level too many takes less time than to foresee which do not.
+        const bool isSparse = pixels < kSparsePixels;
+        const int first = block * qx::kValueBlock;
+        for (int value = first; value < first + qx::kValueBlock; ++value) {
+            if (isSparse && counts[value] == 0)
+                continue;
+            atMost += counts[value];
+            levels[value] = static_cast<WORD>(atMost / n * 65535.0);
+        }
     }
-}
-
-// Four pixels at a time: a store each would take longer than the levels' look-up.
-void replaceByLevels(WORD* pixels, std::size_t count, const WORD* levels) noexcept {
-    constexpr std::size_t kAtOnce = 4;
-    std::size_t i = 0;
-    const auto level = [=](std::size_t index) -> std::uint64_t { return levels[pixels[index]]; };
-#pragma GCC unroll 2
-    for (; i + kAtOnce <= count; i += kAtOnce) {
-        const std::uint64_t four = level(i) | level(i + 1) << 16 | level(i + 2) << 32 | level(i + 3) << 48;
-        std::memcpy(pixels + i, &four, sizeof four);
-    }
-    for (; i < count; ++i)
-        pixels[i] = levels[pixels[i]];
 }
 
 }  // namespace
@@ -93,10 +90,10 @@ void hisEqualization(WORD* pixels, int n) {
     if (pixels == nullptr || n < 1)
         return;
     qx::PixelHistogram histogram;
-    qx::Scratch<WORD> levels(qx::kPixelValues);
+    qx::Scratch<WORD> levels(qx::kPixelValues + 1);
     if (!histogram || !levels)
         return;
-    histogram.add(pixels, n);
+    histogram.add(std::span(pixels, n));
     fillLevels(histogram.counts(), n, levels.data());
-    replaceByLevels(pixels, n, levels.data());
+    qx::histogramKernels().replace(pixels, n, levels.data());
 }

@@ -25,7 +25,7 @@ constexpr float kTailShare = 0.05f;
 void countBelow(std::span<const WORD> data, int* hist, int bins) {
     if (bins >= qx::kPixelValues) {
         static_assert(sizeof(int) == sizeof(std::uint32_t));
-        qx::countPixels(data.data(), data.size(), reinterpret_cast<std::uint32_t*>(hist));
+        qx::countPixels(data, reinterpret_cast<std::uint32_t*>(hist));
         return;
     }
     for (const WORD value : data)
@@ -181,7 +181,7 @@ int getHistogramByBins(int* counts, int* centers, int bins, const WORD* data, in
     qx::PixelHistogram histogram;
     if (!histogram)
         return StatusAllocationFailed;
-    histogram.add(data, std::max(n, 0));
+    histogram.add(std::span(data, std::max(n, 0)));
     const std::uint32_t* const held = histogram.counts();
     // Kept: the bins share what is left between two tails, even where that is nothing.
     const int tail = qx::truncateToInt(static_cast<float>(n) * kTailShare);

@@ -1,51 +1,83 @@
 #pragma once
 
 #include "foundation/Scratch.h"
+#include "kernels/HistogramKernels.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <span>
 
 namespace qx {
 
-inline constexpr int kPixelValues = 65536;
+// Where pixels lie, by a sample of them, as PixelCounts wants to know it: it makes counting quick, and changes no
+// count.
+struct PixelSpread {
+    int window = 0;
+    bool usesWindow = false;
+    bool isWide = false;
+};
 
-// Adds pixels to counts of all 65536 values. Inline, as it is called for short stretches of rows.
-inline void countPixels(const std::uint16_t* pixels, std::size_t count, std::uint32_t* counts) noexcept {
-    constexpr std::size_t kPixelsPerLoad = 4;
-    std::size_t i = 0;
-    for (; i + 2 * kPixelsPerLoad <= count; i += 2 * kPixelsPerLoad) {
-        std::array<std::uint64_t, 2> eight;
-        std::memcpy(eight.data(), pixels + i, sizeof eight);
-        for (const std::uint64_t four : eight) {
-            ++counts[four & 0xFFFF];
-            ++counts[(four >> 16) & 0xFFFF];
-            ++counts[(four >> 32) & 0xFFFF];
-            ++counts[four >> 48];
-        }
-    }
-    for (; i < count; ++i)
-        ++counts[pixels[i]];
-}
+// Neighbours from places all over.
+inline constexpr int kSamplePlaces = 128;
+using SampleRun = std::array<std::uint16_t, 8>;
+using PixelSample = std::array<SampleRun, kSamplePlaces>;
+PixelSpread spreadOf(const PixelSample& sample) noexcept;
 
-// The value of a rank in ascending order, counted from 0, among the values first .. last. rank is below their count.
-int valueOfRank(const std::uint32_t* counts, int first, int last, std::uint64_t rank) noexcept;
+// The spread of pixels that lie side by side.
+PixelSpread spreadOf(std::span<const std::uint16_t> pixels) noexcept;
 
-// Counts of all pixel values, 256 KiB on the heap; test it before use.
-class PixelHistogram {
+// Adds pixels to counts of all values. Without memory of its own it takes up to three times as long.
+void countPixels(std::span<const std::uint16_t> pixels, std::uint32_t* counts) noexcept;
+
+// Counts of all values by blocks, so that nobody looks where there are none.
+class CountBlocks {
 public:
-    PixelHistogram() noexcept : counts_(kPixelValues) {
-        if (counts_)
-            counts_.clear();
+    explicit CountBlocks(const std::uint32_t* counts) noexcept : counts_(counts) {
+        histogramKernels().blockSums(counts, sums_.data());
     }
 
-    explicit operator bool() const noexcept { return static_cast<bool>(counts_); }
-    std::uint32_t* counts() noexcept { return counts_.data(); }
-    void add(const std::uint16_t* pixels, std::size_t count) noexcept { countPixels(pixels, count, counts_.data()); }
+    // Pixels of one of kValueBlocks blocks.
+    std::uint32_t pixels(int block) const noexcept { return sums_[block]; }
+
+    // The value of a rank in ascending order, counted from 0, which is below the sum of the counts.
+    int valueOfRank(std::uint64_t rank) const noexcept;
+
+    // Bounds of the values that are counted, of which there are some.
+    int first() const noexcept;
+    int last() const noexcept;
 
 private:
-    Scratch<std::uint32_t> counts_;
+    const std::uint32_t* counts_;
+    std::array<std::uint32_t, kValueBlocks> sums_;
+};
+
+// Counts of all pixel values, 384 KiB on the heap; test it before use.
+class PixelHistogram {
+public:
+    PixelHistogram() noexcept : memory_(kPixelValues + PixelCounts::kRoom) {
+        if (memory_)
+            std::fill_n(counts(), kPixelValues, 0u);
+    }
+
+    explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
+    std::uint32_t* counts() noexcept { return memory_.data(); }
+
+    // Once, before parts are added; these are in the counts only after the next call of merge.
+    void expect(const PixelSpread& spread) noexcept;
+    void addPart(const PixelRows& pixels) noexcept { histogramKernels().add(pixels, into()); }
+    void merge() noexcept { histogramKernels().merge(into()); }
+
+    void add(std::span<const std::uint16_t> pixels) noexcept;
+
+private:
+    PixelCounts into() noexcept {
+        return {counts(), counts() + kPixelValues, spread_.window, spread_.usesWindow, spread_.isWide};
+    }
+
+    Scratch<std::uint32_t> memory_;
+    PixelSpread spread_;
 };
 
 }  // namespace qx

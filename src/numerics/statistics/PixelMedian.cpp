@@ -19,8 +19,8 @@ WORD lowerMiddle(std::span<const WORD> pixels) noexcept {
     if (pixels.size() >= kHistogramFrom) {
         PixelHistogram histogram;
         if (histogram) {
-            histogram.add(pixels.data(), pixels.size());
-            return static_cast<WORD>(valueOfRank(histogram.counts(), 0, kPixelValues - 1, rank));
+            histogram.add(pixels);
+            return static_cast<WORD>(CountBlocks(histogram.counts()).valueOfRank(rank));
         }
     }
     return rankKernels().pixelRank(pixels.data(), pixels.size(), rank);

@@ -30,43 +30,48 @@ Rect centredSquare(const Image& image, int side) {
     return {(image.height - side) / 2, (image.width - side) / 2, side, side};
 }
 
-// A stretch of one row.
-struct Stretch {
-    const WORD* pixels;
-    int count;
-};
-
-void prefetch(const Stretch& stretch) {
-    constexpr int kPixelsPerCacheLine = 32;
-    for (int x = 0; x < stretch.count; x += kPixelsPerCacheLine)
-        __builtin_prefetch(stretch.pixels + x);
+// Adds a rectangle, which may be empty. The processor does not look from row to row: rows ahead are fetched, the more
+// the fewer pixels they have.
+void addRect(const Image& image, const Rect& rect, PixelHistogram& histogram) {
+    constexpr int kPixelsAhead = 1024;
+    constexpr int kMostRows = 16;
+    if (rect.isEmpty())
+        return;
+    const std::ptrdiff_t stride = image.width;
+    const int rowsAhead = std::clamp(kPixelsAhead / rect.width, 1, kMostRows);
+    const auto columns = static_cast<std::size_t>(rect.width);
+    histogram.addPart({&image.at(rect.top, rect.left), stride, rect.height, columns, rowsAhead * stride});
 }
 
-// Adds the pixels of `outer` that do not lie in `inner`, which lies inside it or is empty.
+// Adds the pixels of `outer` that do not lie in `inner`, which lies inside it.
 void addRing(const Image& image, const Rect& outer, const Rect& inner, PixelHistogram& histogram) {
-    // Beside the inner square a row holds two short stretches, each in a page of its own: the processor does not
-    // foresee them.
-    constexpr int kRowsAhead = 8;
-    const auto leftOf = [&](int y) { return Stretch{&image.at(y, outer.left), inner.left - outer.left}; };
-    const auto rightOf = [&](int y) { return Stretch{&image.at(y, inner.right()), outer.right() - inner.right()}; };
-    for (int y = outer.top; y < outer.bottom(); ++y) {
-        if (y < inner.top || y >= inner.bottom()) {
-            histogram.add(&image.at(y, outer.left), outer.width);
-            continue;
-        }
-        const int ahead = std::min(y + kRowsAhead, outer.bottom() - 1);
-        prefetch(leftOf(ahead));
-        prefetch(rightOf(ahead));
-        for (const Stretch& stretch : {leftOf(y), rightOf(y)})
-            histogram.add(stretch.pixels, stretch.count);
+    const int left = inner.left - outer.left;
+    const int right = outer.right() - inner.right();
+    addRect(image, {outer.top, outer.left, inner.top - outer.top, outer.width}, histogram);
+    addRect(image, {inner.top, outer.left, inner.height, left}, histogram);
+    addRect(image, {inner.top, inner.right(), inner.height, right}, histogram);
+    addRect(image, {inner.bottom(), outer.left, outer.bottom() - inner.bottom(), outer.width}, histogram);
+    histogram.merge();
+}
+
+// Pixels all over the image.
+PixelSpread spreadOf(const Image& image) {
+    constexpr int kColumns = 8;
+    constexpr int kRows = kSamplePlaces / kColumns;
+    PixelSample sample;
+    for (int i = 0; i < kSamplePlaces; ++i) {
+        const WORD* const place =
+            &image.at(image.height / kRows * (i / kColumns), image.width / kColumns * (i % kColumns));
+        std::copy_n(place, sample[i].size(), sample[i].begin());
     }
+    return qx::spreadOf(sample);
 }
 
 // The pixel values first .. last of a square are kept; all others count as `substitute`.
 struct Cleaning {
-    int first = 0;
-    int last = kPixelValues - 1;
-    int substitute = 0;
+    int first;
+    int last;
+    int substitute;
 
     int apply(int value) const { return value >= first && value <= last ? value : substitute; }
 };
@@ -75,10 +80,13 @@ struct Cleaning {
 class SquareContent {
 public:
     SquareContent(const Image& image, const Rect& square, PixelHistogram& histogram)
-        : image_(image), square_(square), counts_(histogram.counts()) {}
+        : image_(image), square_(square), counts_(histogram.counts()), blocks_(counts_) {}
 
     // The upper middle pixel.
-    int median() const { return valueOfRank(counts_, 0, kPixelValues - 1, square_.pixels() / 2); }
+    int median() const { return blocks_.valueOfRank(square_.pixels() / 2); }
+
+    // Keeps all pixels.
+    Cleaning none() const { return {blocks_.first(), blocks_.last(), 0}; }
 
     // The deviation as getStdev takes it of the pixels without their pedestal.
     float deviation(const Cleaning& cleaning) const;
@@ -90,6 +98,7 @@ private:
     Image image_;
     Rect square_;
     const std::uint32_t* counts_;
+    CountBlocks blocks_;
 };
 
 double singleSquare(int deviation) {
@@ -125,23 +134,24 @@ float SquareContent::deviation(const Cleaning& cleaning) const {
     return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / count));
 }
 
-// The values strictly within four deviations of the median, compared in single precision without the pedestal.
-Cleaning withoutOutliers(int median, float deviation) {
+// Of the values that are kept so far, those strictly within four deviations of the median, compared in single precision
+// without the pedestal.
+Cleaning withoutOutliers(const Cleaning& before, int median, float deviation) {
     const float middle = median - kPedestal;
     const float high = middle + kOutlierDeviations * deviation;
     const float low = middle - kOutlierDeviations * deviation;
-    Cleaning cleaning;
-    cleaning.first = std::max(truncateToInt(std::floor(low)) + 1 + kPedestal, 0);
-    cleaning.last = std::min(truncateToInt(std::ceil(high)) - 1 + kPedestal, kPixelValues - 1);
-    cleaning.substitute = median;
-    return cleaning;
+    return {std::max(truncateToInt(std::floor(low)) + 1 + kPedestal, before.first),
+            std::min(truncateToInt(std::ceil(high)) - 1 + kPedestal, before.last), median};
 }
 
 // Replacing outliers by the median leaves the median as it is: no value changes sides.
 float snrOf(const SquareContent& content) {
     const int median = content.median();
-    const Cleaning cleaning = withoutOutliers(median, content.deviation(Cleaning{}));
-    return (median - kPedestal) / content.deviation(cleaning);
+    const Cleaning all = content.none();
+    const float deviation = content.deviation(all);
+    const Cleaning cleaning = withoutOutliers(all, median, deviation);
+    const bool changes = cleaning.first > all.first || cleaning.last < all.last;
+    return (median - kPedestal) / (changes ? content.deviation(cleaning) : deviation);
 }
 
 }  // namespace
@@ -183,6 +193,7 @@ int measureSnrSeries(ImageView<const WORD> image, std::span<float> series) noexc
     PixelHistogram histogram;
     if (!histogram)
         return StatusAllocationFailed;
+    histogram.expect(spreadOf(image));
     Rect inner{image.height / 2, image.width / 2, 0, 0};
     for (int k = 0; k < snrCount(image.width, image.height); ++k) {
         const Rect outer = centredSquare(image, snrSquareSide(k));

@@ -139,6 +139,20 @@ TEST(FiltersOfImages, equal_the_plain_methods) {
     check(randomImage(4160, 8, 0, 65535, 1));
 }
 
+// From 65536 pixels on a sample decides how they are counted.
+TEST(HisEqualization, equals_the_plain_method_where_pixels_are_sampled) {
+    for (const auto& [width, height] : {std::pair{65535, 1}, {1, 65536}, {1, 65567}, {65535, 2}, {257, 300}}) {
+        TestImage hot = randomImage(width, height, 0, 65535, 1);
+        for (std::size_t i = 0; i < hot.pixels.size(); i += 3)
+            hot.pixels[i] = 777;
+        for (const TestImage& image :
+             {hot, randomImage(width, height, 0, 65535, 2), flatImage(width, height, 52000, 200, 3),
+              saturatedImage(width, height, 4), constantImage(width, height, 65535), rampImage(width, height, 7)})
+            expectSame(sameBitsEverywhere<Words>, image.pixels, plain::hisEqualization, hisEqualization,
+                       width * height);
+    }
+}
+
 // Rows of whole cache lines that do not start with one.
 TEST(FilterImg, place_in_memory_does_not_matter) {
     constexpr int kWidth = 64, kHeight = 9, kCount = kWidth * kHeight;
