@@ -1,6 +1,7 @@
 #include "kernels/AfeKernels.h"
 #include "kernels/Base64Kernels.h"
 #include "kernels/CrcKernels.h"
+#include "kernels/ExposureKernels.h"
 #include "kernels/FrameKernels.h"
 #include "kernels/PixelKernels.h"
 #include "kernels/Processor.h"
@@ -34,6 +35,7 @@ const VectorLevel crcLimit = processorCrcLevel();
 QX_CHOOSE(AfeKernels, afeKernels, vectorLevel())
 QX_CHOOSE(Base64Kernels, base64Kernels, vectorLevel())
 QX_CHOOSE(CrcKernels, crcKernels, std::min(vectorLevel(), crcLimit))
+QX_CHOOSE(ExposureKernels, exposureKernels, vectorLevel())
 QX_CHOOSE(FrameKernels, frameKernels, vectorLevel())
 QX_CHOOSE(PixelKernels, pixelKernels, vectorLevel())
 QX_CHOOSE(RankKernels, rankKernels, vectorLevel())
