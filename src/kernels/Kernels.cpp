@@ -1,5 +1,6 @@
 #include "kernels/AfeKernels.h"
 #include "kernels/Base64Kernels.h"
+#include "kernels/ColumnKernels.h"
 #include "kernels/CrcKernels.h"
 #include "kernels/ExposureKernels.h"
 #include "kernels/FrameKernels.h"
@@ -34,6 +35,7 @@ const VectorLevel crcLimit = processorCrcLevel();
 
 QX_CHOOSE(AfeKernels, afeKernels, vectorLevel())
 QX_CHOOSE(Base64Kernels, base64Kernels, vectorLevel())
+QX_CHOOSE(ColumnKernels, columnKernels, vectorLevel())
 QX_CHOOSE(CrcKernels, crcKernels, std::min(vectorLevel(), crcLimit))
 QX_CHOOSE(ExposureKernels, exposureKernels, vectorLevel())
 QX_CHOOSE(FrameKernels, frameKernels, vectorLevel())
