@@ -151,4 +151,46 @@ int firstImageVerdict(const WORD* image, const WORD* dark, int width, int height
     return illuminationAsymmetry(difference, width, height, afeWidth) > 0.3f ? 1069 : 0;
 }
 
+namespace {
+
+// The integer part of the mean of 64 x 64 values.
+WORD squareMean(const std::vector<float>& image, int width, int top, int left) {
+    constexpr int kSquare = 64;
+    std::vector<WORD> pixels;
+    for (int row = top; row < top + kSquare; ++row) {
+        for (int col = left; col < left + kSquare; ++col)
+            pixels.push_back(static_cast<WORD>(image[at(row, col, width)]));
+    }
+    return static_cast<WORD>(getMean(pixels.data(), kSquare * kSquare));
+}
+
+// The coefficient of variation of a square in the middle and one near each corner.
+float variationOfSquares(const std::vector<float>& image, int width, int height) {
+    constexpr int kSquare = 64;
+    const float left = static_cast<float>(width) * 0.333f * 0.5f;
+    const float top = static_cast<float>(height) * 0.333f * 0.5f;
+    const float right = static_cast<float>(width - kSquare) - left;
+    const float bottom = static_cast<float>(height - kSquare) - top;
+    std::vector<WORD> means = {squareMean(image, width, (height - kSquare) / 2, (width - kSquare) / 2)};
+    for (const float y : {top, bottom}) {
+        for (const float x : {left, right})
+            means.push_back(squareMean(image, width, truncateToInt(y), truncateToInt(x)));
+    }
+    return getStdev(means.data(), 5, 1) / static_cast<float>(truncateToInt(getMean(means.data(), 5)));
+}
+
+}  // namespace
+
+int previewVerdict(const WORD* image, const WORD* dark, int width, int height, int blockFloor, float limit) {
+    const std::vector<float> difference = darkSubtracted(image, dark, width, height);
+    const std::vector<float> blocks = binned(difference, width, height);
+    for (int row = 0; row < (height - 1) / kBlock; ++row) {
+        for (int col = 0; col < (width - 1) / kBlock; ++col) {
+            if (blocks[at(row, col, width / kBlock)] < static_cast<float>(blockFloor))
+                return 1068;
+        }
+    }
+    return variationOfSquares(difference, width, height) < limit ? 0 : 1062;
+}
+
 }  // namespace qx::plain

@@ -1,6 +1,8 @@
 #include "kernels/AfeKernels.h"
 #include "kernels/Base64Kernels.h"
+#include "kernels/ColumnKernels.h"
 #include "kernels/CrcKernels.h"
+#include "kernels/ExposureKernels.h"
 #include "kernels/FrameKernels.h"
 #include "kernels/HistogramKernels.h"
 #include "kernels/PixelKernels.h"
@@ -34,7 +36,9 @@ const VectorLevel crcLimit = processorCrcLevel();
 
 QX_CHOOSE(AfeKernels, afeKernels, vectorLevel())
 QX_CHOOSE(Base64Kernels, base64Kernels, vectorLevel())
+QX_CHOOSE(ColumnKernels, columnKernels, vectorLevel())
 QX_CHOOSE(CrcKernels, crcKernels, std::min(vectorLevel(), crcLimit))
+QX_CHOOSE(ExposureKernels, exposureKernels, vectorLevel())
 QX_CHOOSE(FrameKernels, frameKernels, vectorLevel())
 QX_CHOOSE(HistogramKernels, histogramKernels, vectorLevel())
 QX_CHOOSE(PixelKernels, pixelKernels, vectorLevel())

@@ -562,7 +562,7 @@ const ExportCall kCalls[] = {
         return measured([&](CheckMeasures* out) { return measureFalseTriggAEDImage(image.data(), 1024, kSide, out); });
     }).memory(1035),
     with("measureFirstImg(unsigned short const*, unsigned short const*, int, int, CheckMeasures*)", 0,
-         [] { return measuredOnExposure(measureFirstImg); }).memory(1035),
+         [] { return measuredOnExposure(measureFirstImg); }).memory(1035, 0),
     with("measureGainImgGroup(char const* const*, int, CheckMeasures*)", 0, [](Dir dir) {
         return oneGainImage(dir, [](const char* const* paths, int count) {
             return measured([=](CheckMeasures* out) { return measureGainImgGroup(paths, count, out); });

@@ -7,15 +7,18 @@
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 
+#include <optional>
+
 namespace qx {
 
 // What a pixel without signal becomes before the AFE balance, so that ratios stay finite.
 inline constexpr float kNoSignal = 0.1f;
 
 // The balance of the detector's AFE blocks over an image without pixels at or below 0: measures it and hands the result
-// to `apply`, which returns a status. No image gives 1017. Logs its course.
-template <class Apply>
-int balanceAfes(FloatRows* rows, Apply apply) {
+// to `apply`, which returns a status. No image gives 1017. Logs its course. surveyed(blocks) is a measurement that has
+// had its pass over the image, if there is one.
+template <class Surveyed, class Apply>
+int balanceAfes(FloatRows* rows, Surveyed surveyed, Apply apply) {
     LoggedOperation operation("correctRDwithoutRgain");
     if (rows == nullptr) {
         logInfo(kLogNoValue, "rad image is null");
@@ -24,7 +27,9 @@ int balanceAfes(FloatRows* rows, Apply apply) {
     const AfeBlocks blocks{rows->width(), detectorAfeWidth()};
     if (!isImageSize(rows->width(), rows->height()) || !measurable(blocks))
         return operation.end(StatusWrongParameter);
-    AfeMeasurement measurement(blocks, rows->height());
+    std::optional<AfeMeasurement> own;
+    AfeMeasurement* const passed = surveyed(blocks);
+    AfeMeasurement& measurement = passed != nullptr ? *passed : own.emplace(blocks, rows->height());
     if (!measurement) {
         measurement.logMissingBuffer();
         return operation.end(StatusAllocationFailed);

@@ -7,6 +7,8 @@ struct AfeBlocks {
     int width;
     int afeWidth;
 
+    bool operator==(const AfeBlocks&) const = default;
+
     int count() const noexcept { return width / afeWidth; }
     int boundaries() const noexcept { return count() - 1; }
     int first(int block) const noexcept { return block * afeWidth; }

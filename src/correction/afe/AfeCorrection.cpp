@@ -63,7 +63,8 @@ void scaleColumns(const qx::ImageView<float>& image, int first, std::span<const 
 int correctRDwithoutRgain(float* image, int width, int height) {
     const qx::ImageView<float> view{image, width, height};
     RaisedRows rows(view);
-    return qx::balanceAfes(image == nullptr ? nullptr : &rows, [&](const qx::AfeMeasurement& measurement) {
+    const auto surveyed = [](const AfeBlocks&) -> qx::AfeMeasurement* { return nullptr; };
+    return qx::balanceAfes(image == nullptr ? nullptr : &rows, surveyed, [&](const qx::AfeMeasurement& measurement) {
         scaleColumns(view, 0, measurement.columnGains());
         return StatusOk;
     });

@@ -30,12 +30,7 @@ int detectorAfeWidth() noexcept {
 }
 
 void neighbourRatios(std::span<const float> row, const AfeBlocks& blocks, std::span<float> ratios) noexcept {
-    const int reference = blocks.reference();
-    const float* left = row.data() + blocks.last(0);
-    for (int k = 0; k < reference; ++k, left += blocks.afeWidth)
-        ratios[k] = left[0] / left[1];
-    for (int k = reference; k < blocks.boundaries(); ++k, left += blocks.afeWidth)
-        ratios[k] = left[1] / left[0];
+    neighbourRatios([row](int x) { return row[x]; }, blocks, ratios);
 }
 
 void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::span<float> gains) noexcept {
@@ -62,8 +57,7 @@ void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int firs
 }
 
 void scaleRow(std::span<float> pixels, std::span<const float> columnGains) noexcept {
-    constexpr float kSaturated = 65535.0f;
-    afeKernels().scaleBelow(pixels.data(), static_cast<int>(pixels.size()), columnGains.data(), kSaturated);
+    afeKernels().scaleBelow(pixels.data(), static_cast<int>(pixels.size()), columnGains.data(), kSaturatedPixel);
 }
 
 AfeMeasurement::AfeMeasurement(const AfeBlocks& blocks, int height) noexcept
@@ -86,7 +80,9 @@ void AfeMeasurement::logMissingBuffer() const noexcept {
 }
 
 int AfeMeasurement::measure(FloatRows& rows) noexcept {
-    findEdges(rows);
+    if (!hadPass_)
+        passOver(rows);
+    findEdges();
     useReplacements(rows);
     if (blocks_.boundaries() > 0) {
         const int status = calcMedianPerColumn(medians_.data(), ratios_.view().data, blocks_.boundaries(), height_);
@@ -98,18 +94,23 @@ int AfeMeasurement::measure(FloatRows& rows) noexcept {
     return StatusOk;
 }
 
-// One pass over the image: sums of the columns, in the order of the rows, and the ratios as they are without
-// replacements.
-void AfeMeasurement::findEdges(FloatRows& rows) noexcept {
-    const LoggedOperation operation("overwriteBadLineAroundAFEEdge");
-    const AfeKernels& kernels = afeKernels();
-    const ImageView<float> ratios = ratios_.view();
+void AfeMeasurement::beginPass() noexcept {
     columns_.clear();
+    hadPass_ = true;
+}
+
+// The ratios are those without replacements.
+void AfeMeasurement::passOver(FloatRows& rows) noexcept {
+    beginPass();
     for (int y = 0; y < height_; ++y) {
         const std::span row(rows.row(y), columns_.span().size());
-        kernels.add(row.data(), blocks_.width, columns_.data());
-        neighbourRatios(row, blocks_, ratios.rowSpan(y));
+        afeKernels().add(row.data(), blocks_.width, columns_.data());
+        neighbourRatios(row, blocks_, ratios().rowSpan(y));
     }
+}
+
+void AfeMeasurement::findEdges() noexcept {
+    const LoggedOperation operation("overwriteBadLineAroundAFEEdge");
     for (float& sum : columns_.span())
         sum /= height_;
     edges_.find(columns_.span());

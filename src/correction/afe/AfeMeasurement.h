@@ -17,7 +17,17 @@ inline bool measurable(const AfeBlocks& blocks) noexcept {
 // The detector's AFE width; 32 when it does not tell.
 int detectorAfeWidth() noexcept;
 
-// Ratios at the boundaries of a row: of neighbouring columns, away from the reference block.
+// Ratios at the boundaries of a row: of neighbouring columns, whose values valueAt gives. Kept: they point away from
+// the reference block.
+template <class ValueAt>
+void neighbourRatios(ValueAt valueAt, const AfeBlocks& blocks, std::span<float> ratios) noexcept {
+    const int reference = blocks.reference();
+    int left = blocks.last(0);
+    for (int k = 0; k < reference; ++k, left += blocks.afeWidth)
+        ratios[k] = valueAt(left) / valueAt(left + 1);
+    for (int k = reference; k < blocks.boundaries(); ++k, left += blocks.afeWidth)
+        ratios[k] = valueAt(left + 1) / valueAt(left);
+}
 void neighbourRatios(std::span<const float> row, const AfeBlocks& blocks, std::span<float> ratios) noexcept;
 
 // Gains from the median ratios of the boundaries.
@@ -26,6 +36,9 @@ void gainsOf(std::span<const float> medianRatios, const AfeBlocks& blocks, std::
 // One factor for each of the columns from `first` on: its block's gain, or 1 where there is none.
 void spreadGains(std::span<const float> gains, const AfeBlocks& blocks, int first,
                  std::span<float> columnGains) noexcept;
+
+// Pixels from this value on are saturated.
+inline constexpr float kSaturatedPixel = 65535.0f;
 
 // Multiplies pixels by their columns' gains, saturated ones excepted. A gain of 1 keeps every bit.
 void scaleRow(std::span<float> pixels, std::span<const float> columnGains) noexcept;
@@ -40,7 +53,14 @@ public:
     // Logs which buffer is missing.
     void logMissingBuffer() const noexcept;
 
-    // Reads the rows from top to bottom. Returns 0, or 1035 when memory is short. Logs the search for bad edges.
+    // For a pass over the image that is made elsewhere: adds each column to its sum, which is 0 at first, in the order
+    // of the rows, and takes the ratios of each row.
+    void beginPass() noexcept;
+    std::span<float> sums() noexcept { return columns_.span(); }
+    ImageView<float> ratios() noexcept { return ratios_.view(); }
+
+    // Reads the rows from top to bottom unless a pass was begun. Returns 0, or 1035 when memory is short. Logs the
+    // search for bad edges.
     int measure(FloatRows& rows) noexcept;
 
     const AfeBlocks& blocks() const noexcept { return blocks_; }
@@ -52,7 +72,8 @@ public:
     std::span<const float> columnGains() const noexcept { return columns_.span(); }
 
 private:
-    void findEdges(FloatRows& rows) noexcept;
+    void passOver(FloatRows& rows) noexcept;
+    void findEdges() noexcept;
     void useReplacements(const FloatRows& rows) noexcept;
 
     AfeBlocks blocks_;
@@ -62,6 +83,7 @@ private:
     Scratch<float> columns_;  // sums, then means, then gains
     Scratch<float> medians_;
     Scratch<float> gains_;
+    bool hadPass_ = false;
 };
 
 }  // namespace qx

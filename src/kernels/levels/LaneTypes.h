@@ -21,6 +21,7 @@ constexpr int kShortLanes = 2 * kLanes;
 // Turned over in unsigned 16-bit values, it keeps their order as signed ones.
 constexpr std::int16_t kSignBit = -32768;
 
+typedef std::int8_t Bytes __attribute__((vector_size(kVectorBytes)));
 typedef std::int16_t Shorts __attribute__((vector_size(kVectorBytes)));
 typedef std::uint32_t Uints __attribute__((vector_size(kVectorBytes)));
 typedef std::int32_t Ints __attribute__((vector_size(kVectorBytes)));

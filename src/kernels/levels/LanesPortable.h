@@ -103,6 +103,19 @@ inline Ints truncatedInts(Floats values) {
     return fits ? truncated : Ints{} - 2147483647 - 1;
 }
 
+// Integers close to the values, in their order. What is too low becomes the lowest integer.
+inline Ints closeInts(Floats values) {
+    return truncatedInts(values);
+}
+
+// Four vectors of integers as bytes side by side; those beyond a byte's ends become the ends.
+inline void storeBytes(std::int8_t* bytes, const Ints* four) {
+    for (int i = 0; i < 4 * kLanes; ++i) {
+        const std::int32_t value = four[i / kLanes][i % kLanes];
+        bytes[i] = static_cast<std::int8_t>(value < -128 ? -128 : value > 127 ? 127 : value);
+    }
+}
+
 // Vectors of pieces that lie `stride` bytes apart.
 inline Bits loadPieces(const void* first, std::ptrdiff_t) {
     return loaded<Bits>(first);
@@ -137,6 +150,19 @@ inline Ints countLess(Ints count, Ints a, Ints b) {
 }
 inline Shorts countLess(Shorts count, Shorts a, Shorts b) {
     return count - (a < b);
+}
+
+// The same of signed bytes.
+inline Bytes countLess(Bytes count, Bytes a, Bytes b) {
+    return count - (a < b);
+}
+
+// A bit for each byte that is the same in both.
+inline std::uint64_t bitsOfEqual(Bytes a, Bytes b) {
+    std::uint64_t bits = 0;
+    for (int lane = 0; lane < kVectorBytes; ++lane)
+        bits |= static_cast<std::uint64_t>(a[lane] == b[lane]) << lane;
+    return bits;
 }
 
 // One value from all lanes, by an operation on two vectors of any width.

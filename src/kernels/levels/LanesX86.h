@@ -158,6 +158,11 @@ inline Ints truncatedInts(Floats values) {
     return Ints(QX_WIDE(cvttps_epi32)(values));
 }
 
+// Integers close to the values, in their order. What is too low becomes the lowest integer.
+inline Ints closeInts(Floats values) {
+    return Ints(QX_WIDE(cvtps_epi32)(values));
+}
+
 // The elements of both vectors in turn, from the first or second halves of their pieces.
 inline Bits lowShortsOf(Bits a, Bits b) {
     return QX_WIDE(unpacklo_epi16)(a, b);
@@ -190,6 +195,24 @@ inline void storePixels(std::uint16_t* pixels, Ints low, Ints high) {
     // Packing saturates as signed numbers.
     const __m128i packed = _mm_packs_epi32(__m128i(low - 32768), __m128i(high - 32768));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels), _mm_xor_si128(packed, _mm_set1_epi16(-32768)));
+#endif
+}
+
+// Four vectors of integers as bytes side by side; those beyond a byte's ends become the ends.
+inline void storeBytes(std::int8_t* bytes, const Ints* four) {
+#if defined(__AVX512F__)
+    for (int i = 0; i < 4; ++i)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + i * kLanes), _mm512_cvtsepi32_epi8(__m512i(four[i])));
+#elif defined(__AVX2__)
+    const __m256i low = _mm256_packs_epi32(__m256i(four[0]), __m256i(four[1]));
+    const __m256i high = _mm256_packs_epi32(__m256i(four[2]), __m256i(four[3]));
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_packs_epi16(low, high), order);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), packed);
+#else
+    const __m128i low = _mm_packs_epi32(__m128i(four[0]), __m128i(four[1]));
+    const __m128i high = _mm_packs_epi32(__m128i(four[2]), __m128i(four[3]));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), _mm_packs_epi16(low, high));
 #endif
 }
 
@@ -246,6 +269,27 @@ inline Shorts countLess(Shorts count, Shorts a, Shorts b) {
     return Shorts(_mm512_mask_add_epi16(__m512i(count), less, __m512i(count), _mm512_set1_epi16(1)));
 #else
     return count - (a < b);
+#endif
+}
+
+// count + 1 in the lanes where a < b, of signed bytes.
+inline Bytes countLess(Bytes count, Bytes a, Bytes b) {
+#if defined(__AVX512F__)
+    const __mmask64 less = _mm512_cmplt_epi8_mask(__m512i(a), __m512i(b));
+    return Bytes(_mm512_mask_add_epi8(__m512i(count), less, __m512i(count), _mm512_set1_epi8(1)));
+#else
+    return count - (a < b);
+#endif
+}
+
+// A bit for each byte that is the same in both.
+inline std::uint64_t bitsOfEqual(Bytes a, Bytes b) {
+#if defined(__AVX512F__)
+    return _mm512_cmpeq_epi8_mask(__m512i(a), __m512i(b));
+#elif defined(__AVX2__)
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(__m256i(a == b)));
+#else
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(__m128i(a == b)));
 #endif
 }
 

@@ -32,7 +32,12 @@ public:
         : low_(lowest), high_(highest), rank_(rank), pivot_(lowest + (highest - lowest + 1) / 2),
           spacing_(kSpacingOfMiddle * static_cast<float>(highest - lowest) / static_cast<float>(count)) {}
 
+    // Begins with a pivot that is above `lowest`, and with a spacing of neighbouring ranks.
+    RankSearch(std::int64_t lowest, std::int64_t highest, std::int64_t pivot, float spacing, int rank)
+        : low_(lowest), high_(highest), rank_(rank), pivot_(pivot), spacing_(spacing) {}
+
     bool isOpen() const { return low_ < high_; }
+    float spacing() const { return spacing_; }
     std::int64_t key() const { return low_; }
 
     // Keys from the pivot on are above low.

@@ -62,6 +62,10 @@ inline Floats loadFloats(const float* values) {
     return Floats(loadInts(values));
 }
 
+inline Bytes loadBytes(const std::int8_t* values) {
+    return Bytes(loadInts(values));
+}
+
 inline Floats toFloats(Ints v) {
     return __builtin_convertvector(v, Floats);
 }

@@ -35,8 +35,4 @@ void gridBlockMedians(const WORD* rows, std::ptrdiff_t stride, int blocks, float
         medians[b] = rankKernels().pixelBlockRank(rows + b * kGridBlockSide, stride, kPixels / 2);
 }
 
-WORD upperMiddle(std::span<const WORD> pixels) noexcept {
-    return rankKernels().pixelRank(pixels.data(), pixels.size(), pixels.size() / 2);
-}
-
 }  // namespace qx

@@ -4,7 +4,6 @@
 #include "kernels/RankKernels.h"
 
 #include <cstddef>
-#include <span>
 
 namespace qx {
 
@@ -14,8 +13,5 @@ void blockMedians(const float* rows, std::ptrdiff_t stride, int blocks, float* m
 
 // As blockMedians, of pixels in blocks of kGridBlockSide x kGridBlockSide.
 void gridBlockMedians(const WORD* rows, std::ptrdiff_t stride, int blocks, float* medians) noexcept;
-
-// The upper middle of pixels, of which there is at least one.
-WORD upperMiddle(std::span<const WORD> pixels) noexcept;
 
 }  // namespace qx

@@ -4,6 +4,7 @@
 #include "foundation/Diagnostics.h"
 #include "foundation/ImageView.h"
 #include "foundation/Scratch.h"
+#include "kernels/ColumnKernels.h"
 #include "kernels/RankKernels.h"
 #include "numerics/statistics/ExchangeSelection.h"
 
@@ -14,7 +15,10 @@ namespace {
 
 using qx::kLaneColumns;
 using qx::kPanelColumns;
+using qx::kSampledPanels;
 using View = qx::ImageView<const float>;
+
+constexpr std::uint64_t kLaneMask = (std::uint64_t{1} << kLaneColumns) - 1;
 
 // Memory for the columns of a panel, and for a column that needs the exchange sort's own order.
 struct Workspace {
@@ -22,6 +26,9 @@ struct Workspace {
         : keys(height, std::min(width, kPanelColumns)), column(height), copy(height) {}
 
     explicit operator bool() const noexcept { return keys && column && copy; }
+
+    // A byte for each value of panels that are sampled together, in place of the keys of one.
+    std::int8_t* codes() noexcept { return reinterpret_cast<std::int8_t*>(keys.data()); }
 
     qx::Scratch<std::int32_t> keys;
     qx::Scratch<float> column;
@@ -35,14 +42,49 @@ float exchangeMedian(const View& image, int x, Workspace& workspace) {
 }
 
 // The lower middle: rank height/2 from the top.
-void panelMedians(const View& image, int firstColumn, int columns, float* medians, Workspace& workspace) {
-    const int rank = image.height - 1 - image.height / 2;
+int rankOf(const View& image) {
+    return image.height - 1 - image.height / 2;
+}
+
+// By counting the values themselves.
+void countedMedians(const View& image, int firstColumn, int columns, float* medians, Workspace& workspace) {
     const std::uint64_t irregular =
-        qx::rankKernels().columnRanks(image.data + firstColumn, image.width, columns, image.height, rank,
+        qx::rankKernels().columnRanks(image.data + firstColumn, image.width, columns, image.height, rankOf(image),
                                       workspace.keys.data(), medians + firstColumn);
     for (int c = 0; c < columns; ++c)
         if ((irregular >> c & 1u) != 0)
             medians[firstColumn + c] = exchangeMedian(image, firstColumn + c, workspace);
+}
+
+// By a sample of each column; what that leaves is counted.
+void sampledMedians(const View& image, int firstColumn, int panels, float* medians, Workspace& workspace) {
+    std::uint64_t unsettled[kSampledPanels];
+    qx::columnKernels().sampledRanks(image.data + firstColumn, image.width, panels, image.height, rankOf(image),
+                                     workspace.codes(), medians + firstColumn, unsettled);
+    for (int k = 0; k < panels; ++k) {
+        const int first = firstColumn + k * kPanelColumns;
+        if (~unsettled[k] == 0)
+            countedMedians(image, first, kPanelColumns, medians, workspace);
+        else
+            for (int c = 0; c < kPanelColumns; c += kLaneColumns)
+                if ((unsettled[k] >> c & kLaneMask) != 0)
+                    countedMedians(image, first + c, kLaneColumns, medians, workspace);
+    }
+}
+
+// Columns in whole panels; returns how many are done.
+int sampledPanels(const View& image, float* medians, Workspace& workspace) {
+    if (image.height < qx::kFewestSampledRows || image.width < kPanelColumns)
+        return 0;
+    int x = 0;
+    for (; x <= image.width - kSampledPanels * kPanelColumns; x += kSampledPanels * kPanelColumns)
+        sampledMedians(image, x, kSampledPanels, medians, workspace);
+    for (; x <= image.width - kPanelColumns; x += kPanelColumns)
+        sampledMedians(image, x, 1, medians, workspace);
+    // The last columns come with some that are done.
+    if (x < image.width)
+        sampledMedians(image, image.width - kPanelColumns, 1, medians, workspace);
+    return image.width;
 }
 
 }  // namespace
@@ -63,15 +105,15 @@ int calcMedianPerColumn(float* medians, const float* image, int width, int heigh
         return StatusAllocationFailed;
     }
     const View view{image, width, height};
-    int x = 0;
+    int x = sampledPanels(view, medians, workspace);
     while (x <= width - kLaneColumns) {
         const int columns = std::min(kPanelColumns, (width - x) / kLaneColumns * kLaneColumns);
-        panelMedians(view, x, columns, medians, workspace);
+        countedMedians(view, x, columns, medians, workspace);
         x += columns;
     }
     // The last columns come with some that are done.
     if (x < width && width >= kLaneColumns)
-        panelMedians(view, width - kLaneColumns, kLaneColumns, medians, workspace);
+        countedMedians(view, width - kLaneColumns, kLaneColumns, medians, workspace);
     else
         for (; x < width; ++x)
             medians[x] = exchangeMedian(view, x, workspace);

@@ -1,16 +1,12 @@
 #include "quality/exposure/Exposure.h"
 
-#include "numerics/statistics/BlockMedians.h"
-
-#include <array>
-
 namespace qx {
 
-WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexcept {
-    std::array<WORD, kBlockSide * kBlockSide> pixels;
-    for (int i = 0; i < kBlockSide; ++i)
-        exposure.differences(blockRow * kBlockSide + i, blockColumn * kBlockSide, kBlockSide, &pixels[i * kBlockSide]);
-    return upperMiddle(pixels);
+void DifferenceBlock::take(int blockRow, int blockColumn) noexcept {
+    const int top = blockRow * kBlockSide;
+    const int left = blockColumn * kBlockSide;
+    lowest_ = kernels_.differences(&exposure_.image.at(top, left), &exposure_.dark.at(top, left), exposure_.width(),
+                                   differences_.data());
 }
 
 }  // namespace qx

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "QxUtils/Types.h"
-#include "foundation/FloatRows.h"
 #include "foundation/ImageView.h"
-#include "foundation/Scratch.h"
-#include "kernels/RankKernels.h"
+#include "kernels/ExposureKernels.h"
+
+#include <array>
 
 namespace qx {
 
@@ -31,34 +31,30 @@ struct Exposure {
     ImageView<const WORD> dark;
 };
 
-// The upper middle of the differences in a block of 32 x 32 pixels.
-WORD blockMedian(const Exposure& exposure, int blockRow, int blockColumn) noexcept;
-
-// Rows of an exposure as float values that `difference` forms from a pixel of each image; test before use.
-template <float (*difference)(WORD bright, WORD dark) noexcept>
-class ExposureRows final : public FloatRows {
+// The differences of one block of 32 x 32 pixels of an exposure, and then of another one.
+class DifferenceBlock {
 public:
-    explicit ExposureRows(const Exposure& exposure) noexcept
-        : FloatRows(exposure.width(), exposure.height()), exposure_(exposure), row_(exposure.width()) {}
+    explicit DifferenceBlock(const Exposure& exposure) noexcept : exposure_(exposure), kernels_(exposureKernels()) {}
 
-    explicit operator bool() const noexcept { return static_cast<bool>(row_); }
+    void take(int blockRow, int blockColumn) noexcept;
 
-    const float* row(int y) noexcept override {
-        const WORD* const bright = exposure_.image.row(y);
-        const WORD* const dark = exposure_.dark.row(y);
-        float* const values = row_.data();
-        for (int x = 0; x < exposure_.width(); ++x)
-            values[x] = difference(bright[x], dark[x]);
-        return values;
-    }
+    // Whether every difference is above 0.
+    bool isLit() const noexcept { return lowest_ > 0; }
 
-    float pixel(int y, int x) const noexcept override {
-        return difference(exposure_.image.at(y, x), exposure_.dark.at(y, x));
+    // The upper middle: found soonest where the block is like the one before.
+    WORD median() noexcept { return kernels_.median(differences_.data(), guess_); }
+
+    // Adds every column, row by row, to two sums.
+    void addColumns(float* sums, float* others) const noexcept {
+        kernels_.addColumns(differences_.data(), sums, others);
     }
 
 private:
     Exposure exposure_;
-    Scratch<float> row_;
+    const ExposureKernels& kernels_;
+    alignas(64) std::array<WORD, kBlockSide * kBlockSide> differences_;
+    int lowest_ = 0;
+    MedianGuess guess_;
 };
 
 }  // namespace qx

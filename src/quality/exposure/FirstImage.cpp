@@ -5,6 +5,7 @@
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "quality/Measure.h"
+#include "quality/exposure/AfeSurvey.h"
 #include "quality/exposure/DarkRegions.h"
 #include "quality/exposure/Exposure.h"
 #include "quality/exposure/TubeCentre.h"
@@ -35,28 +36,25 @@ struct BlockFloor {
     int index = 0;
 };
 
-// Takes the medians of the blocks, row by row, until one lies below the floor; keep(y, x, median) has each.
+// Takes the medians of the blocks, row by row, until one lies below the floor; keep(block, y, x, median) has each.
 template <class Keep>
 BlockFloor measureBlocks(const Exposure& exposure, int rows, int columns, Keep keep) {
     const float floor = getConfigInfo()->exposedBlockFloor;
     BlockFloor blocks{{qx::kNothingMeasured, MeasureAtLeast, floor}, 0};
+    qx::DifferenceBlock block(exposure);
     float darkest = qx::kNothingMeasured;
     for (; blocks.index < rows * columns; ++blocks.index) {
         const int y = blocks.index / columns;
         const int x = blocks.index % columns;
-        const float median = qx::blockMedian(exposure, y, x);
-        keep(y, x, median);
+        block.take(y, x);
+        const float median = block.median();
+        keep(block, y, x, median);
         darkest = std::fmin(darkest, median);
         blocks.darkest = {darkest, MeasureAtLeast, floor};
         if (!blocks.darkest.met())
             break;
     }
     return blocks;
-}
-
-BlockFloor measureBlocks(const Exposure& exposure, const qx::ImageView<float>& blocks) {
-    return measureBlocks(exposure, blocks.height, blocks.width,
-                         [&](int y, int x, float median) { blocks.at(y, x) = median; });
 }
 
 void recordFloor(const BlockFloor& floor, MeasureRecords& records) {
@@ -106,50 +104,67 @@ int checkPair(const Exposure& exposure) {
 }
 
 // Hands the floor of the blocks and their medians, as far as they were taken, to `use`, which returns a status.
+// `survey` takes part.
 template <class Use>
-int withBlocks(const Exposure& exposure, Use use) {
+int withBlocks(const Exposure& exposure, qx::AfeSurvey& survey, Use use) {
+    qx::ScratchImage<float> memory(exposure.blockColumns(), exposure.blockRows());
+    if (!memory)
+        return StatusAllocationFailed;
+    const qx::ImageView<float> blocks = memory.view();
+    const auto keep = [&](const qx::DifferenceBlock& block, int y, int x, float median) {
+        blocks.at(y, x) = median;
+        survey.add(block, y, x);
+    };
+    const BlockFloor floor = measureBlocks(exposure, blocks.height, blocks.width, keep);
+    return use(floor, Blocks(blocks));
+}
+
+// The same with what else is measured in passing.
+template <class Use>
+int withSurvey(const Exposure& exposure, Use use) {
     const int status = checkPair(exposure);
     if (status != StatusOk)
         return status;
-    qx::ScratchImage<float> blocks(exposure.blockColumns(), exposure.blockRows());
-    if (!blocks)
-        return StatusAllocationFailed;
-    const BlockFloor floor = measureBlocks(exposure, blocks.view());
-    return use(floor, Blocks(blocks.view()));
+    qx::AfeSurvey survey;
+    if (qx::showsIllumination(exposure))
+        survey.begin(exposure);
+    return withBlocks(exposure, survey, [&](const BlockFloor& floor, const Blocks& blocks) {
+        return use(floor, qx::SurveyedExposure{exposure, blocks, survey});
+    });
 }
 
-int judgeFirst(const Exposure& exposure, const BlockFloor& floor, const Blocks& blocks) {
+int judgeFirst(const BlockFloor& floor, const qx::SurveyedExposure& surveyed) {
     if (!floor.darkest.met()) {
         qx::logInfo(kLogNoValue, "value=%f, index=%d", floor.darkest.value, floor.index);
         return StatusPanelNotExposed;
     }
     WriteLogFile(LogModuleUtils, LogInfo, "finish binning", kLogNoValue);
-    const int status = findShadow(blocks);
+    const int status = findShadow(surveyed.medians);
     if (status != StatusOk) {
         WriteLogFile(LogModuleUtils, LogInfo, "check collimator error.", kLogNoValue);
         return status;
     }
     SurfaceFitResult result{};
-    qx::fitTubeCentre(exposure, result);
+    qx::fitTubeCentre(surveyed, result);
     qx::logInfo(kLogNoValue, "tube center calculate by poly fit, x0=%d,y0=%d", result.x0, result.y0);
     // Kept: the estimate is logged and then dropped.
     result = {};
-    return qx::checkFirstImgForFactoryCalibration(exposure, result);
+    return qx::checkFirstImgForFactoryCalibration(surveyed, result);
 }
 
 // The measures of judgeFirst in its order, up to the one that is not met.
-int measureFirst(const Exposure& exposure, const BlockFloor& floor, const Blocks& blocks, MeasureRecords& records) {
+int measureFirst(const BlockFloor& floor, const qx::SurveyedExposure& surveyed, MeasureRecords& records) {
     recordFloor(floor, records);
     if (!floor.darkest.met())
         return StatusOk;
     qx::DarkRegion region;
-    int status = measureShadow(blocks, region);
+    int status = measureShadow(surveyed.medians, region);
     const Measure shadow = qx::sizeOf(region, kToleratedShadow);
     records.add(shadow, "blocks", "blocks in a shadow");
     if (status != StatusOk || !shadow.met())
         return status;
     qx::CornerSymmetry corners;
-    status = qx::measureCorners(exposure, corners);
+    status = qx::measureCorners(surveyed, corners);
     records.add(corners.asymmetry(), "", "asymmetry of the corners");
     return status;
 }
@@ -167,7 +182,8 @@ int measurePreview(const Exposure& exposure, PreviewMeasures& measures) {
     // Kept: a block that ends at the image's border is not examined, unlike in the first image.
     const int blockRows = (exposure.height() - 1) / qx::kBlockSide;
     const int blockColumns = (exposure.width() - 1) / qx::kBlockSide;
-    measures.floor = measureBlocks(exposure, blockRows, blockColumns, [](int, int, float) {});
+    measures.floor =
+        measureBlocks(exposure, blockRows, blockColumns, [](const qx::DifferenceBlock&, int, int, float) {});
     return measures.floor.darkest.met() ? qx::measureSquares(exposure, measures.variation) : status;
 }
 
@@ -175,19 +191,17 @@ int measurePreview(const Exposure& exposure, PreviewMeasures& measures) {
 
 int checkFirstImg(const WORD* image, const WORD* dark, int width, int height) {
     qx::LoggedOperation operation("checkFirstImg", " terminates with a return value ");
-    const Exposure exposure(image, dark, width, height);
-    const int result = withBlocks(
-        exposure, [&](const BlockFloor& floor, const Blocks& blocks) { return judgeFirst(exposure, floor, blocks); });
+    const int result = withSurvey({image, dark, width, height}, judgeFirst);
     qx::logInfo(kLogNoValue, "result is %d", result);
     return operation.end(result);
 }
 
 int measureFirstImg(const WORD* image, const WORD* dark, int width, int height, CheckMeasures* measures) {
-    const Exposure exposure(image, dark, width, height);
     return qx::recordMeasures(measures, [&](MeasureRecords& records) {
-        return withBlocks(exposure, [&](const BlockFloor& floor, const Blocks& blocks) {
-            return measureFirst(exposure, floor, blocks, records);
-        });
+        const auto measure = [&](const BlockFloor& floor, const qx::SurveyedExposure& surveyed) {
+            return measureFirst(floor, surveyed, records);
+        };
+        return withSurvey({image, dark, width, height}, measure);
     });
 }
 
@@ -200,7 +214,8 @@ int locateShadow(const WORD* image, const WORD* dark, int width, int height, uns
     if (inside.pixels() > capacity)
         return StatusWrongParameter;
     const qx::Silence silence;
-    return withBlocks(exposure, [&](const BlockFloor& floor, const Blocks& medians) {
+    qx::AfeSurvey none;
+    return withBlocks(exposure, none, [&](const BlockFloor& floor, const Blocks& medians) {
         if (!floor.darkest.met()) {
             std::ranges::fill(inside.span(), 0);
             return int{StatusOk};

@@ -6,32 +6,24 @@
 #include "QxUtils/StatusCode.h"
 #include "correction/afe/AfeBalance.h"
 #include "correction/afe/AfeMeasurement.h"
-#include "correction/afe/BinnedImage.h"
 #include "foundation/CheckedNumbers.h"
 #include "foundation/Log.h"
 #include "foundation/Scratch.h"
 #include "platform/Console.h"
+#include "quality/exposure/BalancedMedians.h"
+#include "quality/exposure/ExposureRows.h"
 #include "quality/exposure/Symmetry.h"
 
 #include <QxSysMgt.h>
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace qx {
 namespace {
 
 constexpr double kBlockPixels = kBlockSide;
-
-float signedDifference(WORD bright, WORD dark) noexcept {
-    const float level = bright;
-    return level - dark;
-}
-
-// A difference that is not above 0 has no signal.
-float raisedDifference(WORD bright, WORD dark) noexcept {
-    return bright > dark ? bright - dark : kNoSignal;
-}
 
 // Block medians, and those that are left inside the border; test before use.
 class Illumination {
@@ -154,26 +146,28 @@ void logPeak(const ImageView<const float>& inner, SurfaceFitResult& result) {
             result.y0);
 }
 
-// Balances the AFE blocks and takes the medians of the blocks, a strip of rows at a time.
-int binBalanced(const Exposure& exposure, Illumination& illumination) {
-    ExposureRows<raisedDifference> rows(exposure);
+// Balances the AFE blocks and takes the medians of the blocks. Kept: bad columns at their edges stay.
+int binBalanced(const SurveyedExposure& surveyed, Illumination& illumination) {
+    ExposureRows<raisedDifference> rows(surveyed.exposure);
     if (!rows)
         return StatusAllocationFailed;
-    return balanceAfes(&rows, [&](const AfeMeasurement& measurement) {
-        const auto scale = [&](std::span<float> row) { scaleRow(row, measurement.columnGains()); };
-        return binRows(rows, scale, illumination.blocks());
+    const auto passed = [&](const AfeBlocks& blocks) { return surveyed.survey.ofRaised(blocks); };
+    return balanceAfes(&rows, passed, [&](const AfeMeasurement& measurement) {
+        const Balance balance{measurement.columnGains(), {}};
+        balancedMedians<raisedDifference>(surveyed.exposure, balance, surveyed.medians, illumination.blocks());
+        return StatusOk;
     });
 }
 
 // Hands the balanced block medians inside the border to `use`, which returns a status.
 template <class Use>
-int withIllumination(const Exposure& exposure, Use use) {
-    if (!showsIllumination(exposure))
+int withIllumination(const SurveyedExposure& surveyed, Use use) {
+    if (!showsIllumination(surveyed.exposure))
         return StatusWrongParameter;
-    Illumination illumination(exposure);
+    Illumination illumination(surveyed.exposure);
     if (!illumination)
         return StatusAllocationFailed;
-    const int status = binBalanced(exposure, illumination);
+    const int status = binBalanced(surveyed, illumination);
     if (status != StatusOk)
         return status;
     illumination.cut();
@@ -195,7 +189,8 @@ bool showsIllumination(const Exposure& exposure) noexcept {
     return exposure.blockColumns() >= kIlluminationBlocks && exposure.blockRows() >= kIlluminationBlocks;
 }
 
-int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
+int fitTubeCentre(const SurveyedExposure& surveyed, SurfaceFitResult& result) {
+    const Exposure& exposure = surveyed.exposure;
     const AfeBlocks blocks{exposure.width(), detectorAfeWidth()};
     if (!showsIllumination(exposure))
         return StatusWrongParameter;
@@ -205,37 +200,33 @@ int fitTubeCentre(const Exposure& exposure, SurfaceFitResult& result) {
     }
     ExposureRows<signedDifference> rows(exposure);
     Illumination illumination(exposure);
-    AfeMeasurement measurement(blocks, exposure.height());
+    std::optional<AfeMeasurement> own;
+    AfeMeasurement* const passed = surveyed.survey.ofSigned(blocks);
+    AfeMeasurement& measurement = passed != nullptr ? *passed : own.emplace(blocks, exposure.height());
     if (!rows || !illumination || !measurement)
         return StatusAllocationFailed;
-    int status = measurement.measure(rows);
+    const int status = measurement.measure(rows);
     if (status != StatusOk)
         return status;
-    const auto repairAndScale = [&](std::span<float> row) {
-        for (const ColumnReplacement& replacement : measurement.replacements())
-            row[replacement.column] = row[replacement.source];
-        scaleRow(row, measurement.columnGains());
-    };
-    status = binRows(rows, repairAndScale, illumination.blocks());
-    if (status != StatusOk)
-        return status;
+    const Balance balance{measurement.columnGains(), measurement.replacements()};
+    balancedMedians<signedDifference>(exposure, balance, surveyed.medians, illumination.blocks());
     illumination.cut();
     return fitVertices(illumination.inner(), result);
 }
 
-int measureCorners(const Exposure& exposure, CornerSymmetry& corners) {
-    return withIllumination(exposure, [&](const ImageView<const float>& inner) {
+int measureCorners(const SurveyedExposure& surveyed, CornerSymmetry& corners) {
+    return withIllumination(surveyed, [&](const ImageView<const float>& inner) {
         corners = measureSymmetry(inner);
         return StatusOk;
     });
 }
 
-int checkFirstImgForFactoryCalibration(const Exposure& exposure, SurfaceFitResult& result) {
+int checkFirstImgForFactoryCalibration(const SurveyedExposure& surveyed, SurfaceFitResult& result) {
     LoggedOperation operation("checkFirstImgForFactoryCalibration", " terminates with a return value ");
     // Kept: asked for, and not used.
     getGainImgDir();
     return operation.end(withIllumination(
-        exposure, [&](const ImageView<const float>& inner) { return examineIllumination(inner, result); }));
+        surveyed, [&](const ImageView<const float>& inner) { return examineIllumination(inner, result); }));
 }
 
 }  // namespace qx

@@ -1,4 +1,5 @@
 #include "DetectorFixture.h"
+#include "reference/quality/PlainFirstImage.h"
 
 #include <QxUtils/Correction.h>
 #include <QxUtils/Quality.h>
@@ -316,6 +317,25 @@ TEST_F(CheckPreImg, floor_comes_before_uniformity_and_the_course_is_logged) {
         pixel += 5000;
     detector().config.uniformityCvLimit = 1e-6f;
     EXPECT_EQ(0, verdict(checkPreImg, bright, dark));
+}
+
+// Near the floor, and near the variation that is allowed.
+TEST_F(CheckPreImg, agrees_with_the_plain_method) {
+    for (const auto& [width, height] : {std::pair{96, 100}, {129, 128}, {163, 97}}) {
+        for (const double sigma : {0.0, 40.0, 400.0}) {
+            const TestImage image = flatImage(width, height, 1000 + sigma, sigma, 7);
+            const TestImage dark = randomImage(width, height, 0, 9, 8);
+            for (const int floor : {900, 960, 1000, 1020, 1100}) {
+                for (const float limit : {0.0f, 0.0005f, 0.002f, 0.01f}) {
+                    setLimits(floor, 0);
+                    detector().config.uniformityCvLimit = limit;
+                    EXPECT_EQ(qx::plain::previewVerdict(image.data(), dark.data(), width, height, floor, limit),
+                              verdict(checkPreImg, image, dark))
+                        << width << " x " << height << ", sigma " << sigma << ", " << floor << ", " << limit;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(CheckPreImg, refusals) {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "correction/afe/AfeMeasurement.h"
+#include "quality/exposure/Exposure.h"
+
+#include <optional>
+
+namespace qx {
+
+// Takes what the AFE balance of an exposure measures while its blocks are visited for another reason: of both kinds of
+// differences. Where it cannot, there is nothing to be had of it, and nothing is said about it.
+class AfeSurvey {
+public:
+    // Asks for the detector's AFE width and for memory.
+    void begin(const Exposure& exposure);
+
+    // The blocks come row by row; the last one completes the survey.
+    void add(const DifferenceBlock& block, int blockRow, int blockColumn) noexcept;
+
+    // The measurements of signed and of raised differences, which have had their pass over the image; null unless
+    // these are the AFEs.
+    AfeMeasurement* ofSigned(const AfeBlocks& blocks) noexcept { return of(signed_, blocks); }
+    AfeMeasurement* ofRaised(const AfeBlocks& blocks) noexcept { return of(raised_, blocks); }
+
+private:
+    AfeMeasurement* of(std::optional<AfeMeasurement>& measurement, const AfeBlocks& blocks) noexcept;
+    void addPixels(const Rect& pixels) noexcept;
+    void takeRatios(int firstRow, int endRow) noexcept;
+
+    std::optional<Exposure> exposure_;
+    std::optional<AfeMeasurement> signed_;
+    std::optional<AfeMeasurement> raised_;
+    bool isLit_ = true;  // whether all differences since the last ratios are above 0
+    bool isComplete_ = false;
+};
+
+}  // namespace qx
