@@ -37,6 +37,9 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 inline Ints loadInts(const void* values) {
     return Ints(_mm512_loadu_si512(values));
 }
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm512_cvtps_pd(_mm256_loadu_ps(values));
+}
 inline Doubles lowDoubles(Floats v) {
     return _mm512_cvtps_pd(_mm512_castps512_ps256(v));
 }
@@ -66,6 +69,9 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 }
 inline Ints loadInts(const void* values) {
     return Ints(_mm256_loadu_si256(static_cast<const __m256i*>(values)));
+}
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm256_cvtps_pd(_mm_loadu_ps(values));
 }
 inline Doubles lowDoubles(Floats v) {
     return _mm256_cvtps_pd(_mm256_castps256_ps128(v));
@@ -97,6 +103,9 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 }
 inline Ints loadInts(const void* values) {
     return Ints(_mm_loadu_si128(static_cast<const __m128i*>(values)));
+}
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(values))));
 }
 inline Doubles lowDoubles(Floats v) {
     return _mm_cvtps_pd(v);
@@ -144,6 +153,9 @@ inline Floats smallerOf(Floats a, Floats b) {
 }
 inline Floats largerOf(Floats a, Floats b) {
     return Floats(QX_WIDE(max_ps)(a, b));
+}
+inline Doubles largerOf(Doubles a, Doubles b) {
+    return Doubles(QX_WIDE(max_pd)(a, b));
 }
 
 // What does not fit becomes the lowest integer.
