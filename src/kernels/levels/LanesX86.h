@@ -105,7 +105,7 @@ inline Ints loadInts(const void* values) {
     return Ints(_mm_loadu_si128(static_cast<const __m128i*>(values)));
 }
 inline Doubles loadAsDoubles(const float* values) {
-    return _mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(values))));
+    return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(values))));
 }
 inline Doubles lowDoubles(Floats v) {
     return _mm_cvtps_pd(v);

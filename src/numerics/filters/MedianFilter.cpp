@@ -18,17 +18,19 @@
 namespace {
 
 // What needs the exchange sort itself: it never moves a NaN, and a negative zero ties with zero.
+constexpr std::uint32_t kSign = 0x80000000;
 bool isNan(float value) noexcept {
-    return value != value;
+    constexpr std::uint32_t kInfinity = 0x7F800000;
+    return (std::bit_cast<std::uint32_t>(value) & ~kSign) > kInfinity;
 }
 bool isNegativeZero(float value) noexcept {
-    return std::bit_cast<std::uint32_t>(value) == 0x80000000;
+    return std::bit_cast<std::uint32_t>(value) == kSign;
 }
 
 bool anyIrregular(std::span<const float> values) noexcept {
     std::uint32_t any = 0;
     for (const float value : values)
-        any |= isNan(value) || isNegativeZero(value);
+        any |= std::uint32_t{isNan(value)} | std::uint32_t{isNegativeZero(value)};
     return any != 0;
 }
 
