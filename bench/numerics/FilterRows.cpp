@@ -68,25 +68,34 @@ def measure(image):
     return float(levels[image][0, 0])
 )";
 
-// Samples as of one long row of a noisy image.
-Row sampleMedianRow(int count, int half) {
+// Samples as of one long row of a noisy image. Widest windows leave every other method running for minutes or years.
+Row widestMedianRow(int count, int half) {
     const auto samples = std::make_shared<const FloatImage>(floatFlatField(count, 1));
+    return {.ours = onFreshImage(samples, [=](FloatImage& own) { medianFilter(own.data(), count, half); }),
+            .limitName = "a copy",
+            .limit = onOwnImage(*samples, [=](FloatImage& own) { own.pixels = samples->pixels; })};
+}
+
+Row wideMedianRow(int count, int half) {
+    Row row = widestMedianRow(count, half);
     const std::string source = "from scipy import ndimage\n"
                                "def measure(samples): return float(ndimage.median_filter(samples[0], size=" +
                                std::to_string(2 * half + 1) + ")[0])";
-    return {.ours = onOwnImage(*samples, [=](FloatImage& own) { medianFilter(own.data(), count, half); }),
-            .plain =
-                [=] {
-                    // Filtered samples would be sorted sooner.
-                    std::vector<float> own = samples->pixels;
-                    qx::plain::medianFilter(own.data(), count, half);
-                    return own;
-                },
-            .peerName = "SciPy median_filter",
-            .peer = numpy(source.c_str(), samples),
-            .peerIsCompared = false,
-            .limitName = "a copy",
-            .limit = onOwnImage(*samples, [=](FloatImage& own) { own.pixels = samples->pixels; })};
+    row.peerName = "SciPy median_filter";
+    row.peer = numpy(source.c_str(), std::make_shared<const FloatImage>(floatFlatField(count, 1)));
+    row.peerIsCompared = false;
+    return row;
+}
+
+Row sampleMedianRow(int count, int half) {
+    Row row = wideMedianRow(count, half);
+    row.plain = [=, samples = floatFlatField(count, 1)] {
+        // Filtered samples would be sorted sooner.
+        std::vector<float> own = samples.pixels;
+        qx::plain::medianFilter(own.data(), count, half);
+        return own;
+    };
+    return row;
 }
 
 }  // namespace
@@ -117,6 +126,10 @@ std::vector<qx::bench::RowEntry> qx::bench::filterRows() {
          [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 2); }},
         {"medianFilter 10^6 samples, r = 25",
          [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 25); }},
+        {"medianFilter 10^6 samples, r = 1000",
+         [](const Scale& scale) { return wideMedianRow(scale.pick(1'000'000, 5000), 1000); }},
+        {"medianFilter 10^6 samples, r = 10,000",
+         [](const Scale& scale) { return widestMedianRow(scale.pick(1'000'000, 50'000), 10'000); }},
         {"hisEqualization 3072 x 3072",
          [=](const Scale& scale) {
              const auto field = image(scale);

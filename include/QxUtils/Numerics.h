@@ -120,18 +120,19 @@ QXUTILS_API int calcMedianPerColumn(float* medians, const float* image, int widt
 // Surface fits. All of them describe the peak of an image by the model
 //   F(x, y) = A [1 - B (x - x0)^2 - C (y - y0)^2 - D x y]
 // and write A, B, C, D, x0, y0 to model. quality receives the squared correlation of image and fitted surface, 1 for a
-// perfect fit; a constant image leaves nothing to correlate but the rounding of sums: 1 or not a number by the first
-// fit, anything from 0 to 1 or not a number by the formulas. They log their coefficients or their course, and always
-// return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of
-// memory leave the outputs as they were. Nothing guards a division by zero: a surface without curvature along an axis
-// gives values that are infinite or not a number.
+// perfect fit; a constant image leaves nothing to correlate: not a number by the first fit, and what the rounding of
+// sums makes of it by the formulas, anything from 0 to 1 or not a number. They log their coefficients or their course,
+// and always return 0: null pointers, sizes below 1 or beyond 32 bits and a lack of memory leave the outputs as they
+// were. Nothing guards a division by zero: a surface without curvature along an axis gives values that are infinite or
+// not a number.
 
 // Fits a + b r + c r^2 by a + b c + c c^2 (tensor product of quadratics). x is the row, y the column: x0 and y0 are
 // absolute, x0 the peak's row. coefficients receives 3 x 3 values, row-major, element [i][j] for (row - mean row)^i
 // (column - mean column)^j. residuals receives three values: sum of squares, sum of magnitudes and largest magnitude of
-// the residuals; the sums hold three passes over the image, so about three times the residual sums. n is not read.
-// Prints coefficients, residuals and model on standard output, whatever the debug flag. Cost: five passes over the
-// image. Memory: 256 KiB, and some 50 bytes for every row and column.
+// the residuals; the sums are those of three passes over the image, three times the residual sums. All sums, those of
+// the quality too, run in double precision and are rounded once; residuals that are not a number are never the largest.
+// n is not read. Prints coefficients, residuals and model on standard output, whatever the debug flag. Cost: two passes
+// over the image. Memory: some 40 bytes for every row and column.
 QXUTILS_API int doSurfaceFit(float* model, int n, float& quality, const float* image, int width, int height,
                              float* coefficients, float* residuals);
 
@@ -153,9 +154,9 @@ QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality,
 // Fits z(x, y) by a sum of a[i][j] (x - mean x)^i (y - mean y)^j, i < p, j < q, by least squares over the grid of n x m
 // samples z[i][j] at x[i], y[j]. a has p rows of three, of which q are written; q is limited to 3, and both to the
 // number of samples and to 20. dt receives the sum of squares, sum of magnitudes and largest magnitude of the
-// residuals. Coefficients beyond what the samples determine are 0. Null pointers, sizes below 1 or beyond 32 bits and a
-// lack of memory leave the outputs as they were. Cost: two passes over the samples. Memory: 8 bytes for every x and
-// power, and 40 for every y.
+// residuals, summed in double precision. Coefficients beyond what the samples determine are 0. Null pointers, sizes
+// below 1 or beyond 32 bits and a lack of memory leave the outputs as they were. Cost: two passes over the samples.
+// Memory: 8 bytes for every x and power, and 32 for every y.
 QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
                                         int n, int m, int p, int q);
 
@@ -165,8 +166,10 @@ QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const fl
 
 // Running median of 2 r + 1 samples (element r of the window in descending order, which is the exchange sort's bit for
 // bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is below 1 or memory is
-// short. The windows hold what the samples were before. Time grows with n r, and with r^2 where that is more. Memory:
-// 16 KiB of automatic memory up to an r of 7, beyond that the size of at most 175 windows.
+// short. The windows hold what the samples were before. Time grows with n r, and with r^2 where that is more, up to an
+// r of 44 to 128, the wider the vectors; beyond that a median costs much the same whatever the window. The exception is
+// one beside a NaN, or a zero beside a negative one: it takes the time of its window. Memory: 16 KiB of automatic memory
+// up to an r of 7, beyond that the size of at most 175 windows, or 150 KiB where that is more.
 QXUTILS_API void medianFilter(float* data, int n, int r);
 
 // Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the

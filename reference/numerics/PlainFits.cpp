@@ -513,19 +513,28 @@ std::vector<double> offsetsFromMean(const float* values, int count) {
     return offsets;
 }
 
-void addResidual(float* dt, float residual) {
-    dt[0] += residual * residual;
-    dt[1] += std::fabs(residual);
-    dt[2] = largerOf(std::fabs(residual), dt[2]);
-}
+// In double precision until the very end: single precision stops counting long before the pixels of an image end.
+struct ResidualSums {
+    double squares = 0;
+    double magnitudes = 0;
+    double largest = 0;
 
-}  // namespace
+    void add(double residual) {
+        squares += residual * residual;
+        magnitudes += std::fabs(residual);
+        if (std::fabs(residual) > largest)
+            largest = std::fabs(residual);
+    }
+    void write(float* dt) const {
+        dt[0] = static_cast<float>(squares);
+        dt[1] = static_cast<float>(magnitudes);
+        dt[2] = static_cast<float>(largest);
+    }
+};
 
-void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
-                            int m, int p, int q) {
+ResidualSums fitGrid(const float* x, const float* y, const float* const* z, float (*a)[3], int n, int m, int p, int q) {
     for (int i = 0; i < p; ++i)
         std::fill(a[i], a[i] + q, 0.0f);
-    std::fill(dt, dt + 3, 0.0f);
     const int powersOfX = std::min({p, n, kMaxPowers});
     const int powersOfY = std::min({q, m, kMaxPowers});
     const std::vector<double> u = offsetsFromMean(x, n);
@@ -551,6 +560,7 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
     power[0][0] += base;
     for (int i = 0; i < powersOfX; ++i)
         std::copy(power[i].begin(), power[i].end(), a[i]);
+    ResidualSums sums;
     for (int i = 0; i < n; ++i) {
         for (int j = 0; j < m; ++j) {
             double fitted = 0;
@@ -560,12 +570,11 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
                     inner = inner * v[j] + a[k][l];
                 fitted = fitted * u[i] + inner;
             }
-            addResidual(dt, static_cast<float>(fitted - z[i][j]));
+            sums.add(fitted - z[i][j]);
         }
     }
+    return sums;
 }
-
-namespace {
 
 // a holds 3 x 3 coefficients of offsets from the mean row and column.
 void centredFitToPeakModel(const float* a, float meanRow, float meanColumn, float* model) {
@@ -580,6 +589,11 @@ void centredFitToPeakModel(const float* a, float meanRow, float meanColumn, floa
 }
 
 }  // namespace
+
+void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
+                            int m, int p, int q) {
+    fitGrid(x, y, z, a, n, m, p, q).write(dt);
+}
 
 int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,
                  float* residuals) {
@@ -596,43 +610,44 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
     for (const Row& row : rows)
         z.push_back(row.data());
     float a[3][3];
-    FitSurfaceLeastSquares(x.data(), y.data(), z.data(), a, residuals, height, width, 3, 3);
+    ResidualSums sums = fitGrid(x.data(), y.data(), z.data(), a, height, width, 3, 3);
     std::memcpy(coefficients, a, sizeof a);
 
     centredFitToPeakModel(coefficients, meanX, meanY, model);
 
     const auto fittedAt = [&](int row, int col) {
-        const float u = x[row] - meanX;
-        const float v = y[col] - meanY;
-        float sum = 0.0f;
-        float powerOfU = 1.0f;
+        const double u = x[row] - meanX;
+        const double v = y[col] - meanY;
+        double sum = 0;
+        double powerOfU = 1;
         for (int i = 0; i < 3; ++i, powerOfU *= u) {
-            float powerOfV = 1.0f;
+            double powerOfV = 1;
             for (int j = 0; j < 3; ++j, powerOfV *= v)
                 sum += a[i][j] * powerOfU * powerOfV;
         }
         return sum;
     };
     const int count = width * height;
-    float fitMean = 0.0f;
+    double fitMean = 0;
     for (int k = 0; k < count; ++k)
         fitMean += fittedAt(k / width, k % width);
-    fitMean /= static_cast<float>(count);
-    const float imageMean = sumOf(image, count) / static_cast<float>(count);
-    float mixed = 0.0f;
-    float fitSquares = 0.0f;
-    float imageSquares = 0.0f;
+    fitMean /= count;
+    const double imageMean = std::accumulate(image, image + count, 0.0) / count;
+    double mixed = 0;
+    double fitSquares = 0;
+    double imageSquares = 0;
     for (int k = 0; k < count; ++k) {
-        const float f = fittedAt(k / width, k % width);
+        const double f = fittedAt(k / width, k % width);
         mixed += (f - fitMean) * (image[k] - imageMean);
         fitSquares += (f - fitMean) * (f - fitMean);
         imageSquares += (image[k] - imageMean) * (image[k] - imageMean);
-        addResidual(residuals, f - image[k]);
+        sums.add(f - image[k]);
     }
     for (int k = 0; k < count; ++k)
-        addResidual(residuals, fittedAt(k / width, k % width) - image[k]);
-    const float correlation = mixed / std::sqrt(imageSquares * fitSquares);
-    quality = correlation * correlation;
+        sums.add(fittedAt(k / width, k % width) - image[k]);
+    sums.write(residuals);
+    const double correlation = mixed / std::sqrt(imageSquares * fitSquares);
+    quality = static_cast<float>(correlation * correlation);
     return 0;
 }
 

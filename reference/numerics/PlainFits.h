@@ -28,6 +28,7 @@ int doSurfaceFitUsingCubFormula(float* model, int n, float& quality, const float
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q);
 
+// Sums in double precision over all pixels.
 int doSurfaceFit(float* model, int n, float& quality, const float* image, int width, int height, float* coefficients,
                  float* residuals);
 

@@ -10,6 +10,7 @@
 #include "kernels/RankKernels.h"
 #include "kernels/SplineKernels.h"
 #include "kernels/SumKernels.h"
+#include "kernels/SurfaceKernels.h"
 #include "kernels/VectorLevel.h"
 #include "kernels/WindowKernels.h"
 
@@ -45,6 +46,7 @@ QX_CHOOSE(PixelKernels, pixelKernels, vectorLevel())
 QX_CHOOSE(RankKernels, rankKernels, vectorLevel())
 QX_CHOOSE(SplineKernels, splineKernels, vectorLevel())
 QX_CHOOSE(SumKernels, sumKernels, vectorLevel())
+QX_CHOOSE(SurfaceKernels, surfaceKernels, vectorLevel())
 QX_CHOOSE(WindowKernels, windowKernels, vectorLevel())
 
 }  // namespace qx

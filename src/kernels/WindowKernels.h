@@ -40,8 +40,8 @@ struct RollingWindows {
     float* arrived;  // the same in the order of arrival
 };
 
-// Medians in moving windows. Those of windows with a NaN or a negative zero mean nothing: which value they are depends
-// on the method.
+// Medians in moving windows. Those of windows with a NaN mean nothing, and where a window holds a negative zero a
+// median of zero may have either sign: which value they are depends on the method.
 struct WindowKernels {
     // Medians of five pixels above each other for a row and the next one, a stride behind it. above[0] and above[1]
     // hold the two rows above them as they were, and receive these two as they were; `below` is the third row behind
@@ -71,6 +71,9 @@ struct WindowKernels {
     // of kRollingLines; samples holds what all lines need, medians is written for the first `count`.
     void (*rollingMedians)(const float* samples, int steps, int count, const RollingWindows& windows,
                            float* medians) noexcept;
+
+    // Half of the widest window for which they are as fast as ranks (numerics/filters/RankedMedians.h), as measured.
+    int largestRollingHalf;
 };
 
 // The kernels of the vector level in use.

@@ -33,6 +33,9 @@ inline Ints loadInts(const void* values) {
     return loaded<Ints>(values);
 }
 
+inline Doubles loadAsDoubles(const float* values) {
+    return __builtin_convertvector(loaded<HalfFloats>(values), Doubles);
+}
 inline Doubles lowDoubles(Floats v) {
     return __builtin_convertvector(HalfFloats(__builtin_shufflevector(v, v, 0, 1)), Doubles);
 }
@@ -92,6 +95,9 @@ inline Floats smallerOf(Floats a, Floats b) {
     return a < b ? a : b;
 }
 inline Floats largerOf(Floats a, Floats b) {
+    return a > b ? a : b;
+}
+inline Doubles largerOf(Doubles a, Doubles b) {
     return a > b ? a : b;
 }
 

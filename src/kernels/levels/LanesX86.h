@@ -41,6 +41,9 @@ inline Ints loadInts(const void* values) {
 inline Ints gatherPairs(const std::uint16_t* values, Ints places) {
     return Ints(_mm512_i32gather_epi32(__m512i(places), values, 2));
 }
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm512_cvtps_pd(_mm256_loadu_ps(values));
+}
 inline Doubles lowDoubles(Floats v) {
     return _mm512_cvtps_pd(_mm512_castps512_ps256(v));
 }
@@ -74,6 +77,9 @@ inline Ints loadInts(const void* values) {
 inline Ints gatherPairs(const std::uint16_t* values, Ints places) {
     return Ints(_mm256_i32gather_epi32(reinterpret_cast<const int*>(values), __m256i(places), 2));
 }
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm256_cvtps_pd(_mm_loadu_ps(values));
+}
 inline Doubles lowDoubles(Floats v) {
     return _mm256_cvtps_pd(_mm256_castps256_ps128(v));
 }
@@ -104,6 +110,9 @@ inline Ints loadPixels(const std::uint16_t* pixels) {
 }
 inline Ints loadInts(const void* values) {
     return Ints(_mm_loadu_si128(static_cast<const __m128i*>(values)));
+}
+inline Doubles loadAsDoubles(const float* values) {
+    return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(values))));
 }
 inline Doubles lowDoubles(Floats v) {
     return _mm_cvtps_pd(v);
@@ -151,6 +160,9 @@ inline Floats smallerOf(Floats a, Floats b) {
 }
 inline Floats largerOf(Floats a, Floats b) {
     return Floats(QX_WIDE(max_ps)(a, b));
+}
+inline Doubles largerOf(Doubles a, Doubles b) {
+    return Doubles(QX_WIDE(max_pd)(a, b));
 }
 
 // What does not fit becomes the lowest integer.

@@ -363,6 +363,8 @@ void storeFirst(Floats values, int count, float* target) {
         __builtin_memcpy(target, &values, static_cast<std::size_t>(count) * sizeof *target);
 }
 
+constexpr int kLargestRollingHalf = 16 + 7 * kLanes;
+
 void rollingMedians(const float* samples, int steps, int count, const RollingWindows& windows,
                     float* medians) noexcept {
     for (int line = 0; line < kRollingLines; line += kLanes) {
@@ -393,7 +395,7 @@ void rollingMedians(const float* samples, int steps, int count, const RollingWin
 
 }  // namespace
 
-QX_TABLE_OF_LEVEL(WindowKernels) = {mediansOfFive, split,        orderFours,    mediansOfEleven,
-                                    ratios,        shortMedians, rollingMedians};
+QX_TABLE_OF_LEVEL(WindowKernels) = {mediansOfFive, split,        orderFours,     mediansOfEleven,
+                                    ratios,        shortMedians, rollingMedians, kLargestRollingHalf};
 
 }  // namespace qx

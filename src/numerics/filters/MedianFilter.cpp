@@ -4,6 +4,7 @@
 #include "foundation/Panels.h"
 #include "foundation/Scratch.h"
 #include "kernels/WindowKernels.h"
+#include "numerics/filters/RankedMedians.h"
 #include "numerics/statistics/ExchangeSelection.h"
 
 #include <algorithm>
@@ -16,24 +17,28 @@
 
 namespace {
 
-// Whether a value needs the exchange sort itself: a NaN, which never moves, or a negative zero, which ties with zero.
-bool isIrregular(float value) noexcept {
-    constexpr std::uint32_t kSign = 0x80000000;
+// What needs the exchange sort itself: it never moves a NaN, and a negative zero ties with zero.
+constexpr std::uint32_t kSign = 0x80000000;
+bool isNan(float value) noexcept {
     constexpr std::uint32_t kInfinity = 0x7F800000;
-    const auto bits = std::bit_cast<std::uint32_t>(value);
-    return bits == kSign || (bits & ~kSign) > kInfinity;
+    return (std::bit_cast<std::uint32_t>(value) & ~kSign) > kInfinity;
+}
+bool isNegativeZero(float value) noexcept {
+    return std::bit_cast<std::uint32_t>(value) == kSign;
 }
 
 bool anyIrregular(std::span<const float> values) noexcept {
     std::uint32_t any = 0;
     for (const float value : values)
-        any |= isIrregular(value);
+        any |= std::uint32_t{isNan(value)} | std::uint32_t{isNegativeZero(value)};
     return any != 0;
 }
 
-// Takes the medians of the windows with an irregular sample as the exchange sort takes them. samples holds size - 1
-// more than medians; copy holds size.
-void mendIrregular(std::span<const float> samples, int size, float* medians, float* copy) noexcept {
+// Takes those medians that may be wrong as the exchange sort takes them, in windows with an irregular sample. samples
+// holds size - 1 more than medians; copy holds size.
+template <class Irregular, class Wrong>
+void mend(std::span<const float> samples, int size, float* medians, float* copy, Irregular isIrregular,
+          Wrong mayBeWrong) noexcept {
     const std::ptrdiff_t windows = std::ssize(samples) - size + 1;
     std::ptrdiff_t done = 0;
     for (std::ptrdiff_t i = 0; i < std::ssize(samples); ++i) {
@@ -41,9 +46,16 @@ void mendIrregular(std::span<const float> samples, int size, float* medians, flo
             continue;
         const std::ptrdiff_t end = std::min(i + 1, windows);
         for (std::ptrdiff_t x = std::max(done, i + 1 - size); x < end; ++x)
-            medians[x] = qx::exchangeMiddle<qx::SortOrder::Descending>(&samples[x], size, copy);
+            if (mayBeWrong(medians[x]))
+                medians[x] = qx::exchangeMiddle<qx::SortOrder::Descending>(&samples[x], size, copy);
         done = end;
     }
+}
+
+// A NaN may move the median to another sample; a negative zero only raises the question which of the zeros it is.
+void mendIrregular(std::span<const float> samples, int size, float* medians, float* copy) noexcept {
+    mend(samples, size, medians, copy, isNan, [](float) { return true; });
+    mend(samples, size, medians, copy, isNegativeZero, [](float median) { return median == 0.0f; });
 }
 
 // Memory for the samples of a piece as they were, of so many medians at most, and for those of a window.
@@ -114,6 +126,25 @@ void filterRolling(float* data, int n, int half) noexcept {
     filterInPieces(data, n, half, {samples.data(), medians, window.data()}, take);
 }
 
+// Medians of a piece: for so many the ranks of the window before them are taken once more.
+std::int64_t rankedMedians(std::int64_t medians, std::int64_t windowSize) noexcept {
+    constexpr std::int64_t kWindows = 4;
+    constexpr std::int64_t kFewest = 4096;
+    return std::min(medians, std::max(kFewest, kWindows * windowSize));
+}
+
+void filterRanked(float* data, int n, int half) noexcept {
+    const int size = 2 * half + 1;
+    const std::int64_t medians = rankedMedians(n - size + 1, size);
+    qx::Scratch<float> samples(medians + size - 1);
+    qx::Scratch<float> window(size);
+    qx::RankedMedians ranked(half, samples.count());
+    if (!samples || !window || !ranked)
+        return;
+    const auto take = [&](const float* piece, int count, float* found) { ranked.take(piece, count, found); };
+    filterInPieces(data, n, half, {samples.data(), static_cast<int>(medians), window.data()}, take);
+}
+
 }  // namespace
 
 void medianFilter(float* data, int n, int r) {
@@ -121,6 +152,8 @@ void medianFilter(float* data, int n, int r) {
         return;
     if (r <= qx::kLargestShortHalf)
         filterShort(data, n, r);
-    else
+    else if (r <= qx::windowKernels().largestRollingHalf)
         filterRolling(data, n, r);
+    else
+        filterRanked(data, n, r);
 }

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 
 namespace {
@@ -36,6 +35,8 @@ public:
     float mean() const noexcept { return mean_; }
     int count() const noexcept { return count_; }
     double value(int k, int point) const noexcept { return of(k)[point]; }
+
+    double squares(int k) const noexcept { return squares_[k]; }
 
     // A sum of products with P(k), as the coefficient of P(k). A polynomial that vanishes at every point has none.
     double coefficient(int k, double sum) const noexcept {
@@ -102,41 +103,24 @@ private:
 };
 
 using Products = std::array<double, kPowersOfY>;
-using Table = float (*)[kPowersOfY];
-
-// Sums of a row's values with each of the polynomials in y: four parts a sum, so that additions do not wait for each
-// other.
-Products rowProducts(const double* row, const OrthogonalPolynomials& inY, int count) noexcept {
-    constexpr int kParts = 4;
-    Products products{};
-    for (int j = 0; j < inY.count(); ++j) {
-        std::array<double, kParts> parts{};
-        int c = 0;
-        for (; c + kParts <= count; c += kParts)
-            for (int part = 0; part < kParts; ++part)
-                parts[part] += row[c + part] * inY.value(j, c + part);
-        for (; c < count; ++c)
-            parts[0] += row[c] * inY.value(j, c);
-        products[j] = (parts[0] + parts[1]) + (parts[2] + parts[3]);
-    }
-    return products;
-}
+using Coefficients = std::array<Products, kMaxPowers>;
 
 // The fit to a grid of samples in products of polynomials in x and in y.
 class GridFit {
 public:
-    GridFit(const OrthogonalPolynomials& inX, const OrthogonalPolynomials& inY) noexcept : inX_(inX), inY_(inY) {}
+    // valuesInY holds kPowersOfY polynomials in y, those beyond the fit's powers too.
+    GridFit(const OrthogonalPolynomials& inX, const OrthogonalPolynomials& inY, const double* valuesInY) noexcept
+        : inX_(inX), inY_(inY), valuesInY_(valuesInY) {}
 
-    // relative holds the values of a row.
-    void project(const qx::SurfaceGrid& grid, double* relative) noexcept {
+    void project(const qx::SurfaceGrid& grid) noexcept {
         // Values are taken relative to the first one, so that a constant surface has no slope at all.
         const double base = grid.z[0][0];
+        std::array<const double*, qx::kRowFactors> factors{};
+        for (int j = 0; j < qx::kRowFactors; ++j)
+            factors[j] = valuesInY_ + (j + std::ptrdiff_t{1}) * grid.columns;
         for (int r = 0; r < grid.rows; ++r) {
-            for (int c = 0; c < grid.columns; ++c) {
-                const double value = grid.z[r][c];
-                relative[c] = value - base;
-            }
-            const Products products = rowProducts(relative, inY_, grid.columns);
+            Products products{};
+            qx::surfaceKernels().rowProducts(grid.z[r], grid.columns, base, factors.data(), products.data());
             for (int i = 0; i < inX_.count(); ++i)
                 for (int j = 0; j < inY_.count(); ++j)
                     c_[i][j] += inX_.value(i, r) * products[j];
@@ -148,7 +132,7 @@ public:
     }
 
     // The coefficient of (x - mean)^i (y - mean)^j; 0 beyond the fit's powers.
-    float powerCoefficient(int i, int j) noexcept {
+    float powerCoefficient(int i, int j) const noexcept {
         double sum = 0.0;
         for (int k = i; k < inX_.count(); ++k)
             for (int l = j; l < inY_.count(); ++l)
@@ -156,49 +140,66 @@ public:
         return static_cast<float>(sum);
     }
 
+    // The sums of the surface that these power coefficients describe, which has been rounded, beside the samples. The
+    // products of polynomials are orthogonal, and only the first of them has a mean: no sample is needed anew.
+    void correlate(Coefficients a, double samples, qx::SurfaceSums& sums) const noexcept {
+        toPolynomials(a);
+        for (int k = 0; k < inX_.count(); ++k) {
+            for (int l = 0; l < inY_.count(); ++l) {
+                const double squares = k + l > 0 ? inX_.squares(k) * inY_.squares(l) : 0.0;
+                sums.fitSquares += a[k][l] * a[k][l] * squares;
+                sums.mixed += a[k][l] * c_[k][l] * squares;
+            }
+        }
+        const double meanResidual = a[0][0] - c_[0][0];
+        sums.sampleSquares =
+            sums.residuals.squares - samples * meanResidual * meanResidual + 2.0 * sums.mixed - sums.fitSquares;
+    }
+
 private:
+    // Power coefficients become those of the products of polynomials, from the highest on.
+    void toPolynomials(Coefficients& a) const noexcept {
+        for (int k = inX_.count() - 1; k > 0; --k)
+            for (int i = 0; i < k; ++i)
+                for (int j = 0; j < inY_.count(); ++j)
+                    a[i][j] -= a[k][j] * inX_.power(k, i);
+        for (int l = inY_.count() - 1; l > 0; --l)
+            for (int j = 0; j < l; ++j)
+                for (int i = 0; i < inX_.count(); ++i)
+                    a[i][j] -= a[i][l] * inY_.power(l, j);
+    }
+
     const OrthogonalPolynomials& inX_;
     const OrthogonalPolynomials& inY_;
-    std::array<Products, kMaxPowers> c_{};
+    const double* valuesInY_;
+    Coefficients c_{};
 };
 
-// The fitted values of a row by Horner's rule in y for each power of x.
-void evaluateRow(Table a, int powersOfX, int powersOfY, float x, const float* y, int count, float* __restrict fitted) {
-    std::fill_n(fitted, count, 0.0f);
-    float powerOfX = 1.0f;
-    for (int i = 0; i < powersOfX; ++i) {
-        std::array<float, kPowersOfY> c{};
-        std::copy_n(a[i], powersOfY, c.begin());
-        for (int k = 0; k < count; ++k) {
-            float inY = 0.0f;
-            inY = inY * y[k] + c[2];
-            inY = inY * y[k] + c[1];
-            inY = inY * y[k] + c[0];
-            fitted[k] += inY * powerOfX;
-        }
-        powerOfX *= x;
-    }
-}
-
-// The residuals of the table's surface at the samples. x and y are taken relative to their means; offsets and fitted
-// hold the values of a row.
-qx::SurfaceResiduals residualsOf(const qx::SurfaceGrid& grid, Table a, const OrthogonalPolynomials& inX,
-                                 const OrthogonalPolynomials& inY, float* offsets, float* fitted) noexcept {
-    qx::SurfaceResiduals residuals;
+// The residuals of a surface, in power coefficients, over a grid. offsets receives those of the columns.
+qx::ResidualSums residualSums(const qx::SurfaceGrid& grid, const Coefficients& a, const OrthogonalPolynomials& inX,
+                              const OrthogonalPolynomials& inY, double* offsets) noexcept {
     for (int c = 0; c < grid.columns; ++c)
-        offsets[c] = grid.y[c] - inY.mean();
+        offsets[c] = double{grid.y[c]} - double{inY.mean()};
+    qx::ResidualSums sums;
     for (int r = 0; r < grid.rows; ++r) {
-        evaluateRow(a, inX.count(), inY.count(), grid.x[r] - inX.mean(), offsets, grid.columns, fitted);
-        for (int c = 0; c < grid.columns; ++c)
-            residuals.add(fitted[c] - grid.z[r][c]);
+        const double x = double{grid.x[r]} - double{inX.mean()};
+        Products c{};
+        for (int i = inX.count() - 1; i >= 0; --i)
+            for (int j = 0; j < kPowersOfY; ++j)
+                c[j] = c[j] * x + a[i][j];
+        qx::surfaceKernels().addResiduals(grid.z[r], offsets, grid.columns, {c[0], c[1], c[2]}, sums);
     }
-    return residuals;
+    return sums;
 }
 
 }  // namespace
 
-bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY],
-                        SurfaceResiduals& residuals) noexcept {
+std::array<float, 3> qx::SurfaceSums::ofPasses(int passes) const noexcept {
+    return {static_cast<float>(passes * residuals.squares), static_cast<float>(passes * residuals.magnitudes),
+            static_cast<float>(residuals.largest)};
+}
+
+bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY], SurfaceSums& sums) noexcept {
     if (grid.x == nullptr || grid.y == nullptr || grid.z == nullptr || a == nullptr)
         return false;
     if (!isImageSize(grid.columns, grid.rows) || p < 1 || q < 1)
@@ -206,26 +207,29 @@ bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPower
     const int powersOfX = std::min({p, grid.rows, kMaxPowers});
     const int powersOfY = std::min({q, grid.columns, kPowersOfY});
     Scratch<double> tableX(powersOfX, grid.rows);
-    Scratch<double> tableY(powersOfY, grid.columns);
-    Scratch<double> relative(grid.columns);
-    Scratch<float> offsets(grid.columns);
-    Scratch<float> fitted(grid.columns);
-    if (!tableX || !tableY || !relative || !offsets || !fitted)
+    Scratch<double> tableY(kPowersOfY, grid.columns);
+    Scratch<double> offsets(grid.columns);
+    if (!tableX || !tableY || !offsets)
         return false;
+    tableY.clear();
     const OrthogonalPolynomials inX(grid.x, grid.rows, powersOfX, tableX.data());
     const OrthogonalPolynomials inY(grid.y, grid.columns, powersOfY, tableY.data());
-    GridFit fit(inX, inY);
-    fit.project(grid, relative.data());
+    GridFit fit(inX, inY, tableY.data());
+    fit.project(grid);
     for (int i = 0; i < p; ++i)
         for (int j = 0; j < std::min(q, kPowersOfY); ++j)
             a[i][j] = i < powersOfX && j < powersOfY ? fit.powerCoefficient(i, j) : 0.0f;
-    residuals = residualsOf(grid, a, inX, inY, offsets.data(), fitted.data());
+    Coefficients rounded{};
+    for (int i = 0; i < powersOfX; ++i)
+        std::copy_n(a[i], powersOfY, rounded[i].begin());
+    sums.residuals = residualSums(grid, rounded, inX, inY, offsets.data());
+    fit.correlate(rounded, double(grid.rows) * grid.columns, sums);
     return true;
 }
 
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q) {
-    qx::SurfaceResiduals residuals;
-    if (dt != nullptr && qx::fitSurfaceGrid({x, y, z, n, m}, p, q, a, residuals))
-        std::ranges::copy(residuals.values(), dt);
+    qx::SurfaceSums sums;
+    if (dt != nullptr && qx::fitSurfaceGrid({x, y, z, n, m}, p, q, a, sums))
+        std::ranges::copy(sums.ofPasses(1), dt);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <algorithm>
+#include "kernels/SurfaceKernels.h"
+
 #include <array>
-#include <cmath>
 
 namespace qx {
 
@@ -18,24 +18,21 @@ struct SurfaceGrid {
     int columns;
 };
 
-// Residuals of a fit, summed in the order of the samples: squares, magnitudes and the largest magnitude.
-struct SurfaceResiduals {
-    float squares = 0.0f;
-    float magnitudes = 0.0f;
-    float largest = 0.0f;
+// Sums over the samples beside the surface that is fitted to them.
+struct SurfaceSums {
+    ResidualSums residuals;
+    // Products of deviations from the means.
+    double fitSquares = 0.0;
+    double sampleSquares = 0.0;
+    double mixed = 0.0;
 
-    void add(float residual) noexcept {
-        const float magnitude = std::fabs(residual);
-        squares += residual * residual;
-        magnitudes += magnitude;
-        largest = std::max(largest, magnitude);
-    }
-    std::array<float, 3> values() const noexcept { return {squares, magnitudes, largest}; }
+    // Sum of squares, sum of magnitudes and largest magnitude of the residuals, as so many passes over the samples sum
+    // them.
+    std::array<float, 3> ofPasses(int passes) const noexcept;
 };
 
 // FitSurfaceLeastSquares with powers of x below p and powers of y below q. False, with nothing written, for null
 // pointers, impossible sizes and when memory is short.
-bool fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY],
-                    SurfaceResiduals& residuals) noexcept;
+bool fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY], SurfaceSums& sums) noexcept;
 
 }  // namespace qx

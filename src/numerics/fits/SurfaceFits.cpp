@@ -61,103 +61,11 @@ float meanOfIndices(int count) {
     return sum / static_cast<float>(count);
 }
 
-// The values of a row of the fitted surface.
-void evaluateRow(const Table& a, float x, const float* y, int count, float* __restrict fitted) {
-    std::fill_n(fitted, count, 0.0f);
-    float powerOfX = 1.0f;
-    for (const auto& row : a) {
-        const float c0 = row[0] * powerOfX;
-        const float c1 = row[1] * powerOfX;
-        const float c2 = row[2] * powerOfX;
-        for (int c = 0; c < count; ++c)
-            fitted[c] += c0 + c1 * y[c] + c2 * y[c] * y[c];
-        powerOfX *= x;
-    }
+// The squared correlation of an image with its fit.
+float qualityOf(const qx::SurfaceSums& sums) {
+    const double r = sums.mixed / std::sqrt(sums.sampleSquares * sums.fitSquares);
+    return static_cast<float>(r * r);
 }
-
-// A fitted surface beside the image, some rows at a time: all of them when the image is small.
-class FittedImage {
-public:
-    FittedImage(const Image& image, const Table& a, const Means& means) noexcept
-        : image_(image), a_(a), means_(means), rowsAtOnce_(std::clamp(kValuesAtOnce / image.width, 1, image.height)),
-          columns_(image.width), fitted_(rowsAtOnce_, image.width) {
-        if (!columns_)
-            return;
-        for (int c = 0; c < image.width; ++c)
-            columns_[c] = static_cast<float>(c) - means.column;
-    }
-
-    explicit operator bool() const noexcept { return columns_ && fitted_; }
-
-    // Squared correlation with the image. Adds to the sums over the residuals.
-    float quality(qx::SurfaceResiduals& sums) noexcept {
-        float fitSum = 0.0f;
-        float dataSum = 0.0f;
-        visitRows([&](const float* fitted, const float* data, int count) {
-            for (int i = 0; i < count; ++i) {
-                fitSum += fitted[i];
-                dataSum += data[i];
-            }
-        });
-        const auto size = static_cast<float>(image_.pixels());
-        const float fitMean = fitSum / size;
-        const float dataMean = dataSum / size;
-        float mixed = 0.0f;
-        float fitSquares = 0.0f;
-        float dataSquares = 0.0f;
-        qx::SurfaceResiduals residuals = sums;
-        visitRows([&](const float* fitted, const float* data, int count) {
-            for (int i = 0; i < count; ++i) {
-                const float fitOffset = fitted[i] - fitMean;
-                const float dataOffset = data[i] - dataMean;
-                mixed += fitOffset * dataOffset;
-                fitSquares += fitOffset * fitOffset;
-                dataSquares += dataOffset * dataOffset;
-                residuals.add(fitted[i] - data[i]);
-            }
-        });
-        // Kept: a third pass over the residuals, into the same sums. Their largest is known by then.
-        visitRows([&](const float* fitted, const float* data, int count) {
-            for (int i = 0; i < count; ++i) {
-                const float residual = fitted[i] - data[i];
-                residuals.squares += residual * residual;
-                residuals.magnitudes += std::fabs(residual);
-            }
-        });
-        sums = residuals;
-        const float r = mixed / std::sqrt(dataSquares * fitSquares);
-        return r * r;
-    }
-
-private:
-    static constexpr int kValuesAtOnce = 1 << 16;
-
-    template <class Visit>
-    void visitRows(Visit visit) noexcept {
-        for (int row = 0; row < image_.height; row += rowsAtOnce_) {
-            const int rows = std::min(rowsAtOnce_, image_.height - row);
-            evaluateRows(row, rows);
-            visit(fitted_.data(), image_.row(row), rows * image_.width);
-        }
-    }
-
-    void evaluateRows(int first, int rows) noexcept {
-        if (first == evaluated_)
-            return;
-        evaluated_ = first;
-        const qx::ImageView<float> fitted{fitted_.data(), image_.width, rows};
-        for (int r = 0; r < rows; ++r)
-            evaluateRow(a_, static_cast<float>(first + r) - means_.row, columns_.data(), image_.width, fitted.row(r));
-    }
-
-    Image image_;
-    const Table& a_;
-    Means means_;
-    int rowsAtOnce_;
-    qx::Scratch<float> columns_;
-    qx::Scratch<float> fitted_;
-    int evaluated_ = -1;
-};
 
 // The peak model of a surface in (row - mean row) and (column - mean column).
 // Kept: x counts rows here, from the first one on, and columns in the two formulas, from the middle pixel on.
@@ -179,7 +87,7 @@ void logTable(const Table& a) {
 }
 
 // Kept: a fit is printed whatever the debug flag.
-void printFit(const Table& a, const qx::SurfaceResiduals& residuals) {
+void printFit(const Table& a, const qx::SurfaceSums& sums) {
     qx::printConsole("a=\n");
     for (const auto& row : a) {
         for (const double value : row)
@@ -187,7 +95,7 @@ void printFit(const Table& a, const qx::SurfaceResiduals& residuals) {
         qx::printConsole("\n");
     }
     qx::printConsole("dt=\n");
-    for (const double value : residuals.values())
+    for (const double value : sums.ofPasses(1))
         qx::printConsole("%f\t", value);
     qx::printConsole("\n");
 }
@@ -218,21 +126,19 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
     for (int c = 0; c < width; ++c)
         y[c] = static_cast<float>(c);
     Table a{};
-    qx::SurfaceResiduals sums;
+    qx::SurfaceSums sums;
     if (!qx::fitSurfaceGrid({x.data(), y.data(), rows.data(), height, width}, kTableSide, kTableSide, a, sums))
         return StatusOk;
 
     const Means means{meanOfIndices(height), meanOfIndices(width)};
-    FittedImage fitted(view, a, means);
-    if (!fitted)
-        return StatusOk;
     const qx::PeakModel peak = peakOf(a, means);
     peak.store(model);
     logTable(a);
     printFit(a, sums);
     std::copy_n(&a[0][0], kTableSide * kTableSide, coefficients);
-    quality = fitted.quality(sums);
-    std::ranges::copy(sums.values(), residuals);
+    quality = qualityOf(sums);
+    // Kept: the sums are those of three passes over the image.
+    std::ranges::copy(sums.ofPasses(3), residuals);
     printModel(peak.a, peak.b, peak.c, peak.d, peak.x0, peak.y0);
     return StatusOk;
 }

@@ -10,37 +10,32 @@
 namespace qx {
 namespace {
 
-// Pixels mostly follow each other, which saves the divisions.
-class PixelOffsets {
-public:
-    PixelOffsets(int width, int height) noexcept : width_(width), height_(height) {}
+// How many abscissas from the first on, at most `most`, are those of pixels that follow each other in a row: all, or
+// one.
+int pixelsInOrder(const float* abscissas, int index, int most) noexcept {
+    constexpr int kWholeNumbers = 1 << 24;
+    if (index < 0 || index >= kWholeNumbers - most)
+        return 1;
+    std::uint32_t others = 0;
+    for (int i = 0; i < most; ++i)
+        others |= abscissas[i] != static_cast<float>(index + 1 + i);
+    return others == 0 ? most : 1;
+}
 
-    void moveTo(float abscissa) noexcept {
-        constexpr float kWholeNumbers = 1 << 24;
-        const bool isNext = abscissa == next_ && abscissa >= 2.0f && abscissa < kWholeNumbers;
-        next_ = abscissa + 1.0f;
-        if (isNext && ++column_ < width_)
-            x_ += 1.0f;
-        else
-            locate(truncateToInt(abscissa - 1.0f));
+// The offsets of pixels from the middle one, x in columns and y in rows.
+void pixelOffsets(const float* abscissas, int count, int width, int height, float* x, float* y) noexcept {
+    int done = 0;
+    while (done < count) {
+        const int index = truncateToInt(abscissas[done] - 1.0f);
+        const int column = index % width;
+        const int pixels = pixelsInOrder(abscissas + done, index, std::min(width - column, count - done));
+        const auto row = static_cast<float>(std::int64_t{index / width} - height / 2);
+        std::fill_n(y + done, pixels, row);
+        for (int i = 0; i < pixels; ++i)
+            x[done + i] = static_cast<float>(column - width / 2 + i);
+        done += pixels;
     }
-    float x() const noexcept { return x_; }
-    float y() const noexcept { return y_; }
-
-private:
-    void locate(int index) noexcept {
-        column_ = index % width_;
-        x_ = static_cast<float>(column_ - width_ / 2);
-        y_ = static_cast<float>(std::int64_t{index / width_} - height_ / 2);
-    }
-
-    int width_;
-    int height_;
-    int column_ = 0;
-    float next_ = 0.0f;
-    float x_ = 0.0f;
-    float y_ = 0.0f;
-};
+}
 
 // The product of two whole numbers, each exact in single precision, rounded once.
 void multiply(const float* a, const float* b, int count, float* __restrict products) noexcept {
@@ -64,12 +59,7 @@ void quadraticBasis(const float* abscissas, ColumnMatrix values, int width, int 
     const int count = values.rows;
     float* const x = values.column(kTermX);
     float* const y = values.column(kTermY);
-    PixelOffsets offsets(width, height);
-    for (int i = 0; i < count; ++i) {
-        offsets.moveTo(abscissas[i]);
-        x[i] = offsets.x();
-        y[i] = offsets.y();
-    }
+    pixelOffsets(abscissas, count, width, height, x, y);
     std::fill_n(values.column(kTerm1), count, 1.0f);
     multiply(x, y, count, values.column(kTermXY));
     multiply(x, x, count, values.column(kTermXX));

@@ -11,6 +11,7 @@
 #include <climits>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -68,7 +69,7 @@ TEST(MedianFilter, selects_what_the_exchange_sort_selects) {
     };
     for (const auto& kind : kFloatKinds<float>) {
         SCOPED_TRACE("kind " + std::to_string(&kind - kFloatKinds<float>));
-        for (int r : {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 25, 60, 200}) {
+        for (int r : {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 25, 60, 129, 200}) {
             for (int more : {-1, 0, 1, 2, 3, 15, 16, 17, 18, 31, 33, 34, 65, 66, 129})
                 check(kind, std::max(0, 2 * r + more), r, plain::medianFilter);
         }
@@ -79,6 +80,18 @@ TEST(MedianFilter, selects_what_the_exchange_sort_selects) {
         for (int kind = 1; kind < kRegularFloatKinds; kind += 2)
             check(kFloatKinds<float>[kind], n, r, selectByRank);
     }
+    // Windows wide enough to be ranked, across two pieces.
+    for (const auto& kind : std::span(kFloatKinds<float>).subspan(kRegularFloatKinds))
+        check(kind, 4096 + 2 * 151 + 20, 151, plain::medianFilter);
+}
+
+// The first windows hold the lowest and the highest values alone, which are thousands of ranks apart.
+TEST(MedianFilter, medians_that_jump_across_all_other_values) {
+    SplitMix64 random(3);
+    Floats values(12000);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<float>(random.below(1000) + (i < 2600 ? (random.below(2) == 0 ? 90000 : -90000) : 0));
+    expectSame(sameBitsEverywhere<Floats>, values, selectByRank, medianFilter, 12000, 1000);
 }
 
 TEST(FilterImg, by_hand) {
