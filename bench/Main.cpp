@@ -143,9 +143,19 @@ void prepare(const Options& options) {
     getConfigInfo()->loggingEnabled = 0;
 }
 
+std::string processorName() {
+    const std::string key = "model name";
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);) {
+        if (const auto colon = line.find(": "); line.starts_with(key) && colon != line.npos)
+            return line.substr(colon + 2);
+    }
+    return "unknown";
+}
+
 Circumstances circumstances() {
     const char* const commit = std::getenv("QX_BENCH_COMMIT");
-    return {commit == nullptr ? "unknown" : commit, qx::instructionSetName(qx::vectorLevel())};
+    return {processorName(), commit == nullptr ? "unknown" : commit, qx::instructionSetName(qx::vectorLevel())};
 }
 
 void measureRows(const Options& options, std::ostream* json) {

@@ -230,6 +230,7 @@ private:
 Measurer::Measurer(const Circumstances& circumstances, std::ostream* json)
     : reporter_(std::make_unique<Reporter>(json)) {
     initialise();
+    ::benchmark::AddCustomContext("machine", circumstances.machine);
     ::benchmark::AddCustomContext("commit", circumstances.commit);
     ::benchmark::AddCustomContext("level", circumstances.level);
 }

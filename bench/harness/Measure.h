@@ -34,6 +34,7 @@ struct Effort {
 
 // What is told of the machine and the program in the file of all times.
 struct Circumstances {
+    std::string machine;
     std::string commit;
     std::string level;
 };
