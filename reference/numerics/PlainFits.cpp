@@ -532,6 +532,17 @@ struct ResidualSums {
     }
 };
 
+double fittedAt(const float (*a)[3], int p, int q, double u, double v) {
+    double fitted = 0;
+    for (int k = p - 1; k >= 0; --k) {
+        double inner = 0;
+        for (int l = q - 1; l >= 0; --l)
+            inner = inner * v + a[k][l];
+        fitted = fitted * u + inner;
+    }
+    return fitted;
+}
+
 ResidualSums fitGrid(const float* x, const float* y, const float* const* z, float (*a)[3], int n, int m, int p, int q) {
     for (int i = 0; i < p; ++i)
         std::fill(a[i], a[i] + q, 0.0f);
@@ -562,16 +573,8 @@ ResidualSums fitGrid(const float* x, const float* y, const float* const* z, floa
         std::copy(power[i].begin(), power[i].end(), a[i]);
     ResidualSums sums;
     for (int i = 0; i < n; ++i) {
-        for (int j = 0; j < m; ++j) {
-            double fitted = 0;
-            for (int k = powersOfX - 1; k >= 0; --k) {
-                double inner = 0;
-                for (int l = powersOfY - 1; l >= 0; --l)
-                    inner = inner * v[j] + a[k][l];
-                fitted = fitted * u[i] + inner;
-            }
-            sums.add(fitted - z[i][j]);
-        }
+        for (int j = 0; j < m; ++j)
+            sums.add(fittedAt(a, powersOfX, q, u[i], v[j]) - z[i][j]);
     }
     return sums;
 }
@@ -592,7 +595,19 @@ void centredFitToPeakModel(const float* a, float meanRow, float meanColumn, floa
 
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q) {
-    fitGrid(x, y, z, a, n, m, p, q).write(dt);
+    fitGrid(x, y, z, a, n, m, p, q);
+    const std::vector<double> u = offsetsFromMean(x, n);
+    const std::vector<double> v = offsetsFromMean(y, m);
+    std::fill(dt, dt + 3, 0.0f);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < m; ++j) {
+            const auto fitted = static_cast<float>(fittedAt(a, std::min({p, n, kMaxPowers}), q, u[i], v[j]));
+            const float residual = fitted - z[i][j];
+            dt[0] += residual * residual;
+            dt[1] += std::fabs(residual);
+            dt[2] = largerOf(std::fabs(residual), dt[2]);
+        }
+    }
 }
 
 int doSurfaceFit(float* model, int, float& quality, const float* image, int width, int height, float* coefficients,

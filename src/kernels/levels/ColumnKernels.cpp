@@ -164,7 +164,8 @@ void countDigits(const std::int8_t* codes, int rows, const std::int8_t* code, in
     for (int v = 0; v < kCodeVectors; ++v) {
         Bytes limits[kDigits];
         for (int d = 0; d < kDigits; ++d)
-            limits[d] = loadBytes(code + v * kVectorBytes) + static_cast<std::int8_t>(step * (d + 1));
+            limits[d] =
+                Bytes(UnsignedBytes(loadBytes(code + v * kVectorBytes)) + static_cast<std::uint8_t>(step * (d + 1)));
         for (int start = 0; start < rows; start += kMostInByte) {
             const int end = rows - start < kMostInByte ? rows : start + kMostInByte;
             Bytes below[kDigits]{};

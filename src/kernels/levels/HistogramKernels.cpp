@@ -28,12 +28,13 @@ bool hasOneValue(const std::uint16_t* chunk) {
 class Window {
 public:
     explicit Window(const PixelCounts& into)
-        : first_(Shorts{} + static_cast<std::int16_t>(into.window)),
+        : first_(UnsignedShorts{} + static_cast<std::uint16_t>(into.window)),
           countOfZero_(reinterpret_cast<std::uintptr_t>(into.room) - bytesOf(into.window)) {}
 
     bool holds(const std::uint16_t* chunk) const {
         const Bits last = Bits(Shorts{} + (kWindowValues - 1));
-        return isZeroEverywhere(chunk, [&](Shorts pixels) { return unsignedDifference(Bits(pixels - first_), last); });
+        return isZeroEverywhere(
+            chunk, [&](Shorts pixels) { return unsignedDifference(Bits(UnsignedShorts(pixels) - first_), last); });
     }
 
     void add(const std::uint16_t* chunk) const {
@@ -45,7 +46,7 @@ public:
 private:
     static std::uintptr_t bytesOf(int counts) { return static_cast<std::uintptr_t>(counts) * sizeof(std::uint32_t); }
 
-    Shorts first_;
+    UnsignedShorts first_;
     std::uintptr_t countOfZero_;  // where the first table would have the count of 0
 };
 

@@ -22,7 +22,9 @@ constexpr int kShortLanes = 2 * kLanes;
 constexpr std::int16_t kSignBit = -32768;
 
 typedef std::int8_t Bytes __attribute__((vector_size(kVectorBytes)));
+typedef std::uint8_t UnsignedBytes __attribute__((vector_size(kVectorBytes)));
 typedef std::int16_t Shorts __attribute__((vector_size(kVectorBytes)));
+typedef std::uint16_t UnsignedShorts __attribute__((vector_size(kVectorBytes)));
 typedef std::uint32_t Uints __attribute__((vector_size(kVectorBytes)));
 typedef std::int32_t Ints __attribute__((vector_size(kVectorBytes)));
 typedef float Floats __attribute__((vector_size(kVectorBytes)));

@@ -8,7 +8,6 @@
 namespace {
 
 typedef std::int64_t Bits __attribute__((vector_size(16)));
-typedef std::uint16_t UnsignedShorts __attribute__((vector_size(16)));
 
 // Halves of vectors, as wide as their elements are when they become twice as long.
 typedef std::int16_t HalfShorts __attribute__((vector_size(8)));
@@ -160,7 +159,7 @@ inline Shorts countLess(Shorts count, Shorts a, Shorts b) {
 
 // The same of signed bytes.
 inline Bytes countLess(Bytes count, Bytes a, Bytes b) {
-    return count - (a < b);
+    return Bytes(UnsignedBytes(count) - UnsignedBytes(a < b));
 }
 
 // A bit for each byte that is the same in both.

@@ -284,13 +284,13 @@ inline Shorts countLess(Shorts count, Shorts a, Shorts b) {
 #endif
 }
 
-// count + 1 in the lanes where a < b, of signed bytes.
+// count + 1 in the lanes where a < b, of signed bytes; counts go on beyond 127.
 inline Bytes countLess(Bytes count, Bytes a, Bytes b) {
 #if defined(__AVX512F__)
     const __mmask64 less = _mm512_cmplt_epi8_mask(__m512i(a), __m512i(b));
     return Bytes(_mm512_mask_add_epi8(__m512i(count), less, __m512i(count), _mm512_set1_epi8(1)));
 #else
-    return count - (a < b);
+    return Bytes(UnsignedBytes(count) - UnsignedBytes(a < b));
 #endif
 }
 

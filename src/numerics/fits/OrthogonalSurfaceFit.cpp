@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <span>
 
 namespace {
 
@@ -14,6 +16,13 @@ using qx::kPowersOfY;
 
 constexpr int kMaxPowers = 20;
 constexpr double kRoundingShare = 1e-24;
+
+float meanOf(const float* values, int count) noexcept {
+    float sum = 0.0f;
+    for (int i = 0; i < count; ++i)
+        sum += values[i];
+    return sum / static_cast<float>(count);
+}
 
 // Polynomials that are orthogonal over the sample points, by the three-term recurrence
 //   P(k+1) = (t - alpha) P(k) - beta P(k-1),  t = abscissa - mean.
@@ -48,13 +57,6 @@ public:
     double power(int k, int power) const noexcept { return powers_[k][power]; }
 
 private:
-    static float meanOf(const float* points, int count) noexcept {
-        float sum = 0.0f;
-        for (int i = 0; i < count; ++i)
-            sum += points[i];
-        return sum / static_cast<float>(count);
-    }
-
     double* of(int k) const noexcept { return values_ + std::ptrdiff_t{k} * pointCount_; }
 
     double squaresOf(int k) const noexcept {
@@ -192,6 +194,43 @@ qx::ResidualSums residualSums(const qx::SurfaceGrid& grid, const Coefficients& a
     return sums;
 }
 
+// The values of a row of a table's surface, in single precision.
+void evaluateRow(const float (*a)[kPowersOfY], int powersOfX, int powersOfY, float x, std::span<const float> y,
+                 float* fitted) noexcept {
+    std::fill_n(fitted, y.size(), 0.0f);
+    float powerOfX = 1.0f;
+    for (int i = 0; i < powersOfX; ++i) {
+        std::array<float, kPowersOfY> c{};
+        std::copy_n(a[i], powersOfY, c.begin());
+        for (std::size_t k = 0; k < y.size(); ++k) {
+            const float inY = (c[2] * y[k] + c[1]) * y[k] + c[0];
+            fitted[k] += inY * powerOfX;
+        }
+        powerOfX *= x;
+    }
+}
+
+// Sum of squares, sum of magnitudes and largest magnitude of the residuals in single precision, in the order of the
+// samples. offsets and fitted have room for a row.
+std::array<float, 3> residualsInSingle(const qx::SurfaceGrid& grid, const float (*a)[kPowersOfY], int p, int q,
+                                       std::span<float> offsets, float* fitted) noexcept {
+    const float meanX = meanOf(grid.x, grid.rows);
+    const float meanY = meanOf(grid.y, grid.columns);
+    std::ranges::transform(std::span(grid.y, offsets.size()), offsets.begin(), [=](float y) { return y - meanY; });
+    std::array<float, 3> sums{};
+    for (int r = 0; r < grid.rows; ++r) {
+        evaluateRow(a, std::min({p, grid.rows, kMaxPowers}), std::min({q, grid.columns, kPowersOfY}), grid.x[r] - meanX,
+                    offsets, fitted);
+        for (int c = 0; c < grid.columns; ++c) {
+            const float residual = fitted[c] - grid.z[r][c];
+            sums[0] += residual * residual;
+            sums[1] += std::fabs(residual);
+            sums[2] = std::max(sums[2], std::fabs(residual));
+        }
+    }
+    return sums;
+}
+
 }  // namespace
 
 std::array<float, 3> qx::SurfaceSums::ofPasses(int passes) const noexcept {
@@ -229,7 +268,10 @@ bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPower
 
 void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt, int n,
                             int m, int p, int q) {
+    const qx::SurfaceGrid grid{x, y, z, n, m};
+    qx::Scratch<float> offsets(m);
+    qx::Scratch<float> fitted(m);
     qx::SurfaceSums sums;
-    if (dt != nullptr && qx::fitSurfaceGrid({x, y, z, n, m}, p, q, a, sums))
-        std::ranges::copy(sums.ofPasses(1), dt);
+    if (dt != nullptr && offsets && fitted && qx::fitSurfaceGrid(grid, p, q, a, sums))
+        std::ranges::copy(residualsInSingle(grid, a, p, q, offsets.span(), fitted.data()), dt);
 }

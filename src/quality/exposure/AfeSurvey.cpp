@@ -3,6 +3,7 @@
 #include "quality/exposure/ExposureRows.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace qx {
 namespace {
@@ -15,15 +16,21 @@ void ratiosOfRow(const Exposure& exposure, int y, AfeMeasurement& measurement) n
     neighbourRatios(valueAt, measurement.blocks(), measurement.ratios().rowSpan(y));
 }
 
+// Ratios of both kinds are twice what the balance needs, which is much for narrow AFEs of a large panel.
+bool isTooLarge(const AfeBlocks& blocks, int height) noexcept {
+    constexpr std::int64_t kMostBytes = 3 << 20;
+    const std::int64_t bytes = std::int64_t{2 * sizeof(float)} * blocks.boundaries() * height;
+    return blocks.afeWidth < kBlockSide && bytes > kMostBytes;
+}
+
 }  // namespace
 
-void AfeSurvey::begin(const Exposure& exposure) {
-    const AfeBlocks blocks{exposure.width(), detectorAfeWidth()};
-    if (!measurable(blocks))
+void AfeSurvey::begin() noexcept {
+    const AfeBlocks blocks{exposure_->width(), detectorAfeWidth()};
+    if (!measurable(blocks) || isTooLarge(blocks, exposure_->height()))
         return;
-    exposure_ = exposure;
-    signed_.emplace(blocks, exposure.height());
-    raised_.emplace(blocks, exposure.height());
+    signed_.emplace(blocks, exposure_->height());
+    raised_.emplace(blocks, exposure_->height());
     if (!*signed_ || !*raised_) {
         signed_.reset();
         raised_.reset();
@@ -34,6 +41,8 @@ void AfeSurvey::begin(const Exposure& exposure) {
 }
 
 void AfeSurvey::add(const DifferenceBlock& block, int blockRow, int blockColumn) noexcept {
+    if (exposure_ && blockRow == 0 && blockColumn == 0)
+        begin();
     if (!signed_)
         return;
     const int top = blockRow * kBlockSide;
@@ -55,6 +64,8 @@ void AfeSurvey::add(const DifferenceBlock& block, int blockRow, int blockColumn)
 
 // The sums of both kinds, in the order of the rows.
 void AfeSurvey::addPixels(const Rect& pixels) noexcept {
+    if (pixels.width < 1)
+        return;
     float* const signedSums = &signed_->sums()[pixels.left];
     float* const raisedSums = &raised_->sums()[pixels.left];
     int dim = 0;

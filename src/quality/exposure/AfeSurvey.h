@@ -11,10 +11,11 @@ namespace qx {
 // differences. Where it cannot, there is nothing to be had of it, and nothing is said about it.
 class AfeSurvey {
 public:
-    // Asks for the detector's AFE width and for memory.
-    void begin(const Exposure& exposure);
+    // What the blocks are of. Without it nothing is taken.
+    void plan(const Exposure& exposure) noexcept { exposure_ = exposure; }
 
-    // The blocks come row by row; the last one completes the survey.
+    // The blocks come row by row: with the first one the detector is asked for its AFE width, and memory is taken; the
+    // last one completes the survey.
     void add(const DifferenceBlock& block, int blockRow, int blockColumn) noexcept;
 
     // The measurements of signed and of raised differences, which have had their pass over the image; null unless
@@ -23,6 +24,7 @@ public:
     AfeMeasurement* ofRaised(const AfeBlocks& blocks) noexcept { return of(raised_, blocks); }
 
 private:
+    void begin() noexcept;
     AfeMeasurement* of(std::optional<AfeMeasurement>& measurement, const AfeBlocks& blocks) noexcept;
     void addPixels(const Rect& pixels) noexcept;
     void takeRatios(int firstRow, int endRow) noexcept;

@@ -127,7 +127,7 @@ int withSurvey(const Exposure& exposure, Use use) {
         return status;
     qx::AfeSurvey survey;
     if (qx::showsIllumination(exposure))
-        survey.begin(exposure);
+        survey.plan(exposure);
     return withBlocks(exposure, survey, [&](const BlockFloor& floor, const Blocks& blocks) {
         return use(floor, qx::SurveyedExposure{exposure, blocks, survey});
     });

@@ -146,7 +146,7 @@ protected:
         ExposureRows<difference> rows(exposure);
         ASSERT_EQ(0, measurement->measure(rows));
         Balance balance{measurement->columnGains(), measurement->replacements()};
-        if constexpr (difference == raisedDifference)
+        if (difference == raisedDifference)
             balance.replacements = {};
         Floats found(medians.size());
         const int width = exposure.blockColumns();
@@ -166,7 +166,7 @@ TEST_P(BalancedMedians, are_those_of_the_balanced_pixels) {
                                                 << ", content " << &content - kContents);
                 const Case test(content, width, height, afeWidth);
                 AfeSurvey survey;
-                survey.begin(test.exposure());
+                survey.plan(test.exposure());
                 const Floats medians = visit(test.exposure(), survey);
                 const auto difference = [](WORD bright, WORD dark) noexcept {
                     return static_cast<float>(std::max(bright - dark, 0));
@@ -185,7 +185,7 @@ TEST_P(BalancedMedians, survey_knows_the_afes_of_a_whole_image) {
     const Case test(kContents[0], 96, 64, 32);
     qxkit::virtualDetector().afeWidth = 32;
     AfeSurvey survey;
-    survey.begin(test.exposure());
+    survey.plan(test.exposure());
     EXPECT_EQ(nullptr, survey.ofSigned(test.blocks));
     visit(test.exposure(), survey);
     EXPECT_NE(nullptr, survey.ofSigned(test.blocks));
@@ -194,7 +194,7 @@ TEST_P(BalancedMedians, survey_knows_the_afes_of_a_whole_image) {
     for (const int afeWidth : {0, 8, 97}) {
         qxkit::virtualDetector().afeWidth = afeWidth;
         AfeSurvey none;
-        none.begin(test.exposure());
+        none.plan(test.exposure());
         visit(test.exposure(), none);
         EXPECT_EQ(nullptr, none.ofRaised({96, 32})) << afeWidth;
     }
