@@ -319,6 +319,7 @@ QX_C_API int qx_checkGlobalSNR(const uint16_t* image, int width, int height, con
 QX_C_API int qx_evaluateSNRResult(const uint16_t* image, int width, int height, const float* factorySNR, int count,
                                   qx_surface_fit_result* result);
 
+/* As qx_defects_create and qx_defects_release. */
 QX_C_API int qx_factory_list_create(qx_factory_list* list);
 QX_C_API int qx_factory_list_release(qx_factory_list list);
 QX_C_API int qx_loadAllSNRFromFactory(const char* dir, const char* file, qx_factory_list list, int detectorType);
