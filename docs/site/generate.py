@@ -33,15 +33,16 @@ def drawn(mermaid: re.Match) -> str:
         named = re.findall(r"(\w+)\[([^\]]+)\]", line)
         made += [f'{name} [label="{label}"];' for name, label in named]
         line = re.sub(r"\[[^\]]+\]", "", line).strip()
-        arrow = re.fullmatch(r"(\w+) (?:-->|-\. (\w+) [-.]+>?) ?(\w+)", line)
+        arrow = re.fullmatch(r"(\w+) (?:-->|-\. ([\w ]+) \.->?) (\w+)", line)
         if line.startswith("subgraph"):
             made.append(f'subgraph cluster_{line.split()[1]} {{ label="{line.split()[1]}";')
         elif line == "end":
             made.append("}")
         elif arrow:
-            style = f' style=dashed label="{arrow[2]}"' if arrow[2] else ""
-            tail = ("quality", " ltail=cluster_library") if arrow[1] == "library" else (arrow[1], "")
-            made.append(f"{tail[0]} -> {arrow[3]} [{style}{tail[1]}];")
+            ends = ["quality" if end == "library" else end for end in (arrow[1], arrow[3])]
+            style = f'style=dashed label="{arrow[2]}"' if arrow[2] else ""
+            style += " ltail=cluster_library" * (arrow[1] == "library") + " lhead=cluster_library" * (arrow[3] == "library")
+            made.append(f"{ends[0]} -> {ends[1]} [{style}{' dir=none' * line.count(' .- ')}];")
     return "\n".join([*made, "}", "```"])
 
 
