@@ -4,7 +4,7 @@ import re
 from collections import Counter
 from pathlib import Path
 
-from headers import CONTRACTS, KIT, ROOT, Declaration
+from headers import CONTRACTS, KIT, ROOT, Declaration, Sharing
 from prose import Prose
 
 # Doors of the C interface whose names do not tell whose they are.
@@ -35,13 +35,22 @@ def contracts_below(names: list[str], contracts: dict[str, str], prose: Prose) -
     made = ""
     for text in dict.fromkeys(contracts[name] for name in names):
         sharing = ", ".join(name for name in names if contracts[name] == text)
-        made += raw(f"<details><summary>Contract of {sharing}</summary>") + prose.rst(text, 3) + "\n" + raw("</details>")
+        made += raw(f"<details><summary>Contract of {sharing}</summary>")
+        made += prose.rst(text, 3) + "\n" + raw("</details>")
     return made
 
 
 def target_of(name: str) -> str:
     """The C++ function behind one of the C interface."""
     return DOORS.get(name) or re.sub(r"_(u16|i32|u32|f32|f64|inplace)$", "", name.removeprefix("qx_"))
+
+
+def c_sharing(contracts: dict[str, str]) -> Sharing:
+    """A note of the C header stands for the function below it, and for those of one contract or of none."""
+    def may_share(before: str, name: str) -> bool:
+        contract = contracts.get(target_of(name))
+        return contract is None or contract == contracts.get(target_of(before))
+    return may_share
 
 
 def groups(declarations: list[Declaration]) -> list[list[Declaration]]:
@@ -135,7 +144,7 @@ def functions_in(declarations: list[Declaration]) -> list[Declaration]:
     return [one for one in declarations + members if one.kind == "function"]
 
 
-def write(folder: Path, read: dict[str, list[Declaration]], prose: Prose) -> list[str]:
+def write(folder: Path, read: dict[str, list[Declaration]], contracts: dict[str, str], prose: Prose) -> list[str]:
     """Writes the pages, and returns what is wrong with them."""
     by_header = {header: functions_in(read[header]) for header in CONTRACTS + KIT}
     functions = [one for header in CONTRACTS for one in by_header[header]]
@@ -143,7 +152,6 @@ def write(folder: Path, read: dict[str, list[Declaration]], prose: Prose) -> lis
         (folder / "cpp" / f"{header}.rst").write_text(cpp_page(header, read[header], prose))
     (folder / "cpp" / "rules.rst").write_text(heading("Rules for all functions") + "".join(
         prose.rst(one.text) + "\n" for one in read["QxUtils"] if one.kind == "text"))
-    contracts = contracts_of(functions)
     page = CPage(contracts, prose)
     (folder / "c.rst").write_text(heading("C") + "".join(map(page.item, groups(read["qxutils_c"]))))
     for one in functions_in(read["qxutils_c"]):

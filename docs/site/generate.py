@@ -41,8 +41,9 @@ def drawn(mermaid: re.Match) -> str:
         elif arrow:
             ends = ["quality" if end == "library" else end for end in (arrow[1], arrow[3])]
             style = f'style=dashed label="{arrow[2]}"' if arrow[2] else ""
-            style += " ltail=cluster_library" * (arrow[1] == "library") + " lhead=cluster_library" * (arrow[3] == "library")
-            made.append(f"{ends[0]} -> {ends[1]} [{style}{' dir=none' * line.count(' .- ')}];")
+            for place, end in (("ltail", arrow[1]), ("lhead", arrow[3])):
+                style += f" {place}=cluster_library" if end == "library" else ""
+            made.append(f"{ends[0]} -> {ends[1]} [{style}{' dir=none' if ' .- ' in line else ''}];")
     return "\n".join([*made, "}", "```"])
 
 
@@ -70,12 +71,13 @@ def main(xml: str, target: str) -> None:
     folder = Path(target)
     gathered(folder)
     headers: dict[str, list[Declaration]] = {
-        name: read(Path(xml), header_of(name)) for name in [*CONTRACTS, *KIT, "QxUtils", "qxutils_c"]}
+        name: read(Path(xml), header_of(name)) for name in [*CONTRACTS, *KIT, "QxUtils"]}
     functions = {name: api_pages.functions_in(headers[name]) for name in CONTRACTS}
-    every = [one for found in functions.values() for one in found]
-    prose = Prose({one.name for one in every}, set(status_page.messages()))
-    problems = api_pages.write(folder / "api", headers, prose)
-    problems += python_pages.write(folder / "api/python.rst", api_pages.contracts_of(every), prose)
+    contracts = api_pages.contracts_of([one for found in functions.values() for one in found])
+    headers["qxutils_c"] = read(Path(xml), header_of("qxutils_c"), api_pages.c_sharing(contracts))
+    prose = Prose(set(contracts), set(status_page.messages()))
+    problems = api_pages.write(folder / "api", headers, contracts, prose)
+    problems += python_pages.write(folder / "api/python.rst", contracts, prose)
     problems += status_page.write(folder / "status.rst", headers, functions, prose)
     problems += wrong_offsets()
     schema_page.write(folder / "results.rst")

@@ -2,6 +2,7 @@
 
 import re
 import xml.etree.ElementTree as ElementTree
+from collections.abc import Callable
 from dataclasses import dataclass, field
 from pathlib import Path
 
@@ -9,6 +10,7 @@ from doc_comments import comments
 
 ROOT = Path(__file__).parents[2]
 CONTRACTS = ["Foundation", "StatusCode", "Files", "Numerics", "Correction", "Measures", "Quality", "Records", "Types"]
+Sharing = Callable[[str, str], bool]
 KIT = ["QxSysMgt", "QxCodec", "QxCorrection", "VirtualDetector"]
 
 
@@ -36,7 +38,8 @@ def text_of(node) -> str:
 
 def signature_of(member) -> str:
     name, template = member.findtext("name"), member.find("templateparamlist")
-    definition = re.sub("^(using|typedef) ", "", member.findtext("definition", name)).replace("qxkit::", "") + member.findtext("argsstring", "")
+    definition = re.sub("^(using|typedef) |qxkit::", "", member.findtext("definition", name))
+    definition += member.findtext("argsstring", "")
     value = member.findtext("initializer", "") if member.get("kind") == "variable" else ""
     value = "" if "\\" in value else value  # Sphinx cannot read it.
     before = f"template<{plain(template)}> " if template is not None else ""
@@ -72,14 +75,14 @@ def free_texts(lines: list[str]) -> list[Declaration]:
             for first, _, text, is_contract in comments(lines) if not is_contract]
 
 
-def share_contracts(lines: list[str], found: list[Declaration]) -> None:
+def share_contracts(lines: list[str], found: list[Declaration], may_share: Sharing) -> None:
     """What follows a declaration without a blank line has its contract."""
     for before, one in zip(found, found[1:]):
-        if not one.text and all(lines[before.line - 1:one.line]):
+        if not one.text and all(lines[before.line - 1:one.line]) and may_share(before.name, one.name):
             one.text = before.text
 
 
-def read(xml: Path, header: Path) -> list[Declaration]:
+def read(xml: Path, header: Path, may_share: Sharing = lambda before, name: True) -> list[Declaration]:
     """Everything in the order of the header."""
     lines = header.read_text().splitlines()
     compound = ElementTree.parse(xml / (header.stem.replace("_", "__") + "_8h.xml")).find("compounddef")
@@ -91,5 +94,5 @@ def read(xml: Path, header: Path) -> list[Declaration]:
     found = [one for one in found if not (one.kind == "typedef" and one.name in structs)
              and not (one.kind == "function" and lines[one.line - 1].startswith("extern template"))]
     found.sort(key=lambda one: one.line)
-    share_contracts(lines, found)
+    share_contracts(lines, found, may_share)
     return sorted(found + free_texts(lines), key=lambda one: one.line)

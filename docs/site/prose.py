@@ -3,11 +3,12 @@
 import re
 
 # A number of four digits that counts something is no status code.
-TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;)|(?P<name>\b[A-Za-z_]\w*\b)|"
-                    r"(?P<mark>[*|\\]|(?<=file):)")
+TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;)|"
+                    r"(?P<name>\b[A-Za-z_]\w*\b)|(?P<mark>[*|\\]|(?<=file):)")
 # What begins a paragraph of its own on a page.
 SENTENCES = re.compile(r"(?<=[.)])\s(?=(?:Returns|Cost:|Memory:|Logs its course) )")
-INDENTED = re.compile(r"^ {2,}|^[+|-]{3,}|^ *\w[^|]*\|")
+INDENTED = re.compile(r"^ {2,}")
+TABLE = re.compile(r"^ *-{3,}\|-{3,}$", re.MULTILINE)
 
 
 class Prose:
@@ -45,8 +46,20 @@ class Prose:
             was_indented = is_indented
         return made
 
+    def table(self, lines: list[str]) -> list[str]:
+        """Two columns; a line whose first one is empty goes on with the line above."""
+        rows: list[list[str]] = []
+        for left, right in ([cell.strip() for cell in line.split("|")] for line in lines if not TABLE.match(line)):
+            if left:
+                rows.append([left, right])
+            else:
+                rows[-1][1] += " " + right
+        cells = [[self.line(cell) for cell in row] for row in rows]
+        return [".. list-table::", "   :header-rows: 1", "", *(f"   * - {a}\n     - {b}" for a, b in cells)]
+
     def rst(self, text: str, indent: int = 0) -> str:
         made: list[str] = []
         for paragraph in re.split(r"\n\s*\n", SENTENCES.sub("\n\n", text)):
-            made += self.paragraph(paragraph.splitlines()) + [""]
+            shown = self.table if TABLE.search(paragraph) else self.paragraph
+            made += shown(paragraph.splitlines()) + [""]
         return "\n".join(" " * indent + line if line else "" for line in made)

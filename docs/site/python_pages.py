@@ -11,8 +11,8 @@ from prose import Prose
 FOLDER = ROOT / "bindings/python"
 STRINGS = r'((?:"(?:[^"\\]|\\.)*"\s*)+)'
 FUNCTION = re.compile(r'\bdefine(?:Check)?\(\s*module,\s*"(\w+)",\s*' + STRINGS + r",\s*" + STRINGS + ",")
-CLASS = re.compile(r'(?:py::class_<\w+>|Class session)\s*\w*\(\s*module,\s*"(\w+)",\s*(?:' + STRINGS + r'|R"\((.*?)\)")',
-                   re.DOTALL)
+CLASS = re.compile(r'(?:py::class_<\w+>|Class session)\s*\w*\(\s*module,\s*"(\w+)",\s*(?:' + STRINGS
+                   + r'|R"\((.*?)\)")', re.DOTALL)
 ARRAYS = {"_U16": "uint16", "_U32": "uint32", "_I32": "int32", "_F32": "float32", "_F64": "float64"}
 
 
@@ -25,7 +25,7 @@ def texts() -> tuple[dict[str, tuple[str, str]], dict[str, str]]:
     functions, classes = {}, {}
     for source in sorted(FOLDER.glob("*.cpp")):
         content = source.read_text()
-        functions |= {name: (joined(exported), joined(summary)) for name, exported, summary in FUNCTION.findall(content)}
+        functions |= {name: (joined(exported), joined(told)) for name, exported, told in FUNCTION.findall(content)}
         classes |= {name: joined(strings) or raw for name, strings, raw in CLASS.findall(content)}
         error = re.search(r'kErrorText = R"\((.*?)\)"', content, re.DOTALL)
         classes |= {"QxError": error[1]} if error else {}
@@ -81,7 +81,7 @@ class PythonPage:
 def write(file: Path, contracts: dict[str, str], prose: Prose) -> list[str]:
     """Writes the page, and returns what has no text."""
     stub = (FOLDER / "qxutils/__init__.pyi").read_text()
-    sections = {stub[:found.start()].count("\n") + 1: found[1] for found in re.finditer(r"^# (.+)$", stub, re.MULTILINE)}
+    sections = {line: text[2:] for line, text in enumerate(stub.splitlines(), 1) if text.startswith("# ")}
     made = PythonPage(contracts, prose)
     page = heading("Python") + ".. py:module:: qxutils\n\n" + prose.rst(
         ast.get_docstring(ast.parse((FOLDER / "qxutils/__init__.py").read_text()))) + "\n"

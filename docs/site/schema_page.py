@@ -7,7 +7,8 @@ from api_pages import heading
 from headers import ROOT
 
 SCHEMA = "results.schema.json"
-TITLES = {"detector": "The detector", "result": "A result", "measure": "A measure", "square": "A square of an SNR series"}
+TITLES = {"detector": "The detector", "result": "A result", "measure": "A measure",
+          "square": "A square of an SNR series"}
 
 
 def type_of(value: dict) -> str:
@@ -30,9 +31,10 @@ def table(value: dict) -> str:
 def write(file: Path) -> None:
     schema = json.loads((ROOT / "docs" / SCHEMA).read_text())
     page = heading("Results as JSON and CSV") + schema["description"] + "\n\n" + (
-        f"The schema itself: :download:`{SCHEMA} </{SCHEMA}>`. CSV has a line a measure with the same names. A number is "
-        + schema["$defs"]["number"]["description"].replace("null", "``null`` where it") + "\n\n")
+        f"The schema itself: :download:`{SCHEMA} </{SCHEMA}>`. CSV has a line a measure with the same names. Of "
+        "numbers, " + schema["$defs"]["number"]["description"] + "\n\n")
     page += heading("The document", "-") + table(schema)
     for name, title in TITLES.items():
-        page += heading(title, "-") + schema["$defs"][name].get("description", "") + "\n\n" + table(schema["$defs"][name])
+        one = schema["$defs"][name]
+        page += heading(title, "-") + one.get("description", "") + "\n\n" + table(one)
     file.write_text(page)

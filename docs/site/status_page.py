@@ -14,6 +14,16 @@ TELLS_ALL = "getStatusMessage"
 # 1 is no code of four digits that a contract could be searched for.
 PLAIN_NO = ["WriteLogFile", "removeLogFile", "imageWithHead", "sortFileByCreateTime", "getFileNumInDirectory",
             "filterUsingSGolay", "CheckDarkTimeRepeat", "checkOffsetImageQuality"]
+HEAD = """\
+``qxutils explain 1062`` tells the message at the command line, :cpp:func:`getStatusMessage` in a program. Messages are
+the kit's, as they stand. The functions are those whose contracts name the code.
+
+"""
+OTHERS = """\
+No function of this library returns them of itself, but what the detector, a file transfer or the kit answers with is
+passed on. Codes below 1000 are the detector's.
+
+"""
 
 
 def messages() -> dict[int, str]:
@@ -64,15 +74,12 @@ class StatusPage:
 
     def text(self) -> str:
         returned = [code for code in self.messages if self.is_returned(code)]
-        page = heading("Status codes") + (
-            "``qxutils explain 1062`` tells the same at the command line, and :cpp:func:`getStatusMessage` in a program. "
-            "Messages are the kit's, as they stand. The list of functions is that of the contracts that name the code.\n\n"
-            "Codes that this library returns: " + " ".join(f":ref:`{code} <status-{code}>`" for code in returned) + "\n\n")
-        page += "".join(map(self.section, returned)) + heading("Codes of the kit's other libraries", "-")
-        page += ("No function of this library returns them of itself, but what the detector, a file transfer or the kit "
-                 "answers with is passed on. Codes below 1000 are the detector's.\n\n")
-        page += ".. list-table::\n   :header-rows: 1\n   :widths: 8 32 60\n\n   * - Code\n     - Name\n     - Message\n"
-        return page + "".join(self.row(code) for code in self.messages if code not in returned)
+        links = " ".join(f":ref:`{code} <status-{code}>`" for code in returned)
+        rows = "".join(self.row(code) for code in self.messages if code not in returned)
+        return (heading("Status codes") + HEAD + f"Codes that this library returns: {links}\n\n"
+                + "".join(map(self.section, returned)) + heading("Codes of the kit's other libraries", "-") + OTHERS
+                + ".. list-table::\n   :header-rows: 1\n   :widths: 8 32 60\n\n"
+                + "   * - Code\n     - Name\n     - Message\n" + rows)
 
     def problems(self) -> list[str]:
         """Codes that the table of advice lacks, or has though nothing returns them."""
