@@ -4,7 +4,7 @@ import re
 import tomllib
 from pathlib import Path
 
-from api_pages import heading
+from api_pages import contracts_of, heading
 from headers import ROOT, Declaration
 from prose import Prose
 
@@ -41,6 +41,7 @@ class StatusPage:
         self.messages, self.names, self.prose = messages(), names(read), prose
         self.to_do = {int(code): text for code, text in
                       tomllib.loads((ROOT / "docs/site/what-to-do.toml").read_text()).items()}
+        self.contracts = contracts_of([one for found in functions.values() for one in found])
         self.returned = {code: self.returning(code, functions) for code in self.messages}
         self.common = {code: [header for header in functions for one in read[header]
                               if one.kind == "text" and code in prose.codes_in(one.text)] for code in self.messages}
@@ -84,7 +85,9 @@ class StatusPage:
     def problems(self) -> list[str]:
         """Codes that the table of advice lacks, or has though nothing returns them."""
         returned = {code for code in self.messages if self.is_returned(code)}
-        return [f"what-to-do.toml: {code}" for code in sorted(returned ^ set(self.to_do))]
+        without_no = [name for name in PLAIN_NO if not re.search(r"\b1\b", self.contracts[name])]
+        return ([f"what-to-do.toml: {code}" for code in sorted(returned ^ set(self.to_do))]
+                + [f"{name}: its contract has no 1" for name in without_no])
 
 
 def write(file: Path, read: dict[str, list[Declaration]], functions: dict[str, list[Declaration]],
