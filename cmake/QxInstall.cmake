@@ -85,7 +85,7 @@ foreach(package qxutils qxutils_c qxsysmgt)
 endforeach()
 
 install(FILES README.md LICENSE THIRD-PARTY.txt DESTINATION ${QX_DOC_DIR} COMPONENT documentation)
-install(DIRECTORY docs DESTINATION ${QX_DOC_DIR} COMPONENT documentation)
+install(DIRECTORY docs DESTINATION ${QX_DOC_DIR} COMPONENT documentation PATTERN docs/site EXCLUDE)
 # A kit in C is for Windows alone.
 set(QX_LEFT_OUT PATTERN kit_in_c EXCLUDE)
 if(WIN32)

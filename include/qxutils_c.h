@@ -316,14 +316,17 @@ typedef struct qx_factory_record {
 QX_C_API int qx_calcGlobalSNR(const uint16_t* image, int width, int height, float* snr, int capacity);
 /* A null series, or a count below 0, is empty. */
 QX_C_API int qx_checkGlobalSNR(const uint16_t* image, int width, int height, const float* factorySNR, int count);
+/* The series as for qx_checkGlobalSNR. */
 QX_C_API int qx_evaluateSNRResult(const uint16_t* image, int width, int height, const float* factorySNR, int count,
                                   qx_surface_fit_result* result);
 
+/* As qx_defects_create and qx_defects_release. */
 QX_C_API int qx_factory_list_create(qx_factory_list* list);
 QX_C_API int qx_factory_list_release(qx_factory_list list);
 QX_C_API int qx_loadAllSNRFromFactory(const char* dir, const char* file, qx_factory_list list, int detectorType);
 /* The integration times in ms, handed out as qx_defects_pixels hands out pixels. */
 QX_C_API int qx_factory_list_times(qx_factory_list list, int32_t* times, int capacity, int* count);
+/* How many records there are. */
 QX_C_API int qx_factory_list_record_count(qx_factory_list list, int* count);
 /* One record and its series, as qx_defects_pixels hands out pixels. */
 QX_C_API int qx_factory_list_record(qx_factory_list list, int index, qx_factory_record* record, float* snr,

@@ -95,7 +95,10 @@ QXKIT_API int getDetectorIparam(int id, int* value);
 // The detector type number.
 QXKIT_API int get_dtt_type();
 
+// Fills the panel's size and the detector's description.
 QXKIT_API int getDetectorInformation(DetectorInformation* information);
+
+// Fills the current mode and the size of its images.
 QXKIT_API int getModeInfo(ModeInfo* mode);
 
 // The synchronisation mode itself (3 is AED), not a status.
@@ -113,7 +116,10 @@ QXKIT_API int getAEDRadScanLine();
 // Points to the current integration time in milliseconds.
 QXKIT_API int* getRadExpTime();
 
+// The detector's identification, a text.
 QXKIT_API char* getMachineID();
+
+// Fills the panel's temperature.
 QXKIT_API int getStatusInformation(StatusInformation* status);
 
 // The time interval of the AED training record, seconds.

@@ -1,4 +1,4 @@
-"""Every command of README's transcripts, run in the demonstration's folder, says what README says."""
+"""Every command of the transcripts of README and docs, run in the demonstration's folder, says what they say."""
 
 import os
 import re
@@ -12,15 +12,16 @@ from tool import IS_WINDOWS, run
 
 pytestmark = pytest.mark.skipif(IS_WINDOWS, reason="the emulated system has no SQLite for the trend")
 
-README = (Path(__file__).parents[2] / "README.md").read_text()
-TRANSCRIPTS = re.findall(r"^```\n(\$ qxutils .*?)^```", README, re.MULTILINE | re.DOTALL)
+ROOT = Path(__file__).parents[2]
+PAGES = ["README.md", *(str(page.relative_to(ROOT)) for page in sorted((ROOT / "docs").rglob("*.md")))]
 LEFT_OUT = "  ..."
 
 
-def commands() -> list[tuple[str, list[str]]]:
+def commands(page: str) -> list[tuple[str, list[str]]]:
     """Each command and the lines that follow it."""
+    transcripts = re.findall(r"^```\n(\$ qxutils .*?)^```", (ROOT / page).read_text(), re.MULTILINE | re.DOTALL)
     told: list[tuple[str, list[str]]] = []
-    for line in "".join(TRANSCRIPTS).splitlines():
+    for line in "".join(transcripts).splitlines():
         if line.startswith("$ qxutils "):
             told.append((line.removeprefix("$ qxutils "), []))
         else:
@@ -35,9 +36,14 @@ def day(tmp_path_factory: pytest.TempPathFactory) -> Path:
     return folder
 
 
-def test_the_transcripts_are_true(day: Path) -> None:
-    assert len(commands()) >= 12
-    for command, lines in commands():
+def test_there_are_transcripts() -> None:
+    assert len(commands("README.md")) >= 12
+    assert sum(len(commands(page)) > 0 for page in PAGES) >= 9
+
+
+@pytest.mark.parametrize("page", filter(commands, PAGES))
+def test_the_transcripts_are_true(day: Path, page: str) -> None:
+    for command, lines in commands(page):
         arguments, _, saved = command.partition(" > ")
         done = run(*shlex.split(arguments), folder=day)
         text = done.output.decode()
