@@ -11,12 +11,13 @@ from pathlib import Path
 
 from distributed import Client
 
-# A task at a time on each worker, so that none is suspected when another one ends its worker; and a short memory of
-# tasks that are done, by default of 100,000.
+# A task at a time on each worker, so that none is suspected when another one ends its worker; a short memory of tasks
+# that are done, by default of 100,000; and nobody who looks every 10 ms what the processes are about.
 SETTINGS = {
     "DASK_DISTRIBUTED__SCHEDULER__WORKER_SATURATION": "1.0",
     "DASK_DISTRIBUTED__SCHEDULER__TRANSITION_LOG_LENGTH": "1000",
     "DASK_DISTRIBUTED__SCHEDULER__EVENTS_LOG_LENGTH": "1000",
+    "DASK_DISTRIBUTED__WORKER__PROFILE__ENABLED": "false",
 }
 
 

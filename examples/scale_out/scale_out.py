@@ -151,7 +151,7 @@ def parsed(arguments: list[str]) -> argparse.Namespace:
     parser.add_argument("--pattern", default="*.raw", help="which files are judged (*.raw)")
     parser.add_argument("--scheduler", help="tcp://HOST:PORT of Dask's scheduler; without it this process judges")
     parser.add_argument("--images-per-task", type=int, default=8, metavar="N", help="(8)")
-    parser.add_argument("--window", type=int, default=64, metavar="N", help="tasks at a time; two a worker or more (64)")
+    parser.add_argument("--window", type=int, default=64, metavar="N", help="tasks at a time, two a worker (64)")
     return parser.parse_args(arguments)
 
 

@@ -40,7 +40,8 @@ def run(store: Path, archive: Path, *more: str, at: tuple[Action, ...] = ()) -> 
             drawn += len(task)
             yield task
 
-    options = scale_out.parsed([str(store), str(archive), str(archive.parent / "no-folder"), "--shape", f"{SIDE}x{SIDE}", *more])
+    places = [str(store), str(archive), str(archive.parent / "no-folder")]
+    options = scale_out.parsed([*places, "--shape", f"{SIDE}x{SIDE}", *more])
     with pytest.MonkeyPatch.context() as patch:
         patch.setattr(scale_out, "RECORDS_PER_COMMIT", 50)
         patch.setattr(scale_out, "tasks", count)
@@ -101,10 +102,10 @@ def test_every_content_has_one_result_and_every_image_is_told(serial: Path) -> N
     assert count(serial, "*) FROM results") == IMAGES + 2
     assert count(serial, "DISTINCT crc) FROM results") == IMAGES + 1
     errors = sqlite3.connect(serial).execute("SELECT file, error FROM items WHERE error IS NOT NULL").fetchall()
-    assert [(Path(file).name, error.split(":")[0]) for file, error in errors] == [
-        ("gone.raw", "FileNotFoundError"),
-        ("short.raw", "ValueError"),
-        ("no-folder", "FileNotFoundError"),
+    assert [(Path(file).name, error.split("[")[0]) for file, error in errors] == [
+        ("gone.raw", "FileNotFoundError: "),
+        ("short.raw", f"ValueError: 100 bytes at 0 are no image of {2 * SIDE * SIDE}"),
+        ("no-folder", "FileNotFoundError: "),
     ]
 
 
@@ -132,20 +133,33 @@ def test_driver_that_was_killed_goes_on(archive: Path, serial: Path, cluster: Cl
     assert dump(store) == dump(serial)
 
 
+def bring(monkeypatch: pytest.MonkeyPatch, folder: Path, before: str, line: str) -> None:
+    """Has the workers judge with a line more."""
+    source = Path(judging.__file__).read_text()
+    assert before in source
+    (folder / "judging.py").write_text(source.replace(before, line + before))
+    monkeypatch.setattr(judging, "__file__", str(folder / "judging.py"))
+
+
 def test_image_that_ends_its_worker_takes_no_other_with_it(
     archive: Path, cluster: Cluster, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
 ) -> None:
-    deadly = tmp_path / "judging.py"
-    begin = "    file, offset, _, height, width = item\n"
-    source = Path(judging.__file__).read_text()
-    assert begin in source
-    deadly.write_text(source.replace(begin, begin + "    if 'one.raw' in file: import os; os._exit(1)\n"))
-    monkeypatch.setattr(judging, "__file__", str(deadly))
+    deadly = "    if 'one.raw' in item[0]: import os; os._exit(1)\n"
+    bring(monkeypatch, tmp_path, "    file, offset, _, height, width = item\n", deadly)
     store = tmp_path / "store.sqlite"
     assert run(store, archive, *on(cluster)) == IMAGES + 7
     (error,) = sqlite3.connect(store).execute("SELECT error FROM items WHERE file LIKE '%one.raw'").fetchone()
     assert error.startswith("KilledWorker")
     assert count(store, "error) FROM items") == 4
+
+
+def test_fault_of_no_image_ends_the_run(
+    archive: Path, cluster: Cluster, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    bring(monkeypatch, tmp_path, "    with qxutils.VirtualDetector(", "    raise RuntimeError('no library')\n")
+    with pytest.raises(RuntimeError, match="no library"):
+        run(tmp_path / "store.sqlite", archive, *on(cluster))
+    assert count(tmp_path / "store.sqlite", "*) FROM items") == 0
 
 
 if __name__ == "__main__":
