@@ -87,9 +87,9 @@ endforeach()
 install(FILES README.md LICENSE THIRD-PARTY.txt DESTINATION ${QX_DOC_DIR} COMPONENT documentation)
 install(DIRECTORY docs DESTINATION ${QX_DOC_DIR} COMPONENT documentation PATTERN docs/site EXCLUDE)
 # A kit in C is for Windows alone.
-set(QX_LEFT_OUT PATTERN kit_in_c EXCLUDE)
-if(WIN32)
-  set(QX_LEFT_OUT)
+set(QX_LEFT_OUT PATTERN __pycache__ EXCLUDE)
+if(NOT WIN32)
+  list(APPEND QX_LEFT_OUT PATTERN kit_in_c EXCLUDE)
 endif()
 install(DIRECTORY examples DESTINATION ${QX_DOC_DIR} COMPONENT documentation ${QX_LEFT_OUT})
 
