@@ -164,8 +164,12 @@ Ints pixelsOf(Floats values) {
     return __builtin_convertvector(inside ? sum : outside, Ints);
 }
 
+constexpr int kPixelsBefore = 64;
+
 // The first `width` lines as pixels of a row.
 [[gnu::always_inline]] inline void storeRow(std::uint16_t* row, const Lines& value, int width) {
+    // A sweep goes on to the left of this, in all rows.
+    fetchFrom(row, -kPixelsBefore * static_cast<std::ptrdiff_t>(sizeof *row));
     std::uint16_t ofLines[kSplineLines];
     std::uint16_t* const target = width == kSplineLines ? row : ofLines;
     for (int v = 0; v < kLineVectors; v += 2)
