@@ -199,7 +199,7 @@ QXUTILS_API int filterUsingSGolay(float* out, const float* in, int n, int order,
 // become 65535, those below -0.5 become 0, and exactly -0.5 becomes 65535. The same size reproduces the image. An
 // output of one row or column has no spacing: all of its pixels become 65535. Null pointers, sizes below 1 or beyond 32
 // bits and a lack of memory leave the output as it was. Memory: 4 MiB, or 128 bytes for every input row where that is
-// more, and some 300 bytes for every row and column (more where rows and columns both exceed 100,000).
+// more, some 300 bytes for every row and 900 for every column (more where rows and columns both exceed 100,000).
 QXUTILS_API void interpImg2D(WORD** out, int outRows, int outColumns, WORD** in, int inRows, int inColumns);
 
 // The standard output sizes of index 1 .. 4: 2816 x 2304, 3032 x 2480, 3120 x 2552, 3212 x 2628. The types 4 and 9 get

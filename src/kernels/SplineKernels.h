@@ -43,8 +43,15 @@ struct SplineKernels {
     // before.
     void (*eliminate)(const float* knots, const SplineStep* steps, int count, float* state, float* eliminated) noexcept;
 
-    // Turns eliminated values at `count` knots into second derivatives; state is that of the knot behind.
-    void (*substitute)(float* eliminated, const SplineStep* steps, int count, float* state) noexcept;
+    // Turns eliminated values at `count` knots into second derivatives, in place if wished; state is that of the knot
+    // behind.
+    void (*substitute)(const float* eliminated, const SplineStep* steps, int count, float* state,
+                       float* curvatures) noexcept;
+
+    // Takes two states to where substitute takes them. What lies between the two before lies between them afterwards.
+    // Whether both are the same to the bit.
+    bool (*substituteBoth)(const float* eliminated, const SplineStep* steps, int count, float* one,
+                           float* other) noexcept;
 
     // Values at `count` points, at most kSplineLines: those of a line lie side by side, line after line.
     void (*values)(const SplineLines& lines, const SplinePoint* points, int count, float* values) noexcept;
@@ -52,6 +59,11 @@ struct SplineKernels {
     // Values at `count` points as rows of pixels that lie a stride apart, of the first `width` lines.
     void (*pixels)(const SplineLines& lines, const SplinePoint* points, int count, int width, std::uint16_t* rows,
                    std::ptrdiff_t stride) noexcept;
+
+    // The same where every second derivative lies somewhere between that of `lines` and that of `others`. False if a
+    // pixel depends on where; it and those behind it are not written then.
+    bool (*pixelsBetween)(const SplineLines& lines, const float* others, const SplinePoint* points, int count,
+                          int width, std::uint16_t* rows, std::ptrdiff_t stride) noexcept;
 };
 
 // The kernels of the vector level in use.

@@ -87,24 +87,46 @@ void eliminate(const float* knots, const SplineStep* steps, int count, float* st
     solved.storeTo(state);
 }
 
-void substitute(float* eliminated, const SplineStep* steps, int count, float* state) noexcept {
+[[gnu::always_inline]] inline Lines substituted(const SplineStep& step, const Lines& behind, const Lines& eliminated) {
+    Lines solved;
+    for (int v = 0; v < kLineVectors; ++v)
+        solved.at[v] = step.reduced * behind.at[v] + eliminated.at[v];
+    return solved;
+}
+
+void substitute(const float* eliminated, const SplineStep* steps, int count, float* state, float* curvatures) noexcept {
     Lines behind = Lines::load(state);
     for (int i = count - 1; i >= 0; --i) {
-        const Lines here = Lines::load(place(eliminated, i));
-        for (int v = 0; v < kLineVectors; ++v)
-            behind.at[v] = steps[i].reduced * behind.at[v] + here.at[v];
-        behind.storeTo(place(eliminated, i));
+        behind = substituted(steps[i], behind, Lines::load(place(eliminated, i)));
+        behind.storeTo(place(curvatures, i));
     }
     behind.storeTo(state);
 }
 
-[[gnu::always_inline]] inline Lines valueAt(const SplineLines& lines, const SplinePoint& point) {
-    const float* const knots = place(lines.knots, point.knot - lines.first);
-    const float* const curvatures = place(lines.curvatures, point.knot - lines.first);
+bool anyDifference(const Lines& one, const Lines& other) {
+    Ints different = Ints(one.at[0]) ^ Ints(other.at[0]);
+    for (int v = 1; v < kLineVectors; ++v)
+        different |= Ints(one.at[v]) ^ Ints(other.at[v]);
+    return anyLane(different != 0);
+}
+
+bool substituteBoth(const float* eliminated, const SplineStep* steps, int count, float* one, float* other) noexcept {
+    Lines first = Lines::load(one);
+    Lines second = Lines::load(other);
+    for (int i = count - 1; i >= 0; --i) {
+        const Lines here = Lines::load(place(eliminated, i));
+        first = substituted(steps[i], first, here);
+        second = substituted(steps[i], second, here);
+    }
+    first.storeTo(one);
+    second.storeTo(other);
+    return !anyDifference(first, second);
+}
+
+[[gnu::always_inline]] inline Lines valueAt(const float* knots, const Lines& bend, const Lines& nextBend,
+                                            const SplinePoint& point) {
     const Lines here = Lines::load(knots);
     const Lines next = Lines::load(place(knots, 1));
-    const Lines bend = Lines::load(curvatures);
-    const Lines nextBend = Lines::load(place(curvatures, 1));
     Lines value;
     for (int v = 0; v < kLineVectors; ++v) {
         const Floats straight = point.weights[0] * here.at[v] + point.weights[1] * next.at[v];
@@ -112,6 +134,12 @@ void substitute(float* eliminated, const SplineStep* steps, int count, float* st
         value.at[v] = straight + bent / 6.0f;
     }
     return value;
+}
+
+[[gnu::always_inline]] inline Lines valueAt(const SplineLines& lines, const SplinePoint& point) {
+    const float* const curvatures = place(lines.curvatures, point.knot - lines.first);
+    return valueAt(place(lines.knots, point.knot - lines.first), Lines::load(curvatures),
+                   Lines::load(place(curvatures, 1)), point);
 }
 
 void values(const SplineLines& lines, const SplinePoint* points, int count, float* values) noexcept {
@@ -136,22 +164,74 @@ Ints pixelsOf(Floats values) {
     return __builtin_convertvector(inside ? sum : outside, Ints);
 }
 
+constexpr int kPixelsBefore = 64;
+
+// The first `width` lines as pixels of a row.
+[[gnu::always_inline]] inline void storeRow(std::uint16_t* row, const Lines& value, int width) {
+    // A sweep goes on to the left of this, in all rows.
+    fetchFrom(row, -kPixelsBefore * static_cast<std::ptrdiff_t>(sizeof *row));
+    std::uint16_t ofLines[kSplineLines];
+    std::uint16_t* const target = width == kSplineLines ? row : ofLines;
+    for (int v = 0; v < kLineVectors; v += 2)
+        storePixels(target + v * kLanes, pixelsOf(value.at[v]), pixelsOf(value.at[v + 1]));
+    if (target != row)
+        __builtin_memcpy(row, ofLines, static_cast<std::size_t>(width) * sizeof *row);
+}
+
 void pixels(const SplineLines& lines, const SplinePoint* points, int count, int width, std::uint16_t* rows,
             std::ptrdiff_t stride) noexcept {
-    for (int i = 0; i < count; ++i) {
-        const Lines value = valueAt(lines, points[i]);
-        std::uint16_t ofLines[kSplineLines];
-        std::uint16_t* const row = rows + i * stride;
-        std::uint16_t* const target = width == kSplineLines ? row : ofLines;
-        for (int v = 0; v < kLineVectors; v += 2)
-            storePixels(target + v * kLanes, pixelsOf(value.at[v]), pixelsOf(value.at[v + 1]));
-        if (target != row)
-            __builtin_memcpy(row, ofLines, static_cast<std::size_t>(width) * sizeof *row);
+    for (int i = 0; i < count; ++i)
+        storeRow(rows + i * stride, valueAt(lines, points[i]), width);
+}
+
+// Whether a pixel depends on which value it is between the two: only a sum of exactly 0 is no pixel between those of
+// its neighbours.
+bool anyPixelOpen(const Lines& lower, const Lines& upper) {
+    Ints open = {};
+    for (int v = 0; v < kLineVectors; ++v) {
+        const Floats low = lower.at[v] + 0.5f;
+        const Floats high = upper.at[v] + 0.5f;
+        open |= pixelsOf(lower.at[v]) != pixelsOf(upper.at[v]);
+        open |= ((low > 0.0f) != (high > 0.0f)) | ((low < 0.0f) != (high < 0.0f));
     }
+    return anyLane(open);
+}
+
+// The smaller or the larger ones of what both hold at a knot.
+Lines smaller(const Lines& one, const Lines& other) {
+    Lines result;
+    for (int v = 0; v < kLineVectors; ++v)
+        result.at[v] = one.at[v] < other.at[v] ? one.at[v] : other.at[v];
+    return result;
+}
+Lines larger(const Lines& one, const Lines& other) {
+    Lines result;
+    for (int v = 0; v < kLineVectors; ++v)
+        result.at[v] = one.at[v] < other.at[v] ? other.at[v] : one.at[v];
+    return result;
+}
+
+// A value falls where a second derivative rises, and so does it as rounded.
+bool pixelsBetween(const SplineLines& lines, const float* others, const SplinePoint* points, int count, int width,
+                   std::uint16_t* rows, std::ptrdiff_t stride) noexcept {
+    for (int i = 0; i < count; ++i) {
+        const int at = points[i].knot - lines.first;
+        const float* const knots = place(lines.knots, at);
+        const Lines one = Lines::load(place(lines.curvatures, at));
+        const Lines other = Lines::load(place(others, at));
+        const Lines nextOne = Lines::load(place(lines.curvatures, at + 1));
+        const Lines nextOther = Lines::load(place(others, at + 1));
+        const Lines upper = valueAt(knots, smaller(one, other), smaller(nextOne, nextOther), points[i]);
+        const Lines lower = valueAt(knots, larger(one, other), larger(nextOne, nextOther), points[i]);
+        if (anyPixelOpen(lower, upper))
+            return false;
+        storeRow(rows + i * stride, lower, width);
+    }
+    return true;
 }
 
 }  // namespace
 
-QX_TABLE_OF_LEVEL(SplineKernels) = {loadKnots, eliminate, substitute, values, pixels};
+QX_TABLE_OF_LEVEL(SplineKernels) = {loadKnots, eliminate, substitute, substituteBoth, values, pixels, pixelsBetween};
 
 }  // namespace qx

@@ -1,6 +1,10 @@
 #include "Builders.h"
 #include "Compare.h"
+#include "kernels/SplineKernels.h"
 #include "levels/AtVectorLevel.h"
+#include "numerics/resampling/BandSplines.h"
+#include "numerics/resampling/BlockSplines.h"
+#include "numerics/resampling/SplineSpacing.h"
 #include "reference/numerics/PlainSpline.h"
 
 #include <QxUtils/Numerics.h>
@@ -8,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <utility>
 #include <vector>
@@ -90,10 +95,27 @@ TEST(InterpImg2D, planes_and_constants_stay_and_the_same_size_copies) {
     EXPECT_EQ(Words(1, 65535), resampled(constantImage(1, 1, 3), 1, 1));
 }
 
+template <class Splines>
+auto resampledBy(const TestImage& in, int outRows, int outColumns, Words& out) {
+    const qx::SplineSpacing alongRows(in.width, outColumns);
+    const qx::SplineSpacing downColumns(in.height, outRows);
+    out.assign(static_cast<std::size_t>(outRows) * outColumns, kPoison);
+    return Splines({in.data(), in.width, in.height}, alongRows, downColumns)
+        .resample({out.data(), outColumns, outRows});
+}
+
+Words resampledTheLongWay(const TestImage& in, int outRows, int outColumns) {
+    Words out;
+    resampledBy<qx::BlockSplines>(in, outRows, outColumns, out);
+    return out;
+}
+
 void expectLineByLine(const TestImage& in, int outRows, int outColumns) {
     Words expected(static_cast<std::size_t>(outRows) * outColumns);
     qx::plain::interpImg2D(expected.data(), outRows, outColumns, in.data(), in.height, in.width);
     atEachVectorLevel([&] {
+        EXPECT_TRUE(sameBitsEverywhere(expected, resampledTheLongWay(in, outRows, outColumns)))
+            << in.height << " x " << in.width << " to " << outRows << " x " << outColumns;
         EXPECT_TRUE(sameBitsEverywhere(expected, resampled(in, outRows, outColumns)))
             << in.height << " x " << in.width << " to " << outRows << " x " << outColumns;
     });
@@ -108,6 +130,17 @@ TEST(InterpImg2D, equals_the_splines_line_by_line) {
                                         twoValuedImage(columns, rows, 0, 65535, 3)};
             for (int i = 0; i < 18; ++i)
                 expectLineByLine(images[(i + i / 9 + rows) % 3], kOut[i % 9], kOut[(i * 2 + rows) % 9]);
+        }
+    }
+    // Around the borders of bands. Where an image stops to change, the splines from two bounds hardly meet.
+    for (int rows : {63, 66, 95, 96, 97, 98, 128, 129, 161}) {
+        for (int columns : {1, 7, 33, 65}) {
+            TestImage images[] = {randomImage(columns, rows, 0, 65535, 1), twoValuedImage(columns, rows, 0, 65535, 3),
+                                  randomImage(columns, rows, 0, 4, 2)};
+            for (int i = 0; i < 12; ++i) {
+                images[i % 3].fill(20 + 4 * i, 0, 43 - 4 * i, columns, static_cast<WORD>(i * 5957));
+                expectLineByLine(images[i % 3], std::array{rows, 2 * rows - 1, 40, 333}[i % 4], 2 + 8 * i);
+            }
         }
     }
     // 3024 positions end beyond the last knot, 4144 before it.
@@ -127,6 +160,77 @@ TEST(InterpImg2D, tall_images_equal_the_splines_too) {
     for (const auto& [knots, positions] :
          {std::pair{1, 70}, {2, 100}, {3, 97}, {7, 100}, {12, 130}, {50, 100}, {64, 65}, {200, 90}, {40, 1400}})
         expectLineByLine(randomImage(knots, kRows, 0, 65535, 9), 3, positions);
+}
+
+using Lines = std::array<float, qx::kSplineLines>;
+
+Lines everyLine(float value, float last) {
+    Lines lines;
+    lines.fill(value);
+    lines.back() = last;
+    return lines;
+}
+
+TEST(SplineKernels, states_meet_or_differ_in_one_line) {
+    const std::vector<qx::SplineStep> steps(40, {3.75f, -0.25f});
+    const std::vector<float> zeros(40 * qx::kSplineLines, 0.0f);
+    const std::vector<float> ones(zeros.size(), 1.0f);
+    atEachVectorLevel([&] {
+        const auto meet = [&](const std::vector<float>& eliminated, int count, Lines one, Lines other) {
+            return qx::splineKernels().substituteBoth(eliminated.data(), steps.data(), count, one.data(), other.data());
+        };
+        EXPECT_TRUE(meet(ones, 40, everyLine(-9e9f, -9e9f), everyLine(9e9f, 9e9f)));
+        EXPECT_FALSE(meet(zeros, 40, everyLine(-9e9f, -9e9f), everyLine(9e9f, 9e9f)));
+        for (int count : {0, 1, 2}) {
+            EXPECT_TRUE(meet(zeros, count, everyLine(5.0f, 7.0f), everyLine(5.0f, 7.0f)));
+            EXPECT_FALSE(meet(zeros, count, everyLine(5.0f, 7.0f), everyLine(5.0f, 8.0f)));
+            EXPECT_EQ(count > 0, meet(zeros, count, everyLine(5.0f, 0.0f), everyLine(5.0f, -0.0f)));
+        }
+    });
+}
+
+// The knots have one value, and the second derivatives of the last line lie somewhere between 0 and -6 times a change.
+TEST(SplineKernels, pixels_between_second_derivatives_are_certain_or_refused) {
+    constexpr qx::SplinePoint kPoint{3, {1.0f, 0.0f}, {-0.5f, -0.5f}};
+    const std::pair<float, std::pair<float, bool>> cases[] = {
+        {7.0f, {0.25f, true}},     {7.0f, {0.5f, false}},      {7.5f, {-0.25f, false}}, {-0.5f, {0.0f, true}},
+        {-0.5f, {1e-6f, false}},   {-0.6f, {0.2f, false}},     {-3.0f, {2.0f, true}},   {65534.0f, {0.25f, true}},
+        {65534.0f, {1.0f, false}}, {70000.0f, {100.0f, true}}, {-0.75f, {0.25f, false}}};
+    atEachVectorLevel([&] {
+        for (const auto& [knot, expected] : cases) {
+            const auto& [change, certain] = expected;
+            const std::vector<float> knots(2 * qx::kSplineLines, knot);
+            std::vector<float> one(knots.size(), 0.0f);
+            std::vector<float> other = one;
+            // The bounds change places from knot to knot.
+            other[qx::kSplineLines - 1] = one.back() = -6.0f * change;
+            Words pixels(3 * qx::kSplineLines, kPoison);
+            const qx::SplinePoint points[] = {{3, {1.0f, 0.0f}, {0.0f, 0.0f}}, kPoint, kPoint};
+            EXPECT_EQ(certain, qx::splineKernels().pixelsBetween({knots.data(), one.data(), 3}, other.data(), points, 3,
+                                                                 qx::kSplineLines, pixels.data(), qx::kSplineLines))
+                << knot << " + " << change;
+            EXPECT_EQ(pixels[0], pixels[qx::kSplineLines - 1]);
+            EXPECT_EQ(certain ? pixels[0] : kPoison, pixels.back()) << knot << " + " << change;
+        }
+    });
+}
+
+// Halves above which an edge has decayed to what makes them round down at one row, or not, as the bounds have it.
+TEST(InterpImg2D, a_pixel_that_bounds_leave_open_goes_the_long_way) {
+    TestImage open = randomImage(2, 65, 0, 0, 1);
+    for (int row = 0; row < 65; ++row)
+        open.at(row, 1) = 1;
+    open.fill(0, 0, 12, 2, 28881);
+    TestImage settled = open;
+    settled.fill(0, 0, 12, 2, 28880);
+    expectLineByLine(open, 2561, 3);
+    expectLineByLine(settled, 2561, 3);
+    atEachVectorLevel([&] {
+        Words out;
+        EXPECT_FALSE(resampledBy<qx::BandSplines>(open, 2561, 3, out));
+        EXPECT_TRUE(resampledBy<qx::BandSplines>(settled, 2561, 3, out));
+        EXPECT_EQ(resampled(settled, 2561, 3), out);
+    });
 }
 
 TEST(InterpImg2D, impossible_arguments_leave_the_output) {
