@@ -1,5 +1,6 @@
 """Every command of the transcripts of README and docs, run in the demonstration's folder, says what they say."""
 
+import functools
 import os
 import re
 import shlex
@@ -36,6 +37,14 @@ def day(tmp_path_factory: pytest.TempPathFactory) -> Path:
     return folder
 
 
+@functools.cache
+def said(day: Path, arguments: str) -> str:
+    """What a command says, which several pages may show."""
+    done = run(*shlex.split(arguments), folder=day)
+    assert done.exit in (0, 3), done
+    return done.output.decode()
+
+
 def test_there_are_transcripts() -> None:
     assert len(commands("README.md")) >= 12
     assert sum(len(commands(page)) > 0 for page in PAGES) >= 9
@@ -45,9 +54,7 @@ def test_there_are_transcripts() -> None:
 def test_the_transcripts_are_true(day: Path, page: str) -> None:
     for command, lines in commands(page):
         arguments, _, saved = command.partition(" > ")
-        done = run(*shlex.split(arguments), folder=day)
-        text = done.output.decode()
-        assert done.exit in (0, 3), done
+        text = said(day, arguments)
         if saved:
             (day / saved).write_text(text)
             text = ""
