@@ -42,8 +42,8 @@ class Cluster:
                              "--local-directory", str(folder))
 
     def connect(self, workers: int) -> Client:
-        client = Client(scheduler_file=str(self.file), timeout=60)
-        client.wait_for_workers(workers, timeout=60)
+        client = Client(scheduler_file=str(self.file), timeout=300)
+        client.wait_for_workers(workers, timeout=300)
         return client
 
     @property
@@ -65,7 +65,7 @@ class Cluster:
         # The workers say goodbye to their scheduler.
         for process in (self.workers, self.scheduler):
             process.terminate()
-            process.wait(timeout=60)
+            process.wait(timeout=300)
 
 
 @contextlib.contextmanager

@@ -3,7 +3,7 @@
 import json
 import zlib
 from collections.abc import Sequence
-from typing import Any, Optional
+from typing import Any, Optional, Union
 
 import numpy as np
 
@@ -15,11 +15,16 @@ Item = tuple[str, int, int, int, int]
 Record = tuple[Item, Optional[int], Optional[int], Optional[int], Optional[str], Optional[str]]
 
 
+def number(value: float) -> Union[float, str]:
+    """As JSON can hold it, which knows no infinity."""
+    return value if np.isfinite(value) else json.dumps(value)
+
+
 def findings(image: np.ndarray[Any, Any]) -> tuple[int, str]:
     """Status of an image and what was found, as JSON: change this to judge something else."""
     verdict = qxutils.check_uniformity(image)
-    found: dict[str, Any] = {measure.name: measure.value for measure in verdict.measures}
-    found["SNR"] = [float(value) for value in qxutils.snr_series(image)]
+    found: dict[str, Any] = {measure.name: number(measure.value) for measure in verdict.measures}
+    found["SNR"] = [number(float(value)) for value in qxutils.snr_series(image)]
     return verdict.status, json.dumps(found)
 
 

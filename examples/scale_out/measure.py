@@ -4,6 +4,7 @@
 Archives of thousands of files are a few files under many names, so that they come from memory and not from a disk.
 """
 
+import functools
 import os
 import re
 import shutil
@@ -12,7 +13,7 @@ import subprocess
 import sys
 import tempfile
 import time
-from collections.abc import Callable, Iterator
+from collections.abc import Callable, Iterator, Mapping
 from pathlib import Path
 
 import numpy as np
@@ -43,7 +44,7 @@ def judge(store: Path, archive: Path, side: int, *more: str) -> Iterator[int]:
     return scale_out.judge_archive(scale_out.parsed([str(store), str(archive), "--shape", f"{side}x{side}", *more]))
 
 
-def seconds(judging: Iterator[int], at: dict[int, Callable[[], None]]) -> float:
+def seconds(judging: Iterator[int], at: Mapping[int, Callable[[], None]]) -> float:
     """How long it takes; does each action of `at` after so many images."""
     begin, waiting = time.perf_counter(), sorted(at)
     for judged in judging:
@@ -66,7 +67,7 @@ def cpu_seconds(cluster: Cluster) -> float:
     """CPU time so far of the scheduler, the workers with their nannies, and this process, which drives them."""
     started = [psutil.Process(process.pid) for process in (cluster.scheduler, cluster.workers)]
     every = [psutil.Process(), *started, *started[1].children(recursive=True)]
-    return sum(sum(process.cpu_times()[:2]) for process in every)
+    return float(sum(sum(process.cpu_times()[:2]) for process in every))
 
 
 def measure_one_process(folder: Path) -> None:
@@ -87,7 +88,7 @@ def measure_tool(folder: Path) -> None:
     for jobs in (1, 2):
         begin = time.perf_counter()
         for command in (("check", "uniform"), ("snr",)):
-            call = [tool, *command, folder / "archive-1024", "--shape", "1024", "--jobs", str(jobs), "--format", "csv"]
+            call = [tool, *command, str(folder / "archive-1024"), "--shape", "1024", "--jobs", str(jobs)]
             subprocess.run(call, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         took = time.perf_counter() - begin
         print(f"qxutils check uniform and snr, --jobs {jobs}: {IMAGES / took:.1f} images a second", flush=True)
@@ -118,7 +119,7 @@ def measure_memory(folder: Path) -> None:
             print(f"  after {images} tiles: scheduler {resident(cluster.scheduler.pid):.0f} MB, "
                   f"driver {resident(os.getpid()):.0f} MB", flush=True)
 
-        at = {images: lambda images=images: tell(images) for images in MEMORY_AT}  # type: ignore[misc]
+        at = {images: functools.partial(tell, images) for images in MEMORY_AT}
         took = seconds(judge(store, archive, 128, "--scheduler", cluster.address), at)
     print(f"tiles: {MEMORY_AT[-1] / took:.0f} a second, eight a task")
 
