@@ -12,7 +12,7 @@ from api_pages import heading
 from headers import ROOT
 
 KEPT = ROOT / "docs/speed.json"
-CONTEXT = ("date", "host_name", "num_cpus", "mhz_per_cpu", "commit", "level")
+CONTEXT = ("date", "machine", "num_cpus", "mhz_per_cpu", "commit", "level")
 ENTRY = ("run_name", "cpu_time", "real_time", "time_unit", "page_faults", "label")
 COLUMNS = ("plain", "peer", "limit", "memory")
 
@@ -47,8 +47,8 @@ def page(content: dict) -> str:
     made = heading("Speed") + (
         "What a call takes beside other ways of doing the same, measured in one process, one after the other in turns, "
         "in CPU time: medians. The machine's load and frequency change the times and hardly the ratios.\n\n")
-    made += f":Command: ``{content.get('command', 'scripts/bench --json FILE')}``\n:Date: {context['date']}\n"
-    made += f":Machine: {context['host_name']}, {context['num_cpus']} processors of {context['mhz_per_cpu']} MHz\n"
+    made += f":Command: ``{content.get('command', 'scripts/bench --repetitions 5 --json FILE')}``\n:Date: {context['date']}\n"
+    made += f":Machine: {context['machine']}, {context['num_cpus']} processors of {context['mhz_per_cpu']} MHz\n"
     made += f":Vector level: {context['level']}\n:Commit: {context['commit']}\n\n"
     made += (
         "Time is the library's. *Plain* is the obvious method of ``reference/`` and *peer* the library that one would "
@@ -69,7 +69,7 @@ def write(file: Path) -> None:
 def keep(measured: str) -> None:
     content = json.loads(Path(measured).read_text())
     pick = lambda table, keys: {key: table[key] for key in keys if key in table}
-    kept = {"command": "scripts/bench --json FILE", "context": pick(content["context"], CONTEXT)}
+    kept = {"command": "scripts/bench --repetitions 5 --json FILE", "context": pick(content["context"], CONTEXT)}
     entries = [json.dumps(pick(entry, ENTRY)) for entry in content["benchmarks"]]
     text = json.dumps(kept, indent=2).removesuffix("\n}")
     KEPT.write_text(text + ',\n  "benchmarks": [\n    ' + ",\n    ".join(entries) + "\n  ]\n}\n")
