@@ -168,8 +168,8 @@ QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const fl
 // bit), in place. The first and the last r samples stay; nothing changes when n <= 2 r, r is below 1 or memory is
 // short. The windows hold what the samples were before. Time grows with n r, and with r^2 where that is more, up to an
 // r of 44 to 128, the wider the vectors; beyond that a median costs much the same whatever the window. The exception is
-// one beside a NaN, or a zero beside a negative one: it takes the time of its window. Memory: 16 KiB of automatic memory
-// up to an r of 7, beyond that the size of at most 175 windows, or 150 KiB where that is more.
+// one beside a NaN, or a zero beside a negative one: it takes the time of its window. Memory: 16 KiB of automatic
+// memory up to an r of 7, beyond that the size of at most 175 windows, or 150 KiB where that is more.
 QXUTILS_API void medianFilter(float* data, int n, int r);
 
 // Median of five pixels above each other, in place. The first two and the last two rows stay, and all of them when the
