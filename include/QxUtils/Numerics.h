@@ -155,7 +155,7 @@ QXUTILS_API int doSurfaceFitUsingCubFormula(float* model, int n, float& quality,
 // samples z[i][j] at x[i], y[j]. a has p rows of three, of which q are written; q is limited to 3, and both to the
 // number of samples and to 20. dt receives the sum of squares, sum of magnitudes and largest magnitude of the
 // residuals, summed in single precision in the order of the samples. Coefficients beyond what the samples determine are
-// 0. Null pointers, sizes below 1 or beyond 32 bits and a lack of memory leave the outputs as they were. Cost: three
+// 0. Null pointers, sizes below 1 or beyond 32 bits and a lack of memory leave the outputs as they were. Cost: two
 // passes over the samples. Memory: 8 bytes for every x and power, and 40 for every y.
 QXUTILS_API void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* z, float (*a)[3], float* dt,
                                         int n, int m, int p, int q);

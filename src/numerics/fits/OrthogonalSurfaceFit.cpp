@@ -238,7 +238,7 @@ std::array<float, 3> qx::SurfaceSums::ofPasses(int passes) const noexcept {
             static_cast<float>(residuals.largest)};
 }
 
-bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY], SurfaceSums& sums) noexcept {
+bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY], SurfaceSums* sums) noexcept {
     if (grid.x == nullptr || grid.y == nullptr || grid.z == nullptr || a == nullptr)
         return false;
     if (!isImageSize(grid.columns, grid.rows) || p < 1 || q < 1)
@@ -258,11 +258,13 @@ bool qx::fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPower
     for (int i = 0; i < p; ++i)
         for (int j = 0; j < std::min(q, kPowersOfY); ++j)
             a[i][j] = i < powersOfX && j < powersOfY ? fit.powerCoefficient(i, j) : 0.0f;
+    if (sums == nullptr)
+        return true;
     Coefficients rounded{};
     for (int i = 0; i < powersOfX; ++i)
         std::copy_n(a[i], powersOfY, rounded[i].begin());
-    sums.residuals = residualSums(grid, rounded, inX, inY, offsets.data());
-    fit.correlate(rounded, double(grid.rows) * grid.columns, sums);
+    sums->residuals = residualSums(grid, rounded, inX, inY, offsets.data());
+    fit.correlate(rounded, double(grid.rows) * grid.columns, *sums);
     return true;
 }
 
@@ -271,7 +273,6 @@ void FitSurfaceLeastSquares(const float* x, const float* y, const float* const* 
     const qx::SurfaceGrid grid{x, y, z, n, m};
     qx::Scratch<float> offsets(m);
     qx::Scratch<float> fitted(m);
-    qx::SurfaceSums sums;
-    if (dt != nullptr && offsets && fitted && qx::fitSurfaceGrid(grid, p, q, a, sums))
+    if (dt != nullptr && offsets && fitted && qx::fitSurfaceGrid(grid, p, q, a))
         std::ranges::copy(residualsInSingle(grid, a, p, q, offsets.span(), fitted.data()), dt);
 }

@@ -31,8 +31,9 @@ struct SurfaceSums {
     std::array<float, 3> ofPasses(int passes) const noexcept;
 };
 
-// FitSurfaceLeastSquares with powers of x below p and powers of y below q. False, with nothing written, for null
-// pointers, impossible sizes and when memory is short.
-bool fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY], SurfaceSums& sums) noexcept;
+// FitSurfaceLeastSquares with powers of x below p and powers of y below q, and the sums for whom wants them. False,
+// with nothing written, for null pointers, impossible sizes and when memory is short.
+bool fitSurfaceGrid(const SurfaceGrid& grid, int p, int q, float (*a)[kPowersOfY],
+                    SurfaceSums* sums = nullptr) noexcept;
 
 }  // namespace qx

@@ -127,7 +127,7 @@ int doSurfaceFit(float* model, int, float& quality, const float* image, int widt
         y[c] = static_cast<float>(c);
     Table a{};
     qx::SurfaceSums sums;
-    if (!qx::fitSurfaceGrid({x.data(), y.data(), rows.data(), height, width}, kTableSide, kTableSide, a, sums))
+    if (!qx::fitSurfaceGrid({x.data(), y.data(), rows.data(), height, width}, kTableSide, kTableSide, a, &sums))
         return StatusOk;
 
     const Means means{meanOfIndices(height), meanOfIndices(width)};
