@@ -29,6 +29,7 @@ constexpr int kShownDifferences = 10;
 
 // Both clocks, in milliseconds.
 Time timeOfOneRun(const Method& method) {
+    method.prepare();
     const Usage before = usageSoFar();
     const auto start = std::chrono::steady_clock::now();
     method.run();
@@ -73,6 +74,7 @@ struct NamedMethod {
 
     bool slow() const { return firstRun.wallMs > kSlowMs; }
     bool runsOnce() const { return firstRun.wallMs > kOnceMs; }
+    bool needsPreparation() const { return method->isPrepared() || !flushed.empty(); }
 };
 
 std::string nameOf(const std::string& work, const char* method) {
@@ -111,9 +113,10 @@ void runWarm(::benchmark::State& state, const NamedMethod& named) {
         named.method->run();
 }
 
-void runFlushed(::benchmark::State& state, const NamedMethod& named) {
+void runPrepared(::benchmark::State& state, const NamedMethod& named) {
     for (auto _ : state) {
         state.PauseTiming();
+        named.method->prepare();
         flush(named.flushed);
         state.ResumeTiming();
         named.method->run();
@@ -133,7 +136,7 @@ void runJob(::benchmark::State& state, const NamedMethod& named) {
 
 void registerMethod(const NamedMethod& named, const Effort& effort) {
     auto* timed = ::benchmark::RegisterBenchmark(named.name.c_str(), [&named](::benchmark::State& state) {
-        const auto run = named.isJob ? runJob : named.flushed.empty() ? runWarm : runFlushed;
+        const auto run = named.isJob ? runJob : named.needsPreparation() ? runPrepared : runWarm;
         run(state, named);
         state.SetLabel(named.label);
     });

@@ -39,13 +39,28 @@ public:
         result_ = [last] { return toNumbers(*last); };
     }
 
+    // The same work on what something else prepares first, which takes no part in its time.
+    template <class Prepare, class Work>
+    Method(Prepare prepare, Work work) : Method(std::move(work)) {
+        prepare_ = std::move(prepare);
+    }
+
     explicit operator bool() const { return static_cast<bool>(run_); }
+
+    // What comes before each run.
+    bool isPrepared() const { return static_cast<bool>(prepare_); }
+    void prepare() const {
+        if (prepare_)
+            prepare_();
+    }
+
     void run() const { run_(); }
 
     // What the last run returned.
     std::vector<double> result() const { return result_(); }
 
 private:
+    std::function<void()> prepare_;
     std::function<void()> run_;
     std::function<std::vector<double>()> result_;
 };

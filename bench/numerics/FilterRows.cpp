@@ -89,12 +89,9 @@ Row wideMedianRow(int count, int half) {
 
 Row sampleMedianRow(int count, int half) {
     Row row = wideMedianRow(count, half);
-    row.plain = [=, samples = floatFlatField(count, 1)] {
-        // Filtered samples would be sorted sooner.
-        std::vector<float> own = samples.pixels;
-        qx::plain::medianFilter(own.data(), count, half);
-        return own;
-    };
+    // Filtered samples would be sorted sooner.
+    row.plain = onFreshImage(std::make_shared<const FloatImage>(floatFlatField(count, 1)),
+                             [=](FloatImage& own) { qx::plain::medianFilter(own.data(), count, half); });
     return row;
 }
 

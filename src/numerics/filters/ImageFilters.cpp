@@ -90,10 +90,13 @@ void hisEqualization(WORD* pixels, int n) {
     if (pixels == nullptr || n < 1)
         return;
     qx::PixelHistogram histogram;
-    qx::Scratch<WORD> levels(qx::kPixelValues + 1);
-    if (!histogram || !levels)
+    // A look-up may read the next level too. The pair of the largest value, which saturated images have most, would
+    // span two pages if the first level came first.
+    qx::Scratch<WORD> memory(1 + qx::kPixelValues + 1);
+    if (!histogram || !memory)
         return;
+    WORD* const levels = memory.data() + 1;
     histogram.add(std::span(pixels, n));
-    fillLevels(histogram.counts(), n, levels.data());
-    qx::histogramKernels().replace(pixels, n, levels.data());
+    fillLevels(histogram.counts(), n, levels);
+    qx::histogramKernels().replace(pixels, n, levels);
 }
