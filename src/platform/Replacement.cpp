@@ -39,17 +39,17 @@ bool Replacement::setTarget(std::string_view path) noexcept {
     return true;
 }
 
-bool Replacement::nameBeside(std::uint32_t process) noexcept {
+bool Replacement::nameBeside(std::uint32_t process, Path& name) const noexcept {
     // An odd factor: processes that live at the same time begin far from each other.
     constexpr std::uint32_t kFactor = 0x9E3779B1;
     const unsigned number = (process * kFactor + named++) % kNumbers;
     const std::string_view target = target_.data();
     // Without a separator npos + 1: no character.
     const std::size_t directory = target.find_last_of(kSeparators) + 1;
-    if (directory + kPrefix.size() + kDigitCount >= beside_.size())
+    if (directory + kPrefix.size() + kDigitCount >= name.size())
         return false;
-    target.copy(beside_.data(), directory);
-    std::snprintf(beside_.data() + directory, beside_.size() - directory, "%s%06x", kPrefix.data(), number);
+    target.copy(name.data(), directory);
+    std::snprintf(name.data() + directory, name.size() - directory, "%s%06x", kPrefix.data(), number);
     return true;
 }
 

@@ -37,8 +37,8 @@ private:
 
     // The file to be replaced; false when there is nothing to name it, or no room for the text.
     bool setTarget(std::string_view path) noexcept;
-    // Names another file beside the target, one that other processes hardly name; false when there is no room.
-    bool nameBeside(std::uint32_t process) noexcept;
+    // A name for another file beside the target, one that other processes hardly choose; false when there is no room.
+    bool nameBeside(std::uint32_t process, Path& name) const noexcept;
 
     // Creates such a file, on Windows with the directory's permissions; its descriptor, or -1.
     int createBeside(int permissions = 0) noexcept;

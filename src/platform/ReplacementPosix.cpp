@@ -68,15 +68,16 @@ Replacement::Replacement(const char* path) noexcept {
 int Replacement::createBeside(int permissions) noexcept {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     constexpr int kMostNames = 100;
-    for (int names = 0; names < kMostNames && nameBeside(static_cast<std::uint32_t>(getpid())); ++names) {
-        const int descriptor = open(beside_.data(), kFlags, permissions);
-        if (descriptor >= 0)
+    Path name{};
+    for (int names = 0; names < kMostNames && nameBeside(static_cast<std::uint32_t>(getpid()), name); ++names) {
+        const int descriptor = open(name.data(), kFlags, permissions);
+        if (descriptor >= 0) {
+            beside_ = name;
             return descriptor;
+        }
         if (errno != EEXIST)
             break;
     }
-    // Whatever has the name is not this one's.
-    beside_.fill('\0');
     return -1;
 }
 

@@ -58,17 +58,16 @@ Replacement::Replacement(const char* path) noexcept {
 int Replacement::createBeside(int) noexcept {
     constexpr int kMostNames = 100;
     HANDLE file = INVALID_HANDLE_VALUE;
-    for (int names = 0; names < kMostNames && nameBeside(GetCurrentProcessId()); ++names) {
-        file = CreateFileA(beside_.data(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+    Path name{};
+    for (int names = 0; names < kMostNames && nameBeside(GetCurrentProcessId(), name); ++names) {
+        file = CreateFileA(name.data(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                            FILE_ATTRIBUTE_NORMAL, nullptr);
         if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS)
             break;
     }
-    if (file == INVALID_HANDLE_VALUE) {
-        // Whatever has the name is not this one's.
-        beside_.fill('\0');
+    if (file == INVALID_HANDLE_VALUE)
         return -1;
-    }
+    beside_ = name;
     const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_WRONLY | _O_NOINHERIT | _O_BINARY);
     if (descriptor < 0)
         CloseHandle(file);

@@ -99,6 +99,12 @@ TEST_F(WriteImage, failure_leaves_the_old_content_or_none) {
     EXPECT_EQ(1, entries());
 }
 
+uid_t ownerOf(const fs::path& file) {
+    struct stat status {};
+    stat(file.c_str(), &status);
+    return status.st_uid;
+}
+
 TEST_F(WriteImage, file_stays_what_it_is_but_for_its_content) {
     const fs::path file = folder() / "file", link = folder() / "link", nowhere = folder() / "nowhere";
     fs::create_directory(folder() / "elsewhere");
@@ -106,7 +112,14 @@ TEST_F(WriteImage, file_stays_what_it_is_but_for_its_content) {
     fs::permissions(file, fs::perms{0640});
     std::ifstream reader(file);
     fs::create_symlink("file", link);
+    constexpr uid_t kStranger = 12345;
+    const bool isStrange = geteuid() == 0 && chown(file.c_str(), kStranger, kStranger) == 0;
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);  // the next file takes its number
     EXPECT_EQ(0, write("link", "new"));
+    dup2(input, STDIN_FILENO);
+    close(input);
+    EXPECT_EQ(isStrange ? kStranger : geteuid(), ownerOf(file));
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_EQ("new", readFile(file));
     EXPECT_EQ(fs::perms{0640}, fs::status(file).permissions());
@@ -396,7 +409,8 @@ TEST(GainExposureTime, number_between_the_markers) {
                  {"25-mA", 1020},
                  {"-mA25ms-", 1020},
                  {"-mA-ms-25-mA", 1020},  // the first "-mA" counts
-                 {"ms-mA", 1020},         // the markers overlap
+                 {std::string(60, 'x') + "ms-25-mA" + std::string(60, 'x'), 25},
+                 {"ms-mA", 1020},  // the markers overlap
                  {"MS-25-MA", 1020}};
     for (const auto& c : cases)
         EXPECT_EQ(c.expected, getGainExpTime(c.name.c_str())) << c.name;

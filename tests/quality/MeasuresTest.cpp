@@ -66,6 +66,8 @@ protected:
         EXPECT_EQ("", printedBy(call));
         setDebug(0);
         EXPECT_FALSE(std::filesystem::exists(logFolder()));
+        WriteLogFile(LogModuleUtils, LogError, "the silence ends", kLogNoValue);
+        EXPECT_TRUE(std::filesystem::exists(logFolder()));
     }
 
     // The limit becomes what is measured, 0 where nothing is, and the next ones to it.

@@ -248,8 +248,10 @@ void ratiosFrom(int x, ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixe
 void ratios(ConstPixelRow even, ConstPixelRow odd, ConstPixelRow pixels, int count, float* ratios,
             std::ptrdiff_t stride) noexcept {
     if (count < kPixelLanes) {
-        for (int x = 0; x < count; ++x)
-            ratios[x] = static_cast<float>((x % 2 == 0 ? even : odd)[x / 2]) / static_cast<float>(pixels[x]);
+        for (int x = 0; x < count; ++x) {
+            const ConstPixelRow medians = x % 2 == 0 ? even : odd;
+            ratios[x] = static_cast<float>(medians[x / 2]) / static_cast<float>(pixels[x]);
+        }
         return;
     }
     // What lies before and behind whole vectors on cache lines is written by vectors that overlap with them.

@@ -60,14 +60,15 @@ std::string methodTwo(int rows) {
 const std::string kReEvaluated = "Re-evaluate the number of rows to compensate -- 1 rows.";
 
 // A parabola from row 1 to row 25 in units of 1/1024: every row lies below the straight lines across it. The rows below
-// continue the line from row 1 to row 25, and so does row 0: 23 rows fit without any rest.
-Ratios parabola(double row10Higher) {
+// continue the line from row 1 to row 25, and so does row 0: 23 rows fit without any rest. A steeper line below does
+// not.
+Ratios parabola(double row10Higher, double slopeBelow = 24) {
     Ratios ratio(kBandRows);
     for (int k = 1; k <= 25; ++k)
         ratio[static_cast<std::size_t>(k)] = 1.0 + (k - 1) * (k - 1) / 1024.0;
     ratio[0] = ratio[1] - 24 / 1024.0;
     for (std::size_t k = 26; k < kBandRows; ++k)
-        ratio[k] = ratio[25] + 5 * 24 / 1024.0;
+        ratio[k] = ratio[25] + 5 * slopeBelow / 1024.0;
     ratio[10] += row10Higher / 1024.0;
     return ratio;
 }
@@ -88,6 +89,7 @@ TEST_F(CountRowsToCompensate, by_hand) {
                  // Row 22 lies above the line from row 21, and one row is better than two.
                  {withRow(withRow(flat, 24, 0.5), 22, 1.5), 1},
                  {parabola(0), 23},
+                 {parabola(0, 44), 1},
                  // On the line from row 9 to the trigger line, and above it: then row 10 is the best one before.
                  {parabola(15), 23},
                  {parabola(15.001), 14}};
