@@ -3,6 +3,7 @@
 #include "Builders.h"
 #include "DefectFiles.h"
 #include "FaultFixture.h"
+#include "StripeBands.h"
 
 #include "numerics/fits/LinearLeastSquares.h"
 
@@ -156,6 +157,21 @@ TEST_F(AllocationFault, column_medians_answer_1035_and_tell_while_debugging) {
             expected += "Allocate buffer fail during calcMedianPerColumn!";
         EXPECT_EQ(expected, printed);
     }
+}
+
+// A stripe of one row below two others; the end is not told.
+TEST_F(AllocationFault, stripe_correction_answers_1035_and_leaves_the_image) {
+    TestImage reference = bandOf(std::vector(20, bandColumn(3200, 4000, 4000)));
+    reference.pixels.insert(reference.pixels.begin(), static_cast<std::size_t>(2 * reference.width), 4208);
+    const TestImage striped = randomImage(20, 37, 0, 65535, 1);
+    TestImage image = striped;
+    const std::function<int()> correct = [&] {
+        image = striped;
+        return correctAedStripeClinic(image.pixels.data(), reference.data(), 20, 20, 37, 27);
+    };
+    Lines reasons = refusals(correct, [&](int result) { EXPECT_TRUE(result == 0 || image.pixels == striped.pixels); });
+    reasons.erase(std::unique(reasons.begin(), reasons.end()), reasons.end());
+    EXPECT_EQ(Lines{"Utils  | I | <correctAedStripe> begins; Utils  | E | Allocate buff failed."}, reasons);
 }
 
 // Of the regions, the middle area and the outer one. Where the outer one lies is told ahead of its median.

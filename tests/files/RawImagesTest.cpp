@@ -172,6 +172,16 @@ TEST_F(WriteImage, pipe_is_written_and_stays) {
 
 // What a writer that died left behind is nobody's image.
 TEST_F(RawImages, files_that_stand_beside_are_passed_over) {
+#ifdef __linux__
+    const auto writeAndDie = [&] {
+        const rlimit none{}, small{100, 100};
+        setrlimit(RLIMIT_CORE, &none);
+        setrlimit(RLIMIT_FSIZE, &small);
+        write("image", std::string(200, 'x'));
+    };
+    EXPECT_EXIT(writeAndDie(), ::testing::KilledBySignal(SIGXFSZ), "");
+    EXPECT_EQ(1, entries());
+#endif
     for (const char* name : {".qx-0123ef", ".qx-0123eg", ".qx-0123e", ".qx-0123ef0"})
         writeFile(folder() / name, "123");
     int count = 0;

@@ -73,8 +73,8 @@ TEST(GetStdev, integer_members_measure_around_the_truncated_mean) {
 template <class T>
 void expectRefusals() {
     const T one[] = {1};
-    for (int height : {0, -3})
-        EXPECT_TRUE(std::isnan(getStdev(one, 1, height)));
+    for (const auto& [width, height] : {std::pair{1, 0}, {1, -3}, {0, 1}})
+        EXPECT_TRUE(std::isnan(getStdev(one, width, height)));
     EXPECT_EQ(1057.0f, getStdev(static_cast<const T*>(nullptr), 1, 1));
     for (const auto& [width, height] : {std::pair{65536, 65536}, {65536, 65537}, {32768, 65536}})
         EXPECT_EQ(1020.0f, getStdev(one, width, height));
