@@ -3,7 +3,7 @@
 import re
 
 # A number of four digits that counts something is no status code.
-TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;)|"
+TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;\S)|"
                     r"(?P<name>\b[A-Za-z_]\w*\b)|(?P<mark>[*|\\]|(?<=file):)")
 # What begins a paragraph of its own on a page.
 SENTENCES = re.compile(r"(?<=[.)])\s(?=(?:Returns|Cost:|Memory:|Logs its course) )")
