@@ -23,13 +23,14 @@ class Prose:
         return {int(found["code"]) for found in TOKENS.finditer(text) if found["code"]} & self.codes
 
     def linked(self, found: re.Match) -> str:
+        before = found.string[:found.start()]
         if found["literal"]:
             return rf"\ ``{found['literal']}``\ "
         if found["code"] and int(found["code"]) in self.codes:
             return rf"\ :ref:`{found['code']} <status-{found['code']}>`\ "
         if found["name"] in self.functions:
             return rf"\ :{self.role}:`{found['name']}`\ "
-        if found["name"] and re.search(r"^[a-z]+\d*[A-Z]", found["name"]) and found.string[found.start() - 1] != "<":
+        if found["name"] and re.search(r"^[a-z]+\d*[A-Z]", found["name"]) and not before.endswith("<"):
             return rf"\ ``{found['name']}``\ "
         if found["name"] and found["name"].endswith("_"):
             return found[0].removesuffix("_") + r"\_"
