@@ -1,13 +1,15 @@
 """Comments of the headers as reStructuredText: their words as they stand, with links to functions and status codes."""
 
+import itertools
 import re
 
 # A number of four digits that counts something is no status code.
-TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;)|"
+TOKENS = re.compile(r"`(?P<literal>[^`]+)`|(?<![;\w])(?P<code>1\d{3})\b(?! characters| columns|;\S)|"
                     r"(?P<name>\b[A-Za-z_]\w*\b)|(?P<mark>[*|\\]|(?<=file):)")
 # What begins a paragraph of its own on a page.
 SENTENCES = re.compile(r"(?<=[.)])\s(?=(?:Returns|Cost:|Memory:|Logs its course) )")
 INDENTED = re.compile(r"^ {2,}")
+ITEM = re.compile(r"^ {2,}(\w+) {2,}(\S.*)$")
 TABLE = re.compile(r"^ *-{3,}\|-{3,}$", re.MULTILINE)
 
 
@@ -21,29 +23,41 @@ class Prose:
         return {int(found["code"]) for found in TOKENS.finditer(text) if found["code"]} & self.codes
 
     def linked(self, found: re.Match) -> str:
+        before = found.string[:found.start()]
         if found["literal"]:
             return rf"\ ``{found['literal']}``\ "
         if found["code"] and int(found["code"]) in self.codes:
             return rf"\ :ref:`{found['code']} <status-{found['code']}>`\ "
         if found["name"] in self.functions:
             return rf"\ :{self.role}:`{found['name']}`\ "
-        if found["name"] and re.search(r"^[a-z]+\d*[A-Z]|_$", found["name"]):
+        if found["name"] and re.search(r"^[a-z]+\d*[A-Z]", found["name"]) and not before.endswith("<"):
             return rf"\ ``{found['name']}``\ "
+        if found["name"] and found["name"].endswith("_"):
+            return found[0].removesuffix("_") + r"\_"
         return "\\" + found["mark"] if found["mark"] else found[0]
 
     def line(self, text: str) -> str:
         return TOKENS.sub(self.linked, text).removesuffix("\\ ")
 
-    def paragraph(self, lines: list[str]) -> list[str]:
-        """Indented lines are formulas, tables and lists of arguments, shown as they are."""
+    def items(self, lines: list[str]) -> list[str]:
+        """Names with what is said of each; a line without a name goes on with the line above."""
         made: list[str] = []
-        was_indented = False
         for line in lines:
-            is_indented = bool(INDENTED.match(line))
-            if is_indented != was_indented:
-                made += ["", "::", ""] if is_indented else [""]
-            made.append("   " + line if is_indented else self.line(line))
-            was_indented = is_indented
+            item = ITEM.match(line)
+            made += [item[1], "   " + self.line(item[2])] if item else ["   " + self.line(line.strip())]
+        return made
+
+    def paragraph(self, lines: list[str]) -> list[str]:
+        """Indented lines are lists of names, or formulas, which are shown as they are."""
+        made: list[str] = []
+        for is_indented, grouped in itertools.groupby(lines, lambda line: bool(INDENTED.match(line))):
+            some = list(grouped)
+            if not is_indented:
+                made += [*map(self.line, some), ""]
+            elif ITEM.match(some[0]):
+                made += [*self.items(some), ""]
+            else:
+                made += ["::", "", *("   " + line for line in some), ""]
         return made
 
     def table(self, lines: list[str]) -> list[str]:

@@ -54,7 +54,7 @@ def page(content: dict) -> str:
         "Time is the library's. *Plain* is the obvious method of ``reference/`` and *peer* the library that one would "
         "use instead: so many times as long as ours. *Limit* is what could not be beaten, such as one read of the "
         "image, and *memory* that read from memory instead of a cache: ours takes so many times as long.\n\n")
-    made += ".. list-table::\n   :header-rows: 1\n   :widths: 36 12 10 18 16 8\n\n   * - Work\n     - Time\n"
+    made += ".. list-table::\n   :header-rows: 1\n   :widths: auto\n\n   * - Work\n     - Time\n"
     made += "".join(f"     - {column.capitalize()}\n" for column in COLUMNS)
     for work, methods in works(content).items():
         time = f"{time_of(methods['ours']):.3g} {methods['ours']['time_unit']}"

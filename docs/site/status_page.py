@@ -14,9 +14,19 @@ TELLS_ALL = "getStatusMessage"
 # 1 is no code of four digits that a contract could be searched for.
 PLAIN_NO = ["WriteLogFile", "removeLogFile", "imageWithHead", "sortFileByCreateTime", "getFileNumInDirectory",
             "filterUsingSGolay", "CheckDarkTimeRepeat", "checkOffsetImageQuality"]
+# Contracts that tell of the code as what a file answers with.
+PASSED_ON = {1039: ["analysisRcn", "checkGainImgGroup", "executeNDTCAL", "correctNDTImage",
+                    "retrieveAllSNRForQualityCheck"],
+             1040: ["analysisRcn", "checkGainImgGroup"],
+             1041: ["executeNDTCAL", "correctNDTImage", "retrieveAllSNRForQualityCheck"]}
+# Contracts that name the code for something else: a function beside them, a number in a file, a grade.
+NOT_RETURNED = {1035: ["getROIMean"], 1057: ["recordAedTrainStepInfo"], 1090: ["measureSNRResult"],
+                1091: ["measureSNRResult"], 1092: ["measureSNRResult"]}
 HEAD = """\
 ``qxutils explain 1062`` tells the message at the command line, :cpp:func:`getStatusMessage` in a program. Messages are
-the kit's, as they stand. The functions are those whose contracts name the code.
+the kit's, as they stand. What C++ returns, C returns too; Python raises it as :py:exc:`qxutils.QxError`, unless it is a
+verdict. The functions of :doc:`Measures.h </api/cpp/Measures>` return what their checks return where nothing can be
+measured.
 
 """
 OTHERS = """\
@@ -50,7 +60,8 @@ class StatusPage:
         named = PLAIN_NO if code == 1 else []
         for found in functions.values():
             named = named + [one.name for one in found if code in self.prose.codes_in(one.text)]
-        return [name for name in dict.fromkeys(named) if name != TELLS_ALL]
+        others = [TELLS_ALL, *NOT_RETURNED.get(code, [])]
+        return [name for name in dict.fromkeys(named) if name not in others]
 
     def is_returned(self, code: int) -> bool:
         return code == 0 or bool(self.returned[code] or self.common[code])
@@ -58,10 +69,11 @@ class StatusPage:
     def who(self, code: int) -> str:
         if code == 0:
             return "Every function that returns a status."
-        told = ", ".join(f":cpp:func:`{name}`" for name in self.returned[code])
+        told, passed = (", ".join(f":cpp:func:`{name}`" for name in names)
+                        for names in (self.returned[code], PASSED_ON.get(code, [])))
         pages = " and ".join(f":doc:`{header}.h </api/cpp/{header}>`" for header in dict.fromkeys(self.common[code]))
         families = f"the functions of {pages}, as the pages say at their heads" if pages else ""
-        return "; ".join(filter(None, [told, families])) + "."
+        return "; ".join(filter(None, [told, passed and f"passed on by {passed}", families])) + "."
 
     def section(self, code: int) -> str:
         made = f".. _status-{code}:\n\n" + heading(f"{code} {self.names.get(code, '')}".strip(), "-")
@@ -82,12 +94,20 @@ class StatusPage:
                 + ".. list-table::\n   :header-rows: 1\n   :widths: 8 32 60\n\n"
                 + "   * - Code\n     - Name\n     - Message\n" + rows)
 
+    def is_named(self, name: str, code: int) -> bool:
+        return code in self.prose.codes_in(self.contracts[name])
+
     def problems(self) -> list[str]:
-        """Codes that the table of advice lacks, or has though nothing returns them."""
+        """Codes that the table of advice lacks, or has though nothing returns them; lists here that contracts deny."""
         returned = {code for code in self.messages if self.is_returned(code)}
         without_no = [name for name in PLAIN_NO if not re.search(r"\b1\b", self.contracts[name])]
+        named = [(name, code) for code, names in PASSED_ON.items() for name in names if self.is_named(name, code)]
+        unnamed = [(name, code) for code, names in NOT_RETURNED.items() for name in names
+                   if not self.is_named(name, code)]
         return ([f"what-to-do.toml: {code}" for code in sorted(returned ^ set(self.to_do))]
-                + [f"{name}: its contract has no 1" for name in without_no])
+                + [f"{name}: its contract has no 1" for name in without_no]
+                + [f"{name}: its contract names {code} itself" for name, code in named]
+                + [f"{name}: its contract has no {code}" for name, code in unnamed])
 
 
 def write(file: Path, read: dict[str, list[Declaration]], functions: dict[str, list[Declaration]],

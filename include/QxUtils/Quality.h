@@ -105,8 +105,8 @@ QXUTILS_API int checkTube(WORD* image, int width, int height);
 
 // A group of gain image files, headers included as pixels: 1065 when the standard deviation of the last file's values
 // exceeds gainGroupCvLimit times the mean level of all files. Prints the ratio. Every file is read in the length of the
-// first. A count below 1 or a first file without a value (below two bytes) gives 1057, one that cannot be read the read
-// status (1065 when gainGroupCvLimit is negative), 1035 when memory is short.
+// first. A count below 1 or a first file without a value (below two bytes) gives 1057, one beyond 2 GiB 1020, one that
+// cannot be read the read status (1065 when gainGroupCvLimit is negative), 1035 when memory is short.
 QXUTILS_API int checkGainImgGroup(const char* const* paths, int count);
 
 // 0 when `time` is among the numbers of the list "500;1000;...", else 1. An entry without a number counts as 0, one
