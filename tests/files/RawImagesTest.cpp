@@ -113,7 +113,7 @@ TEST_F(WriteImage, file_stays_what_it_is_but_for_its_content) {
     std::ifstream reader(file);
     fs::create_symlink("file", link);
     constexpr uid_t kStranger = 12345;
-    const bool isStrange = geteuid() == 0 && chown(file.c_str(), kStranger, kStranger) == 0;
+    const bool isStrange = geteuid() == 0 && chown(file.c_str(), kStranger, getegid()) == 0;
     const int input = dup(STDIN_FILENO);
     close(STDIN_FILENO);  // the next file takes its number
     EXPECT_EQ(0, write("link", "new"));
