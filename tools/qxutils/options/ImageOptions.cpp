@@ -39,7 +39,8 @@ ExitCode runImages(const ImageOptions& options, const std::string& command,
         const LoadedImage loaded = loadImageFile(file, shape);
         Record record = aboutFile(
             file, [&] { return work(loaded.image, files); }, files.outputs());
-        record.subject = subjectOf(file, loaded);
+        // Tables name the file alone.
+        record.subject = options.batch.results.format == Format::Table ? Subject{file} : subjectOf(file, loaded);
         return std::vector{record};
     };
     const auto prepare = [&options](const std::vector<std::string>& files) {
