@@ -19,9 +19,9 @@ using Key = std::int32_t;
 // What is infinite or no number comes after it.
 constexpr Key kInfinite = std::bit_cast<Key>(std::numeric_limits<float>::infinity());
 
-// Without the sign, which only what is no number may have.
-Key keyOf(float ratio) {
-    return std::bit_cast<Key>(ratio) & std::numeric_limits<Key>::max();
+// What is no number may have a sign.
+bool isNumber(Key key) {
+    return key >= 0 && key < kInfinite;
 }
 
 // Of a row, what is above low and not above high: mostly little, so that it is marked first, several pixels at a time.
@@ -31,7 +31,7 @@ void appendWithin(std::span<const float> ratios, Key low, Key high, std::vector<
     std::vector<Eight> marks(ratios.size() / kEight + 1);
     auto* const mark = reinterpret_cast<unsigned char*>(marks.data());
     for (std::size_t x = 0; x < ratios.size(); ++x) {
-        const Key key = keyOf(ratios[x]);
+        const Key key = std::bit_cast<Key>(ratios[x]);
         mark[x] = (key > low ? 1 : 0) & (key <= high ? 1 : 0);
     }
     const auto stored = std::make_unique_for_overwrite<Key[]>(ratios.size() + 1);
@@ -42,7 +42,7 @@ void appendWithin(std::span<const float> ratios, Key low, Key high, std::vector<
         // Without a branch that depends on a value: the next one takes the place of one that is not marked.
         const std::size_t end = std::min((eight + 1) * kEight, ratios.size());
         for (std::size_t x = eight * kEight; x < end; ++x) {
-            *next = keyOf(ratios[x]);
+            *next = std::bit_cast<Key>(ratios[x]);
             next += mark[x];
         }
     }
@@ -107,37 +107,40 @@ void RatioSummary::add(std::span<const float> rows) {
     }
 }
 
+// Most rows lie within what came before, which takes fewer steps to see than to find their least and largest.
 void RatioSummary::addInside(std::span<const float> ratios) {
     const Key low = low_;
+    const Key least = least_;
+    const Key largest = largest_;
     int belowLow = 0;
     int upToLow = 0;
-    Key least = least_;
-    Key largest = 0;
+    int beyond = 0;
     for (const float ratio : ratios) {
-        const Key key = keyOf(ratio);
+        const Key key = std::bit_cast<Key>(ratio);
         belowLow += key < low ? 1 : 0;
         upToLow += key <= low ? 1 : 0;
-        least = std::min(least, key);
-        largest = std::max(largest, key);
+        beyond |= (key < least ? 1 : 0) | (key > largest ? 1 : 0);
     }
+    appendWithin(ratios, low, high_, within_);
+    if (beyond != 0) {
+        addEach(ratios);
+        return;
+    }
+    count_ += std::ssize(ratios);
     belowLow_ += belowLow;
     upToLow_ += upToLow;
-    least_ = least;
-    appendWithin(ratios, low, high_, within_);
-    if (largest < kInfinite) {
-        largest_ = std::max(largest_, largest);
-        count_ += std::ssize(ratios);
-    } else {
-        addNumbers(ratios);
-    }
 }
 
-// What those of pixels of 0 are to be left out of.
-void RatioSummary::addNumbers(std::span<const float> ratios) {
+void RatioSummary::addEach(std::span<const float> ratios) {
     for (const float ratio : ratios) {
-        const Key key = keyOf(ratio);
-        largest_ = std::max(largest_, key < kInfinite ? key : 0);
-        count_ += key < kInfinite ? 1 : 0;
+        const Key key = std::bit_cast<Key>(ratio);
+        if (!isNumber(key))
+            continue;
+        ++count_;
+        belowLow_ += key < low_ ? 1 : 0;
+        upToLow_ += key <= low_ ? 1 : 0;
+        least_ = std::min(least_, key);
+        largest_ = std::max(largest_, key);
     }
 }
 

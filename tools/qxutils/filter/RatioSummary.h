@@ -28,7 +28,7 @@ private:
 
     void bracketMedian();
     void addInside(std::span<const float> ratios);
-    void addNumbers(std::span<const float> ratios);
+    void addEach(std::span<const float> ratios);
     float median() const;
 
     const RawImage& image_;
