@@ -90,7 +90,7 @@ void RatioSummary::bracketMedian() {
     if (sample.empty())
         return;
     const std::ptrdiff_t middle = std::ssize(sample) / 2;
-    const std::ptrdiff_t reach = std::ssize(sample) / 100 + kLeastReach;
+    const std::ptrdiff_t reach = std::ssize(sample) / 160 + kLeastReach;
     const auto low = sample.begin() + std::max<std::ptrdiff_t>(middle - reach, 0);
     const auto high = sample.begin() + std::min(middle + reach, std::ssize(sample) - 1);
     std::ranges::nth_element(sample, high);
