@@ -73,7 +73,11 @@ ComparedImage compared(const Original& original, const FloatImage& ratio) {
 template <class Result>
 void drawBoth(const ImageFiles& files, const RawImage& image, const Region& shown, const Result& result) {
     const Original original{image, shown};
-    writePicture(files.picture.value(), drawComparison({compared(original), compared(original, result)}, shown, 2));
+    // A list in braces would copy them.
+    std::vector<ComparedImage> both;
+    both.push_back(compared(original));
+    both.push_back(compared(original, result));
+    writePicture(files.picture.value(), drawComparison(both, shown, 2));
 }
 
 using Filter = Filtered (*)(const RawImage& image, const FilterOptions& options);
