@@ -156,6 +156,24 @@ def test_nearly_equal_strips_are_marked_as_they_are_judged(tmp_path):
     assert [mark["x"] // 32 for mark in data["images"][0]["overlays"][0]["marks"]] == [judged, judged + 1]
 
 
+def test_blocks_are_marked_by_their_medians(tmp_path):
+    """Of two values in halves of a block the larger one counts; what the dark image holds is taken away."""
+    import numpy as np
+
+    bright, dark = np.full((384, 384), 20000, "<u2"), np.full((384, 384), 1000, "<u2")
+    bright[192:256, 128:192:2] = 30000
+    dark[224:256, 96:128] = 5000
+    bright.tofile(tmp_path / "bright.raw")
+    dark.tofile(tmp_path / "dark.raw")
+    run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
+        "-o", "blocks.html", folder=tmp_path)
+    data = re.search(r'id="data"[^>]*>(.*?)</script>', (tmp_path / "blocks.html").read_text(), re.DOTALL)
+    marked = {overlay["name"]: overlay["marks"][0] for overlay in json.loads(data[1])["images"][0]["overlays"]}
+    places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
+    assert places["darkest block"] == (96, 224, "15000")
+    assert places["blocks that deviate most"] == (128, 192, "0.333")
+
+
 def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     """Neither do one that is out of all proportion, nor an image without a single one, leave the others black."""
     values = array.array("f", (100 + i % 7 for i in range(SIDE * SIDE)))

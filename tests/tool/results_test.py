@@ -141,6 +141,41 @@ def test_every_command_that_measures_tells_its_results_as_json_and_csv(day, tmp_
         assert values == [measure.get("value", measure.get("measured")) for measure in measures]
 
 
+def deceiving(level: int) -> np.ndarray:
+    """Noise whose quiet rows, of another level, are those of a sample of 16 pairs from the top to the bottom."""
+    image = np.random.default_rng(5).integers(1000, 1050, (400, 60))
+    tops = [388 * i // 15 for i in range(16)]
+    for top in tops:
+        image[top + 5:top + 7] = level
+    return image
+
+
+@pytest.mark.parametrize("image", [
+    np.random.default_rng(1).integers(20000, 20100, (11, 11)),
+    np.random.default_rng(2).integers(0, 65536, (74, 40)),
+    np.random.default_rng(3).integers(0, 2, (139, 21)),
+    np.full((80, 30), 1000),
+    deceiving(500),
+    deceiving(60000),
+], ids=["smallest", "noise", "zeros", "even", "dark sample", "bright sample"])
+def test_ratios_are_told_as_they_are_written(image, tmp_path):
+    image.astype("<u2").tofile(tmp_path / "image.raw")
+    shape = f"{image.shape[1]}x{image.shape[0]}"
+    done = run("filter", "ratio", "image.raw", "--shape", shape, "-o", "ratio.float", "--format", "json",
+               folder=tmp_path)
+    assert done.exit == 0, done
+    windows = np.lib.stride_tricks.sliding_window_view(image.astype(np.float32), (11, 11))
+    ratio = np.ones(image.shape, np.float32)
+    with np.errstate(divide="ignore", invalid="ignore"):
+        ratio[5:-5, 5:-5] = np.median(np.median(windows, axis=3), axis=2) / image[5:-5, 5:-5].astype(np.float32)
+    assert np.array_equal(np.fromfile(tmp_path / "ratio.float", "<f4").reshape(image.shape), ratio, equal_nan=True)
+    inside = np.sort(ratio[5:-5, 5:-5][np.isfinite(ratio[5:-5, 5:-5])])
+    measures = document(done.output)["results"][0]["measures"]
+    told = {measure["name"]: np.float32(measure["value"]) for measure in measures}
+    assert told == {"minimum inside": inside[0], "median inside": inside[(len(inside) - 1) // 2],
+                    "maximum inside": inside[-1], "pixels without a ratio": ratio[5:-5, 5:-5].size - len(inside)}
+
+
 def test_a_series_is_judged_by_what_one_has(day, tmp_path):
     image, reference = str(day / "150.raw"), str(day / "151.raw")
 

@@ -16,6 +16,9 @@ namespace qx::tool {
 struct ResultOptions {
     Format format = Format::Table;
     std::optional<std::string> store{};
+
+    // Whether what a record says of its file's content is told anywhere: tables tell the name alone.
+    bool tellContent() const { return format != Format::Table || store.has_value(); }
 };
 
 // What a command that takes many files is told.

@@ -1,7 +1,7 @@
 #include "checks/FileJudge.h"
 
 #include "common/ToolError.h"
-#include "results/Subject.h"
+#include "results/RecordJson.h"
 #include "snr/SnrRecord.h"
 
 #include <algorithm>
@@ -13,36 +13,26 @@ namespace {
 
 using Records = std::vector<Record>;
 
-struct JudgedFile {
-    Records records;
-    Subject subject;
-};
-using Judge = JudgedFile (*)(const FileJudge& judge, const std::string& file);
+using Judge = Records (*)(const FileJudge& judge, SubjectImage& image);
 
 template <Record (*check)(const RawImage&)>
-JudgedFile judgeWords(const FileJudge& judge, const std::string& file) {
-    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    return {{aboutFile(file, [&] { return check(loaded.image); })}, subjectOf(file, loaded)};
+Records judgeWords(const FileJudge& /*judge*/, SubjectImage& image) {
+    return {check(image.counts().image)};
 }
 
 template <Record (*check)(const RawImage&, const RawImage&)>
-JudgedFile judgeExposure(const FileJudge& judge, const std::string& file) {
-    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    return {{aboutFile(file, [&] { return check(loaded.image, judge.dark()); })}, subjectOf(file, loaded)};
+Records judgeExposure(const FileJudge& judge, SubjectImage& image) {
+    return {check(image.counts().image, judge.dark())};
 }
 
 template <Record (*check)(const FloatImage&)>
-JudgedFile judgeFloats(const FileJudge& judge, const std::string& file) {
-    const FloatImage image = loadFloatImage(file, judge.settings().shape);
-    return {{aboutFile(file, [&] { return check(image); })}, subjectOf(file, image)};
+Records judgeFloats(const FileJudge& /*judge*/, SubjectImage& image) {
+    return {check(image.floats())};
 }
 
-JudgedFile judgeUniformity(const FileJudge& judge, const std::string& file) {
-    const LoadedImage loaded = loadImageFile(file, judge.settings().shape);
-    const auto check = [&] {
-        return Records{checkSquares(loaded.image), checkBlocks(loaded.image, judge.settings().blockLimit)};
-    };
-    return {aboutFile(file, check), subjectOf(file, loaded)};
+Records judgeUniformity(const FileJudge& judge, SubjectImage& image) {
+    const RawImage& counts = image.counts().image;
+    return {checkSquares(counts), checkBlocks(counts, judge.settings().blockLimit)};
 }
 
 const std::map<std::string, Judge>& judges() {
@@ -89,17 +79,38 @@ FileJudge::FileJudge(const JudgeSettings& settings) : settings_(settings) {
         return;
     if (!settings.dark)
         throw ToolError("DARK is required: the dark image that belongs to the others", ExitCode::Usage);
-    dark_ = loadRawImage(*settings.dark, settings.shape);
+    if (!settings_.darkImage)
+        settings_.darkImage = std::make_shared<const RawImage>(loadRawImage(*settings.dark, settings.shape));
 }
 
 std::vector<Record> FileJudge::operator()(const std::string& file) const {
+    SubjectImage image(file, settings_.shape);
+    return (*this)(image);
+}
+
+std::vector<Record> FileJudge::operator()(SubjectImage& image) const {
     // Results of earlier runs have subjects of their own.
+    if (settings_.kind == kSnrKind && isResultsName(image.file()))
+        return savedSnrRecords(image.file(), factory_);
+    Records records = judge(image);
+    for (Record& record : records) {
+        if (!settings_.tellsContent)
+            record.subject.file = image.file();
+        else
+            record.subject = judgesFloats(settings_.kind) ? image.subjectOfFloats() : image.subjectOfCounts();
+    }
+    return records;
+}
+
+// Why a file cannot be read names it already.
+std::vector<Record> FileJudge::judge(SubjectImage& image) const {
     if (settings_.kind == kSnrKind)
-        return snrRecords(file, settings_.shape, factory_);
-    JudgedFile judged = judges().at(settings_.kind)(*this, file);
-    for (Record& record : judged.records)
-        record.subject = judged.subject;
-    return judged.records;
+        return {snrRecord(image, factory_)};
+    if (judgesFloats(settings_.kind))
+        image.floats();
+    else
+        image.counts();
+    return aboutFile(image.file(), [&] { return judges().at(settings_.kind)(*this, image); });
 }
 
 }  // namespace qx::tool

@@ -2,8 +2,10 @@
 
 #include "checks/ImageChecks.h"
 #include "results/Record.h"
+#include "results/SubjectImage.h"
 #include "snr/FactorySeries.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,9 +25,11 @@ std::string commandOf(const std::string& kind);
 struct JudgeSettings {
     std::string kind;
     Shape shape;
-    std::optional<std::string> dark{};      // for "first" and "pre"
-    float blockLimit = kDefaultBlockLimit;  // for "uniform"
-    std::optional<std::string> factory{};   // for "snr", which measures alone without it
+    std::optional<std::string> dark{};            // for "first" and "pre"
+    float blockLimit = kDefaultBlockLimit;        // for "uniform"
+    std::optional<std::string> factory{};         // for "snr", which measures alone without it
+    std::shared_ptr<const RawImage> darkImage{};  // what `dark` holds, where that was read already
+    bool tellsContent = true;                     // records have the checksum of what was judged
 };
 
 // Judges one file after the other; what they share is loaded once.
@@ -36,13 +40,15 @@ public:
 
     // A record for each check of the kind; throws a ToolError when there is no verdict.
     std::vector<Record> operator()(const std::string& file) const;
+    std::vector<Record> operator()(SubjectImage& image) const;
 
     const JudgeSettings& settings() const { return settings_; }
-    const RawImage& dark() const { return dark_; }
+    const RawImage& dark() const { return *settings_.darkImage; }
 
 private:
+    std::vector<Record> judge(SubjectImage& image) const;
+
     JudgeSettings settings_;
-    RawImage dark_;
     std::optional<FactorySeries> factory_;
 };
 

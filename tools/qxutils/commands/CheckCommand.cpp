@@ -34,7 +34,11 @@ struct CheckOptions {
 using RunCheck = std::function<ExitCode(const CheckOptions&)>;
 
 ExitCode runOfImages(const CheckOptions& options, const std::string& kind) {
-    const FileJudge judge({kind, parseShape(options.shape), options.dark, options.blockLimit});
+    const FileJudge judge({.kind = kind,
+                           .shape = parseShape(options.shape),
+                           .dark = options.dark,
+                           .blockLimit = options.blockLimit,
+                           .tellsContent = options.batch.results.tellContent()});
     return runBatch(options.batch.reading(options.dark), "check " + kind, judge, printCheckRecords);
 }
 

@@ -1,6 +1,8 @@
 #include "commands/Subcommand.h"
+#include "files/WholeFile.h"
 #include "filter/FilterSummary.h"
 #include "filter/Filters.h"
+#include "filter/RatioSummary.h"
 #include "options/ImageOptions.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
@@ -8,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -46,20 +49,6 @@ Filtered filterEqualize(const RawImage& image, const FilterOptions& /*options*/)
     return {equalize(image), "equalize", Counts::Spread};
 }
 
-FloatImage filterRatio(const RawImage& image, const FilterOptions& /*options*/) {
-    return localRatio(image);
-}
-
-Record save(const std::string& output, const RawImage& image, const Filtered& filtered) {
-    saveRawImage(output, filtered.image);
-    return changesOf(image, filtered.image);
-}
-
-Record save(const std::string& output, const RawImage& /*image*/, const FloatImage& ratio) {
-    saveFloatImage(output, ratio);
-    return ratiosOf(ratio);
-}
-
 // What pictures show of the image that is filtered.
 struct Original {
     const RawImage& image;
@@ -80,19 +69,50 @@ ComparedImage compared(const Original& original, const FloatImage& ratio) {
     return compared(ratio, original.shown, "ratio");
 }
 
+// The original beside what was made of it.
 template <class Result>
-using Filter = Result (*)(const RawImage& image, const FilterOptions& options);
+void drawBoth(const ImageFiles& files, const RawImage& image, const Region& shown, const Result& result) {
+    const Original original{image, shown};
+    // A list in braces would copy them.
+    std::vector<ComparedImage> both;
+    both.push_back(compared(original));
+    both.push_back(compared(original, result));
+    writePicture(files.picture.value(), drawComparison(both, shown, 2));
+}
 
-template <class Result>
-ExitCode runFilter(const FilterOptions& options, const std::string& command, Filter<Result> filter) {
+using Filter = Filtered (*)(const RawImage& image, const FilterOptions& options);
+
+ExitCode runFilter(const FilterOptions& options, const std::string& command, Filter filter) {
     return runImages(options.files, command, [&](const RawImage& image, const ImageFiles& files) {
         const Region shown = options.files.shownPart(image);
-        const Result result = filter(image, options);
-        const Record record = save(files.output.value(), image, result);
-        if (files.picture) {
-            const Original original{image, shown};
-            writePicture(*files.picture, drawComparison({compared(original), compared(original, result)}, shown, 2));
-        }
+        const Filtered filtered = filter(image, options);
+        saveRawImage(files.output.value(), filtered.image);
+        Record record = changesOf(image, filtered.image);
+        if (files.picture)
+            drawBoth(files, image, shown, filtered);
+        return record;
+    });
+}
+
+// Written as it comes: all of it is needed for the picture alone.
+ExitCode runRatio(const FilterOptions& options) {
+    return runImages(options.files, "filter ratio", [&](const RawImage& image, const ImageFiles& files) {
+        const Region shown = options.files.shownPart(image);
+        RatioSummary summary(image);
+        FloatImage ratio{image.shape, {}};
+        if (files.picture)
+            makeRoom(ratio.pixels, image.pixels.size());
+        WholeFile file(files.output.value());
+        localRatio(image, [&](std::span<const float> rows) {
+            file.write(pixelBytes(rows));
+            summary.add(rows);
+            if (files.picture)
+                ratio.pixels.insert(ratio.pixels.end(), rows.begin(), rows.end());
+        });
+        file.commit();
+        Record record = summary.record();
+        if (files.picture)
+            drawBoth(files, image, shown, ratio);
         return record;
     });
 }
@@ -103,7 +123,7 @@ ExitCode runCompare(const FilterOptions& options) {
         std::vector<ComparedImage> images = {compared(original)};
         for (const auto filter : {filterMedian, filterColumnMedian, filterSavgol, filterEqualize})
             images.push_back(compared(original, filter(image, options)));
-        images.push_back(compared(original, filterRatio(image, options)));
+        images.push_back(compared(original, localRatio(image)));
         writePicture(files.picture.value(), drawComparison(images, original.shown, 3));
         return Record{};
     });
@@ -114,12 +134,14 @@ class FilterKinds {
 public:
     FilterKinds(CLI::App& app, Command& chosen) : family_(app, chosen, "filter", "Filter raw 16-bit images") {}
 
-    template <class Result>
-    CLI::App& add(const char* name, const char* description, Filter<Result> filter) {
+    CLI::App& add(const char* name, const char* description, Filter filter) {
         const std::string command = std::string("filter ") + name;
-        CLI::App& kind = addOfImage(name, description, [filter, command](const FilterOptions& options) {
-            return runFilter(options, command, filter);
-        });
+        return add(name, description,
+                   [filter, command](const FilterOptions& options) { return runFilter(options, command, filter); });
+    }
+
+    CLI::App& add(const char* name, const char* description, std::function<ExitCode(const FilterOptions&)> run) {
+        CLI::App& kind = addOfImage(name, description, std::move(run));
         addOutputs(kind, family_.options().files, "Picture of the image before and after");
         addZoom(kind, family_.options().files);
         return kind;
@@ -165,7 +187,7 @@ void addFilterCommand(CLI::App& app, Command& chosen) {
     kinds.addRadius(kinds.add("median", "The median of pixels beside each other", filterMedian));
     kinds.add("column-median", "The median of five pixels above each other", filterColumnMedian);
     kinds.add("equalize", "Counts spread over the whole range, by rank", filterEqualize);
-    kinds.add("ratio", "The median around each pixel over the pixel, as raw 32-bit floats", filterRatio);
+    kinds.add("ratio", "The median around each pixel over the pixel, as raw 32-bit floats", runRatio);
     kinds.addWindow(kinds.add("savgol", "The quadratic through pixels beside each other", filterSavgol));
     kinds.addComparison("compare", "A picture of what each of them does");
 }

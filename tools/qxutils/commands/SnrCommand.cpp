@@ -19,7 +19,10 @@ struct SnrOptions {
 };
 
 ExitCode runSnr(const SnrOptions& options) {
-    const FileJudge judge({.kind = "snr", .shape = parseShape(options.shape), .factory = options.factory});
+    const FileJudge judge({.kind = "snr",
+                           .shape = parseShape(options.shape),
+                           .factory = options.factory,
+                           .tellsContent = options.batch.results.tellContent()});
     return runBatch(options.batch.reading(options.factory), "snr", judge, printSnrRecords);
 }
 

@@ -10,7 +10,4 @@ namespace qx::tool {
 // The grey ranges of both images and how far they differ.
 Record changesOf(const RawImage& before, const RawImage& after);
 
-// The range of ratios that localRatio gives inside the border.
-Record ratiosOf(const FloatImage& ratio);
-
 }  // namespace qx::tool

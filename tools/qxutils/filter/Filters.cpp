@@ -105,11 +105,35 @@ RawImage smoothRows(const RawImage& image, int window) {
 }
 
 FloatImage localRatio(const RawImage& image) {
-    constexpr int kLeast = 2 * kRatioBorder + 1;
-    requireSides(image.shape, {kLeast, kLeast});
+    requireRatio(image.shape);
     FloatImage ratio = filledImage(image.shape, 1.0f);
     getMedianImage(ratio.row(0), image.row(0), image.shape.width, image.shape.height);
     return ratio;
+}
+
+void localRatio(const RawImage& image, const TakeRows& take) {
+    // What is made of so many stays in the cache.
+    constexpr int kBandRows = 64;
+    requireRatio(image.shape);
+    const int width = image.shape.width;
+    const int inside = image.shape.height - 2 * kRatioBorder;
+    FloatImage band = filledImage({width, std::min(inside, kBandRows) + 2 * kRatioBorder}, 1.0f);
+    const auto takeRows = [&](int first, int count) {
+        take({band.row(first), static_cast<std::size_t>(count) * static_cast<std::size_t>(width)});
+    };
+    // A band's upper border is never written: it serves as both of the image's.
+    takeRows(0, kRatioBorder);
+    for (int top = 0; top < inside; top += kBandRows) {
+        const int rows = std::min(kBandRows, inside - top);
+        getMedianImage(band.row(0), image.row(top), width, rows + 2 * kRatioBorder);
+        takeRows(kRatioBorder, rows);
+    }
+    takeRows(0, kRatioBorder);
+}
+
+void requireRatio(const Shape& shape) {
+    constexpr int kLeast = 2 * kRatioBorder + 1;
+    requireSides(shape, {kLeast, kLeast});
 }
 
 }  // namespace qx::tool

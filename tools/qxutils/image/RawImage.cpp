@@ -16,9 +16,9 @@ static_assert(std::endian::native == std::endian::little, "pixels are copied as 
 namespace qx::tool {
 namespace {
 
-template <class Pixel>
-std::string_view asBytes(const std::vector<Pixel>& pixels) {
-    return {reinterpret_cast<const char*>(pixels.data()), pixels.size() * sizeof(Pixel)};
+template <class Pixels>
+std::string_view asBytes(const Pixels& pixels) {
+    return {reinterpret_cast<const char*>(pixels.data()), pixels.size() * sizeof(pixels[0])};
 }
 
 [[noreturn]] void throwSizeMismatch(const std::string& path, const Shape& shape, const std::string& bytes) {
@@ -126,6 +126,10 @@ std::vector<WORD> loadWords(const std::string& path, std::int64_t count) {
 
 std::vector<char> loadBytes(const std::string& path, std::int64_t count) {
     return loadFirstValues<char>(path, count);
+}
+
+std::string_view pixelBytes(std::span<const float> pixels) {
+    return asBytes(pixels);
 }
 
 std::string_view pixelBytes(const RawImage& image) {

@@ -3,6 +3,7 @@
 #include "image/Image.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,7 @@ std::vector<WORD> loadWords(const std::string& path, std::int64_t count);
 std::vector<char> loadBytes(const std::string& path, std::int64_t count);
 
 // The pixels as they stand in a file.
+std::string_view pixelBytes(std::span<const float> pixels);
 std::string_view pixelBytes(const RawImage& image);
 std::string_view pixelBytes(const FloatImage& image);
 std::string_view pixelBytes(const LongImage& image);

@@ -39,7 +39,7 @@ ExitCode runImages(const ImageOptions& options, const std::string& command,
         const LoadedImage loaded = loadImageFile(file, shape);
         Record record = aboutFile(
             file, [&] { return work(loaded.image, files); }, files.outputs());
-        record.subject = subjectOf(file, loaded);
+        record.subject = options.batch.results.tellContent() ? subjectOf(file, loaded) : Subject{file};
         return std::vector{record};
     };
     const auto prepare = [&options](const std::vector<std::string>& files) {

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -20,6 +21,7 @@ constexpr double kLargestSpread = 1.0;
 // The distance from 1 within which nearly all ratios lie.
 double spreadOf(const FloatImage& ratio, const Region& region) {
     std::vector<double> distances;
+    makeRoom(distances, static_cast<std::size_t>(region.shape.pixelCount()));
     const auto [firstColumn, endColumn] = region.columns();
     for (int row = region.rows().first; row < region.rows().end; ++row) {
         const float* const line = ratio.row(row);
@@ -45,15 +47,17 @@ WORD ratioCount(float ratio, double spread) {
 }  // namespace
 
 ComparedImage compared(const RawImage& image, const GreyWindow& window, const std::string& caption) {
-    return {image, window, caption, scaleOf(window)};
+    return {copyOf(image), window, caption, scaleOf(window)};
 }
 
 ComparedImage compared(const FloatImage& ratio, const Region& region, const std::string& caption) {
     const double spread = spreadOf(ratio, region);
     RawImage counts{ratio.shape, {}};
+    makeRoom(counts.pixels, ratio.pixels.size());
     for (const float value : ratio.pixels)
         counts.pixels.push_back(ratioCount(value, spread));
-    return {counts, GreyWindow{}, caption, {formatNumber(1.0 - spread, 4), formatNumber(1.0 + spread, 4), ""}};
+    return {
+        std::move(counts), GreyWindow{}, caption, {formatNumber(1.0 - spread, 4), formatNumber(1.0 + spread, 4), ""}};
 }
 
 GreyWindow windowOf(const RawImage& image, const Region& region) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <limits>
 #include <numeric>
+#include <type_traits>
 
 namespace qx::tool {
 namespace {
@@ -46,14 +47,16 @@ struct Sums {
     std::vector<double> rows;
 };
 
+// Whole counts are added as such: the same sum, without waiting for one addition after the other.
 template <class Pixel>
 void addRow(const Pixel* row, const std::vector<int>& lefts, double* blocks, std::vector<double>& columns) {
+    using Sum = std::conditional_t<std::is_integral_v<Pixel>, std::int64_t, double>;
     for (std::size_t block = 0; block + 1 < lefts.size(); ++block) {
-        double sum = 0.0;
+        Sum sum = 0;
         for (int x = lefts[block]; x < lefts[block + 1]; ++x)
-            sum += static_cast<double>(row[x]);
-        blocks[block] += sum;
-        columns[block] += sum;
+            sum += static_cast<Sum>(row[x]);
+        blocks[block] += static_cast<double>(sum);
+        columns[block] += static_cast<double>(sum);
     }
 }
 

@@ -88,26 +88,38 @@ struct GridBlock {
     float deviation = 0.0f;
 };
 
-WORD medianOf(const RawImage& image, const Region& place, std::vector<WORD>& pixels) {
-    pixels.clear();
-    for (int y = place.rows().first; y < place.rows().end; ++y)
-        pixels.insert(pixels.end(), image.row(y) + place.corner.x, image.row(y) + place.columns().end);
-    const auto middle = pixels.begin() + std::ssize(pixels) / 2;
-    std::nth_element(pixels.begin(), middle, pixels.end());
-    return *middle;
+constexpr int kGridSide = 64;
+using GridPixels = std::array<WORD, std::size_t{kGridSide} * kGridSide>;
+
+// The upper middle, bit by bit from the highest: to count what lies below a value takes a few steps for all pixels.
+WORD medianOf(const GridPixels& pixels) {
+    int median = 0;
+    for (int bit = 1 << 15; bit > 0; bit /= 2) {
+        const WORD value = static_cast<WORD>(median + bit);
+        WORD below = 0;
+        for (const WORD pixel : pixels)
+            below = static_cast<WORD>(below + (pixel < value ? 1 : 0));
+        median += below <= pixels.size() / 2 ? bit : 0;
+    }
+    return static_cast<WORD>(median);
+}
+
+WORD medianOf(const RawImage& image, const Region& place) {
+    GridPixels pixels;
+    for (int y = 0; y < kGridSide; ++y)
+        std::copy_n(image.row(place.corner.y + y) + place.corner.x, kGridSide, pixels.begin() + y * kGridSide);
+    return medianOf(pixels);
 }
 
 // Of checkGlobalUniform: without two blocks at every side, the largest deviation first.
 std::vector<GridBlock> gridBlocks(const RawImage& image) {
-    constexpr int kSide = 64;
     constexpr int kBorder = 2;
     std::vector<GridBlock> blocks;
-    std::vector<WORD> pixels;
     double sum = 0.0;
-    for (int row = kBorder; row < image.shape.height / kSide - kBorder; ++row) {
-        for (int column = kBorder; column < image.shape.width / kSide - kBorder; ++column) {
-            const Region place = squareAt(row * kSide, column * kSide, kSide);
-            blocks.push_back({place, static_cast<float>(medianOf(image, place, pixels))});
+    for (int row = kBorder; row < image.shape.height / kGridSide - kBorder; ++row) {
+        for (int column = kBorder; column < image.shape.width / kGridSide - kBorder; ++column) {
+            const Region place = squareAt(row * kGridSide, column * kGridSide, kGridSide);
+            blocks.push_back({place, static_cast<float>(medianOf(image, place))});
             sum += static_cast<double>(blocks.back().median);
         }
     }
@@ -189,12 +201,15 @@ Overlay darkestStrip(const Measure& measure, const RawImage& image) {
 }
 
 FloatImage blockMedians(const RawImage& image, const RawImage& dark) {
-    FloatImage difference{image.shape, {}};
-    difference.pixels.reserve(image.pixels.size());
-    std::transform(image.pixels.begin(), image.pixels.end(), dark.pixels.begin(), std::back_inserter(difference.pixels),
-                   [](WORD bright, WORD black) { return bright > black ? static_cast<float>(bright - black) : 0.0f; });
     FloatImage blocks = filledImage({image.shape.width / kBlockSide, image.shape.height / kBlockSide}, 0.0f);
-    doBinningSample(blocks.pixels.data(), difference.pixels.data(), image.shape.width, image.shape.height);
+    FloatImage difference = filledImage({image.shape.width, kBlockSide}, 0.0f);
+    for (int row = 0; row < blocks.shape.height; ++row) {
+        const int top = row * kBlockSide;
+        std::transform(
+            image.row(top), image.row(top + kBlockSide), dark.row(top), difference.row(0),
+            [](WORD bright, WORD black) { return bright > black ? static_cast<float>(bright - black) : 0.0f; });
+        doBinningSample(blocks.row(row), difference.row(0), image.shape.width, kBlockSide);
+    }
     return blocks;
 }
 

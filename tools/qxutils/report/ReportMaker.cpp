@@ -3,7 +3,6 @@
 #include "common/ToolError.h"
 #include "files/FileAccess.h"
 #include "image/RawImage.h"
-#include "results/Subject.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,26 +17,35 @@ bool holdsFloats(const std::string& file, const Shape& shape) {
 }
 
 // The file as it is now.
-Subject presentSubject(const std::string& file, const Shape& shape) {
-    return holdsFloats(file, shape) ? subjectOf(file, loadFloatImage(file, shape))
-                                    : subjectOf(file, loadImageFile(file, shape));
+const Subject& presentSubject(SubjectImage& image) {
+    return holdsFloats(image.file(), image.shape()) ? image.subjectOfFloats() : image.subjectOfCounts();
 }
 
-// Whether the file is still what the record is about.
-bool isThere(const Subject& subject) {
-    try {
-        return subject.shape && fileBytes(subject.file, kRawImageWanted) == subject.bytes.value_or(-1) &&
-               (!subject.crc || presentSubject(subject.file, *subject.shape).crc == subject.crc);
-    } catch (const ToolError&) {
-        return false;
+// The files that results are about, one at a time: most of what is about one stands together.
+class PresentImages {
+public:
+    // The file, if it is still what the record is about.
+    SubjectImage* find(const Subject& subject) {
+        try {
+            if (!subject.shape || fileBytes(subject.file, kRawImageWanted) != subject.bytes.value_or(-1))
+                return nullptr;
+            if (!image_ || image_->file() != subject.file || image_->shape() != *subject.shape)
+                image_.emplace(subject.file, *subject.shape);
+            return !subject.crc || presentSubject(*image_).crc == subject.crc ? &*image_ : nullptr;
+        } catch (const ToolError&) {
+            return nullptr;
+        }
     }
-}
+
+private:
+    std::optional<SubjectImage> image_;
+};
 
 }  // namespace
 
 ReportMaker::ReportMaker(ReportSettings settings, std::size_t files) : settings_(std::move(settings)), files_(files) {
     if (settings_.dark && settings_.shape)
-        dark_ = loadRawImage(*settings_.dark, *settings_.shape);
+        dark_ = std::make_shared<const RawImage>(loadRawImage(*settings_.dark, *settings_.shape));
     report_.title = settings_.title;
     report_.head = documentHead();
     report_.facts = {{"Limits", settings_.limits.value_or("the detector's configuration")}};
@@ -63,10 +71,15 @@ Outcome ReportMaker::addResults(const std::string& file) {
             outcome.exitCode = worse(outcome.exitCode, ExitCode::NotPassed);
     }
     keep(outcome);
+    PresentImages present;
     std::set<std::string> shown;
     for (const Record& record : outcome.records) {
-        if (isThere(record.subject) && shown.insert(record.subject.file).second)
-            addPicture(record.subject.file, *record.subject.shape);
+        if (shown.contains(record.subject.file))
+            continue;
+        if (SubjectImage* const image = present.find(record.subject)) {
+            shown.insert(record.subject.file);
+            addPicture(*image);
+        }
     }
     return outcome;
 }
@@ -76,15 +89,16 @@ Outcome ReportMaker::addImage(const std::string& file) {
         throw ToolError(file + ": --shape is required for an image; give WIDTHxHEIGHT", ExitCode::Usage);
     if (file == "-")
         throw ToolError("-: a report reads an image more than once; give a file", ExitCode::Usage);
+    SubjectImage image(file, *settings_.shape);
     Outcome all;
     const Outcome kinds = outcomeOf("report", file, [&] {
-        all = judge(file, kindsOf(file));
+        all = judge(image, kindsOf(file));
         return std::vector<Record>{};
     });
     if (!kinds.problem.empty())
         all = kinds;
     keep(all);
-    const std::string problem = addPicture(file, *settings_.shape);
+    const std::string problem = addPicture(image);
     if (all.problem.empty() && !problem.empty()) {
         all.problem = problem;
         all.exitCode = ExitCode::Failed;
@@ -93,10 +107,10 @@ Outcome ReportMaker::addImage(const std::string& file) {
 }
 
 // The first problem stands for all: without the file there is none of the verdicts.
-Outcome ReportMaker::judge(const std::string& file, const std::vector<std::string>& kinds) {
+Outcome ReportMaker::judge(SubjectImage& image, const std::vector<std::string>& kinds) {
     Outcome all;
     for (const std::string& kind : kinds) {
-        Outcome outcome = outcomeOf(commandOf(kind), file, [&] { return judgeOf(kind)(file); });
+        Outcome outcome = outcomeOf(commandOf(kind), image.file(), [&] { return judgeOf(kind)(image); });
         std::ranges::move(outcome.records, std::back_inserter(all.records));
         all.exitCode = worse(all.exitCode, outcome.exitCode);
         if (all.problem.empty())
@@ -110,7 +124,7 @@ const FileJudge& ReportMaker::judgeOf(const std::string& kind) {
     const auto known = judges_.find(kind);
     if (known != judges_.end())
         return known->second;
-    FileJudge judge({kind, *settings_.shape, settings_.dark, settings_.blockLimit, settings_.factory});
+    FileJudge judge({kind, *settings_.shape, settings_.dark, settings_.blockLimit, settings_.factory, dark_});
     return judges_.emplace(kind, std::move(judge)).first->second;
 }
 
@@ -129,21 +143,21 @@ std::vector<std::string> ReportMaker::kindsOf(const std::string& file) const {
 
 // The overlays come from the records that are kept already; these say, too, why there is no picture of a file that
 // could not be judged.
-std::string ReportMaker::addPicture(const std::string& file, const Shape& shape) {
+std::string ReportMaker::addPicture(SubjectImage& image) {
     const int side = reducedSide(files_);
-    ReportImage picture{file, {}, {}};
-    const auto show = [&](const auto& image, const auto&... dark) {
-        picture.summary = summarize(image, side);
+    ReportImage picture{image.file(), {}, {}};
+    const auto show = [&](const auto& pixels, const auto&... dark) {
+        picture.summary = summarize(pixels, side);
         for (const Record& record : report_.records) {
-            if (record.subject.file == file)
-                std::ranges::move(overlaysOf(record, image, dark...), std::back_inserter(picture.overlays));
+            if (record.subject.file == image.file())
+                std::ranges::move(overlaysOf(record, pixels, dark...), std::back_inserter(picture.overlays));
         }
     };
     try {
-        if (holdsFloats(file, shape))
-            show(loadFloatImage(file, shape));
+        if (holdsFloats(image.file(), image.shape()))
+            show(image.floats());
         else
-            show(loadRawImage(file, shape), dark_ ? &*dark_ : nullptr);
+            show(image.counts().image, dark_.get());
     } catch (const ToolError& error) {
         return error.what();
     }

@@ -4,9 +4,11 @@
 #include "checks/FileJudge.h"
 #include "report/LogTail.h"
 #include "report/Report.h"
+#include "results/SubjectImage.h"
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,16 +39,16 @@ public:
 private:
     Outcome addResults(const std::string& file);
     Outcome addImage(const std::string& file);
-    Outcome judge(const std::string& file, const std::vector<std::string>& kinds);
+    Outcome judge(SubjectImage& image, const std::vector<std::string>& kinds);
     const FileJudge& judgeOf(const std::string& kind);
     // Returns why there is none.
-    std::string addPicture(const std::string& file, const Shape& shape);
+    std::string addPicture(SubjectImage& image);
     void keep(const Outcome& outcome);
     std::vector<std::string> kindsOf(const std::string& file) const;
 
     ReportSettings settings_;
     std::size_t files_;
-    std::optional<RawImage> dark_;
+    std::shared_ptr<const RawImage> dark_;
     std::map<std::string, FileJudge> judges_;  // by their kinds
     LogTail log_;
     Report report_;

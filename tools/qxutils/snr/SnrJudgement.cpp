@@ -5,7 +5,6 @@
 #include <QxUtils.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <new>
 
@@ -49,12 +48,15 @@ std::vector<SNRSquare> squaresOf(const Shape& shape, const WORD* pixels, const S
     return squares;
 }
 
-template <class Measure>
-CheckMeasures measuresOf(Measure measure, const RawImage& image, const SnrSeries& factory) {
+// What measureGlobalSNR says of squares that were measured already: its words and its limit come without an image.
+CheckMeasures belowExpectation(const std::vector<SNRSquare>& squares, const Shape& shape, const SnrSeries& factory) {
     CheckMeasures taken{};
-    requireOk(measure(image.pixels.data(), image.shape.width, image.shape.height, factory.data(),
-                      static_cast<int>(factory.size()), &taken),
-              image.shape);
+    requireOk(
+        measureGlobalSNR(nullptr, shape.width, shape.height, factory.data(), static_cast<int>(factory.size()), &taken),
+        shape);
+    CheckMeasure& below = taken.measures[0];
+    below.value = static_cast<double>(std::ranges::count(squares, 1, &SNRSquare::belowExpected));
+    below.met = below.value <= below.limit ? 1 : 0;
     return taken;
 }
 
@@ -64,11 +66,17 @@ void requireMeasured(bool agrees) {
         throw std::bad_alloc();
 }
 
-int gradeOf(const CheckMeasures& taken) {
-    constexpr std::array kGrades = {StatusCalibrationExcellent, StatusCalibrationGood};
-    const auto end = taken.measures + taken.count;
-    const auto met = std::find_if(taken.measures, end, [](const CheckMeasure& measure) { return measure.met != 0; });
-    return met == end ? StatusCalibrationPoor : kGrades.at(static_cast<std::size_t>(met - taken.measures));
+int gradeOf(const std::vector<SNRSquare>& squares, const CheckMeasures& below) {
+    if (std::ranges::none_of(squares, [](const SNRSquare& square) { return square.belowScaled != 0; }))
+        return StatusCalibrationExcellent;
+    return isPassed(below) ? StatusCalibrationGood : StatusCalibrationPoor;
+}
+
+int gradeMeasured(const std::vector<SNRSquare>& squares, const RawImage& image, const SnrSeries& factory) {
+    SurfaceFitResult result{};
+    evaluateSNRResult(image.pixels.data(), image.shape.width, image.shape.height, factory, result);
+    requireMeasured(result.evaluation == gradeOf(squares, belowExpectation(squares, image.shape, factory)));
+    return result.evaluation;
 }
 
 }  // namespace
@@ -90,7 +98,8 @@ SnrSeries measureSnr(const RawImage& image) {
 SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
     const auto [width, height] = image.shape;
     SnrJudgement judgement;
-    for (const SNRSquare& square : squaresOf(image.shape, image.pixels.data(), factory)) {
+    const std::vector<SNRSquare> squares = squaresOf(image.shape, image.pixels.data(), factory);
+    for (const SNRSquare& square : squares) {
         judgement.measured.push_back(square.measured);
         judgement.scaled.push_back(square.scaled);
         judgement.expected.push_back(square.expected);
@@ -99,17 +108,14 @@ SnrJudgement judgeSnr(const RawImage& image, const SnrSeries& factory) {
     judgement.verdict = checkGlobalSNR(image.pixels.data(), width, height, factory);
     if (judgement.verdict != StatusSnrLow)
         requireOk(judgement.verdict, image.shape);
-    judgement.below = measuresOf(measureGlobalSNR, image, factory);
+    judgement.below = belowExpectation(squares, image.shape, factory);
     requireMeasured(isPassed(judgement.below) == judgement.passed());
-    judgement.grade = gradeSnr(image, factory);
+    judgement.grade = gradeMeasured(squares, image, factory);
     return judgement;
 }
 
 int gradeSnr(const RawImage& image, const SnrSeries& factory) {
-    SurfaceFitResult result{};
-    evaluateSNRResult(image.pixels.data(), image.shape.width, image.shape.height, factory, result);
-    requireMeasured(result.evaluation == gradeOf(measuresOf(measureSNRResult, image, factory)));
-    return result.evaluation;
+    return gradeMeasured(squaresOf(image.shape, image.pixels.data(), factory), image, factory);
 }
 
 std::string gradeName(int grade) {

@@ -1,11 +1,9 @@
 #include "snr/SnrRecord.h"
 
 #include "common/ToolError.h"
-#include "image/RawImage.h"
 #include "info/FileHeader.h"
 #include "results/RecordJson.h"
 #include "results/RecordText.h"
-#include "results/Subject.h"
 #include "text/ComparedNumbers.h"
 #include "text/FileName.h"
 #include "text/TextTable.h"
@@ -18,14 +16,6 @@
 
 namespace qx::tool {
 namespace {
-
-std::vector<Record> savedRecords(const std::string& file) {
-    std::vector<Record> records = loadRecords(file);
-    std::erase_if(records, [](const Record& record) { return record.squares.empty(); });
-    if (records.empty())
-        throw ToolError(file + ": holds no SNR series; give results of qxutils snr");
-    return records;
-}
 
 void printSquares(std::ostream& out, const std::vector<SnrSquare>& squares) {
     TextTable table({"square, pixels", "SNR"});
@@ -125,20 +115,22 @@ Record snrRecord(const SnrJudgement& judgement, const RawImage& image, const Snr
     return record;
 }
 
-std::vector<Record> snrRecords(const std::string& file, const Shape& shape,
-                               const std::optional<FactorySeries>& factory) {
-    if (isResultsName(file)) {
-        if (factory)
-            throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
-        return savedRecords(file);
-    }
-    const LoadedImage loaded = loadImageFile(file, shape);
+Record snrRecord(SubjectImage& image, const std::optional<FactorySeries>& factory) {
+    const LoadedImage& loaded = image.counts();
     std::optional<SnrSeries> series;
     if (factory)
         series = factory->nearest(integrationTimeOf(loaded.header));
-    Record record = aboutFile(file, [&] { return snrRecord(loaded.image, series); });
-    record.subject = subjectOf(file, loaded);
-    return {record};
+    return aboutFile(image.file(), [&] { return snrRecord(loaded.image, series); });
+}
+
+std::vector<Record> savedSnrRecords(const std::string& file, const std::optional<FactorySeries>& factory) {
+    if (factory)
+        throw ToolError(file + ": a series that was saved is not judged again; give its image, or no --factory");
+    std::vector<Record> records = loadRecords(file);
+    std::erase_if(records, [](const Record& record) { return record.squares.empty(); });
+    if (records.empty())
+        throw ToolError(file + ": holds no SNR series; give results of qxutils snr");
+    return records;
 }
 
 void printSnrRecords(std::ostream& out, const std::vector<Record>& records) {
