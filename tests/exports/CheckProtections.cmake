@@ -34,7 +34,7 @@ execute_process(COMMAND ${READELF} -hldnW ${FILE} OUTPUT_VARIABLE header COMMAND
 execute_process(COMMAND ${NM} -D ${FILE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 need("an address of its own choice" "${header}" "Type: +DYN")
 need("full RELRO, the segment" "${header}" "\n +GNU_RELRO")
-need("full RELRO, binding at the start" "${header}" "\\(FLAGS_1\\) +Flags: [A-Z ]*NOW")
+need("full RELRO, binding at the start" "${header}" "\\(FLAGS_1\\) +(Flags: )?[A-Z ]*NOW")
 need("a stack without execution" "${header}" "\n +GNU_STACK[^\n]* RW ")
 if(X86)
   need("readiness for shadow stacks" "${header}" "x86 feature: [A-Z, ]*SHSTK")

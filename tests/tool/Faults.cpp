@@ -2,6 +2,9 @@
 // the 17th allocation, "memory:17+", that one and all later ones, or "files:3", the third call about a file or folder.
 // The file that QX_FAULT_COUNT names gets the calls of both kinds, a line each. What a program starts is left alone.
 
+// Checked functions of the C library would be defined by its headers.
+#undef _FORTIFY_SOURCE
+
 #include <atomic>
 #include <cerrno>
 #include <climits>

@@ -1,3 +1,6 @@
+// Functions of the C library are replaced below, so headers must not define checked ones of their names.
+#undef _FORTIFY_SOURCE
+
 #include "FaultyRuntime.h"
 
 #include "fault/AllocationOperators.h"
