@@ -31,7 +31,8 @@ struct Exposure {
     ImageView<const WORD> dark;
 };
 
-// The differences of one block of 32 x 32 pixels of an exposure, and then of another one.
+// The differences of one block of 32 x 32 pixels of an exposure, and then of another one. It reads the blocks on the
+// right as well, which come soonest then.
 class DifferenceBlock {
 public:
     explicit DifferenceBlock(const Exposure& exposure) noexcept : exposure_(exposure), kernels_(exposureKernels()) {}
@@ -39,21 +40,31 @@ public:
     void take(int blockRow, int blockColumn) noexcept;
 
     // Whether every difference is above 0.
-    bool isLit() const noexcept { return lowest_ > 0; }
+    bool isLit() const noexcept { return lowest_[at_] > 0; }
 
     // The upper middle: found soonest where the block is like the one before.
-    WORD median() noexcept { return kernels_.median(differences_.data(), guess_); }
+    WORD median() noexcept { return kernels_.median(differences(), pixelsAhead(), guess_); }
 
     // Adds every column, row by row, to two sums.
-    void addColumns(float* sums, float* others) const noexcept {
-        kernels_.addColumns(differences_.data(), sums, others);
-    }
+    void addColumns(float* sums, float* others) const noexcept { kernels_.addColumns(differences(), sums, others); }
 
 private:
+    static constexpr int kPixels = kBlockSide * kBlockSide;
+
+    void takeFrom(int blockRow, int blockColumn) noexcept;
+    const WORD* differences() const noexcept { return &differences_[at_ * kPixels]; }
+
+    // Fetched while the block's median is found: a block has more rows than the processor follows by itself.
+    PixelsAhead pixelsAhead() const noexcept;
+
     Exposure exposure_;
     const ExposureKernels& kernels_;
-    alignas(64) std::array<WORD, kBlockSide * kBlockSide> differences_;
-    int lowest_ = 0;
+    alignas(64) std::array<WORD, kBlocksAtOnce * kPixels> differences_;
+    std::array<int, kBlocksAtOnce> lowest_{};
+    int row_ = 0;
+    int firstColumn_ = 0;
+    int count_ = 0;
+    int at_ = 0;
     MedianGuess guess_;
 };
 
