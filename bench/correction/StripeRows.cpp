@@ -75,8 +75,8 @@ std::vector<qx::bench::RowEntry> qx::bench::stripeRows() {
         {"correctAedStripeClinic 3072 columns unlike",
          [](const Scale& scale) { return clinicRow(scale.pick(3072, 600), 2.0); }},
         {"correctAedStripe 3072 x 3072, trigger line 1500",
-         [](const Scale& scale) { return lineRow(scale.pick(3072, 1010), scale.pick(1500, 60)); }},
+         [](const Scale& scale) { return lineRow(scale.pick(3072, 1010), scale.place(1500, 60)); }},
         {"correctAedStripe 3072 x 3072, trigger line 3000",
-         [](const Scale& scale) { return lineRow(scale.pick(3072, 1010), scale.pick(3000, 900)); }},
+         [](const Scale& scale) { return lineRow(scale.pick(3072, 1010), scale.place(3000, 900)); }},
     };
 }

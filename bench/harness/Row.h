@@ -99,6 +99,9 @@ struct Scale {
     int side = kFullSide;
 
     int pick(int full, int small) const { return dry ? small : full == kFullSide ? side : full; }
+
+    // A row or column of an image of the full side, in one of another side.
+    int place(int full, int small) const { return dry ? small : full * side / kFullSide; }
 };
 
 struct RowEntry {

@@ -9,6 +9,7 @@
 #include "kernels/HistogramKernels.h"
 #include "kernels/PixelKernels.h"
 #include "kernels/RankKernels.h"
+#include "numerics/statistics/DeviationOfSquares.h"
 #include "numerics/statistics/PixelHistogram.h"
 #include "quality/snr/SnrSeries.h"
 
@@ -228,6 +229,27 @@ TEST_P(AtVectorLevel, alternating_extremes_of_narrow_images_do_not_overflow) {
     for (std::size_t i = 0; i < image.pixels.size(); i += 2)
         image.pixels[i] = 0;
     EXPECT_TRUE(sameBits(4096.0f, getStdev(image.data(), 128, 128)));
+}
+
+// Around the root in the middle between 2^16 and the next float: 2^-8 above, or 2^-24 of the squares.
+TEST(DeviationOfSquares, order_is_asked_for_where_it_may_show) {
+    constexpr std::int64_t kCount = 1 << 21;
+    constexpr double kMiddle = kCount * 4294967808.0 + 32;
+    const float below = 65536.0f;
+    const float above = std::nextafter(below, 1e6f);
+    int asked = 0;
+    const auto deviation = [&](double sum) {
+        return deviationOfSquares(sum, kCount, [&] {
+            ++asked;
+            return kMiddle + 1e7;
+        });
+    };
+    for (const double near : {-5e-10, 0.0, 5e-10})
+        EXPECT_EQ(above, deviation(kMiddle * (1 + near))) << near;
+    EXPECT_EQ(3, asked);
+    EXPECT_EQ(below, deviation(kMiddle * (1 - 7e-10)));
+    EXPECT_EQ(above, deviation(kMiddle * (1 + 7e-10)));
+    EXPECT_EQ(3, asked);
 }
 
 // Sums of squares beyond 2^53 depend on the order of their terms: the fast sums must give way to the pixel order.

@@ -4,6 +4,7 @@
 #include "foundation/CheckedNumbers.h"
 #include "foundation/ImageView.h"
 #include "kernels/PixelKernels.h"
+#include "numerics/statistics/DeviationOfSquares.h"
 
 #include <algorithm>
 #include <cmath>
@@ -78,9 +79,9 @@ bool isNarrowAbout(const NarrowMoments& moments, std::int64_t shift) {
     return moments.lowest - shift >= -qx::kNarrowDeviation && moments.highest - shift <= qx::kNarrowDeviation;
 }
 
-// Sum of the squared deviations from the integer part of the mean, each rounded to single precision. Pixels near each
-// other have exact squares, whose centre can be moved afterwards: one pass over the image. Others take two.
-double squaresAboutTruncatedMean(Pixels image) {
+// From the integer part of the mean, each squared deviation rounded to single precision. Pixels near each other have
+// exact squares, whose centre can be moved afterwards: one pass over the image. Others take two.
+float deviationAboutTruncatedMean(Pixels image) {
     const std::span<const WORD> pixels = image.span();
     const std::int64_t count = image.pixels();
     const qx::PixelKernels& kernels = qx::pixelKernels();
@@ -92,9 +93,9 @@ double squaresAboutTruncatedMean(Pixels image) {
     const double squares = narrow.valid && isNarrowAbout(narrow, shift)
                                ? narrow.squares - 2 * shift * narrow.sum + count * shift * shift
                                : kernels.squares(pixels.data(), pixels.size(), centre);
-    if (squares < qx::kExactSumLimit)
-        return squares;
-    return orderedSquares(image, [centre](WORD value) -> float { return value - centre; });
+    return qx::deviationOfSquares(squares, count, [=] {
+        return orderedSquares(image, [centre](WORD value) -> float { return value - centre; });
+    });
 }
 
 }  // namespace
@@ -104,7 +105,7 @@ float getStdev(const WORD* image, int width, int height) {
     if (const auto instead = resultWithoutElements(view))
         return *instead;
     // Kept: the spread is measured about the integer part of the mean.
-    return rootOfMean(squaresAboutTruncatedMean(view), view.pixels());
+    return deviationAboutTruncatedMean(view);
 }
 
 float getStdev(const int* image, int width, int height) {

@@ -5,6 +5,7 @@
 #include "foundation/ImageView.h"
 #include "foundation/Log.h"
 #include "kernels/PixelKernels.h"
+#include "numerics/statistics/DeviationOfSquares.h"
 #include "numerics/statistics/PixelHistogram.h"
 
 #include <algorithm>
@@ -14,7 +15,8 @@
 // The squares of a series are nested and centred, so one histogram that grows ring by ring holds the pixels of every
 // square in turn, and each pixel is read once. Median, mean and deviation of a square follow from the histogram bit
 // for bit: a squared deviation rounded to single precision is an integer that depends on the pixel alone, and sums of
-// such integers below 2^53 are exact in any order. Beyond that the square is summed in pixel order.
+// such integers below 2^53 are exact in any order. Beyond that the square is summed in pixel order, where the order may
+// show in the result.
 
 namespace qx {
 namespace {
@@ -107,9 +109,8 @@ double singleSquare(int deviation) {
 }
 
 double SquareContent::squares(const Cleaning& cleaning, std::int64_t substituted, int centre) const {
-    const double total = pixelKernels().histogramSquares(counts_, cleaning.first, cleaning.last, centre) +
-                         substituted * singleSquare(cleaning.substitute - centre);
-    return total < kExactSumLimit ? total : orderedSquares(cleaning, centre);
+    return pixelKernels().histogramSquares(counts_, cleaning.first, cleaning.last, centre) +
+           substituted * singleSquare(cleaning.substitute - centre);
 }
 
 double SquareContent::orderedSquares(const Cleaning& cleaning, int centre) const {
@@ -131,7 +132,8 @@ float SquareContent::deviation(const Cleaning& cleaning) const {
     const auto mean = static_cast<float>(sum / count);
     // Kept: about the mean's integer part.
     const int centre = truncateToInt(mean) + kPedestal;
-    return static_cast<float>(std::sqrt(squares(cleaning, substituted, centre) / count));
+    return deviationOfSquares(squares(cleaning, substituted, centre), pixels,
+                              [&] { return orderedSquares(cleaning, centre); });
 }
 
 // Of the values that are kept so far, those strictly within four deviations of the median, compared in single precision
