@@ -41,6 +41,14 @@ std::shared_ptr<const Image> uniformPixels(int side) {
     return std::make_shared<const Image>(test::randomImage(side, side, 0, 65535, 2));
 }
 
+std::shared_ptr<const Image> halfSaturated(int side) {
+    return std::make_shared<const Image>(test::saturatedImage(side, side, 1));
+}
+
+std::shared_ptr<const Image> constantField(int side) {
+    return std::make_shared<const Image>(test::constantImage(side, side, 52000));
+}
+
 std::vector<Region> spreadRegions(const Image& image, int width, int height, int number) {
     std::vector<Region> regions;
     test::SplitMix64 random(3);

@@ -37,6 +37,12 @@ FloatImage floatFlatField(int width, int height);
 // Every pixel uniformly random in 0..65535: the worst case for histograms and branches.
 std::shared_ptr<const Image> uniformPixels(int side);
 
+// Half of the pixels at 65535, the others just below: neighbours that are equal.
+std::shared_ptr<const Image> halfSaturated(int side);
+
+// Every pixel the same.
+std::shared_ptr<const Image> constantField(int side);
+
 // A rectangle of an image; rows and columns as the region-of-interest functions take them, both ends inclusive.
 struct Region {
     int rowStart;

@@ -68,30 +68,35 @@ def measure(image):
     return float(levels[image][0, 0])
 )";
 
-// Samples as of one long row of a noisy image. Widest windows leave every other method running for minutes or years.
-Row widestMedianRow(int count, int half) {
-    const auto samples = std::make_shared<const FloatImage>(floatFlatField(count, 1));
-    return {.ours = onFreshImage(samples, [=](FloatImage& own) { medianFilter(own.data(), count, half); }),
+// As of one long row of a noisy image.
+using Samples = std::shared_ptr<const FloatImage>;
+
+Samples noisySamples(int count) {
+    return std::make_shared<const FloatImage>(floatFlatField(count, 1));
+}
+
+// Widest windows leave every other method running for minutes or years.
+Row widestMedianRow(const Samples& samples, int half) {
+    return {.ours = onFreshImage(samples, [=](FloatImage& own) { medianFilter(own.data(), own.width, half); }),
             .limitName = "a copy",
             .limit = onOwnImage(*samples, [=](FloatImage& own) { own.pixels = samples->pixels; })};
 }
 
-Row wideMedianRow(int count, int half) {
-    Row row = widestMedianRow(count, half);
+Row wideMedianRow(const Samples& samples, int half) {
+    Row row = widestMedianRow(samples, half);
     const std::string source = "from scipy import ndimage\n"
                                "def measure(samples): return float(ndimage.median_filter(samples[0], size=" +
                                std::to_string(2 * half + 1) + ")[0])";
     row.peerName = "SciPy median_filter";
-    row.peer = numpy(source.c_str(), std::make_shared<const FloatImage>(floatFlatField(count, 1)));
+    row.peer = numpy(source.c_str(), samples);
     row.peerIsCompared = false;
     return row;
 }
 
-Row sampleMedianRow(int count, int half) {
-    Row row = wideMedianRow(count, half);
+Row sampleMedianRow(const Samples& samples, int half) {
+    Row row = wideMedianRow(samples, half);
     // Filtered samples would be sorted sooner.
-    row.plain = onFreshImage(std::make_shared<const FloatImage>(floatFlatField(count, 1)),
-                             [=](FloatImage& own) { qx::plain::medianFilter(own.data(), count, half); });
+    row.plain = onFreshImage(samples, [=](FloatImage& own) { qx::plain::medianFilter(own.data(), own.width, half); });
     return row;
 }
 
@@ -120,13 +125,13 @@ std::vector<qx::bench::RowEntry> qx::bench::filterRows() {
              return columnMedianRow(field, "cv::medianBlur 5 x 5", openCvMedian5(field));
          }},
         {"medianFilter 10^6 samples, r = 2",
-         [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 2); }},
+         [](const Scale& scale) { return sampleMedianRow(noisySamples(scale.pick(1'000'000, 2000)), 2); }},
         {"medianFilter 10^6 samples, r = 25",
-         [](const Scale& scale) { return sampleMedianRow(scale.pick(1'000'000, 2000), 25); }},
+         [](const Scale& scale) { return sampleMedianRow(noisySamples(scale.pick(1'000'000, 2000)), 25); }},
         {"medianFilter 10^6 samples, r = 1000",
-         [](const Scale& scale) { return wideMedianRow(scale.pick(1'000'000, 5000), 1000); }},
+         [](const Scale& scale) { return wideMedianRow(noisySamples(scale.pick(1'000'000, 5000)), 1000); }},
         {"medianFilter 10^6 samples, r = 10,000",
-         [](const Scale& scale) { return widestMedianRow(scale.pick(1'000'000, 50'000), 10'000); }},
+         [](const Scale& scale) { return widestMedianRow(noisySamples(scale.pick(1'000'000, 50'000)), 10'000); }},
         {"hisEqualization 3072 x 3072",
          [=](const Scale& scale) {
              const auto field = image(scale);
@@ -139,14 +144,12 @@ std::vector<qx::bench::RowEntry> qx::bench::filterRows() {
          }},
         {"hisEqualization 3072 x 3072, half saturated",
          [=](const Scale& scale) {
-             const int side = scale.pick(3072, 150);
-             const auto field = std::make_shared<const Image>(qx::test::saturatedImage(side, side, 1));
+             const auto field = halfSaturated(scale.pick(3072, 150));
              return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
          }},
         {"hisEqualization 3072 x 3072, constant",
          [=](const Scale& scale) {
-             const int side = scale.pick(3072, 150);
-             const auto field = std::make_shared<const Image>(qx::test::constantImage(side, side, 52000));
+             const auto field = constantField(scale.pick(3072, 150));
              return equalisationRow(field, "NumPy", numpy(kNumpyEqualisation, field));
          }},
         {"hisEqualization against 8 bits",

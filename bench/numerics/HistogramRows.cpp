@@ -19,14 +19,6 @@ def measure(image):
     return np.searchsorted(np.cumsum(counts), image.size // 2)
 )";
 
-std::shared_ptr<const Image> halfSaturated(int side) {
-    return std::make_shared<const Image>(qx::test::saturatedImage(side, side, 1));
-}
-
-std::shared_ptr<const Image> constant(int side) {
-    return std::make_shared<const Image>(qx::test::constantImage(side, side, 52000));
-}
-
 Row histogramMedianRow(const std::shared_ptr<const Image>& image) {
     const std::vector<int> histogram(kBins);
     return {.ours =
@@ -54,6 +46,6 @@ std::vector<qx::bench::RowEntry> qx::bench::histogramRows() {
         {"getHisMedian WORD 3072 x 3072, half saturated",
          [](const Scale& scale) { return histogramMedianRow(halfSaturated(scale.pick(3072, 300))); }},
         {"getHisMedian WORD 3072 x 3072, constant",
-         [](const Scale& scale) { return histogramMedianRow(constant(scale.pick(3072, 300))); }},
+         [](const Scale& scale) { return histogramMedianRow(constantField(scale.pick(3072, 300))); }},
     };
 }

@@ -55,14 +55,10 @@ std::vector<qx::bench::RowEntry> qx::bench::snrRows() {
         {"calcGlobalSNR 3072 x 3072, uniformly random",
          [](const Scale& scale) { return snrRow(uniformPixels(scale.pick(3072, 300))); }},
         {"calcGlobalSNR 3072 x 3072, half saturated",
-         [](const Scale& scale) {
-             const int side = scale.pick(3072, 300);
-             return snrRow(std::make_shared<const Image>(qx::test::saturatedImage(side, side, 1)));
-         }},
+         [](const Scale& scale) { return snrRow(halfSaturated(scale.pick(3072, 300))); }},
         {"calcGlobalSNR 3072 x 3072, constant",
          [](const Scale& scale) {
-             const int side = scale.pick(3072, 300);
-             Row row = snrRow(std::make_shared<const Image>(qx::test::constantImage(side, side, 52000)));
+             Row row = snrRow(constantField(scale.pick(3072, 300)));
              // All its ratios are infinite, which have no difference.
              row.peerIsCompared = false;
              return row;

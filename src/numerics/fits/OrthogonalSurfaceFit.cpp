@@ -217,10 +217,11 @@ std::array<float, 3> residualsInSingle(const qx::SurfaceGrid& grid, const float 
     const float meanX = meanOf(grid.x, grid.rows);
     const float meanY = meanOf(grid.y, grid.columns);
     std::ranges::transform(std::span(grid.y, offsets.size()), offsets.begin(), [=](float y) { return y - meanY; });
+    const int powersOfX = std::min({p, grid.rows, kMaxPowers});
+    const int powersOfY = std::min({q, grid.columns, kPowersOfY});
     std::array<float, 3> sums{};
     for (int r = 0; r < grid.rows; ++r) {
-        evaluateRow(a, std::min({p, grid.rows, kMaxPowers}), std::min({q, grid.columns, kPowersOfY}), grid.x[r] - meanX,
-                    offsets, fitted);
+        evaluateRow(a, powersOfX, powersOfY, grid.x[r] - meanX, offsets, fitted);
         for (int c = 0; c < grid.columns; ++c) {
             const float residual = fitted[c] - grid.z[r][c];
             sums[0] += residual * residual;

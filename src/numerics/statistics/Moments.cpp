@@ -18,6 +18,7 @@ namespace {
 
 using qx::ImageView;
 using qx::NarrowMoments;
+using qx::rootOfMean;
 using Pixels = ImageView<const WORD>;
 
 constexpr std::size_t kCentreSamples = 256;
@@ -37,10 +38,6 @@ std::optional<float> resultWithoutElements(ImageView<const T> image) {
 
 float meanOf(double sum, int count) {
     return static_cast<float>(sum / count);
-}
-
-float rootOfMean(double squares, int count) {
-    return static_cast<float>(std::sqrt(squares / count));
 }
 
 template <class T>
