@@ -161,15 +161,18 @@ class Scene:
         return [f"{self.line}, {fault}: {problem}" for problem in found]
 
 
-def test_every_fault_ends_in_one_line_or_the_usual_result(inputs, tmp_path):
-    problems = []
-    first = 1
-    for index, line in enumerate(COMMANDS):
-        scene = Scene(line, inputs, tmp_path / str(index))
-        assert scene.usual.returncode in (0, 1, 3) and scene.memory > 1000, scene.usual
-        with ThreadPoolExecutor(os.cpu_count()) as pool:
-            for found in pool.map(scene.problems, scene.faults(first), cycle((True, False, False, True))):
-                problems += found
-        # The other commands begin as the first one does.
-        first = first if index else scene.memory - 100
+@pytest.fixture(scope="module")
+def start(inputs, tmp_path_factory) -> int:
+    """The number of allocations with which every command begins."""
+    return Scene(COMMANDS[0], inputs, tmp_path_factory.mktemp("start")).memory - 100
+
+
+@pytest.mark.parametrize("line", COMMANDS)
+def test_every_fault_ends_in_one_line_or_the_usual_result(line, inputs, start, tmp_path):
+    scene = Scene(line, inputs, tmp_path)
+    assert scene.usual.returncode in (0, 1, 3) and scene.memory > 1000, scene.usual
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        found = pool.map(scene.problems, scene.faults(1 if line == COMMANDS[0] else start),
+                         cycle((True, False, False, True)))
+        problems = [problem for problems in found for problem in problems]
     assert not problems, "\n".join(problems)
