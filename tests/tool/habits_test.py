@@ -143,6 +143,15 @@ def test_tables_fit_their_place_and_lose_nothing(tmp_path):
     assert sorted("".join(narrow.split())) == sorted("".join(whole.split()))
 
 
+def test_the_help_of_every_command_fits_its_place(tmp_path):
+    above = [(name,) for name in commands(tmp_path)]
+    for path in [(), *above, *((*path, name) for path in above for name in commands(tmp_path, *path))]:
+        helps = [said(*path, "--help", folder=tmp_path, COLUMNS=columns) for columns in ("80", "120")]
+        assert [max(map(len, text.splitlines())) <= most for text, most in zip(helps, (80, 120))] == [True, True], path
+        assert helps[0].split() == helps[1].split()
+    assert re.search(r"--jobs N .*\(1 to 64,\s+1\s+when\s+left\s+out\)", said("snr", "--help", folder=tmp_path), re.S)
+
+
 @on_linux_only
 def test_tables_fit_the_terminal(tmp_path):
     widths = [max(map(len, on_terminal(tmp_path, 70, "explain", **environment).decode().splitlines()))

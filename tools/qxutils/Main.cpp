@@ -4,6 +4,7 @@
 #include "files/NativeFile.h"
 #include "files/StandardOutput.h"
 #include "options/Choice.h"
+#include "options/Help.h"
 #include "options/Mistake.h"
 #include "options/WriteOptions.h"
 #include "text/FileName.h"
@@ -17,6 +18,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
@@ -69,12 +71,14 @@ void flushOutput() {
 
 void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Command& chosen) {
     app.name("qxutils");
+    app.formatter(std::make_shared<Help>());
     // A path may begin with '/' on Windows too. The commands inherit this.
     app.allow_windows_style_options(false);
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--detector", detectorFile,
-                   "TOML file with the settings of the virtual detector: its geometry, limits, and where to log");
+                   "TOML file with the settings of the virtual detector: its geometry, limits, and where to log")
+        ->type_name("FILE");
     takeOneOf<ColourChoice>(
         app.add_option_function<ColourChoice>(
             "--color", chooseColours, "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set"),

@@ -83,11 +83,14 @@ ExitCode demonstrate(const DemoOptions& options) {
 void addDemoCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<DemoOptions>(
         app, chosen, "demo", "Let a virtual panel acquire images, and judge them", demonstrate);
-    command.add_option("--out", options.outputDirectory, "Folder for pictures, log and data")->required();
+    command.add_option("--out", options.outputDirectory, "Folder for pictures, log and data")
+        ->type_name("FOLDER")
+        ->required();
     command.add_option("--seed", options.seed, "Seed of the panel and its noise")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    command.add_option("--size", options.shape, "WIDTHxHEIGHT of the panel; the virtual detector's when left out");
+    command.add_option("--size", options.shape, "WIDTHxHEIGHT of the panel; the virtual detector's when left out")
+        ->type_name("WxH");
 }
 
 }  // namespace qx::tool

@@ -41,7 +41,7 @@ void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string
 
 void addStoreOption(CLI::App& command, std::optional<std::string>& store) {
     command.add_option("--store", store, "SQLite file that keeps the results too; qxutils trend reads it")
-        ->option_text("FILE");
+        ->type_name("FILE");
 }
 
 }  // namespace qx::tool

@@ -57,7 +57,7 @@ void requirePictureName(const std::string& picture, const std::string& file) {
 }
 
 void addShapeOption(CLI::App& command, std::string& shape) {
-    command.add_option("--shape", shape, kShapeHelp)->required();
+    command.add_option("--shape", shape, kShapeHelp)->type_name("WxH")->required();
 }
 
 void addInput(CLI::App& command, ImageOptions& options) {
@@ -66,14 +66,18 @@ void addInput(CLI::App& command, ImageOptions& options) {
 }
 
 void addOutputs(CLI::App& command, ImageOptions& options, const std::string& pictured) {
-    command.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
-    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name, or a folder for several");
+    command.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")
+        ->type_name("FILE")
+        ->required();
+    command.add_option("--png", options.picture, pictured + ", PNG or SVG by its name, or a folder for several")
+        ->type_name("FILE");
 }
 
 void addZoom(CLI::App& command, ImageOptions& options) {
     command
         .add_option("--zoom", options.zoom,
                     "WIDTHxHEIGHT+X+Y: the part that the picture shows; all of it when left out")
+        ->type_name("WxH+X+Y")
         ->needs(command.get_option("--png"));
 }
 

@@ -93,7 +93,8 @@ public:
 
     CLI::App& add(const char* name, const char* description, RunCheck run) {
         CLI::App* kind = parent_.add_subcommand(name, description);
-        kind->add_option("--limits", options_->limits, "TOML file with limits, written as for --detector");
+        kind->add_option("--limits", options_->limits, "TOML file with limits, written as for --detector")
+            ->type_name("FILE");
         kind->callback([options = options_, run = std::move(run), &chosen = chosen_] {
             chosen = [options, run] {
                 if (options->limits)
@@ -119,7 +120,7 @@ public:
         addBatchOptions(kind, options_->batch, "Raw 16-bit images, the last one DARK, the dark image of the others");
         addStoreOption(kind, options_->batch.results.store);
         addShapeOption(kind, options_->shape);
-        kind.add_option("--dark", options_->dark, "The dark image, instead of the last one");
+        kind.add_option("--dark", options_->dark, "The dark image, instead of the last one")->type_name("FILE");
     }
 
     CheckOptions& options() { return *options_; }
@@ -151,8 +152,10 @@ void addKindsOfExposedImages(CheckKinds& kinds) {
 void addKindsOfDarkImages(CheckKinds& kinds) {
     CLI::App& rowNoise = kinds.add("rcn", "Row-correlated noise of the stored average dark image", runRowNoise);
     addShapeOption(rowNoise, kinds.options().shape);
-    rowNoise.add_option("--image", kinds.options().stored,
-                        "Average dark image of 32-bit floats, instead of the one in the detector's offset directory");
+    rowNoise
+        .add_option("--image", kinds.options().stored,
+                    "Average dark image of 32-bit floats, instead of the one in the detector's offset directory")
+        ->type_name("FILE");
     addPanelOptions(rowNoise, kinds.options().batch.results);
     kinds.addOfImages("dark", "Level of a dark image", CheckKinds::kWords);
     kinds.addOfImages("offset", "Structured patches in an average dark image", CheckKinds::kFloats);

@@ -115,16 +115,19 @@ void addReportCommand(CLI::App& app, Command& chosen) {
                     "those that a file names one a line")
         ->required();
     command.add_flag("--recursive", options.recursive, "Folders stand for those in the folders below them, too");
-    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels; results tell it themselves");
-    command.add_option("-o,--output", options.output, "The page to write (*.html)")->required();
+    command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels; results tell it themselves")
+        ->type_name("WxH");
+    command.add_option("-o,--output", options.output, "The page to write (*.html)")->type_name("FILE")->required();
     command
         .add_option("--check", options.kinds,
                     "Kinds of qxutils check, or snr; those that need nothing but the image when left out")
         ->check(CLI::IsMember(judgedKinds()));
-    command.add_option("--dark", options.dark, "The dark image, for the checks first and pre");
-    command.add_option("--factory", options.factory,
-                       "Judge the SNR against the series in this file, as qxutils snr does");
-    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector");
+    command.add_option("--dark", options.dark, "The dark image, for the checks first and pre")->type_name("FILE");
+    command
+        .add_option("--factory", options.factory, "Judge the SNR against the series in this file, as qxutils snr does")
+        ->type_name("FILE");
+    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector")
+        ->type_name("FILE");
     command
         .add_option("--block-limit", options.blockLimit, "Relative deviation that more than 3 blocks may not exceed")
         ->check(numberWithin(0.0, std::numeric_limits<float>::max(), "NONNEGATIVE"))

@@ -34,10 +34,12 @@ void addSnrCommand(CLI::App& app, Command& chosen) {
     addBatchOptions(command, options.batch, "Raw 16-bit images, or results that this command wrote (*.json)");
     addStoreOption(command, options.batch.results.store);
     addShapeOption(command, options.shape);
-    command.add_option("--factory", options.factory,
-                       "Judge against the SNR series in this file: a raw reference image, results of this command "
-                       "(*.json), a TOML, JSON or text list, or a factory SNR file (*-SNR.raw); exit code 3 when it "
-                       "fails");
+    command
+        .add_option("--factory", options.factory,
+                    "Judge against the SNR series in this file: a raw reference image, results of this command "
+                    "(*.json), a TOML, JSON or text list, or a factory SNR file (*-SNR.raw); exit code 3 when it "
+                    "fails")
+        ->type_name("FILE");
 }
 
 }  // namespace qx::tool

@@ -100,8 +100,9 @@ void addTrendCommand(CLI::App& app, Command& chosen) {
     command.add_option("STORE", options.store, "SQLite file that --store wrote")->required();
     command.add_option("--check", options.filter.check, "Only this check: \"dark\", \"check dark\" or the function");
     command.add_option("--measure", options.filter.measure, "Only measures whose name has this in it");
-    command.add_option("--since", options.filter.since, "Only files written on this day or later: 2024-03-07");
-    command.add_option("-o,--output", options.picture, "Draw them, too, as an SVG (.svg) or a PNG");
+    command.add_option("--since", options.filter.since, "Only files written on this day or later: 2024-03-07")
+        ->type_name("DATE");
+    command.add_option("-o,--output", options.picture, "Draw them, too, as an SVG (.svg) or a PNG")->type_name("FILE");
     addResultOptions(command, options.results);
 }
 

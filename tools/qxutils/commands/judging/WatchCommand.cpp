@@ -139,9 +139,12 @@ void addWatchCommand(CLI::App& app, Command& chosen) {
         ->required()
         ->check(CLI::IsMember(judgedKinds()));
     addShapeOption(command, options.shape);
-    command.add_option("--dark", options.judge.dark, "The dark image that belongs to them, for first and pre");
-    command.add_option("--factory", options.judge.factory, "Judge by the SNR series in this file, for snr");
-    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector");
+    command.add_option("--dark", options.judge.dark, "The dark image that belongs to them, for first and pre")
+        ->type_name("FILE");
+    command.add_option("--factory", options.judge.factory, "Judge by the SNR series in this file, for snr")
+        ->type_name("FILE");
+    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector")
+        ->type_name("FILE");
     addStoreOption(command, options.store);
     command.add_flag("--existing", options.existing,
                      "Judge the files that are there already, too; with --store those it does not keep yet");

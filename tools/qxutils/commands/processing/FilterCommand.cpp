@@ -151,6 +151,7 @@ public:
         CLI::App& kind = addOfImage(name, description, runCompare);
         kind.add_option("--png", family_.options().files.picture,
                         "PNG or SVG file to write, by its name, or a folder for several")
+            ->type_name("FILE")
             ->required();
         addZoom(kind, family_.options().files);
         addRadius(kind);

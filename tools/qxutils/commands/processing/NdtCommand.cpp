@@ -180,20 +180,22 @@ void addNdtCommand(CLI::App& app, Command& chosen) {
     calibrate.add_option("DARK", options.dark, "The dark image that belongs to it")->required();
     addShapeOption(calibrate, options.shape);
     addResultOptions(calibrate, options.batch.results);
-    calibrate.add_option("--out", options.folder, "Calibration folder")->required();
+    calibrate.add_option("--out", options.folder, "Calibration folder")->type_name("FOLDER")->required();
 
     CLI::App& correct = family.add("correct", "Correct offset, gain and defects of images", runCorrect);
     addBatchOptions(correct, options.batch,
                     "Raw 32-bit images, the last of several DARK, the dark image of the others");
-    correct.add_option("--dark", options.dark, "The dark image, instead of the last one");
+    correct.add_option("--dark", options.dark, "The dark image, instead of the last one")->type_name("FILE");
     correct.add_flag("--stored-dark", options.usesStoredDark,
                      "All of several files are images; the stored dark image serves them");
     addShapeOption(correct, options.shape);
-    correct.add_option("--calibration", options.folder, "Calibration folder")->required();
+    correct.add_option("--calibration", options.folder, "Calibration folder")->type_name("FOLDER")->required();
     takeOneOf<DefectMethod>(correct.add_option("--defects", options.defects,
                                                "Which list in the folder's defect to use; none when left out"),
                             {{"classic", DefectMethod::Classic}, {"structured", DefectMethod::Structured}});
-    correct.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")->required();
+    correct.add_option("-o,--output", options.output, "Raw image to write, or a folder for several")
+        ->type_name("FILE")
+        ->required();
 }
 
 }  // namespace qx::tool

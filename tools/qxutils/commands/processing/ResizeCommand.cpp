@@ -113,6 +113,7 @@ void addResizeCommand(CLI::App& app, Command& chosen) {
         .add_option(
             "--to", options.to,
             "A shape as for --shape, or the index of a standard size from 1 to 4, whose first number is the width")
+        ->type_name("WxH")
         ->required();
     command.add_option("--type", options.type, "Detector type of a standard size; 4 and 9 make it a square")
         ->check(wholeNumber());

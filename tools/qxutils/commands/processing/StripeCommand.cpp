@@ -93,11 +93,15 @@ void addStripeCommand(CLI::App& app, Command& chosen) {
         app, chosen, "stripe", "Take the stripe out of images that triggered themselves", runStripe);
     addInput(command, options.files);
     command.add_option("--trigger", options.triggerLine, "Row at which the exposure was detected")
+        ->type_name("ROW")
         ->required()
         ->check(wholeNumber());
-    command.add_option("--reference", options.reference,
-                       "Raw image in which the stripe is measured; the image itself when left out");
-    command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs");
+    command
+        .add_option("--reference", options.reference,
+                    "Raw image in which the stripe is measured; the image itself when left out")
+        ->type_name("FILE");
+    command.add_option("--reference-shape", options.referenceShape, "WIDTHxHEIGHT of the reference, where it differs")
+        ->type_name("WxH");
     takeOneOf<StripeMethod>(command.add_option("--method", options.method,
                                                "clinic: gains from a reference; line: offsets from the rows below"),
                             {{"clinic", StripeMethod::Clinic}, {"line", StripeMethod::Line}});

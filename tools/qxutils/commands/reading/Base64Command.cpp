@@ -195,7 +195,7 @@ public:
     CLI::Option& add(const char* name, const char* description, ExitCode (*run)(const Base64Options&)) {
         CLI::App& kind = family_.add(name, description, run);
         kind.add_option("FILE", family_.options().file, "File to read")->required();
-        return *kind.add_option("-o,--output", family_.options().output, "File to write");
+        return *kind.add_option("-o,--output", family_.options().output, "File to write")->type_name("FILE");
     }
 
 private:

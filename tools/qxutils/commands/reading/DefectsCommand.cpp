@@ -59,7 +59,8 @@ void addDefectsCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<DefectsOptions>(app, chosen, "defects", "List the defects of defect files", describeDefects);
     addBatchOptions(command, options.batch, "Defect files (*.cal); the name tells whether one is structured");
-    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name, or a folder for several");
+    command.add_option("--png", options.picture, "Map of the defects, PNG or SVG by its name, or a folder for several")
+        ->type_name("FILE");
 }
 
 }  // namespace qx::tool

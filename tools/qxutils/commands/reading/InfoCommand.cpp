@@ -156,7 +156,7 @@ void addInfoCommand(CLI::App& app, Command& chosen) {
     auto [command, options] = addSubcommand<InfoOptions>(
         app, chosen, "info", "Tell size, header, plausible shapes and statistics of files", runInfo);
     addBatchOptions(command, options.batch, "Raw 16-bit images, defect files (*.cal), factory SNR files (*-SNR.raw)");
-    command.add_option("--shape", options.shape, kShapeHelp);
+    command.add_option("--shape", options.shape, kShapeHelp)->type_name("WxH");
 }
 
 }  // namespace qx::tool

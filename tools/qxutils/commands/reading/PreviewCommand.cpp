@@ -38,7 +38,9 @@ void addPreviewCommand(CLI::App& app, Command& chosen) {
     auto [command, options] =
         addSubcommand<PreviewOptions>(app, chosen, "preview", "Turn raw images into PNG pictures", writePreviews);
     addInput(command, options.files);
-    command.add_option("-o,--output", options.files.picture, "PNG file to write, or a folder for several")->required();
+    command.add_option("-o,--output", options.files.picture, "PNG file to write, or a folder for several")
+        ->type_name("FILE")
+        ->required();
     const CLI::Validator percent = numberWithin(0.0, 100.0, "FLOAT in [0 - 100]");
     command.add_option("--low", options.window.low, "Percentile shown black")->check(percent)->capture_default_str();
     command.add_option("--high", options.window.high, "Percentile shown white")->check(percent)->capture_default_str();

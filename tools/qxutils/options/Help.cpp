@@ -1,0 +1,81 @@
+#include "options/Help.h"
+
+#include "text/Terminal.h"
+#include "text/TextStream.h"
+#include "text/TextWidth.h"
+
+#include <algorithm>
+
+namespace qx::tool {
+namespace {
+
+// A column that is narrower is of no use to a reader.
+constexpr int kLeastWidth = 20;
+
+std::string inLines(const std::string& text, int width) {
+    std::string lines;
+    for (const std::string& line : wrapText(text, static_cast<std::size_t>(std::max(width, kLeastWidth))))
+        lines.append(lines.empty() ? "" : "\n").append(line);
+    return lines;
+}
+
+// What an option takes, such as N, FILE or {bash,zsh}; nothing of a flag, nor of a positional whose name tells it.
+std::string placeholderOf(const CLI::Option& option) {
+    const std::string type = option.get_type_size() == 0 ? "" : option.get_type_name();
+    if (const std::size_t choices = type.find('{'); choices != std::string::npos)
+        return type.substr(choices, type.find('}') - choices + 1);
+    if (option.get_positional())
+        return "";
+    const std::string word = type.substr(0, type.find(':'));
+    return word == "INT" || word == "UINT" ? "N" : word == "FLOAT" ? "X" : word;
+}
+
+// "1 to 64" of a type such as "INT:INT in [1 - 64]".
+std::string rangeOf(const CLI::Option& option) {
+    const std::string type = option.get_type_name();
+    const std::size_t begin = type.find('[');
+    const std::size_t middle = type.find(" - ", begin);
+    if (begin == std::string::npos || middle == std::string::npos)
+        return "";
+    const std::size_t last = middle + 3;
+    return type.substr(begin + 1, middle - begin - 1) + " to " + type.substr(last, type.find(']', last) - last);
+}
+
+}  // namespace
+
+std::string Help::make_description(const CLI::App* command) const {
+    return inLines(command->get_description(), terminalWidth()) + "\n";
+}
+
+std::string Help::make_option_opts(const CLI::Option* option) const {
+    std::string text;
+    if (const std::string placeholder = placeholderOf(*option); !placeholder.empty())
+        text.append(" ").append(placeholder);
+    if (option->get_expected_max() == CLI::detail::expected_max_vector_size)
+        text += " ...";
+    if (option->get_required())
+        text += " REQUIRED";
+    return text;
+}
+
+std::string Help::make_option_desc(const CLI::Option* option) const {
+    std::string more = rangeOf(*option);
+    const auto add = [&more](const std::string& text) { more.append(more.empty() ? "" : ", ").append(text); };
+    if (!option->get_default_str().empty())
+        add(option->get_default_str() + " when left out");
+    for (const CLI::Option* needed : option->get_needs())
+        add("needs " + needed->get_name());
+    return inColumn(option->get_description() + (more.empty() ? "" : " (" + more + ")"));
+}
+
+std::string Help::make_subcommand(const CLI::App* command) const {
+    TextStream out;
+    CLI::detail::format_help(out, command->get_name(), inColumn(command->get_description()), get_column_width());
+    return out.str();
+}
+
+std::string Help::inColumn(const std::string& description) const {
+    return inLines(description, terminalWidth() - static_cast<int>(get_column_width()));
+}
+
+}  // namespace qx::tool
