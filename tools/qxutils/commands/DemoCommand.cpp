@@ -3,6 +3,7 @@
 #include "detector/DetectorSetup.h"
 #include "files/FileAccess.h"
 #include "files/LibraryFile.h"
+#include "options/NumberCheck.h"
 #include "options/WriteOptions.h"
 #include "text/FileName.h"
 
@@ -87,7 +88,7 @@ void addDemoCommand(CLI::App& app, Command& chosen) {
         ->type_name("FOLDER")
         ->required();
     command.add_option("--seed", options.seed, "Seed of the panel and its noise")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(std::int64_t{0}))
         ->capture_default_str();
     command.add_option("--size", options.shape, "WIDTHxHEIGHT of the panel; the virtual detector's when left out")
         ->type_name("WxH");

@@ -1,5 +1,7 @@
 #include "completion/Scripts.h"
 
+#include "text/TextWidth.h"
+
 #include <ostream>
 
 namespace qx::tool {

@@ -8,15 +8,13 @@
 namespace qx::tool {
 namespace {
 
-// Those of a list such as "TEXT:{bash,zsh}", as the help shows it.
+// Those of a list such as "{bash,zsh}", as the help shows it.
 std::vector<std::string> choicesOf(const CLI::Option& option) {
     const std::string type = option.get_type_name();
-    const std::size_t begin = type.find('{');
-    const std::size_t end = type.find('}', begin == std::string::npos ? 0 : begin);
-    if (begin == std::string::npos || end == std::string::npos)
+    if (!type.starts_with('{'))
         return {};
     std::vector<std::string> choices = {""};
-    for (const char letter : type.substr(begin + 1, end - begin - 1)) {
+    for (const char letter : type.substr(1, type.size() - 2)) {
         if (letter == ',')
             choices.emplace_back();
         else
@@ -65,13 +63,6 @@ std::vector<DescribedOption> withInherited(const DescribedCommand& command, cons
             options.push_back(option);
     }
     return options;
-}
-
-std::string joined(const std::vector<std::string>& words, const char* between) {
-    std::string text;
-    for (const std::string& word : words)
-        text.append(text.empty() ? "" : between).append(word);
-    return text;
 }
 
 }  // namespace qx::tool

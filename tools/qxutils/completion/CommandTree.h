@@ -34,7 +34,4 @@ DescribedCommand describeCommand(const CLI::App& app);
 // The options of a command, and those above it that it does not have itself, which may stand behind it too.
 std::vector<DescribedOption> withInherited(const DescribedCommand& command, const std::vector<DescribedOption>& above);
 
-// "check first", or another text between the words.
-std::string joined(const std::vector<std::string>& words, const char* between = " ");
-
 }  // namespace qx::tool

@@ -1,6 +1,7 @@
 #include "options/BatchOptions.h"
 
 #include "options/Choice.h"
+#include "options/NumberCheck.h"
 
 #include <CLI/CLI.hpp>
 
@@ -33,7 +34,7 @@ void addFileNames(CLI::App& command, BatchOptions& options, const std::string& w
 void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string& wanted) {
     addFileNames(command, options, wanted);
     command.add_option("--jobs", options.jobs, "Processes that work at the same time")
-        ->check(CLI::Range(1, kMaxJobs))
+        ->check(numberWithin(1, kMaxJobs))
         ->capture_default_str();
     command.add_flag("--quiet", options.quiet, "No line of progress on a terminal");
     addResultOptions(command, options.results);

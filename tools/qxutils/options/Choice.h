@@ -1,55 +1,37 @@
 #pragma once
 
-#include "text/ComparedNumbers.h"
-#include "text/Suggestion.h"
-
-#include <CLI/CLI.hpp>
-
 #include <string>
 #include <utility>
 #include <vector>
 
+// Options that take one of a few words; the help and the completion list them.
+
+namespace CLI {
+class Option;
+}
+
 namespace qx::tool {
+
+// The option's value is the text that stands for the word.
+void takeOneOf(CLI::Option* option, const std::vector<std::string>& words, const std::vector<std::string>& values);
+
+inline void takeOneOf(CLI::Option* option, const std::vector<std::string>& words) {
+    takeOneOf(option, words, words);
+}
 
 template <class Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-// Lets an option of an enumeration take one of a few words; the help and the completion list them.
+// An option of an enumeration.
 template <class Value>
 void takeOneOf(CLI::Option* option, const Choices<Value>& choices) {
     std::vector<std::string> words;
-    for (const auto& [word, value] : choices)
+    std::vector<std::string> values;
+    for (const auto& [word, value] : choices) {
         words.push_back(word);
-    const auto toNumber = [choices, words](std::string& text) -> std::string {
-        for (const auto& [word, value] : choices) {
-            if (text == word) {
-                text = std::to_string(static_cast<int>(value));
-                return {};
-            }
-        }
-        return "\"" + text + "\" is none of " + CLI::detail::join(words, ", ") + didYouMean(text, words);
-    };
-    option->transform(CLI::Validator(toNumber, ""))->type_name("{" + CLI::detail::join(words, ",") + "}");
-}
-
-// A check of a number that is in a range, which "nan" is not.
-inline CLI::Validator numberWithin(double least, double most, const std::string& name) {
-    const auto refuse = [least, most](const std::string& text) -> std::string {
-        double value = 0.0;
-        if (CLI::detail::lexical_cast(text, value) && value >= least && value <= most)
-            return {};
-        return text + " is no number from " + shortText(least) + " to " + shortText(most);
-    };
-    return CLI::Validator(refuse, name);
-}
-
-// A check of an integer without a range, which an empty text is not.
-inline CLI::Validator wholeNumber() {
-    const auto refuse = [](const std::string& text) -> std::string {
-        int value = 0;
-        return CLI::detail::lexical_cast(text, value) ? "" : "\"" + text + "\" is no whole number that can stand there";
-    };
-    return CLI::Validator(refuse, "");
+        values.push_back(std::to_string(static_cast<int>(value)));
+    }
+    takeOneOf(option, words, values);
 }
 
 }  // namespace qx::tool

@@ -22,23 +22,17 @@ std::string inLines(const std::string& text, int width) {
 // What an option takes, such as N, FILE or {bash,zsh}; nothing of a flag, nor of a positional whose name tells it.
 std::string placeholderOf(const CLI::Option& option) {
     const std::string type = option.get_type_size() == 0 ? "" : option.get_type_name();
-    if (const std::size_t choices = type.find('{'); choices != std::string::npos)
-        return type.substr(choices, type.find('}') - choices + 1);
-    if (option.get_positional())
+    if (option.get_positional() && !type.starts_with('{'))
         return "";
     const std::string word = type.substr(0, type.find(':'));
     return word == "INT" || word == "UINT" ? "N" : word == "FLOAT" ? "X" : word;
 }
 
-// "1 to 64" of a type such as "INT:INT in [1 - 64]".
+// "1 to 64" of a type such as "INT:1 to 64".
 std::string rangeOf(const CLI::Option& option) {
     const std::string type = option.get_type_name();
-    const std::size_t begin = type.find('[');
-    const std::size_t middle = type.find(" - ", begin);
-    if (begin == std::string::npos || middle == std::string::npos)
-        return "";
-    const std::size_t last = middle + 3;
-    return type.substr(begin + 1, middle - begin - 1) + " to " + type.substr(last, type.find(']', last) - last);
+    const std::size_t end = type.find(':');
+    return end == std::string::npos ? "" : type.substr(end + 1);
 }
 
 }  // namespace

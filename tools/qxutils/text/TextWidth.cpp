@@ -71,4 +71,11 @@ std::vector<std::string> wrapText(std::string_view text, std::size_t width) {
     return lines;
 }
 
+std::string joined(const std::vector<std::string>& words, const char* between) {
+    std::string text;
+    for (const std::string& word : words)
+        text.append(text.empty() ? "" : between).append(word);
+    return text;
+}
+
 }  // namespace qx::tool

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// How much of a line a text takes: a character of UTF-8 is one.
+// Words and lines: how much of a line a text takes, of which a character of UTF-8 is one.
 
 namespace qx::tool {
 
@@ -16,5 +16,8 @@ std::size_t widestWord(std::string_view text);
 
 // Lines of at most width, broken at blanks; only a word wider than that is cut, a path behind a folder.
 std::vector<std::string> wrapText(std::string_view text, std::size_t width);
+
+// "check first", or another text between the words.
+std::string joined(const std::vector<std::string>& words, const char* between = " ");
 
 }  // namespace qx::tool

@@ -6,12 +6,12 @@
 #include "options/BatchOptions.h"
 #include "options/Choice.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "results/Subject.h"
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -140,7 +140,7 @@ void addKindsOfExposedImages(CheckKinds& kinds) {
     kinds.addOfImages("uniform", "Uniformity of five squares, and of blocks", CheckKinds::kWords)
         .add_option("--block-limit", kinds.options().blockLimit,
                     "Relative deviation that more than 3 blocks may not exceed")
-        ->check(numberWithin(0.0, std::numeric_limits<float>::max(), "NONNEGATIVE"))
+        ->check(numberFrom(0.0F))
         ->capture_default_str();
     kinds.addOfImages("strip", "Steps between strips", CheckKinds::kWords);
     kinds.addOfImages("false-trigger", "Whether an image that triggered itself was exposed", CheckKinds::kFloats);

@@ -5,6 +5,7 @@
 #include "files/WholeFile.h"
 #include "options/BatchOptions.h"
 #include "options/Choice.h"
+#include "options/NumberCheck.h"
 #include "options/WriteOptions.h"
 #include "snr/FactorySnrRecords.h"
 #include "text/FileName.h"

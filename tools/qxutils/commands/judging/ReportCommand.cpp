@@ -6,6 +6,7 @@
 #include "files/FileAccess.h"
 #include "options/BatchOptions.h"
 #include "options/Choice.h"
+#include "options/NumberCheck.h"
 #include "report/ReportMaker.h"
 #include "report/ReportSections.h"
 #include "store/OpenStore.h"
@@ -16,7 +17,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -118,10 +118,9 @@ void addReportCommand(CLI::App& app, Command& chosen) {
     command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels; results tell it themselves")
         ->type_name("WxH");
     command.add_option("-o,--output", options.output, "The page to write (*.html)")->type_name("FILE")->required();
-    command
-        .add_option("--check", options.kinds,
-                    "Kinds of qxutils check, or snr; those that need nothing but the image when left out")
-        ->check(CLI::IsMember(judgedKinds()));
+    takeOneOf(command.add_option("--check", options.kinds,
+                                 "Kinds of qxutils check, or snr; those that need nothing but the image when left out"),
+              judgedKinds());
     command.add_option("--dark", options.dark, "The dark image, for the checks first and pre")->type_name("FILE");
     command
         .add_option("--factory", options.factory, "Judge the SNR against the series in this file, as qxutils snr does")
@@ -130,7 +129,7 @@ void addReportCommand(CLI::App& app, Command& chosen) {
         ->type_name("FILE");
     command
         .add_option("--block-limit", options.blockLimit, "Relative deviation that more than 3 blocks may not exceed")
-        ->check(numberWithin(0.0, std::numeric_limits<float>::max(), "NONNEGATIVE"))
+        ->check(numberFrom(0.0F))
         ->capture_default_str();
     addStoreOption(command, options.store);
     command.add_option("--title", options.title, "Heading of the page")->capture_default_str();

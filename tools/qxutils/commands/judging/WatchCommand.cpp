@@ -4,7 +4,9 @@
 #include "detector/DetectorSetup.h"
 #include "files/FileAccess.h"
 #include "options/BatchOptions.h"
+#include "options/Choice.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "results/RecordJson.h"
 #include "results/Subject.h"
 #include "store/OpenStore.h"
@@ -135,9 +137,9 @@ void addWatchCommand(CLI::App& app, Command& chosen) {
         addSubcommand(app, chosen, "watch",
                       "Judge raw images as they arrive in a folder, one line of JSON for each verdict", runWatch);
     command.add_option("FOLDER", options.folder, "The folder; files whose names end in .raw count")->required();
-    command.add_option("--check", options.judge.kind, "What to judge them by, such as uniform, dark or snr")
-        ->required()
-        ->check(CLI::IsMember(judgedKinds()));
+    takeOneOf(command.add_option("--check", options.judge.kind, "What to judge them by, such as uniform, dark or snr")
+                  ->required(),
+              judgedKinds());
     addShapeOption(command, options.shape);
     command.add_option("--dark", options.judge.dark, "The dark image that belongs to them, for first and pre")
         ->type_name("FILE");
@@ -151,7 +153,7 @@ void addWatchCommand(CLI::App& app, Command& chosen) {
     command.add_flag("--look", options.looks,
                      "Look twice a second instead of waiting for the system's notices, as network folders need");
     command.add_option("--count", options.count, "End when so many lines are written; an image's lines stay together")
-        ->check(CLI::PositiveNumber);
+        ->check(numberFrom(1));
 }
 
 }  // namespace qx::tool

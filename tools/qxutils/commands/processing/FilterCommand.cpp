@@ -4,6 +4,7 @@
 #include "filter/Filters.h"
 #include "filter/RatioSummary.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
 
@@ -161,7 +162,7 @@ public:
     void addRadius(CLI::App& kind) {
         kind.add_option("--radius", family_.options().radius,
                         "Pixels of the median's window on each side of its middle")
-            ->check(CLI::Range(1, kMaxSide))
+            ->check(numberWithin(1, kMaxSide))
             ->capture_default_str();
     }
 

@@ -1,6 +1,7 @@
 #include "commands/Subcommand.h"
 #include "options/Choice.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "picture/Comparison.h"
 #include "picture/PngWriter.h"
 #include "text/NumberText.h"

@@ -2,6 +2,7 @@
 #include "files/FileAccess.h"
 #include "options/Choice.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "picture/Look.h"
 #include "picture/PngWriter.h"
 #include "stripe/StripeCorrection.h"

@@ -1,6 +1,7 @@
 #include "commands/Subcommand.h"
 #include "options/Choice.h"
 #include "options/ImageOptions.h"
+#include "options/NumberCheck.h"
 #include "picture/PngWriter.h"
 #include "picture/Preview.h"
 #include "text/FileName.h"
@@ -41,11 +42,11 @@ void addPreviewCommand(CLI::App& app, Command& chosen) {
     command.add_option("-o,--output", options.files.picture, "PNG file to write, or a folder for several")
         ->type_name("FILE")
         ->required();
-    const CLI::Validator percent = numberWithin(0.0, 100.0, "FLOAT in [0 - 100]");
+    const CLI::Validator percent = numberWithin(0.0, 100.0);
     command.add_option("--low", options.window.low, "Percentile shown black")->check(percent)->capture_default_str();
     command.add_option("--high", options.window.high, "Percentile shown white")->check(percent)->capture_default_str();
     command.add_option("--max-width", options.maxWidth, "Widest picture in pixels")
-        ->check(CLI::Range(1, kMaxSide))
+        ->check(numberWithin(1, kMaxSide))
         ->capture_default_str();
 }
 
