@@ -117,10 +117,9 @@ void addReportCommand(CLI::App& app, Command& chosen) {
     command.add_flag("--recursive", options.recursive, "Folders stand for those in the folders below them, too");
     command.add_option("--shape", options.shape, "WIDTHxHEIGHT in pixels; results tell it themselves");
     command.add_option("-o,--output", options.output, "The page to write (*.html)")->required();
-    command
-        .add_option("--check", options.kinds,
-                    "Kinds of qxutils check, or snr; those that need nothing but the image when left out")
-        ->check(CLI::IsMember(judgedKinds()));
+    takeOneOf(command.add_option("--check", options.kinds,
+                                 "Kinds of qxutils check, or snr; those that need nothing but the image when left out"),
+              judgedKinds());
     command.add_option("--dark", options.dark, "The dark image, for the checks first and pre");
     command.add_option("--factory", options.factory,
                        "Judge the SNR against the series in this file, as qxutils snr does");

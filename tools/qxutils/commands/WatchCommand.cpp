@@ -4,6 +4,7 @@
 #include "detector/DetectorSetup.h"
 #include "files/FileAccess.h"
 #include "options/BatchOptions.h"
+#include "options/Choice.h"
 #include "options/ImageOptions.h"
 #include "results/RecordJson.h"
 #include "results/Subject.h"
@@ -135,9 +136,9 @@ void addWatchCommand(CLI::App& app, Command& chosen) {
         addSubcommand(app, chosen, "watch",
                       "Judge raw images as they arrive in a folder, one line of JSON for each verdict", runWatch);
     command.add_option("FOLDER", options.folder, "The folder; files whose names end in .raw count")->required();
-    command.add_option("--check", options.judge.kind, "What to judge them by, such as uniform, dark or snr")
-        ->required()
-        ->check(CLI::IsMember(judgedKinds()));
+    takeOneOf(command.add_option("--check", options.judge.kind, "What to judge them by, such as uniform, dark or snr")
+                  ->required(),
+              judgedKinds());
     addShapeOption(command, options.shape);
     command.add_option("--dark", options.judge.dark, "The dark image that belongs to them, for first and pre");
     command.add_option("--factory", options.judge.factory, "Judge by the SNR series in this file, for snr");

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,7 +15,23 @@ namespace qx::tool {
 template <class Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-// Lets an option of an enumeration take one of a few words; the help and the completion list them.
+inline std::string describeOtherWord(const std::string& text, const std::vector<std::string>& words) {
+    return "\"" + text + "\" is none of " + CLI::detail::join(words, ", ") + didYouMean(text, words);
+}
+
+inline std::string typeOfWords(const std::vector<std::string>& words) {
+    return "{" + CLI::detail::join(words, ",") + "}";
+}
+
+// Lets an option take one of a few words; the help and the completion list them.
+inline void takeOneOf(CLI::Option* option, const std::vector<std::string>& words) {
+    const auto refuse = [words](const std::string& text) -> std::string {
+        return std::ranges::find(words, text) != words.end() ? "" : describeOtherWord(text, words);
+    };
+    option->check(CLI::Validator(refuse, ""))->type_name(typeOfWords(words));
+}
+
+// The same for an option of an enumeration.
 template <class Value>
 void takeOneOf(CLI::Option* option, const Choices<Value>& choices) {
     std::vector<std::string> words;
@@ -27,9 +44,9 @@ void takeOneOf(CLI::Option* option, const Choices<Value>& choices) {
                 return {};
             }
         }
-        return "\"" + text + "\" is none of " + CLI::detail::join(words, ", ") + didYouMean(text, words);
+        return describeOtherWord(text, words);
     };
-    option->transform(CLI::Validator(toNumber, ""))->type_name("{" + CLI::detail::join(words, ",") + "}");
+    option->transform(CLI::Validator(toNumber, ""))->type_name(typeOfWords(words));
 }
 
 // A check of a number that is in a range, which "nan" is not.

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// How much of a line a text takes: a character of UTF-8 is one.
+// How much of a line a text takes: a character of UTF-8 is one place, a wide one two, one that combines none.
 
 namespace qx::tool {
 
