@@ -221,6 +221,12 @@ def test_no_content_of_results_does_harm(content, day, tmp_path):
         assert len(told.error) < 400 and "\x1b" not in told.error
 
 
+def test_no_key_of_settings_does_harm(day, tmp_path):
+    (tmp_path / "bad.toml").write_text("a" + 500000 * ".a" + " = 1\n")
+    for command in (("snr", str(day / "150.raw"), *SHAPE, "--factory", "bad.toml"), ("--detector", "bad.toml", "version")):
+        refused(run(*command, folder=tmp_path), 1, "bad.toml: more points on a line than a key may have")
+
+
 def test_results_from_elsewhere_are_shown_in_print(tmp_path):
     odd = result(file="\x1b[31m\n", message="\x1b[32m", code=4711, squares=[{"side": 64, "measured": 5.0}])
     (tmp_path / "odd.json").write_text(odd)

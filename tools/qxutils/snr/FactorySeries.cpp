@@ -31,6 +31,8 @@ float toSnr(std::optional<double> value) {
 }
 
 SnrSeries parseToml(const std::string& text) {
+    if (qxkit::mayNestTooDeep(text))
+        throw std::runtime_error("more points on a line than a key may have");
     const toml::table table = toml::parse(text);
     const toml::array* list = table["snr"].as_array();
     if (list == nullptr)
