@@ -189,7 +189,12 @@ def test_a_series_is_judged_by_what_one_has(day, tmp_path):
     (tmp_path / "today.json").write_bytes(saved)
     series = [square["measured"] for square in json.loads(saved)["results"][0]["squares"]]
     (tmp_path / "list.json").write_text(json.dumps({"snr": series}))
-    assert verdicts(reference) == verdicts("today.json") == verdicts("list.json")
+    line = json.loads(saved)
+    line |= line.pop("results")[0]
+    (tmp_path / "lines.json").write_text(2 * (json.dumps(line) + "\n"))
+    (tmp_path / "list.txt").write_text("\ufeff" + "\n".join(map(str, series)), encoding="utf-8")
+    for told in ("today.json", "list.json", "lines.json", "list.txt"):
+        assert verdicts(told) == verdicts(reference)
     if not IS_WINDOWS:
         several = ("snr", image, reference, *SHAPE, "--format", "json", "--factory")
         piped = run(*several, "-", "--jobs", "2", input=Path(reference).read_bytes(), folder=tmp_path)
@@ -209,8 +214,8 @@ def result(**parts) -> str:
     '{"results":[' + '{"squares":' * 80000 + "1" + "}" * 80000 + "]}",
     result(verdict="\x1b[31m" * 100000),
     result(measures=[{"name": "m", "value": 1, "unit": "", "decimals": "9" * 100000}]),
-    "", '{"results": [1]}', "[]", '"\xff\x1b\n',
-], ids=["deep list", "deep results", "loud", "long text", "empty", "number", "list", "broken"])
+    "", '{"results": [1]}', "[]", '"\xff\x1b\n', '{"schema": 2, "results": []}',
+], ids=["deep list", "deep results", "loud", "long text", "empty", "number", "list", "broken", "newer"])
 def test_no_content_of_results_does_harm(content, day, tmp_path):
     (tmp_path / "bad.json").write_text(content, encoding="latin-1")
     image = str(day / "150.raw")
