@@ -294,6 +294,14 @@ def test_what_changed_since_a_reference(folder: Path, tmp_path: Path) -> None:
     assert run("compare", reference, today).count("Only") == 2
     assert re.fullmatch(r"Nothing changed: (\d+) of \1 results that both have are the same.\n",
                         run("compare", reference, reference))
+    line = json.loads(reference.read_text().splitlines()[0])
+    strict, measured = tmp_path / "strict.json", tmp_path / "measured.json"
+    strict.write_text(json.dumps({**line, "grade": 1090, "measures": [{**line["measures"][0], "limit": 350}]}))
+    measured.write_text(json.dumps({**line, "check": "", "verdict": "measured"}))
+    (tmp_path / "graded.json").write_text(json.dumps({**line, "grade": 1091}))
+    assert re.search(r" 350\.0 +200\.0 +150\.0 +75\.0  limit of darkest strip.*\n.*counts\n +1090 +1091 +-1 +-0\.1  grade\n",
+                     run("compare", strict, tmp_path / "graded.json"))
+    assert ": measured, in the reference passed" in run("compare", measured, strict)
     failed = {**json.loads(today.read_text().splitlines()[0]), "check": "", "verdict": "failed", "measures": []}
     (tmp_path / "failed.json").write_text(json.dumps(failed))
     assert ": failed, in the reference passed" in run("compare", tmp_path / "failed.json", reference, code=3)
