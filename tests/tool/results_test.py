@@ -12,7 +12,7 @@ import jsonschema
 import numpy as np
 import pytest
 
-from tool import COMMAND, IS_ALONE, IS_WINDOWS, TWO_JOBS, on_linux_only, refused, run
+from tool import COMMAND, IS_ALONE, IS_WINDOWS, TWO_JOBS, on_linux_only, refused, run, text_of
 
 SIDE = 128
 SHAPE = ("--shape", f"{SIDE}x{SIDE}")
@@ -71,8 +71,7 @@ def test_a_process_that_dies_costs_no_result(day):
     tasks = Path(f"/proc/{running.pid}/task")
     children = []
     while running.poll() is None and len(children) < 2:
-        lists = [task.read_text() for task in tasks.glob("*/children")]
-        children = [int(child) for child in " ".join(lists).split()]
+        children = [int(child) for child in " ".join(map(text_of, tasks.glob("*/children"))).split()]
     for child in children:
         os.kill(child, signal.SIGKILL)
     output, _ = running.communicate()

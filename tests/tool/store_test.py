@@ -14,6 +14,7 @@ from pathlib import Path
 
 import numpy as np
 import pytest
+from tool import text_of
 
 TOOL = [os.environ["QX_TOOL"]]
 SIDE = 256
@@ -93,12 +94,6 @@ def wait_until_it_watches(watcher: Watcher) -> None:
     place = Path(f"/proc/{watcher.process.pid}/fdinfo")
     while not any("inotify wd:" in text for text in map(text_of, place.glob("*"))):
         assert watcher.process.poll() is None
-
-
-def text_of(path: Path) -> str:
-    with contextlib.suppress(FileNotFoundError):
-        return path.read_text()
-    return ""
 
 
 def kept(store: Path) -> list[tuple]:
