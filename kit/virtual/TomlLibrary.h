@@ -4,6 +4,7 @@
 // outside of texts and comments reaches them. They mean "no" here, so that the parser refuses the letter.
 
 #include <cstdint>
+#include <string_view>
 #include <toml++/impl/preprocessor.h>
 
 #pragma push_macro("TOML_UNREACHABLE")
@@ -16,3 +17,23 @@
 
 // No constant where the gap stays unreachable, as in another release of the library.
 static_assert(!toml::impl::is_non_ascii_horizontal_whitespace(U'\u00E4'));
+
+namespace qxkit {
+
+// Whether a key may have so many parts that their tables, which are destroyed one within the other, end the stack. A
+// key stands on one line; a list of the SNR of every square has fewer points.
+inline bool mayNestTooDeep(std::string_view text) {
+    constexpr int kMostPoints = 80;
+    int points = 0;
+    char before = '\n';
+    for (const char sign : text) {
+        if (sign == '\n')
+            points = 0;
+        if (sign == '.' && before != '.' && ++points > kMostPoints)
+            return true;
+        before = sign;
+    }
+    return false;
+}
+
+}  // namespace qxkit

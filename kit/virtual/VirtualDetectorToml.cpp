@@ -326,6 +326,8 @@ std::string loadVirtualDetector(const std::filesystem::path& file) {
     const auto source = readText(file);
     if (!source)
         return oneLine(file, ": cannot be read");
+    if (mayNestTooDeep(*source))
+        return oneLine(file, ": more points on a line than a key may have");
     const toml::parse_result parsed = toml::parse(*source);
     if (!parsed) {
         const auto line = parsed.error().source().begin.line;

@@ -8,6 +8,7 @@ import shutil
 import subprocess
 from collections import Counter
 from pathlib import Path
+from unicodedata import combining, east_asian_width
 
 import pytest
 from tool import COMMAND, IS_WINDOWS, on_linux_only, refused, run
@@ -51,13 +52,20 @@ MISTAKES = {
     "judge": '"judge" is neither a command nor an option (see qxutils --help)',
     "check frist": '"frist" is neither a command nor an option; did you mean first? (see qxutils check --help)',
     "completion zhs": 'SHELL: "zhs" is none of bash, zsh, fish; did you mean zsh? (see qxutils completion --help)',
+    "help": '"help" is neither a command nor an option; did you mean --help? (see qxutils --help)',
+    "watch . --shape 9x9 --check drak": '--check: "drak" is none of snr, dark, false-trigger, first, offset, pre, '
+                                        "strip, uniform; did you mean dark? (see qxutils watch --help)",
+    "filter median --output= a.raw b.raw --shape 9x9": "a file or folder name is empty; give a folder for "
+                                                       "the results of several files",
+    "snr -- a.raw": "--shape is required (see qxutils snr --help)",
+    "snr a.raw --shape= 9x9": '"" is not a shape; give WIDTHxHEIGHT with sides from 1 to 16384',
     "explain SnrLwo": "and no name or message has this text; did you mean SnrLow?",
 }
 
 
 @pytest.mark.parametrize("line, answer", MISTAKES.items(), ids=MISTAKES)
 def test_a_mistake_is_answered_with_the_nearest_word(line, answer, tmp_path):
-    refused(run(*line.split(), folder=tmp_path), 2, answer + "\n")
+    refused(run(*line.split(), folder=tmp_path), 2, answer)
 
 
 def commands(folder: Path, *path: str) -> list[str]:
@@ -119,6 +127,7 @@ def on_terminal(folder: Path, columns: int, *arguments: str, **environment: str)
 @on_linux_only
 @pytest.mark.parametrize("options, environment, is_coloured", [
     ([], {}, True), ([], {"NO_COLOR": ""}, True), ([], {"NO_COLOR": "0"}, False), (["--color=never"], {}, False),
+    ([], {"TERM": "dumb"}, False),
     (["--color=always"], {"NO_COLOR": "1"}, True)])
 def test_a_terminal_shows_colours_unless_they_are_unwanted(options, environment, is_coloured, tmp_path):
     assert (COLOUR in on_terminal(tmp_path, 80, "explain", "SnrLow", *options, **environment)) == is_coloured
@@ -169,6 +178,28 @@ def test_headings_end_on_the_rows_and_a_character_counts_once(tmp_path):
     assert [line.split() for line in lines[-2:]] == [[f"{name}/gain/", "70144"], ["ndt-linear-gain2.raw"]]
 
 
+@on_linux_only
+@pytest.mark.parametrize("columns", ["80", "60"])
+def test_wide_characters_take_two_places_and_combining_ones_none(columns, tmp_path):
+    names = ["画像フォルダー/暗い画像の一番目.raw", "u\u0308/e\u0301.raw", "plain.raw"]
+    for name in names:
+        (tmp_path / name).parent.mkdir(exist_ok=True)
+        (tmp_path / name).write_bytes(random.Random(1).randbytes(128 * 128 * 2))
+    rows = said("snr", *names, "--shape", "128x128", folder=tmp_path, COLUMNS=columns).splitlines()
+
+    def places(text: str) -> int:
+        return sum(0 if combining(letter) else 2 if east_asian_width(letter) in "WF" else 1 for letter in text)
+
+    told = [row for row in rows if re.search(r"\d\.\d$", row)]
+    assert len(told) == 3 and len({places(row) for row in told}) == 1 and max(map(places, rows)) <= int(columns)
+
+
+def test_help_keeps_what_an_option_takes_apart_from_what_it_is_for(tmp_path):
+    for path in ([], *([name] for name in commands(tmp_path))):
+        for line in said(*path, "--help", folder=tmp_path).splitlines():
+            assert not re.match(r"  -\S+ [^ ]+ [A-Z][a-z]+ ", line), line
+
+
 def test_explain_knows_every_name_and_word(tmp_path):
     declared = re.findall(r"^    (Status\w+) = (\d+),", STATUS_CODES.read_text(), re.M)
     listed = re.findall(r"^  (\d+) +(Status\w+) ", said("explain", folder=tmp_path, COLUMNS="1000"), re.M)
@@ -197,6 +228,8 @@ GUESSES = {
     "unknown panel": (picture(768, 1024), "768x1024 +no +unknown +likely ", "768x1024, no header"),
     "blank header": (picture(1024, 1024, bytes(65536)), "1024x1024 +yes +common +likely ",
                      "1024x1024, behind a header"),
+    "pixels of 32 bits": (array.array("I", array.array("H", picture(768, 1024))).tobytes(),
+                          "1024x1536 +no +unknown +possible ", "give --shape"),
     "noise": (random.Random(1).randbytes(2304 * 2816 * 2), "2304x2816 +no +common +possible ", "give --shape"),
 }
 

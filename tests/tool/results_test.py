@@ -12,7 +12,7 @@ import jsonschema
 import numpy as np
 import pytest
 
-from tool import COMMAND, IS_ALONE, IS_WINDOWS, TWO_JOBS, on_linux_only, refused, run
+from tool import COMMAND, IS_ALONE, IS_WINDOWS, TWO_JOBS, on_linux_only, refused, run, text_of
 
 SIDE = 128
 SHAPE = ("--shape", f"{SIDE}x{SIDE}")
@@ -71,8 +71,7 @@ def test_a_process_that_dies_costs_no_result(day):
     tasks = Path(f"/proc/{running.pid}/task")
     children = []
     while running.poll() is None and len(children) < 2:
-        lists = [task.read_text() for task in tasks.glob("*/children")]
-        children = [int(child) for child in " ".join(lists).split()]
+        children = [int(child) for child in " ".join(map(text_of, tasks.glob("*/children"))).split()]
     for child in children:
         os.kill(child, signal.SIGKILL)
     output, _ = running.communicate()
@@ -189,7 +188,12 @@ def test_a_series_is_judged_by_what_one_has(day, tmp_path):
     (tmp_path / "today.json").write_bytes(saved)
     series = [square["measured"] for square in json.loads(saved)["results"][0]["squares"]]
     (tmp_path / "list.json").write_text(json.dumps({"snr": series}))
-    assert verdicts(reference) == verdicts("today.json") == verdicts("list.json")
+    line = json.loads(saved)
+    line |= line.pop("results")[0]
+    (tmp_path / "lines.json").write_text(2 * (json.dumps(line) + "\n"))
+    (tmp_path / "list.txt").write_text("\ufeff" + "\n".join(map(str, series)), encoding="utf-8")
+    for told in ("today.json", "list.json", "lines.json", "list.txt"):
+        assert verdicts(told) == verdicts(reference)
     if not IS_WINDOWS:
         several = ("snr", image, reference, *SHAPE, "--format", "json", "--factory")
         piped = run(*several, "-", "--jobs", "2", input=Path(reference).read_bytes(), folder=tmp_path)
@@ -209,8 +213,8 @@ def result(**parts) -> str:
     '{"results":[' + '{"squares":' * 80000 + "1" + "}" * 80000 + "]}",
     result(verdict="\x1b[31m" * 100000),
     result(measures=[{"name": "m", "value": 1, "unit": "", "decimals": "9" * 100000}]),
-    "", '{"results": [1]}', "[]", '"\xff\x1b\n',
-], ids=["deep list", "deep results", "loud", "long text", "empty", "number", "list", "broken"])
+    "", '{"results": [1]}', "[]", '"\xff\x1b\n', '{"schema": 2, "results": []}',
+], ids=["deep list", "deep results", "loud", "long text", "empty", "number", "list", "broken", "newer"])
 def test_no_content_of_results_does_harm(content, day, tmp_path):
     (tmp_path / "bad.json").write_text(content, encoding="latin-1")
     image = str(day / "150.raw")
@@ -219,6 +223,12 @@ def test_no_content_of_results_does_harm(content, day, tmp_path):
         told = run(*command, folder=tmp_path)
         refused(told, 1, "qxutils: bad.json: ")
         assert len(told.error) < 400 and "\x1b" not in told.error
+
+
+def test_no_key_of_settings_does_harm(day, tmp_path):
+    (tmp_path / "bad.toml").write_text("a" + 500000 * ".a" + " = 1\n")
+    for command in (("snr", str(day / "150.raw"), *SHAPE, "--factory", "bad.toml"), ("--detector", "bad.toml", "version")):
+        refused(run(*command, folder=tmp_path), 1, "bad.toml: more points on a line than a key may have")
 
 
 def test_results_from_elsewhere_are_shown_in_print(tmp_path):

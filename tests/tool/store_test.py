@@ -14,6 +14,7 @@ from pathlib import Path
 
 import numpy as np
 import pytest
+from tool import text_of
 
 TOOL = [os.environ["QX_TOOL"]]
 SIDE = 256
@@ -93,12 +94,6 @@ def wait_until_it_watches(watcher: Watcher) -> None:
     place = Path(f"/proc/{watcher.process.pid}/fdinfo")
     while not any("inotify wd:" in text for text in map(text_of, place.glob("*"))):
         assert watcher.process.poll() is None
-
-
-def text_of(path: Path) -> str:
-    with contextlib.suppress(FileNotFoundError):
-        return path.read_text()
-    return ""
 
 
 def kept(store: Path) -> list[tuple]:
@@ -189,20 +184,26 @@ def test_a_trend_is_the_straight_line_that_numpy_fits(folder: Path, tmp_path: Pa
     since = json.loads(run("trend", store, "--since", "2026-02-01", "--format", "json"))[0]["points"]
     assert since == [point for point in trend["points"] if point["time"] >= "2026-02"]
     assert run("trend", store, "--format", "csv").splitlines()[1].startswith(f"darkImgGrayAnalysis,{trend['measure']}")
-    assert "holds no such measure" in run("trend", store, "--check", "strip", code=1)
-    assert "is no date" in run("trend", store, "--since", "2026-13-01", code=2)
+    assert run("trend", store, "--check", "strip", code=1).endswith("or --since\n")
+    assert "did you mean check dark?" in run("trend", store, "--check", "check drak", code=1)
+    for since in ("2026-13-01", "2026-01-01T24:00:00Z", "2026-01-01T00:60:00Z", "2026-01-01T00:00:60Z"):
+        assert "is no date" in run("trend", store, "--since", since, code=2)
 
 
 @pytest.mark.parametrize("levels, outlook", [
     ([500, 400, 300], "2026-01-04"), ([300, 400, 500], "moves away"), ([400, 300, 150], "already"),
     ([600, 100, 300], "already"),
-    ([400, 400, 400], "not in 10 years"), ([60000, 59999, 59990], "not in 10 years"), ([500, 300], "too few times")])
+    ([400, 400, 400], "not in 10 years"), ([60000, 59999, 59990], "not in 10 years"), ([500, 300], "too few times"),
+    ([500], "too few times")])
 def test_the_outlook_of_a_trend(folder: Path, tmp_path: Path, levels: list[int], outlook: str) -> None:
     for day, level in enumerate(levels):
         put(folder, f"{day}.raw", headed(level, day), day)
     Watcher(folder, *DARK, "--existing", "--count", len(levels), "--store", tmp_path / "panel.sqlite").end()
-    [trend] = json.loads(run("trend", tmp_path / "panel.sqlite", "--format", "json"))
+    picture = tmp_path / "trend.svg"
+    [trend] = json.loads(run("trend", tmp_path / "panel.sqlite", "--format", "json", "-o", picture))
     assert trend["outlook"] == outlook
+    [begin, end] = re.search(r'points="([\d.]+),[\d.]+ ([\d.]+),[\d.]+" [^>]*dasharray', picture.read_text()).groups()
+    assert float(end) - float(begin) > 400  # the limit, over most of the plot
     assert (trend["forecast"] is None) == (outlook == "too few times")
 
 
@@ -294,6 +295,14 @@ def test_what_changed_since_a_reference(folder: Path, tmp_path: Path) -> None:
     assert run("compare", reference, today).count("Only") == 2
     assert re.fullmatch(r"Nothing changed: (\d+) of \1 results that both have are the same.\n",
                         run("compare", reference, reference))
+    line = json.loads(reference.read_text().splitlines()[0])
+    strict, measured = tmp_path / "strict.json", tmp_path / "measured.json"
+    strict.write_text(json.dumps({**line, "grade": 1090, "measures": [{**line["measures"][0], "limit": 350}]}))
+    measured.write_text(json.dumps({**line, "check": "", "verdict": "measured"}))
+    (tmp_path / "graded.json").write_text(json.dumps({**line, "grade": 1091}))
+    assert re.search(r" 350\.0 +200\.0 +150\.0 +75\.0  limit of darkest strip.*\n.*counts\n +1090 +1091 +-1 +-0\.1  grade\n",
+                     run("compare", strict, tmp_path / "graded.json"))
+    assert ": measured, in the reference passed" in run("compare", measured, strict)
     failed = {**json.loads(today.read_text().splitlines()[0]), "check": "", "verdict": "failed", "measures": []}
     (tmp_path / "failed.json").write_text(json.dumps(failed))
     assert ": failed, in the reference passed" in run("compare", tmp_path / "failed.json", reference, code=3)
@@ -307,6 +316,9 @@ def test_what_is_no_store_is_refused_and_left_alone(folder: Path, tmp_path: Path
     for path, sql in (foreign, "CREATE TABLE other (x)"), (store, "PRAGMA user_version = 2"):
         with contextlib.closing(sqlite3.connect(path)) as database:
             database.execute(sql)
+    for name in (":memory:", "file:panel.sqlite?mode=memory"):
+        subprocess.run([*TOOL, "check", "dark", "images/a.raw", *SHAPE, "--store", name], cwd=tmp_path, check=True)
+        assert len(kept(tmp_path / name)) == 1
     before = foreign.read_bytes()
     for path, reason in {text: "not a database", foreign: "no store", store: "newer", folder: "directory",
                          "/proc/panel.sqlite": "may be written", "/dev/full": "", "": "name is empty"}.items():

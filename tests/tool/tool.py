@@ -1,5 +1,6 @@
 """Runs the tool. CTest tells in QX_TOOL where it is, and in QX_EMULATOR what runs it on another system."""
 
+import contextlib
 import dataclasses
 import os
 import subprocess
@@ -34,6 +35,13 @@ def run(*arguments, folder: Path, **options) -> Result:
         del options["stdin"]
     done = subprocess.run([*COMMAND, *arguments], cwd=folder, capture_output=True, timeout=120, **options)
     return Result(done.returncode, done.stdout, done.stderr.decode())
+
+
+def text_of(path: Path) -> str:
+    """Of a process's file; nothing when the process, or its thread, has ended."""
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+        return path.read_text()
+    return ""
 
 
 def refused(result: Result, exit: int, *texts: str) -> None:

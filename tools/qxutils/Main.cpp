@@ -15,6 +15,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -22,6 +23,8 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -81,13 +84,34 @@ void describeProgram(CLI::App& app, std::optional<std::string>& detectorFile, Co
         ->type_name("FILE");
     takeOneOf<ColourChoice>(
         app.add_option_function<ColourChoice>(
-            "--color", chooseColours, "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set"),
+            "--color", chooseColours,
+            "Whether results are coloured; auto: on a terminal, unless NO_COLOR is set or TERM is dumb"),
         {{"auto", ColourChoice::Auto}, {"always", ColourChoice::Always}, {"never", ColourChoice::Never}});
     app.set_version_flag(
         "--version", [] { return std::string(getQxUtilsDllVersion()); }, "Print the version of the library and exit");
-    app.footer("Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.");
     addWriteOptions(app);
+    // The commands inherit what the footer is when they are added.
+    const std::string exitCodes = "Exit codes: 0 passed, 1 failed, 2 usage, 3 verdict not passed.";
+    app.footer("The options of qxutils, such as --color and --dry-run, may stand here too: see qxutils --help.\n\n" +
+               exitCodes);
     addCommands(app, chosen);
+    app.footer(exitCodes);
+}
+
+// What follows the program's name. "--name=" becomes two words, the second one empty: the parser would take the next
+// word for its value, which may be the name of an image.
+std::vector<std::string> wordsOf(int argc, char** argv) {
+    std::vector<std::string> words;
+    bool endsOptions = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        endsOptions = endsOptions || word == "--";
+        const bool lacksValue = !endsOptions && word.starts_with("--") && word.find('=') + 1 == word.size();
+        words.emplace_back(lacksValue ? word.substr(0, word.size() - 1) : word);
+        if (lacksValue)
+            words.emplace_back();
+    }
+    return words;
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -96,7 +120,9 @@ int parseAndRun(int argc, char** argv) {
     Command chosen;
     describeProgram(app, detectorFile, chosen);
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> words = wordsOf(argc, argv);
+        std::ranges::reverse(words);  // as the parser wants them
+        app.parse(words);
     } catch (const CLI::ParseError& error) {
         const int status = reportParseResult(app, error);
         flushOutput();

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <sstream>
-#include <string_view>
 #include <system_error>
 
 namespace qx::tool {
@@ -58,9 +57,7 @@ NamedFiles filesBelow(const std::string& folder, bool recursive, const std::vect
 
 std::vector<std::string> listedFiles(const std::string& name) {
     constexpr std::int64_t kMaxListBytes = std::int64_t{1} << 26;
-    constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  // that some editors put first
-    const std::string text = readWhole(name, "a text file with one name a line", kMaxListBytes);
-    std::istringstream list(text.substr(text.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0));
+    std::istringstream list(readText(name, "a text file with one name a line", kMaxListBytes));
     list.exceptions(std::ios::badbit);
     std::vector<std::string> lines;
     for (std::string line; std::getline(list, line);) {

@@ -39,6 +39,8 @@ std::string outputFor(const std::string& output, const std::string& file, const 
 }
 
 void prepareOutputs(const std::string& output, const std::vector<std::string>& files, const std::string& ending) {
+    if (files.size() > 1)
+        requireName(output, "a folder for the results of several files");
     if (files.size() > 1 && !isOutputFolder(output)) {
         throw ToolError(output + ": one name for the results of " + std::to_string(files.size()) +
                             " files; give a folder, such as " + output + "/",

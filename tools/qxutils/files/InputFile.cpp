@@ -6,6 +6,7 @@
 #include "text/FileName.h"
 
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 namespace qx::tool {
@@ -50,9 +51,17 @@ std::size_t InputFile::read(char* bytes, std::size_t size) {
     return count;
 }
 
+std::string readText(const std::string& path, const std::string& wanted, std::int64_t mostBytes) {
+    constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  // that some editors put first
+    std::string text = readWhole(path, wanted, mostBytes);
+    if (text.starts_with(kUtf8Mark))
+        text.erase(0, kUtf8Mark.size());
+    return text;
+}
+
 std::string readSettings(const std::string& path, const std::string& wanted) {
     constexpr std::int64_t kMaxBytes = 1 << 20;
-    std::string text = readWhole(path, wanted, kMaxBytes);
+    std::string text = readText(path, wanted, kMaxBytes);
     if (!isPlainText(text))
         throw ToolError(path + ": holds bytes that are no text in UTF-8; give " + wanted);
     return text;

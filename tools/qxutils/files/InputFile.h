@@ -60,6 +60,9 @@ void appendValues(Values& values, InputFile& file, std::int64_t count) {
 // The text of a file with settings: of 1 MiB at most, in UTF-8, without control characters.
 std::string readSettings(const std::string& path, const std::string& wanted);
 
+// The text of a file or stream that may not be longer than this, without the mark of UTF-8.
+std::string readText(const std::string& path, const std::string& wanted, std::int64_t mostBytes);
+
 // All of a file or stream that may not be longer than this.
 std::string readWhole(const std::string& path, const std::string& wanted, std::int64_t mostBytes);
 

@@ -53,6 +53,17 @@ double meanRowDifference(std::span<const WORD> pixels, int width) {
     return rows < 1 ? 0.0 : static_cast<double>(sum) / (static_cast<double>(rows) * width);
 }
 
+// Whether every other word is much more like another than the next one is, as in pixels of two words.
+bool alternates(std::span<const WORD> pixels) {
+    std::int64_t next = 0;
+    std::int64_t afterNext = 0;
+    for (std::size_t i = 0; i + 2 < pixels.size(); ++i) {
+        next += std::abs(pixels[i] - pixels[i + 1]);
+        afterNext += std::abs(pixels[i] - pixels[i + 2]);
+    }
+    return next > 2 * afterNext;
+}
+
 // The widths that a geometry must be better than: those of the others, or wrong ones close to its own.
 std::vector<int> otherWidths(const Geometry& geometry, const std::vector<Geometry>& geometries) {
     const int width = geometry.shape.width;
@@ -95,10 +106,13 @@ std::vector<JudgedGeometry> judgeGeometries(std::span<const WORD> words, std::ve
     if (isCertain && std::ranges::find(geometries, told) == geometries.end())
         geometries.push_back(told);
     std::vector<JudgedGeometry> judged;
+    const bool isOfLongPixels = alternates(words);
     for (const Geometry& geometry : geometries) {
         judged.push_back(judgeByRows(words, geometry, geometries));
         if (isCertain)
             judged.back().confidence = geometry == told ? Confidence::Certain : Confidence::Possible;
+        else if (isOfLongPixels)
+            judged.back().confidence = Confidence::Possible;
     }
     std::ranges::stable_sort(judged, std::greater(), &JudgedGeometry::confidence);
     return judged;

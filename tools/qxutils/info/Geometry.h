@@ -23,7 +23,7 @@ struct Geometry {
 };
 
 // Certain: the file's header says so, and its size agrees. Likely: neighbouring rows are more alike than with any other
-// width that fits. Possible: the size fits, no more.
+// width that fits, and words are no halves of pixels. Possible: the size fits, no more.
 enum class Confidence { Possible, Likely, Certain };
 
 struct JudgedGeometry {

@@ -9,13 +9,20 @@
 namespace qx::tool {
 namespace {
 
+// Two blanks, which the manual pages need, stand between every option that is not longer and what it is for.
+constexpr std::size_t kColumn = 31;
+
 // A column that is narrower is of no use to a reader.
 constexpr int kLeastWidth = 20;
 
+// Each of the text's own lines in as many as it takes.
 std::string inLines(const std::string& text, int width) {
+    const auto most = static_cast<std::size_t>(std::max(width, kLeastWidth));
     std::string lines;
-    for (const std::string& line : wrapText(text, static_cast<std::size_t>(std::max(width, kLeastWidth))))
-        lines.append(lines.empty() ? "" : "\n").append(line);
+    for (std::size_t begin = 0, end = 0; begin <= text.size(); begin = end + 1) {
+        end = std::min(text.find('\n', begin), text.size());
+        lines.append(begin > 0 ? "\n" : "").append(joined(wrapText(text.substr(begin, end - begin), most), "\n"));
+    }
     return lines;
 }
 
@@ -36,6 +43,10 @@ std::string rangeOf(const CLI::Option& option) {
 }
 
 }  // namespace
+
+Help::Help() {
+    column_width(kColumn);
+}
 
 std::string Help::make_description(const CLI::App* command) const {
     return inLines(command->get_description(), terminalWidth()) + "\n";
@@ -66,6 +77,10 @@ std::string Help::make_subcommand(const CLI::App* command) const {
     TextStream out;
     CLI::detail::format_help(out, command->get_name(), inColumn(command->get_description()), get_column_width());
     return out.str();
+}
+
+std::string Help::make_footer(const CLI::App* command) const {
+    return inLines(command->get_footer(), terminalWidth()) + "\n";
 }
 
 std::string Help::inColumn(const std::string& description) const {

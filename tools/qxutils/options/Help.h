@@ -12,10 +12,12 @@ namespace qx::tool {
 // an option takes, its range, what it is when left out, and the option that it needs.
 class Help : public CLI::Formatter {
 public:
+    Help();
     std::string make_description(const CLI::App* command) const override;
     std::string make_option_opts(const CLI::Option* option) const override;
     std::string make_option_desc(const CLI::Option* option) const override;
     std::string make_subcommand(const CLI::App* command) const override;
+    std::string make_footer(const CLI::App* command) const override;
 
 private:
     std::string inColumn(const std::string& description) const;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -43,9 +44,17 @@ std::vector<std::string> optionNames(const CLI::App& command) {
     return names;
 }
 
-// A negative number is none.
+// "help" is meant as an option.
+std::vector<std::string> commandAndOptionNames(const CLI::App& command) {
+    std::vector<std::string> names = commandNames(command);
+    std::ranges::copy(optionNames(command), std::back_inserter(names));
+    return names;
+}
+
+// A negative number is none, and what ends the options neither.
 bool looksLikeOption(std::string_view word) {
-    return word.size() > 1 && word[0] == '-' && word[1] != '.' && !std::isdigit(static_cast<unsigned char>(word[1]));
+    return word.size() > 1 && word[0] == '-' && word != "--" && word[1] != '.' &&
+           !std::isdigit(static_cast<unsigned char>(word[1]));
 }
 
 std::string describeOption(const CLI::App& command, const std::string& word) {
@@ -69,7 +78,7 @@ std::string describeCause(const CLI::App& app, const CLI::App& command, const CL
         return describeOption(command, *option);
     if (command.get_require_subcommand_min() > 0 && !unknown.empty())
         return "\"" + unknown.front() + "\" is neither a command nor an option" +
-               didYouMean(unknown.front(), commandNames(command));
+               didYouMean(unknown.front(), commandAndOptionNames(command));
     return error.what();
 }
 

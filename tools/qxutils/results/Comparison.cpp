@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace qx::tool {
 namespace {
@@ -19,26 +20,44 @@ bool isSameJudgement(const Record& first, const Record& second) {
     return first.check == second.check && isOfSameFile(first, second);
 }
 
-bool isFailureOfSameFile(const Record& first, const Record& second) {
-    const bool isFailure = first.verdict == Verdict::Failed || second.verdict == Verdict::Failed;
-    return isFailure && isOfSameFile(first, second);
+bool isSameFileWithoutCheck(const Record& first, const Record& second) {
+    return (first.check.empty() || second.check.empty()) && isOfSameFile(first, second);
 }
 
 std::optional<double> known(double value) {
     return std::isnan(value) ? std::nullopt : std::optional(value);
 }
 
-std::vector<ComparedMeasure> compareMeasures(const Record& today, const Record& reference) {
+// The grade, and the limits of the measures. What is expected of an SNR square is left out: it follows from the image.
+std::vector<Measure> termsOf(const Record& record) {
+    std::vector<Measure> terms;
+    for (const Measure& measure : record.measures) {
+        if (measure.limit)
+            terms.push_back({"limit of " + measure.name, measure.limit->value, measure.unit, measure.decimals});
+    }
+    if (record.grade)
+        terms.push_back({"grade", static_cast<double>(*record.grade), "", 0});
+    return terms;
+}
+
+std::vector<ComparedMeasure> compareMeasures(const std::vector<Measure>& today, const std::vector<Measure>& reference) {
     std::vector<ComparedMeasure> compared;
-    for (const Measure& measure : allMeasures(today))
+    for (const Measure& measure : today)
         compared.push_back({measure.name, measure.unit, measure.decimals, known(measure.value)});
-    for (const Measure& measure : allMeasures(reference)) {
+    for (const Measure& measure : reference) {
         const auto same = std::ranges::find(compared, measure.name, &ComparedMeasure::name);
         if (same != compared.end())
             same->reference = known(measure.value);
         else
             compared.push_back({measure.name, measure.unit, measure.decimals, std::nullopt, known(measure.value)});
     }
+    return compared;
+}
+
+ComparedRecord compareRecord(const Record& today, const Record& reference) {
+    ComparedRecord compared{today, reference, compareMeasures(allMeasures(today), allMeasures(reference))};
+    std::ranges::copy_if(compareMeasures(termsOf(today), termsOf(reference)), std::back_inserter(compared.measures),
+                         [](const ComparedMeasure& term) { return term.difference().value_or(0.0) != 0.0; });
     return compared;
 }
 
@@ -52,7 +71,7 @@ void pairUp(Comparison& comparison, bool (*belongTogether)(const Record&, const 
             left.push_back(std::move(record));
             continue;
         }
-        comparison.records.push_back({record, *other, compareMeasures(record, *other)});
+        comparison.records.push_back(compareRecord(record, *other));
         comparison.onlyReference.erase(other);
     }
     comparison.onlyToday = std::move(left);
@@ -88,7 +107,7 @@ bool Comparison::isWorse() const {
 Comparison compareRecords(const std::vector<Record>& today, const std::vector<Record>& reference) {
     Comparison comparison{{}, today, reference};
     pairUp(comparison, isSameJudgement);
-    pairUp(comparison, isFailureOfSameFile);
+    pairUp(comparison, isSameFileWithoutCheck);
     return comparison;
 }
 

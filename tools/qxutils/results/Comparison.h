@@ -28,12 +28,15 @@ struct ComparedMeasure {
 struct ComparedRecord {
     Record today;
     Record reference;
-    std::vector<ComparedMeasure> measures{};
+    std::vector<ComparedMeasure> measures{};  // with the limits and the grade that changed
 
     bool isChanged() const;
 
-    // Whether it passed in the reference and does not pass today.
-    bool isWorse() const { return reference.verdict == Verdict::Passed && today.verdict != Verdict::Passed; }
+    // Whether it passed in the reference, and does not pass or fails today.
+    bool isWorse() const {
+        return reference.verdict == Verdict::Passed &&
+               (today.verdict == Verdict::NotPassed || today.verdict == Verdict::Failed);
+    }
 };
 
 struct Comparison {
@@ -46,7 +49,8 @@ struct Comparison {
 };
 
 // Records of the same command, check and file name, without its folder, belong together, in their order where there are
-// several; one without a verdict names no check, and belongs to the first one left of its command and file name.
+// several; one that names no check, failed or only measured, belongs to the first one left of its command and file
+// name.
 Comparison compareRecords(const std::vector<Record>& today, const std::vector<Record>& reference);
 
 // For a person, within 80 columns: what changed, and how many results did not.

@@ -166,6 +166,13 @@ std::string versionNumber() {
     return version.substr(version.find_first_of("0123456789"));
 }
 
+// Says so of what a newer program wrote, which may mean something else.
+const Json& ofKnownSchema(const Json& json) {
+    if (json.value("schema", kResultsSchema) > kResultsSchema)
+        throw std::runtime_error("written by a newer qxutils");
+    return json;
+}
+
 }  // namespace
 
 Json documentHead() {
@@ -228,14 +235,14 @@ std::vector<Record> parseRecords(const std::string& text) {
     std::vector<Record> records;
     const Json document = parseJson(text, false);
     if (!document.is_discarded() && document.contains("results")) {
-        for (const Json& json : document.at("results"))
+        for (const Json& json : ofKnownSchema(document).at("results"))
             records.push_back(recordFromJson(json));
         return records;
     }
     std::istringstream lines(text);
     lines.exceptions(std::ios::badbit);
     for (std::string line; std::getline(lines, line);)
-        records.push_back(recordFromJson(parseJson(line)));
+        records.push_back(recordFromJson(ofKnownSchema(parseJson(line))));
     if (records.empty())
         throw std::runtime_error("empty");
     return records;

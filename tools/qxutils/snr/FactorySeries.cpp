@@ -31,6 +31,8 @@ float toSnr(std::optional<double> value) {
 }
 
 SnrSeries parseToml(const std::string& text) {
+    if (qxkit::mayNestTooDeep(text))
+        throw std::runtime_error("more points on a line than a key may have");
     const toml::table table = toml::parse(text);
     const toml::array* list = table["snr"].as_array();
     if (list == nullptr)
@@ -55,10 +57,12 @@ SnrSeries savedSeries(const std::vector<Record>& results) {
 
 SnrSeries parseJsonList(const std::string& text) {
     Json list = parseJson(text, false);
+    // Results in lines are no JSON as a whole.
+    const Json first = list.is_discarded() ? parseJson(text.substr(0, text.find('\n')), false) : list;
+    if (first.is_object() && (first.contains("results") || first.contains("verdict")))
+        return savedSeries(parseRecords(text));
     if (list.is_discarded())
         throw std::runtime_error("not valid JSON");
-    if (list.is_object() && list.contains("results"))
-        return savedSeries(parseRecords(text));
     if (list.is_object())
         list = list.value("snr", Json());
     if (!list.is_array())

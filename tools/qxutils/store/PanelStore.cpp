@@ -163,10 +163,14 @@ std::optional<Limit> limitOf(const Statement& row) {
     return Limit{*comparison, row.real(kLimit), static_cast<int>(row.integer(kRequirement)), row.integer(kMet) != 0};
 }
 
-bool isWanted(const std::string& check, const Statement& row) {
+// Of a row that begins with a command and a check: "dark", "darkImgGrayAnalysis", "check dark".
+std::array<std::string, 3> checkNamesOf(const Statement& row) {
     const std::string command = row.text(kCommand);
-    return check.empty() || check == row.text(kCheck) || check == command ||
-           check == command.substr(command.find_last_of(' ') + 1);
+    return {command.substr(command.find_last_of(' ') + 1), row.text(kCheck), command};
+}
+
+bool isWanted(const std::string& check, const Statement& row) {
+    return check.empty() || std::ranges::count(checkNamesOf(row), check) > 0;
 }
 
 // A measure's place among those of its check, which are not all there where an earlier one decides.
@@ -258,6 +262,14 @@ bool PanelStore::holds(const std::string& command, const Subject& subject) const
     Statement statement(database_, kSelectFile);
     statement.bind(command).bind(subject.file).bind(subject.bytes).bind(subject.crc).bind(subject.time);
     return statement.step();
+}
+
+std::vector<std::string> PanelStore::checkNames() const {
+    Statement row(database_, R"(SELECT DISTINCT command, "check" FROM results)");
+    std::vector<std::string> names;
+    while (row.step())
+        std::ranges::copy(checkNamesOf(row), std::back_inserter(names));
+    return names;
 }
 
 std::vector<TrendSeries> PanelStore::series(const TrendFilter& filter) const {

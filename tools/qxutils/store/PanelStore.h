@@ -51,6 +51,9 @@ public:
     // Whether a command's result of this file is kept: one of its CRC, or one that was judged after its time.
     bool holds(const std::string& command, const Subject& subject) const;
 
+    // What TrendFilter::check may be.
+    std::vector<std::string> checkNames() const;
+
     // By check, in the order in which each measures; the points by time.
     std::vector<TrendSeries> series(const TrendFilter& filter = {}) const;
 

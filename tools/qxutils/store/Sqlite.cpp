@@ -124,8 +124,9 @@ const SqliteFunctions& sqlite() {
 }
 
 Database::Database(const std::string& path, int flags) : path_(path) {
-    // SQLite keeps what is called ":memory:" in no file.
-    const std::string file = path.starts_with(':') ? "./" + path : path;
+    // SQLite keeps what is called ":memory:" in no file, and may read other things into "file:".
+    const bool isSpecial = path.starts_with(':') || path.starts_with("file:");
+    const std::string file = isSpecial ? "./" + path : path;
     const int code = sqlite().open(file.c_str(), &handle_, flags, nullptr);
     if (code != SQLITE_OK) {
         sqlite().close(handle_);

@@ -37,10 +37,19 @@ void moveDown(Mark& mark, double down) {
     }
 }
 
+// Values of one time stand in the middle of a day.
+double marginOf(const Trend& trend) {
+    return trend.last().day > trend.first().day ? 0.0 : 0.5;
+}
+
+double firstDayShown(const Trend& trend) {
+    return trend.first().day - marginOf(trend);
+}
+
 double lastDayShown(const Trend& trend) {
     const double last = trend.last().day;
     const double span = last - trend.first().day;
-    return trend.limitDay ? std::min(*trend.limitDay, last + kMostAhead * span) : last;
+    return trend.limitDay ? std::min(*trend.limitDay, last + kMostAhead * span) : last + marginOf(trend);
 }
 
 void addValues(Plot& plot, const Trend& trend) {
@@ -63,7 +72,7 @@ void addLimit(Plot& plot, const Trend& trend) {
     const Limit& limit = *trend.series.limit;
     const bool isLower = limit.comparison == MeasureAbove || limit.comparison == MeasureAtLeast;
     plot.limit(std::string("limit ") + symbolOf(limit.comparison) + ' ' + shortText(limit.value),
-               {{trend.first().day, limit.value}, {lastDayShown(trend), limit.value}},
+               {{firstDayShown(trend), limit.value}, {lastDayShown(trend), limit.value}},
                isLower ? Beyond::Below : Beyond::Above);
 }
 

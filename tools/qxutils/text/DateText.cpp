@@ -58,7 +58,8 @@ bool isDateOrTime(const std::string& text) {
     const chrono::year_month_day date(chrono::year(numberAt(text, 0, 4)),
                                       chrono::month(static_cast<unsigned>(numberAt(text, 5, 2))),
                                       chrono::day(static_cast<unsigned>(numberAt(text, 8, 2))));
-    return date.ok();
+    return date.ok() && (text.size() == kDateLength ||
+                         (numberAt(text, 11, 2) < 24 && numberAt(text, 14, 2) < 60 && numberAt(text, 17, 2) < 60));
 }
 
 }  // namespace qx::tool

@@ -75,7 +75,7 @@ void chooseColours(ColourChoice choice) {
 
 bool colours() {
     if (colourChoice == ColourChoice::Auto)
-        return kTerminal.isTerminal && environmentText("NO_COLOR").empty();
+        return kTerminal.isTerminal && environmentText("NO_COLOR").empty() && environmentText("TERM") != "dumb";
     return colourChoice == ColourChoice::Always;
 }
 

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-// Words and lines: how much of a line a text takes, of which a character of UTF-8 is one.
+// Words and lines: how much of a line a text takes. A character of UTF-8 is one place, a wide one two, one that
+// combines none.
 
 namespace qx::tool {
 

@@ -6,13 +6,16 @@
 #include "store/TrendPicture.h"
 #include "text/ComparedNumbers.h"
 #include "text/DateText.h"
+#include "text/Suggestion.h"
 #include "text/TextTable.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -75,6 +78,11 @@ void print(const std::vector<Trend>& trends, Format format) {
         printTable(trends);
 }
 
+// Nothing for a check that the store holds.
+std::string didYouMeanCheck(const std::string& check, const std::vector<std::string>& names) {
+    return std::ranges::find(names, check) != names.end() ? "" : didYouMean(check, names);
+}
+
 ExitCode runTrend(const TrendOptions& options) {
     const std::string& since = options.filter.since;
     if (!since.empty() && !isDateOrTime(since))
@@ -83,8 +91,10 @@ ExitCode runTrend(const TrendOptions& options) {
         requirePictureName(*options.picture, options.store);
     const PanelStore store(options.store, PanelStore::Use::Reading);
     const std::vector<Trend> trends = trendsOf(store, options.filter);
-    if (trends.empty())
-        throw ToolError(options.store + ": holds no such measure; give another --check, --measure or --since");
+    if (trends.empty()) {
+        throw ToolError(options.store + ": holds no such measure; give another --check, --measure or --since" +
+                        didYouMeanCheck(options.filter.check, store.checkNames()));
+    }
     if (options.picture)
         writePicture(*options.picture, drawTrends(trends));
     print(trends, options.results.format);
