@@ -52,6 +52,11 @@ def opened(browser, path: Path):
     return browser
 
 
+def page_data(path: Path) -> dict:
+    """What the page draws from."""
+    return json.loads(re.search(r'id="data">(.*?)</script>', path.read_text(encoding="utf-8"), re.DOTALL)[1])
+
+
 def assert_quiet(browser, path: Path) -> None:
     messages = [json.loads(entry["message"])["message"] for entry in browser.get_log("performance")]
     asked = [message["params"]["request"]["url"] for message in messages
@@ -151,9 +156,8 @@ def test_nearly_equal_strips_are_marked_as_they_are_judged(tmp_path):
     image, judged, exact = next(found for found in map(marked, range(1000)) if found[1] != found[2])
     image.tofile(tmp_path / "flat.raw")
     run("report", "flat.raw", "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "-o", "flat.html", folder=tmp_path)
-    text = (tmp_path / "flat.html").read_text(encoding="utf-8")
-    data = json.loads(re.search(r'id="data">(.*?)</script>', text, re.DOTALL)[1])
-    assert [mark["x"] // 32 for mark in data["images"][0]["overlays"][0]["marks"]] == [judged, judged + 1]
+    marks = page_data(tmp_path / "flat.html")["images"][0]["overlays"][0]["marks"]
+    assert [mark["x"] // 32 for mark in marks] == [judged, judged + 1]
 
 
 def test_blocks_are_marked_by_their_medians(tmp_path):
@@ -167,11 +171,31 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     dark.tofile(tmp_path / "dark.raw")
     run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
         "-o", "blocks.html", folder=tmp_path)
-    data = re.search(r'id="data"[^>]*>(.*?)</script>', (tmp_path / "blocks.html").read_text(), re.DOTALL)
-    marked = {overlay["name"]: overlay["marks"][0] for overlay in json.loads(data[1])["images"][0]["overlays"]}
+    overlays = page_data(tmp_path / "blocks.html")["images"][0]["overlays"]
+    marked = {overlay["name"]: overlay["marks"][0] for overlay in overlays}
     places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
     assert places["darkest block"] == (96, 224, "15000")
     assert places["blocks that deviate most"] == (128, 192, "0.333")
+
+
+@pytest.mark.parametrize("width, height, wanted", [
+    # The middle area of a small image is too narrow for a region.
+    (768, 768, [("outer area", 256, 256, "met"), ("middle area", 320, 320, "not met")]),
+    (1280, 1024, [("outer area", 256, 224, "examined"), ("middle area", 448, 368, "examined"),
+                  ("brightest region", 576, 464, "met")])])
+def test_places_of_a_trigger_have_their_own_verdicts(tmp_path, width, height, wanted):
+    import numpy as np
+
+    image = np.full((height, width), 100, "<f4")
+    image[464:, 600:] = 600
+    if len(wanted) == 2:
+        image[:] = 600
+        image[320:449, 320:449] = 100
+    image.tofile(tmp_path / "image.raw")
+    run("report", "image.raw", "--shape", f"{width}x{height}", "--check", "false-trigger", "-o", "page.html",
+        folder=tmp_path)
+    marks = page_data(tmp_path / "page.html")["images"][0]["overlays"][0]["marks"]
+    assert [(mark["label"], mark["x"], mark["y"], mark["state"]) for mark in marks] == wanted
 
 
 def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
