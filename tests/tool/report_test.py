@@ -283,14 +283,25 @@ def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):
         (f"image{i}.raw", "true" if i == 0 else "false") for i in range(5)]
     # The library sums in single precision.
     assert [float(row["value"]) for row in steps] == pytest.approx([0] + 4 * [BRIGHT - DARK], rel=1e-3)
-    # From its own results the report tells the same, of the images that are still what they were.
-    shutil.copy(folder / "report.json", tmp_path / "old.json")
+    # From its own results the report tells the same, of the images that are still what they were, and who judged them.
+    document.update(version="4.1.0.0", detector={**document["detector"], "machine": "VD-0002"})
+    (tmp_path / "old.json").write_text(json.dumps(document))
     shutil.copy(folder / "image1.raw", tmp_path)
     (tmp_path / "image2.raw").write_bytes((folder / "image1.raw").read_bytes()[::-1])
     (tmp_path / "image3.raw").write_bytes(b"shorter")
     done = run("report", "old.json", "-o", "again.html", folder=tmp_path)
     assert done.exit == 3 and b"20 results, 1 image" in done.output, done
-    assert json.loads((tmp_path / "again.json").read_text())["results"] == document["results"]
+    assert json.loads((tmp_path / "again.json").read_text()) == document
+    head = (tmp_path / "again.html").read_text(encoding="utf-8").split("<nav")[0]
+    for told in ("QxUtils 4.1.0.0<", "Halbrook4343, VD-0002, 500 ms", "of results, those that stand in them"):
+        assert told in head
+    run("report", "old.json", "image1.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "both.html", folder=tmp_path)
+    both = json.loads((tmp_path / "both.json").read_text())
+    jsonschema.validate(both, json.loads(SCHEMA.read_text()))
+    assert both["detector"] == {key: value for key, value in document["detector"].items() if key != "machine"}
+    head = (tmp_path / "both.html").read_text(encoding="utf-8").split("<nav")[0]
+    for told in ("QxUtils 4.1.0.0 or ", "VD-0002 or VD-0001", "the detector's configuration; of results"):
+        assert told in head
 
 
 def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
@@ -311,9 +322,11 @@ def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
               "bytes": 2 * SIDE * SIDE, "measures": [{"name": "", "value": 0, "unit": "", "decimals": 0}]}
     for harm in ({"measures": [{**record["measures"][0], "decimals": 10**9}]}, {"time": "now"}, {"code": 1e300},
                  {"shape": {"width": -SIDE, "height": -SIDE}}, {"shape": {"width": 0, "height": SIDE}}):
-        (tmp_path / "harm.json").write_text(json.dumps({"results": [{**record, **harm}]}))
-        done = report("harm.json", "-o", "page.html")
-        assert (done.exit, done.error.count("\n")) == (1, 1) and "harm.json: holds no results" in done.error, done
+        for written in ({"results": [{**record, **harm}]}, {"schema": 2, "results": [record]}, {"schema": 2, **record},
+                        {"schema": 1, "detector": "none", "results": [record]}):
+            (tmp_path / "harm.json").write_text(json.dumps(written))
+            done = report("harm.json", "-o", "page.html")
+            assert (done.exit, done.error.count("\n")) == (1, 1) and "harm.json: holds no results" in done.error, done
     tiny = {**record, "file": "tiny.raw", "bytes": 800, "shape": {"width": 20, "height": 20}}
     (tmp_path / "tiny.raw").write_bytes(bytes(800))
     (tmp_path / "tiny.json").write_text(json.dumps({"results": [tiny]}))

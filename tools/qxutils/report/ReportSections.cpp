@@ -244,23 +244,39 @@ std::string trendText(const Json& trend) {
     return text + '.';
 }
 
-std::string detectorText(const Json& detector) {
-    const auto add = [&](std::string& text, const char* key, const std::string& before, const std::string& after) {
-        if (!detector.contains(key))
-            return;
-        const Json& value = detector[key];
-        text += (text.empty() ? "" : ", ") + before +
-                (value.is_string()         ? value.get<std::string>()
-                 : value.is_number_float() ? formatNumber(value.get<double>(), 1)
-                                           : value.dump()) +
-                after;
-    };
+std::string factText(const Json& value) {
+    return value.is_string()         ? value.get<std::string>()
+           : value.is_number_float() ? formatNumber(value.get<double>(), 1)
+                                     : value.dump();
+}
+
+// What the runs that judged say at this place; all of it, where they differ.
+std::string saidAt(const std::vector<Json>& heads, const char* place) {
+    std::vector<std::string> said;
+    for (const Json& head : heads) {
+        const Json value = head.value(Json::json_pointer(place), Json());
+        if (!value.is_null() && std::ranges::find(said, factText(value)) == said.end())
+            said.push_back(factText(value));
+    }
+    constexpr std::size_t kMostTold = 4;
     std::string text;
-    add(text, "description", "", "");
-    add(text, "machine", "", "");
-    add(text, "exposureTimeMs", "", " ms");
-    add(text, "gain", "gain ", "");
-    add(text, "temperatureC", "", " °C");
+    for (std::size_t i = 0; i < std::min(said.size(), kMostTold); ++i)
+        text += (i == 0 ? "" : " or ") + said[i];
+    return said.size() > kMostTold ? text + " and others" : text;
+}
+
+std::string detectorText(const std::vector<Json>& heads) {
+    std::string text;
+    const auto add = [&](const char* place, const std::string& before, const std::string& after) {
+        const std::string said = saidAt(heads, place);
+        if (!said.empty())
+            text += (text.empty() ? "" : ", ") + before + said + after;
+    };
+    add("/detector/description", "", "");
+    add("/detector/machine", "", "");
+    add("/detector/exposureTimeMs", "", " ms");
+    add("/detector/gain", "gain ", "");
+    add("/detector/temperatureC", "", " °C");
     return text;
 }
 
@@ -287,8 +303,8 @@ std::string reportSummary(const Report& report) {
 }
 
 std::string reportFacts(const Report& report) {
-    std::vector<ReportFact> facts = {{"Judged by", "QxUtils " + report.head.value("version", "")},
-                                     {"Detector", detectorText(report.head.value("detector", Json::object()))}};
+    std::vector<ReportFact> facts = {{"Judged by", "QxUtils " + saidAt(report.heads, "/version")},
+                                     {"Detector", detectorText(report.heads)}};
     facts.insert(facts.end(), report.facts.begin(), report.facts.end());
     std::string html = "<dl class=\"facts\">\n";
     for (const auto& [name, value] : facts)
