@@ -66,6 +66,25 @@ def assert_quiet(browser, path: Path) -> None:
     assert [entry for entry in browser.get_log("browser") if "getImageData" not in entry["message"]] == []
 
 
+def assert_legible(browser) -> None:
+    """No text of a plot meets another one, nor leaves the plot."""
+    assert browser.execute_script("""
+        const boxOf = (part) => part.getBoundingClientRect();
+        const wrong = [];
+        for (const plot of document.querySelectorAll("svg[role=img]")) {
+            const texts = [...plot.querySelectorAll("text")];
+            const room = boxOf(plot);
+            texts.forEach((text, i) => {
+                const box = boxOf(text);
+                if (box.left < room.left - 1 || box.right > room.right + 1) wrong.push(text.textContent);
+                for (const other of texts.slice(0, i).map(boxOf))
+                    if (box.left < other.right && other.left < box.right && box.top + 3 < other.bottom &&
+                        other.top + 3 < box.bottom) wrong.push(text.textContent);
+            });
+        }
+        return wrong;""") == []
+
+
 def grey(browser, image: int, x: int, y: int) -> int:
     """What the canvas shows of a pixel of the image, which is not reduced."""
     return browser.execute_script("""
@@ -136,6 +155,11 @@ def test_the_marks_are_where_the_library_looks(page):
     assert {mark["state"] for mark in overlays["largest step between strips"]} == {"not met"}
     assert [mark["label"] for mark in overlays["five squares"]] == ["20000", "10000", "30000", "10000", "30000"]
     assert len(overlays["blocks that deviate most"]) == 16
+    layers = page.find_elements("css selector", "article:nth-of-type(2) .layers label")
+    assert [layer.text for layer in layers] == [
+        "five squares getUniform", "blocks that deviate most checkGlobalUniform",
+        "largest step between strips analysisStrip", "SNR squares checkGlobalSNR"]
+    assert_legible(page)
     drawn = page.find_elements("css selector", ".series svg")
     assert len(drawn) == 5 and "logarithmic" in drawn[0].get_attribute("textContent")
     failing = [record for record in data["records"] if any(square["below"] for square in record.get("squares", []))]
@@ -206,25 +230,56 @@ def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     (tmp_path / "none.raw").write_bytes(array.array("f", [float("nan")]).tobytes() * SIDE * SIDE)
     run("report", "some.raw", "none.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "floats.html", folder=tmp_path)
     page = opened(browser, tmp_path / "floats.html")
+    assert "512 × 512 pixels; none of them a number;" in page.find_element("css selector", "body").text
     greys = [grey(page, 0, x, 200) for x in range(7)]
     assert max(greys) > min(greys) + 100
     assert_quiet(page, tmp_path / "floats.html")
 
 
+@pytest.mark.parametrize("values, width, height", [([123], 1, 1), ([65535], 640, 640), ([20000, 30000], 16384, 16),
+                                                   ([20000, 30000], 16, 16384), ([3e32, 4e32], 256, 256),
+                                                   ([3e-7, 4e-7], 256, 256), ([9999, 10001, 40000], 400, 400)])
+def test_axes_are_legible_whatever_there_is(browser, tmp_path, values, width, height):
+    """Pixels have whole numbers, neighbouring numbers as many decimals each, and a single value a dot."""
+    pixels = array.array("f" if isinstance(values[0], float) else "H", values * (width * height // len(values) + 1))
+    (tmp_path / "image.raw").write_bytes(pixels[:width * height].tobytes())
+    run("report", "image.raw", "--shape", f"{width}x{height}", "-o", "page.html", folder=tmp_path)
+    page = opened(browser, tmp_path / "page.html")
+    assert_legible(page)
+    column_name = "column (mean of each, counts)"
+    texts = [part.text for part in page.find_elements("css selector", ".stage svg[role=img] text")]
+    places = [text for text in texts[:texts.index(column_name)][-6:] if re.fullmatch(r"[0-9.]+", text)]
+    assert places and "0" in places and all("." not in text for text in places[places.index("0"):])
+    screen = page.find_element("css selector", "canvas.pixels").size
+    assert min(screen["width"], screen["height"]) >= 40
+    scale, = page.find_elements("css selector", ".scale")
+    assert re.fullmatch(r"black \S+\nwhite \S+ counts", scale.text), scale.text
+    assert_quiet(page, tmp_path / "page.html")
+
+
 @pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
-def test_a_store_shows_where_a_measure_goes(browser, tmp_path):
+@pytest.mark.parametrize("step, days, limit_met, ends", [
+    (86400, ("1970-01-03", "999.996"), "1970-01-0[45]", ["1970-01-01", "1970-01-0[45]"]),
+    (60, ("1970-01-01", "1.43999e+06"), "1970-01-01", ["1970-01-01 20:00", "1970-01-01 20:02"])])
+def test_a_store_shows_where_a_measure_goes(browser, tmp_path, step, days, limit_met, ends):
     for day in range(3):
         halves(tmp_path / f"day{day}.raw", right=DARK + 1000 * day)
-        os.utime(tmp_path / f"day{day}.raw", (day * 86400, day * 86400))
+        os.utime(tmp_path / f"day{day}.raw", 2 * (72000 + day * step,))
     report = lambda name, *more: run("report", name, "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--store",
                                      "p.sqlite", "-o", "report.html", *more, folder=tmp_path)
     assert report("day0.raw", "--dry-run").exit == 0 and not (tmp_path / "p.sqlite").exists()
     assert [report(f"day{day}.raw").exit for day in range(3)] == [0, 0, 0]
     page = opened(browser, tmp_path / "report.html")
     figure, = page.find_elements("css selector", ".trends figure")
-    assert re.fullmatch(r"step between strips, analysisStrip\n.*\nLast value 1999\.99 counts on 1970-01-03, limit < "
-                        r"4000; changes by 999\.996 a day and meets the limit on 1970-01-0[45]\.", figure.text,
+    last, slope = map(re.escape, days)
+    assert re.fullmatch(rf"step between strips, counts\nanalysisStrip\n.*\nLast value 1999\.99 counts on {last}, "
+                        rf"limit < 4000; changes by {slope} a day and meets the limit on {limit_met}\.", figure.text,
                         re.DOTALL), figure.text
+    texts = [part.text for part in figure.find_elements("css selector", "svg text")]
+    assert [len([text for text in texts if re.fullmatch(end, text)]) for end in ends] == [1, 1], texts
+    line = figure.find_element("css selector", "path.factory").get_attribute("d")
+    assert all(10 <= float(height) <= 150 for height in re.findall(r"[\d.]+ (-?[\d.]+)", line)), line
+    assert_legible(page)
     assert [len(figure.find_elements("css selector", f"path.{kind}, line.{kind}, circle.{kind}"))
             for kind in ("measured", "expected", "factory", "dot", "here")] == [1, 1, 1, 3, 1]
     assert_quiet(page, tmp_path / "report.html")
@@ -235,6 +290,17 @@ def test_it_prints(page):
     assert paper.startswith(b"%PDF")
     assert 4 <= len(re.findall(rb"/Type /Page\b", paper)) <= 12
     assert len(re.findall(rb"/Subtype /Image", paper)) >= 5
+    isOpen = "return [...document.querySelectorAll('.series details')].map((part) => part.open)"
+    numbers = page.find_elements("css selector", ".series summary")
+    numbers[1].click()
+    page.execute_script("dispatchEvent(new Event('beforeprint'))")
+    assert page.execute_script(isOpen) == 5 * [True]
+    page.execute_script("dispatchEvent(new Event('afterprint'))")
+    assert page.execute_script(isOpen) == [False, True, False, False, False]
+    page.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+    assert page.find_elements("css selector", ".drawn")[1].text == (
+        "Drawn: five squares, blocks that deviate most, largest step between strips, SNR squares.")
+    page.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": ""})
 
 
 def test_without_scripts_the_tables_tell_it_all(browser, folder):
@@ -267,6 +333,8 @@ def test_names_do_no_harm(browser, folder, tmp_path):
     assert [heading.text for heading in page.find_elements("css selector", "h1, h3")] == [
         HARM, "<b onclick='x'>&\"{{data}}.raw", "bytes \ufffd\ufffd.raw"]
     assert_quiet(page, tmp_path / "report.html")
+    with open(tmp_path / "report.csv", newline="", encoding="utf-8") as file:
+        assert {row["file"] for row in csv.DictReader(file)} > {HARM, "bytes \ufffd\ufffd.raw"}
 
 
 def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):

@@ -420,8 +420,11 @@ Overlay steppingRows(const Measure& measure, const FloatImage& image) {
     return overlay;
 }
 
-std::vector<Overlay> withoutEmpty(std::vector<Overlay> overlays) {
+// Those that mark something.
+std::vector<Overlay> finished(std::vector<Overlay> overlays, const Record& record) {
     std::erase_if(overlays, [](const Overlay& overlay) { return overlay.marks.empty(); });
+    for (Overlay& overlay : overlays)
+        overlay.check = record.check;
     return overlays;
 }
 
@@ -459,11 +462,11 @@ std::vector<Overlay> allOverlays(const Record& record, const FloatImage& image) 
 }  // namespace
 
 std::vector<Overlay> overlaysOf(const Record& record, const RawImage& image, const RawImage* dark) {
-    return withoutEmpty(allOverlays(record, image, dark));
+    return finished(allOverlays(record, image, dark), record);
 }
 
 std::vector<Overlay> overlaysOf(const Record& record, const FloatImage& image) {
-    return withoutEmpty(allOverlays(record, image));
+    return finished(allOverlays(record, image), record);
 }
 
 }  // namespace qx::tool

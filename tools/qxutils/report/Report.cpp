@@ -40,7 +40,7 @@ Json jsonOf(const MarkedPlace& mark) {
 }
 
 Json jsonOf(const Overlay& overlay) {
-    Json json = {{"name", overlay.name}, {"marks", Json::array()}};
+    Json json = {{"name", overlay.name}, {"check", overlay.check}, {"marks", Json::array()}};
     for (const MarkedPlace& mark : overlay.marks)
         json["marks"].push_back(jsonOf(mark));
     return json;

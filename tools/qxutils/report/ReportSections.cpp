@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -169,13 +170,22 @@ std::string imageFacts(const ReportImage& image, const std::string& written) {
     const double span = summary.maximum - summary.minimum;
     const int decimals = span > 0.0 && span < 100.0 ? 2 : 1;
     const auto value = [](double number, int digits) {
-        return std::isfinite(number) ? formatNumber(number, digits) : "–";
+        const double size = std::fabs(number);
+        const bool isPlain = size == 0.0 || (size >= 0.01 && size < 1e9);
+        return !std::isfinite(number) ? "–"
+               : isPlain              ? formatNumber(number, digits)
+                                      : shortText(static_cast<double>(static_cast<float>(number)));
     };
     const auto count = [&](double number) { return value(number, number == std::floor(number) ? 0 : decimals); };
+    const Histogram& all = summary.histogram;
+    const bool isEmpty = std::accumulate(all.counts.begin(), all.counts.end(), all.below + all.above) == 0;
+    const std::string facts = isEmpty
+                                  ? "none of them a number"
+                                  : "counts from " + count(summary.minimum) + " to " + count(summary.maximum) +
+                                        ", median " + count(summary.median) + ", mean " + value(summary.mean, decimals);
     return tag("p", "class=\"quiet\"",
-               std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) +
-                   " pixels; counts from " + count(summary.minimum) + " to " + count(summary.maximum) + ", median " +
-                   count(summary.median) + ", mean " + value(summary.mean, decimals) + written);
+               std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) + " pixels; " +
+                   facts + written);
 }
 
 bool isWorse(Verdict first, Verdict second) {
@@ -219,6 +229,11 @@ std::string writtenText(const Report& report, const std::string& file) {
     return record == report.records.end() ? "" : "; written " + readableTime(record->subject.time);
 }
 
+std::string trendSymbol(const Json& trend) {
+    const std::string symbol = trend.value("comparison", "");
+    return symbol == "<=" ? "≤" : symbol == ">=" ? "≥" : symbol;
+}
+
 // The last value beside its limit, and where a straight line through the points leads.
 std::string trendText(const Json& trend) {
     const auto numberText = [](const Json& value) {
@@ -235,7 +250,7 @@ std::string trendText(const Json& trend) {
         text += ' ' + unit;
     text += " on " + points.back().value("time", "").substr(0, kDateLength);
     if (trend.contains("limit") && trend["limit"].is_number())
-        text += ", limit " + trend.value("comparison", "") + ' ' + numberText(trend["limit"]);
+        text += ", limit " + trendSymbol(trend) + ' ' + numberText(trend["limit"]);
     if (const Json forecast = trend.value("forecast", Json()); forecast.is_object()) {
         text += "; changes by " + numberText(forecast.value("slopePerDay", Json())) + " a day";
         if (const Json date = forecast.value("limitDate", Json()); date.is_string())
@@ -371,8 +386,11 @@ std::string trendSection(const Report& report) {
                        "report judges.</p>\n<div class=\"trends\">\n";
     for (std::size_t i = 0; i < report.trends.size(); ++i) {
         const Json& trend = report.trends[i];
+        const std::string unit = trend.value("unit", "");
         html += "<figure data-trend=\"" + std::to_string(i) + "\">" +
-                tag("figcaption", "", markupText(trend.value("measure", "") + ", " + trend.value("check", ""))) +
+                tag("figcaption", "",
+                    tag("span", "", markupText(trend.value("measure", "") + (unit.empty() ? "" : ", " + unit))) + ' ' +
+                        tag("code", "class=\"quiet\"", markupText(trend.value("check", "")))) +
                 tag("p", "class=\"quiet\"", markupText(trendText(trend))) + "</figure>\n";
     }
     return html + "</div>\n";
