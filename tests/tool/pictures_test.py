@@ -2,13 +2,15 @@
 
 import array
 import base64
+import os
+import re
 import struct
 import xml.etree.ElementTree as ElementTree
 import zlib
 
 import pytest
 
-from tool import run
+from tool import IS_ALONE, run
 
 SIDE = 600
 COMMANDS = {
@@ -54,3 +56,22 @@ def test_picture_is_what_its_name_says(what, tmp_path):
     # Twice the resolution; what has no colour takes one channel.
     drawn = png((tmp_path / "picture.png").read_bytes())
     assert drawn == (round(2 * width), round(2 * height), 1 if what == "comparison" else 3)
+
+
+@pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
+@pytest.mark.parametrize("seconds, ticks", [
+    (0, r"2026-05-2[89] \d\d:\d\d"), (2, r"2026-05-28 20:26:\d\d"), (60, r"2026-05-28 20:2\d"),
+    (7200, r"2026-05-2[89] [02]\d:00"), (864000, r"2026-0[56]-\d\d")])
+def test_trends_tell_their_times_however_short_they_are(tmp_path, seconds, ticks):
+    for i in range(3):
+        (tmp_path / f"{i}.raw").write_bytes(array.array("H", [1000, 1000 + i] * 64 * 128).tobytes())
+        os.utime(tmp_path / f"{i}.raw", 2 * (1780000000 + i * seconds,))
+    assert run("check", "strip", ".", "--shape", "128x128", "--store", "p.sqlite", folder=tmp_path).exit == 0
+    assert run("trend", "p.sqlite", "-o", "trend.svg", folder=tmp_path).exit == 0
+    svg = "{http://www.w3.org/2000/svg}"
+    root = ElementTree.parse(tmp_path / "trend.svg").getroot()
+    dates = [text.text for text in root.iter(f"{svg}text") if re.match(r"20[12]\d(-|$)", text.text)]
+    assert len(dates) >= 2 and all(re.fullmatch(ticks, date) for date in dates), dates
+    limit, = (line for line in root.iter(f"{svg}polyline") if line.get("stroke-dasharray"))
+    first, last = (float(place.split(",")[0]) for place in limit.get("points").split())
+    assert last - first > 300

@@ -62,8 +62,10 @@ void addLine(Plot& plot, const Trend& trend) {
 void addLimit(Plot& plot, const Trend& trend) {
     const Limit& limit = *trend.series.limit;
     const bool isLower = limit.comparison == MeasureAbove || limit.comparison == MeasureAtLeast;
+    // A line through a single time needs some length.
+    const double around = lastDayShown(trend) > trend.first().day ? 0.0 : 0.5;
     plot.limit(std::string("limit ") + symbolOf(limit.comparison) + ' ' + shortText(limit.value),
-               {{trend.first().day, limit.value}, {lastDayShown(trend), limit.value}},
+               {{trend.first().day - around, limit.value}, {lastDayShown(trend) + around, limit.value}},
                isLower ? Beyond::Below : Beyond::Above);
 }
 
@@ -71,7 +73,8 @@ Plot plotOf(const Trend& trend) {
     const TrendSeries& series = trend.series;
     const std::string label = series.unit.empty() ? series.measure : series.measure + " (" + series.unit + ")";
     Plot plot{series.check + ": " + series.measure, {"day", AxisScale::Days}, {label}};
-    plot.note = "Limit met: " + outlookText(trend) + '.';
+    if (series.limit)
+        plot.note = "Limit met: " + outlookText(trend) + '.';
     addValues(plot, trend);
     if (trend.forecast)
         addLine(plot, trend);

@@ -19,7 +19,7 @@ constexpr double kPlotWidth = 190.0;
 constexpr double kRowAxisWidth = 68.0;
 constexpr double kColumnAxisHeight = 52.0;
 constexpr double kTextHeight = 44.0;  // of caption and verdict above the pictures
-constexpr double kPlotGap = 2.0 * kGap;
+constexpr double kPlotGap = 2.75 * kGap;
 constexpr double kViewWidth = kRowAxisWidth + kPixelsWidth + kPlotGap + kPlotWidth;
 
 struct LevelRange {
@@ -70,7 +70,8 @@ struct ViewPainter {
     void paintText(const StripeView& view, Place corner) const {
         drawing.drawText({corner.x, corner.y - kTextHeight + kTextSize}, view.caption,
                          {kInk, kTextSize, Anchor::Start, true});
-        drawing.drawText({corner.x, corner.y - 0.7 * kTextSize}, view.verdict, {view.verdictColour, kTextSize});
+        if (!view.verdict.empty())
+            drawing.drawText({corner.x, corner.y - 0.7 * kTextSize}, view.verdict, {view.verdictColour, kTextSize});
     }
 
     // The axes come first: the pixels cover their grid.
