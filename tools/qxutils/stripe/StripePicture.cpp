@@ -70,8 +70,7 @@ struct ViewPainter {
     void paintText(const StripeView& view, Place corner) const {
         drawing.drawText({corner.x, corner.y - kTextHeight + kTextSize}, view.caption,
                          {kInk, kTextSize, Anchor::Start, true});
-        if (!view.verdict.empty())
-            drawing.drawText({corner.x, corner.y - 0.7 * kTextSize}, view.verdict, {view.verdictColour, kTextSize});
+        drawing.drawText({corner.x, corner.y - 0.7 * kTextSize}, view.verdict, {view.verdictColour, kTextSize});
     }
 
     // The axes come first: the pixels cover their grid.
