@@ -52,6 +52,11 @@ def opened(browser, path: Path):
     return browser
 
 
+def page_data(path: Path) -> dict:
+    """What the page draws from."""
+    return json.loads(re.search(r'id="data">(.*?)</script>', path.read_text(encoding="utf-8"), re.DOTALL)[1])
+
+
 def assert_quiet(browser, path: Path) -> None:
     messages = [json.loads(entry["message"])["message"] for entry in browser.get_log("performance")]
     asked = [message["params"]["request"]["url"] for message in messages
@@ -59,6 +64,25 @@ def assert_quiet(browser, path: Path) -> None:
     assert [url for url in asked if not url.startswith("data:")] == [path.as_uri()]
     # A warning about the test's own reading of pixels is none of the page's.
     assert [entry for entry in browser.get_log("browser") if "getImageData" not in entry["message"]] == []
+
+
+def assert_legible(browser) -> None:
+    """No text of a plot meets another one, nor leaves the plot."""
+    assert browser.execute_script("""
+        const boxOf = (part) => part.getBoundingClientRect();
+        const wrong = [];
+        for (const plot of document.querySelectorAll("svg[role=img]")) {
+            const texts = [...plot.querySelectorAll("text")];
+            const room = boxOf(plot);
+            texts.forEach((text, i) => {
+                const box = boxOf(text);
+                if (box.left < room.left - 1 || box.right > room.right + 1) wrong.push(text.textContent);
+                for (const other of texts.slice(0, i).map(boxOf))
+                    if (box.left < other.right && other.left < box.right && box.top + 3 < other.bottom &&
+                        other.top + 3 < box.bottom) wrong.push(text.textContent);
+            });
+        }
+        return wrong;""") == []
 
 
 def grey(browser, image: int, x: int, y: int) -> int:
@@ -131,6 +155,11 @@ def test_the_marks_are_where_the_library_looks(page):
     assert {mark["state"] for mark in overlays["largest step between strips"]} == {"not met"}
     assert [mark["label"] for mark in overlays["five squares"]] == ["20000", "10000", "30000", "10000", "30000"]
     assert len(overlays["blocks that deviate most"]) == 16
+    layers = page.find_elements("css selector", "article:nth-of-type(2) .layers label")
+    assert [layer.text for layer in layers] == [
+        "five squares getUniform", "blocks that deviate most checkGlobalUniform",
+        "largest step between strips analysisStrip", "SNR squares checkGlobalSNR"]
+    assert_legible(page)
     drawn = page.find_elements("css selector", ".series svg")
     assert len(drawn) == 5 and "logarithmic" in drawn[0].get_attribute("textContent")
     failing = [record for record in data["records"] if any(square["below"] for square in record.get("squares", []))]
@@ -151,9 +180,8 @@ def test_nearly_equal_strips_are_marked_as_they_are_judged(tmp_path):
     image, judged, exact = next(found for found in map(marked, range(1000)) if found[1] != found[2])
     image.tofile(tmp_path / "flat.raw")
     run("report", "flat.raw", "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "-o", "flat.html", folder=tmp_path)
-    text = (tmp_path / "flat.html").read_text(encoding="utf-8")
-    data = json.loads(re.search(r'id="data">(.*?)</script>', text, re.DOTALL)[1])
-    assert [mark["x"] // 32 for mark in data["images"][0]["overlays"][0]["marks"]] == [judged, judged + 1]
+    marks = page_data(tmp_path / "flat.html")["images"][0]["overlays"][0]["marks"]
+    assert [mark["x"] // 32 for mark in marks] == [judged, judged + 1]
 
 
 def test_blocks_are_marked_by_their_medians(tmp_path):
@@ -167,11 +195,31 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     dark.tofile(tmp_path / "dark.raw")
     run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
         "-o", "blocks.html", folder=tmp_path)
-    data = re.search(r'id="data"[^>]*>(.*?)</script>', (tmp_path / "blocks.html").read_text(), re.DOTALL)
-    marked = {overlay["name"]: overlay["marks"][0] for overlay in json.loads(data[1])["images"][0]["overlays"]}
+    overlays = page_data(tmp_path / "blocks.html")["images"][0]["overlays"]
+    marked = {overlay["name"]: overlay["marks"][0] for overlay in overlays}
     places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
     assert places["darkest block"] == (96, 224, "15000")
     assert places["blocks that deviate most"] == (128, 192, "0.333")
+
+
+@pytest.mark.parametrize("width, height, wanted", [
+    # The middle area of a small image is too narrow for a region.
+    (768, 768, [("outer area", 256, 256, "met"), ("middle area", 320, 320, "not met")]),
+    (1280, 1024, [("outer area", 256, 224, "examined"), ("middle area", 448, 368, "examined"),
+                  ("brightest region", 576, 464, "met")])])
+def test_places_of_a_trigger_have_their_own_verdicts(tmp_path, width, height, wanted):
+    import numpy as np
+
+    image = np.full((height, width), 100, "<f4")
+    image[464:, 600:] = 600
+    if len(wanted) == 2:
+        image[:] = 600
+        image[320:449, 320:449] = 100
+    image.tofile(tmp_path / "image.raw")
+    run("report", "image.raw", "--shape", f"{width}x{height}", "--check", "false-trigger", "-o", "page.html",
+        folder=tmp_path)
+    marks = page_data(tmp_path / "page.html")["images"][0]["overlays"][0]["marks"]
+    assert [(mark["label"], mark["x"], mark["y"], mark["state"]) for mark in marks] == wanted
 
 
 def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
@@ -182,25 +230,56 @@ def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     (tmp_path / "none.raw").write_bytes(array.array("f", [float("nan")]).tobytes() * SIDE * SIDE)
     run("report", "some.raw", "none.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "floats.html", folder=tmp_path)
     page = opened(browser, tmp_path / "floats.html")
+    assert "512 × 512 pixels; none of them a number;" in page.find_element("css selector", "body").text
     greys = [grey(page, 0, x, 200) for x in range(7)]
     assert max(greys) > min(greys) + 100
     assert_quiet(page, tmp_path / "floats.html")
 
 
+@pytest.mark.parametrize("values, width, height", [([123], 1, 1), ([65535], 640, 640), ([20000, 30000], 16384, 16),
+                                                   ([20000, 30000], 16, 16384), ([3e32, 4e32], 256, 256),
+                                                   ([3e-7, 4e-7], 256, 256), ([9999, 10001, 40000], 400, 400)])
+def test_axes_are_legible_whatever_there_is(browser, tmp_path, values, width, height):
+    """Pixels have whole numbers, neighbouring numbers as many decimals each, and a single value a dot."""
+    pixels = array.array("f" if isinstance(values[0], float) else "H", values * (width * height // len(values) + 1))
+    (tmp_path / "image.raw").write_bytes(pixels[:width * height].tobytes())
+    run("report", "image.raw", "--shape", f"{width}x{height}", "-o", "page.html", folder=tmp_path)
+    page = opened(browser, tmp_path / "page.html")
+    assert_legible(page)
+    column_name = "column (mean of each, counts)"
+    texts = [part.text for part in page.find_elements("css selector", ".stage svg[role=img] text")]
+    places = [text for text in texts[:texts.index(column_name)][-6:] if re.fullmatch(r"[0-9.]+", text)]
+    assert places and "0" in places and all("." not in text for text in places[places.index("0"):])
+    screen = page.find_element("css selector", "canvas.pixels").size
+    assert min(screen["width"], screen["height"]) >= 40
+    scale, = page.find_elements("css selector", ".scale")
+    assert re.fullmatch(r"black \S+\nwhite \S+ counts", scale.text), scale.text
+    assert_quiet(page, tmp_path / "page.html")
+
+
 @pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
-def test_a_store_shows_where_a_measure_goes(browser, tmp_path):
+@pytest.mark.parametrize("step, days, limit_met, ends", [
+    (86400, ("1970-01-03", "999.996"), "1970-01-0[45]", ["1970-01-01", "1970-01-0[45]"]),
+    (60, ("1970-01-01", "1.43999e+06"), "1970-01-01", ["1970-01-01 20:00", "1970-01-01 20:02"])])
+def test_a_store_shows_where_a_measure_goes(browser, tmp_path, step, days, limit_met, ends):
     for day in range(3):
         halves(tmp_path / f"day{day}.raw", right=DARK + 1000 * day)
-        os.utime(tmp_path / f"day{day}.raw", (day * 86400, day * 86400))
+        os.utime(tmp_path / f"day{day}.raw", 2 * (72000 + day * step,))
     report = lambda name, *more: run("report", name, "--shape", f"{SIDE}x{SIDE}", "--check", "strip", "--store",
                                      "p.sqlite", "-o", "report.html", *more, folder=tmp_path)
     assert report("day0.raw", "--dry-run").exit == 0 and not (tmp_path / "p.sqlite").exists()
     assert [report(f"day{day}.raw").exit for day in range(3)] == [0, 0, 0]
     page = opened(browser, tmp_path / "report.html")
     figure, = page.find_elements("css selector", ".trends figure")
-    assert re.fullmatch(r"step between strips, analysisStrip\n.*\nLast value 1999\.99 counts on 1970-01-03, limit < "
-                        r"4000; changes by 999\.996 a day and meets the limit on 1970-01-0[45]\.", figure.text,
+    last, slope = map(re.escape, days)
+    assert re.fullmatch(rf"step between strips, counts\nanalysisStrip\n.*\nLast value 1999\.99 counts on {last}, "
+                        rf"limit < 4000; changes by {slope} a day and meets the limit on {limit_met}\.", figure.text,
                         re.DOTALL), figure.text
+    texts = [part.text for part in figure.find_elements("css selector", "svg text")]
+    assert [len([text for text in texts if re.fullmatch(end, text)]) for end in ends] == [1, 1], texts
+    line = figure.find_element("css selector", "path.factory").get_attribute("d")
+    assert all(10 <= float(height) <= 150 for height in re.findall(r"[\d.]+ (-?[\d.]+)", line)), line
+    assert_legible(page)
     assert [len(figure.find_elements("css selector", f"path.{kind}, line.{kind}, circle.{kind}"))
             for kind in ("measured", "expected", "factory", "dot", "here")] == [1, 1, 1, 3, 1]
     assert_quiet(page, tmp_path / "report.html")
@@ -211,6 +290,17 @@ def test_it_prints(page):
     assert paper.startswith(b"%PDF")
     assert 4 <= len(re.findall(rb"/Type /Page\b", paper)) <= 12
     assert len(re.findall(rb"/Subtype /Image", paper)) >= 5
+    isOpen = "return [...document.querySelectorAll('.series details')].map((part) => part.open)"
+    numbers = page.find_elements("css selector", ".series summary")
+    numbers[1].click()
+    page.execute_script("dispatchEvent(new Event('beforeprint'))")
+    assert page.execute_script(isOpen) == 5 * [True]
+    page.execute_script("dispatchEvent(new Event('afterprint'))")
+    assert page.execute_script(isOpen) == [False, True, False, False, False]
+    page.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+    assert page.find_elements("css selector", ".drawn")[1].text == (
+        "Drawn: five squares, blocks that deviate most, largest step between strips, SNR squares.")
+    page.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": ""})
 
 
 def test_without_scripts_the_tables_tell_it_all(browser, folder):
@@ -243,6 +333,8 @@ def test_names_do_no_harm(browser, folder, tmp_path):
     assert [heading.text for heading in page.find_elements("css selector", "h1, h3")] == [
         HARM, "<b onclick='x'>&\"{{data}}.raw", "bytes \ufffd\ufffd.raw"]
     assert_quiet(page, tmp_path / "report.html")
+    with open(tmp_path / "report.csv", newline="", encoding="utf-8") as file:
+        assert {row["file"] for row in csv.DictReader(file)} > {HARM, "bytes \ufffd\ufffd.raw"}
 
 
 def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):
@@ -259,14 +351,25 @@ def test_it_is_small_and_its_numbers_stand_beside_it(folder, tmp_path):
         (f"image{i}.raw", "true" if i == 0 else "false") for i in range(5)]
     # The library sums in single precision.
     assert [float(row["value"]) for row in steps] == pytest.approx([0] + 4 * [BRIGHT - DARK], rel=1e-3)
-    # From its own results the report tells the same, of the images that are still what they were.
-    shutil.copy(folder / "report.json", tmp_path / "old.json")
+    # From its own results the report tells the same, of the images that are still what they were, and who judged them.
+    document.update(version="4.1.0.0", detector={**document["detector"], "machine": "VD-0002"})
+    (tmp_path / "old.json").write_text(json.dumps(document))
     shutil.copy(folder / "image1.raw", tmp_path)
     (tmp_path / "image2.raw").write_bytes((folder / "image1.raw").read_bytes()[::-1])
     (tmp_path / "image3.raw").write_bytes(b"shorter")
     done = run("report", "old.json", "-o", "again.html", folder=tmp_path)
     assert done.exit == 3 and b"20 results, 1 image" in done.output, done
-    assert json.loads((tmp_path / "again.json").read_text())["results"] == document["results"]
+    assert json.loads((tmp_path / "again.json").read_text()) == document
+    head = (tmp_path / "again.html").read_text(encoding="utf-8").split("<nav")[0]
+    for told in ("QxUtils 4.1.0.0<", "Halbrook4343, VD-0002, 500 ms", "of results, those that stand in them"):
+        assert told in head
+    run("report", "old.json", "image1.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "both.html", folder=tmp_path)
+    both = json.loads((tmp_path / "both.json").read_text())
+    jsonschema.validate(both, json.loads(SCHEMA.read_text()))
+    assert both["detector"] == {key: value for key, value in document["detector"].items() if key != "machine"}
+    head = (tmp_path / "both.html").read_text(encoding="utf-8").split("<nav")[0]
+    for told in ("QxUtils 4.1.0.0 or ", "VD-0002 or VD-0001", "the detector's configuration; of results"):
+        assert told in head
 
 
 def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
@@ -287,9 +390,11 @@ def test_what_cannot_be_reported_is_told_in_one_line(folder, tmp_path):
               "bytes": 2 * SIDE * SIDE, "measures": [{"name": "", "value": 0, "unit": "", "decimals": 0}]}
     for harm in ({"measures": [{**record["measures"][0], "decimals": 10**9}]}, {"time": "now"}, {"code": 1e300},
                  {"shape": {"width": -SIDE, "height": -SIDE}}, {"shape": {"width": 0, "height": SIDE}}):
-        (tmp_path / "harm.json").write_text(json.dumps({"results": [{**record, **harm}]}))
-        done = report("harm.json", "-o", "page.html")
-        assert (done.exit, done.error.count("\n")) == (1, 1) and "harm.json: holds no results" in done.error, done
+        for written in ({"results": [{**record, **harm}]}, {"schema": 2, "results": [record]}, {"schema": 2, **record},
+                        {"schema": 1, "detector": "none", "results": [record]}):
+            (tmp_path / "harm.json").write_text(json.dumps(written))
+            done = report("harm.json", "-o", "page.html")
+            assert (done.exit, done.error.count("\n")) == (1, 1) and "harm.json: holds no results" in done.error, done
     tiny = {**record, "file": "tiny.raw", "bytes": 800, "shape": {"width": 20, "height": 20}}
     (tmp_path / "tiny.raw").write_bytes(bytes(800))
     (tmp_path / "tiny.json").write_text(json.dumps({"results": [tiny]}))

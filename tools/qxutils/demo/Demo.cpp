@@ -39,10 +39,13 @@ void writeFlowPictures(const fs::path& folder, const CalibrationFlow& flow) {
 void writeFieldPictures(const fs::path& folder, const DemoScene& scene, const std::vector<JudgedExposure>& exposures) {
     const auto path = [&folder](const std::string& name) { return toName(folder / (name + ".png")); };
     const RawImage rawFlat = scene.rawFlat();
-    writePng(path("raw-dark"), makePreview(scene.dark(), PercentileWindow{}, kPreviewWidth));
-    writePng(path("raw-flat"), makePreview(rawFlat, PercentileWindow{}, kPreviewWidth));
+    const auto writePreview = [&path](const std::string& name, const RawImage& image, const std::string& caption) {
+        writePicture(path(name), drawPreview(makePreview(image, PercentileWindow{}, kPreviewWidth), caption));
+    };
+    writePreview("raw-dark", scene.dark(), "raw dark image");
+    writePreview("raw-flat", rawFlat, "raw flat field");
     for (const JudgedExposure& judged : exposures)
-        writePng(path(judged.exposure.name), makePreview(judged.image, PercentileWindow{}, kPreviewWidth));
+        writePreview(judged.exposure.name, judged.image, judged.exposure.caption);
     writePicture(path("squares"), drawSquares(exposures.front().image));
     writePicture(path("overview"), drawOverview(rawFlat, exposures));
     writePicture(path("snr-series"), drawSeriesPlot(exposures));

@@ -17,7 +17,7 @@ class DemoReport {
 public:
     DemoReport(std::size_t images, std::vector<std::string> logLines) : side_(reducedSide(images)) {
         report_.title = "A virtual panel's day of calibrations";
-        report_.head = documentHead();
+        report_.heads = {documentHead()};
         report_.facts = {{"Factory series", "mean of corrected flat fields of the same panel"},
                          {"Limits", "the detector's configuration"}};
         report_.logLines = std::move(logLines);

@@ -31,7 +31,8 @@ public:
         const auto [least, largest] = std::minmax_element(values.begin(), values.end());
         double low = scaled(axis.low.value_or(*least));
         double high = scaled(axis.high.value_or(*largest));
-        const double room = high > low ? 0.05 * (high - low) : std::max(0.5, std::abs(low) * 0.05);
+        const double around = axis.scale == AxisScale::Days ? 0.5 : std::max(0.5, std::abs(low) * 0.05);
+        const double room = high > low ? 0.05 * (high - low) : around;
         low_ = axis.low && high > low ? low : low - room;
         high_ = axis.high && high > low ? high : high + room;
     }

@@ -109,7 +109,8 @@ public:
 
     // UTF-8.
     void drawText(Place place, const std::string& text, const TextStyle& style) {
-        marks_.push_back(Text{place, text, style});
+        if (!text.empty())
+            marks_.push_back(Text{place, text, style});
     }
 
     // side: of a picture's pixel, in logical pixels.

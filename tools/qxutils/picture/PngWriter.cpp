@@ -1,5 +1,6 @@
 #include "picture/PngWriter.h"
 
+#include "common/ToolError.h"
 #include "files/FileAccess.h"
 #include "picture/Allocated.h"
 
@@ -132,6 +133,8 @@ std::string encodePng(const Drawing& drawing) {
 }
 
 void writePng(const std::string& path, const GreyPicture& picture) {
+    if (endsInSvg(path))
+        throw ToolError(path + ": a plain picture is a PNG; give a name that ends in .png", ExitCode::Usage);
     writeFile(path, encodePng(picture));
 }
 

@@ -92,9 +92,10 @@ GreyWindow windowAroundMedian(const RawImage& image, double share) {
     return {median * (1.0 - share), median * (1.0 + share)};
 }
 
-GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth) {
+Preview makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth) {
     const RawImage small = shrink(image, previewScale(image.shape, maxWidth));
-    return applyWindow(small, windowOf(small, window));
+    const GreyWindow counts = windowOf(small, window);
+    return {applyWindow(small, counts), counts};
 }
 
 GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth) {

@@ -24,8 +24,13 @@ using GreyPicture = Image<std::uint8_t>;
 
 // Averages square blocks of whole pixels so that the picture is at most maxWidth wide, then applies the window.
 // Columns and rows that fill no whole block are left out.
-GreyPicture makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth);
 GreyPicture makePreview(const RawImage& image, const GreyWindow& window, int maxWidth);
+
+struct Preview {
+    GreyPicture picture;
+    GreyWindow window;
+};
+Preview makePreview(const RawImage& image, const PercentileWindow& window, int maxWidth);
 
 // The window of the image's own percentiles.
 GreyWindow windowOf(const RawImage& image, const PercentileWindow& window);

@@ -56,17 +56,25 @@ std::chrono::year_month_day dateOf(double day) {
     return std::chrono::sys_days{std::chrono::days{static_cast<int>(std::floor(day))}};
 }
 
-std::string hourText(double day) {
-    const double hours = std::floor((day - std::floor(day)) * 24.0 + 0.5);
+constexpr double kSecondsOfDay = 24.0 * 60.0 * 60.0;
+constexpr double kMinute = 60.0;
+constexpr double kHour = 3600.0;
+
+std::string timeText(double day, bool tellsSeconds) {
+    const double seconds = std::round(day * kSecondsOfDay);
+    const double date = std::floor(seconds / kSecondsOfDay);
+    const auto second = static_cast<int>(seconds - date * kSecondsOfDay);
     char text[40];
-    std::snprintf(text, sizeof text, " %02.0f:00", hours);
-    return dateText(day) + text;
+    const int length =
+        std::snprintf(text, sizeof text, " %02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
+    return dateText(date) + std::string(text, static_cast<std::size_t>(tellsSeconds ? length : length - 3));
 }
 
 std::vector<Tick> dayTicks(double low, double high, double step) {
     std::vector<Tick> ticks;
     for (double i = std::ceil(low / step - kSlack); i <= high / step + kSlack; ++i)
-        ticks.push_back({i * step, step < 1.0 ? hourText(i * step) : dateText(i * step)});
+        ticks.push_back(
+            {i * step, step < 1.0 ? timeText(i * step, step < kMinute / kSecondsOfDay) : dateText(i * step)});
     return ticks;
 }
 
@@ -87,7 +95,12 @@ std::vector<Tick> monthTicks(double low, double high, int months) {
 
 std::vector<Tick> dateTicks(double low, double high, int steps) {
     const double least = (high - low) / steps;
-    for (const double step : {1.0 / 24, 3.0 / 24, 6.0 / 24, 12.0 / 24, 1.0, 2.0, 7.0, 14.0}) {
+    for (const double seconds : {1.0, 5.0, 15.0, kMinute, 2.0 * kMinute, 5.0 * kMinute, 15.0 * kMinute, kHour,
+                                 3.0 * kHour, 6.0 * kHour, 12.0 * kHour}) {
+        if (seconds / kSecondsOfDay >= least)
+            return dayTicks(low, high, seconds / kSecondsOfDay);
+    }
+    for (const double step : {1.0, 2.0, 7.0, 14.0}) {
         if (step >= least)
             return dayTicks(low, high, step);
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace qx::tool {
 namespace {
@@ -108,6 +109,10 @@ Drawing drawTiles(const std::vector<Tile>& tiles, int columns, const std::string
         drawTile(drawing, {kGap + index % columns * across, top + index / columns * down},
                  tiles[static_cast<std::size_t>(index)]);
     return drawing;
+}
+
+Drawing drawPreview(Preview preview, const std::string& caption) {
+    return drawTiles({{std::move(preview.picture), 0.5, scaleOf(preview.window), caption, {}}}, 1);
 }
 
 }  // namespace qx::tool

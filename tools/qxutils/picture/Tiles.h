@@ -54,4 +54,7 @@ inline constexpr double kGreyScaleHeight = 30.0;
 // Pictures of one size, a few side by side in each row, below a title that may be left out.
 Drawing drawTiles(const std::vector<Tile>& tiles, int columns, const std::string& title = {});
 
+// One alone, its pixels those of the PNG.
+Drawing drawPreview(Preview preview, const std::string& caption);
+
 }  // namespace qx::tool

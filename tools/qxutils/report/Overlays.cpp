@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string_view>
 
 namespace qx::tool {
 namespace {
@@ -21,6 +22,13 @@ constexpr int kStripColumns = 32;
 
 MarkState stateOf(const Measure& measure) {
     return !measure.limit ? MarkState::Examined : measure.limit->met ? MarkState::Met : MarkState::NotMet;
+}
+
+// The measure of what is called so; none where an earlier one decided.
+const Measure* measureNamed(const Record& record, std::string_view name) {
+    const auto found =
+        std::ranges::find_if(record.measures, [&](const Measure& measure) { return measure.name.starts_with(name); });
+    return found == record.measures.end() ? nullptr : &*found;
 }
 
 Region squareAt(int row, int column, int side) {
@@ -323,21 +331,53 @@ Region centredArea(const Shape& shape, int width, int height) {
     return {{columns.first, rows.first}, {columns.length(), rows.length()}};
 }
 
-Overlay triggerAreas(const Record& record, const Shape& shape) {
+// Where an image that triggered itself may be exposed.
+struct TriggerPlaces {
+    Shape region{};  // what is searched for holds one row and column more, as the areas do
+    Region middle{};
+    Region outer{};
+};
+
+std::optional<TriggerPlaces> triggerPlaces(const Shape& shape) {
     constexpr int kRegionWidth = 256;
     constexpr int kRegionUnit = 64;
     const double ratio = static_cast<double>(shape.height) / shape.width;
-    const int regionHeight = kRegionUnit * static_cast<int>(ratio * kRegionWidth / kRegionUnit + 0.5);
+    const int height = kRegionUnit * static_cast<int>(ratio * kRegionWidth / kRegionUnit + 0.5);
     const int regions = shape.width / kRegionWidth - 2;
-    const std::array<Region, 2> areas = {{centredArea(shape, kRegionWidth * regions / 2, regionHeight * regions / 2),
-                                          centredArea(shape, kRegionWidth * regions, regionHeight * regions)}};
-    constexpr std::array kNames = {"middle area", "outer area"};
+    if (regions < 1 || height < 1)
+        return std::nullopt;
+    return TriggerPlaces{{kRegionWidth, height},
+                         centredArea(shape, kRegionWidth * regions / 2, height * regions / 2),
+                         centredArea(shape, kRegionWidth * regions, height * regions)};
+}
+
+// The first region of the middle area that has this median, in the order in which they are searched.
+std::optional<Region> regionOfMedian(const FloatImage& image, const TriggerPlaces& places, double median) {
+    const auto [width, height] = places.region;
+    for (int x = places.middle.corner.x; x < places.middle.columns().end - width; x += width / 2) {
+        for (int y = places.middle.corner.y; y < places.middle.rows().end - height; y += height / 2) {
+            if (getROIMedian(image.pixels.data(), y, y + height, x, x + width, image.shape.width) == median)
+                return Region{{x, y}, {width + 1, height + 1}};
+        }
+    }
+    return std::nullopt;
+}
+
+// What was asked of them, one after the other until one is met: a region, unless the middle area is too small for one,
+// that area, the outer one.
+Overlay triggerAreas(const Record& record, const FloatImage& image) {
     Overlay overlay{"areas", {}};
-    // Those that were asked are the last of up to three measures, the first one a region somewhere in the middle.
-    for (std::size_t i = 0; i < areas.size(); ++i) {
-        const bool isMeasured = record.measures.size() > i + 1;
-        overlay.marks.push_back(
-            {areas[i], kNames[i], isMeasured ? stateOf(record.measures[i + 1]) : MarkState::Examined});
+    const std::optional<TriggerPlaces> places = triggerPlaces(image.shape);
+    if (!places)
+        return overlay;
+    const auto mark = [&](const Region& place, const char* name, const Measure* measure) {
+        overlay.marks.push_back({place, name, measure == nullptr ? MarkState::Examined : stateOf(*measure)});
+    };
+    mark(places->outer, "outer area", measureNamed(record, "outer area"));
+    mark(places->middle, "middle area", measureNamed(record, "middle area"));
+    if (const Measure* const brightest = measureNamed(record, "brightest region")) {
+        if (const std::optional<Region> region = regionOfMedian(image, *places, brightest->value))
+            mark(*region, "brightest region", brightest);
     }
     return overlay;
 }
@@ -380,8 +420,11 @@ Overlay steppingRows(const Measure& measure, const FloatImage& image) {
     return overlay;
 }
 
-std::vector<Overlay> withoutEmpty(std::vector<Overlay> overlays) {
+// Those that mark something.
+std::vector<Overlay> finished(std::vector<Overlay> overlays, const Record& record) {
     std::erase_if(overlays, [](const Overlay& overlay) { return overlay.marks.empty(); });
+    for (Overlay& overlay : overlays)
+        overlay.check = record.check;
     return overlays;
 }
 
@@ -408,7 +451,7 @@ std::vector<Overlay> allOverlays(const Record& record, const FloatImage& image) 
     if (record.measures.empty())
         return {};
     if (record.check == "checkFalseTriggAEDImage")
-        return {triggerAreas(record, image.shape)};
+        return {triggerAreas(record, image)};
     if (record.check == "checkOffsetImageQuality")
         return {patchTiles(record.measures.front(), image.shape)};
     if (record.check == "analysisRcn")
@@ -419,11 +462,11 @@ std::vector<Overlay> allOverlays(const Record& record, const FloatImage& image) 
 }  // namespace
 
 std::vector<Overlay> overlaysOf(const Record& record, const RawImage& image, const RawImage* dark) {
-    return withoutEmpty(allOverlays(record, image, dark));
+    return finished(allOverlays(record, image, dark), record);
 }
 
 std::vector<Overlay> overlaysOf(const Record& record, const FloatImage& image) {
-    return withoutEmpty(allOverlays(record, image));
+    return finished(allOverlays(record, image), record);
 }
 
 }  // namespace qx::tool

@@ -30,6 +30,7 @@ struct MarkedPlace {
 struct Overlay {
     std::string name;
     std::vector<MarkedPlace> marks;
+    std::string check{};  // whose verdict rests on them
 };
 
 // Of the record's check; none for a check that looks at no place. The dark image may be missing: what needs it is left

@@ -40,7 +40,7 @@ Json jsonOf(const MarkedPlace& mark) {
 }
 
 Json jsonOf(const Overlay& overlay) {
-    Json json = {{"name", overlay.name}, {"marks", Json::array()}};
+    Json json = {{"name", overlay.name}, {"check", overlay.check}, {"marks", Json::array()}};
     for (const MarkedPlace& mark : overlay.marks)
         json["marks"].push_back(jsonOf(mark));
     return json;
@@ -96,7 +96,7 @@ Json recordsOf(const Report& report) {
 }
 
 Json jsonOf(const Report& report) {
-    Json json = report.head;
+    Json json = agreedHead(report.heads);
     json["records"] = recordsOf(report);
     json["images"] = Json::array();
     for (const ReportImage& image : report.images)
@@ -174,7 +174,7 @@ std::string besideReport(const std::string& path, const std::string& ending) {
 
 void writeReport(const std::string& path, const Report& report) {
     const std::string page = renderReport(report);
-    Json results = report.head;
+    Json results = agreedHead(report.heads);
     results["results"] = recordsOf(report);
     writeFile(besideReport(path, ".json"), toLine(results) + '\n');
     writeFile(besideReport(path, ".csv"), csvOf(report));

@@ -25,7 +25,7 @@ struct ReportImage {
 // All that a report tells.
 struct Report {
     std::string title;
-    Json head;  // documentHead()
+    std::vector<Json> heads;  // of the runs that judged: documentHead(), or what results of another run say
     std::vector<ReportFact> facts;
     std::vector<Record> records;
     std::vector<ReportImage> images;

@@ -47,8 +47,6 @@ ReportMaker::ReportMaker(ReportSettings settings, std::size_t files) : settings_
     if (settings_.dark && settings_.shape)
         dark_ = std::make_shared<const RawImage>(loadRawImage(*settings_.dark, *settings_.shape));
     report_.title = settings_.title;
-    report_.head = documentHead();
-    report_.facts = {{"Limits", settings_.limits.value_or("the detector's configuration")}};
     if (settings_.factory)
         report_.facts.push_back({"Factory series", *settings_.factory});
     if (settings_.dark)
@@ -62,7 +60,10 @@ Outcome ReportMaker::add(const std::string& file) {
 Outcome ReportMaker::addResults(const std::string& file) {
     Outcome outcome;
     try {
-        outcome.records = loadRecords(file);
+        Results results = loadResults(file);
+        outcome.records = std::move(results.records);
+        std::ranges::move(results.heads, std::back_inserter(report_.heads));
+        readsResults_ = true;
     } catch (const ToolError& error) {
         outcome = failedOutcome("report", file, error.what());
     }
@@ -90,6 +91,7 @@ Outcome ReportMaker::addImage(const std::string& file) {
     if (file == "-")
         throw ToolError("-: a report reads an image more than once; give a file", ExitCode::Usage);
     SubjectImage image(file, *settings_.shape);
+    judgesImages_ = true;
     Outcome all;
     const Outcome kinds = outcomeOf("report", file, [&] {
         all = judge(image, kindsOf(file));
@@ -171,6 +173,14 @@ void ReportMaker::keep(const Outcome& outcome) {
 
 Report ReportMaker::finish() const {
     Report report = report_;
+    std::string limits;
+    if (judgesImages_ || !readsResults_) {
+        report.heads.push_back(documentHead());
+        limits = settings_.limits.value_or("the detector's configuration");
+    }
+    if (readsResults_)
+        limits += std::string(limits.empty() ? "" : "; ") + "of results, those that stand in them";
+    report.facts.insert(report.facts.begin(), {"Limits", limits});
     report.logLines = log_.lines();
     return report;
 }

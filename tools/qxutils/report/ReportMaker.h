@@ -50,6 +50,8 @@ private:
     std::size_t files_;
     std::shared_ptr<const RawImage> dark_;
     std::map<std::string, FileJudge> judges_;  // by their kinds
+    bool judgesImages_ = false;
+    bool readsResults_ = false;
     LogTail log_;
     Report report_;
 };

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -169,13 +170,22 @@ std::string imageFacts(const ReportImage& image, const std::string& written) {
     const double span = summary.maximum - summary.minimum;
     const int decimals = span > 0.0 && span < 100.0 ? 2 : 1;
     const auto value = [](double number, int digits) {
-        return std::isfinite(number) ? formatNumber(number, digits) : "–";
+        const double size = std::fabs(number);
+        const bool isPlain = size == 0.0 || (size >= 0.01 && size < 1e9);
+        return !std::isfinite(number) ? "–"
+               : isPlain              ? formatNumber(number, digits)
+                                      : shortText(static_cast<double>(static_cast<float>(number)));
     };
     const auto count = [&](double number) { return value(number, number == std::floor(number) ? 0 : decimals); };
+    const Histogram& all = summary.histogram;
+    const bool isEmpty = std::accumulate(all.counts.begin(), all.counts.end(), all.below + all.above) == 0;
+    const std::string facts = isEmpty
+                                  ? "none of them a number"
+                                  : "counts from " + count(summary.minimum) + " to " + count(summary.maximum) +
+                                        ", median " + count(summary.median) + ", mean " + value(summary.mean, decimals);
     return tag("p", "class=\"quiet\"",
-               std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) +
-                   " pixels; counts from " + count(summary.minimum) + " to " + count(summary.maximum) + ", median " +
-                   count(summary.median) + ", mean " + value(summary.mean, decimals) + written);
+               std::to_string(summary.shape.width) + " × " + std::to_string(summary.shape.height) + " pixels; " +
+                   facts + written);
 }
 
 bool isWorse(Verdict first, Verdict second) {
@@ -219,6 +229,11 @@ std::string writtenText(const Report& report, const std::string& file) {
     return record == report.records.end() ? "" : "; written " + readableTime(record->subject.time);
 }
 
+std::string trendSymbol(const Json& trend) {
+    const std::string symbol = trend.value("comparison", "");
+    return symbol == "<=" ? "≤" : symbol == ">=" ? "≥" : symbol;
+}
+
 // The last value beside its limit, and where a straight line through the points leads.
 std::string trendText(const Json& trend) {
     const auto numberText = [](const Json& value) {
@@ -235,7 +250,7 @@ std::string trendText(const Json& trend) {
         text += ' ' + unit;
     text += " on " + points.back().value("time", "").substr(0, kDateLength);
     if (trend.contains("limit") && trend["limit"].is_number())
-        text += ", limit " + trend.value("comparison", "") + ' ' + numberText(trend["limit"]);
+        text += ", limit " + trendSymbol(trend) + ' ' + numberText(trend["limit"]);
     if (const Json forecast = trend.value("forecast", Json()); forecast.is_object()) {
         text += "; changes by " + numberText(forecast.value("slopePerDay", Json())) + " a day";
         if (const Json date = forecast.value("limitDate", Json()); date.is_string())
@@ -244,23 +259,39 @@ std::string trendText(const Json& trend) {
     return text + '.';
 }
 
-std::string detectorText(const Json& detector) {
-    const auto add = [&](std::string& text, const char* key, const std::string& before, const std::string& after) {
-        if (!detector.contains(key))
-            return;
-        const Json& value = detector[key];
-        text += (text.empty() ? "" : ", ") + before +
-                (value.is_string()         ? value.get<std::string>()
-                 : value.is_number_float() ? formatNumber(value.get<double>(), 1)
-                                           : value.dump()) +
-                after;
-    };
+std::string factText(const Json& value) {
+    return value.is_string()         ? value.get<std::string>()
+           : value.is_number_float() ? formatNumber(value.get<double>(), 1)
+                                     : value.dump();
+}
+
+// What the runs that judged say at this place; all of it, where they differ.
+std::string saidAt(const std::vector<Json>& heads, const char* place) {
+    std::vector<std::string> said;
+    for (const Json& head : heads) {
+        const Json value = head.value(Json::json_pointer(place), Json());
+        if (!value.is_null() && std::ranges::find(said, factText(value)) == said.end())
+            said.push_back(factText(value));
+    }
+    constexpr std::size_t kMostTold = 4;
     std::string text;
-    add(text, "description", "", "");
-    add(text, "machine", "", "");
-    add(text, "exposureTimeMs", "", " ms");
-    add(text, "gain", "gain ", "");
-    add(text, "temperatureC", "", " °C");
+    for (std::size_t i = 0; i < std::min(said.size(), kMostTold); ++i)
+        text += (i == 0 ? "" : " or ") + said[i];
+    return said.size() > kMostTold ? text + " and others" : text;
+}
+
+std::string detectorText(const std::vector<Json>& heads) {
+    std::string text;
+    const auto add = [&](const char* place, const std::string& before, const std::string& after) {
+        const std::string said = saidAt(heads, place);
+        if (!said.empty())
+            text += (text.empty() ? "" : ", ") + before + said + after;
+    };
+    add("/detector/description", "", "");
+    add("/detector/machine", "", "");
+    add("/detector/exposureTimeMs", "", " ms");
+    add("/detector/gain", "gain ", "");
+    add("/detector/temperatureC", "", " °C");
     return text;
 }
 
@@ -287,8 +318,8 @@ std::string reportSummary(const Report& report) {
 }
 
 std::string reportFacts(const Report& report) {
-    std::vector<ReportFact> facts = {{"Judged by", "QxUtils " + report.head.value("version", "")},
-                                     {"Detector", detectorText(report.head.value("detector", Json::object()))}};
+    std::vector<ReportFact> facts = {{"Judged by", "QxUtils " + saidAt(report.heads, "/version")},
+                                     {"Detector", detectorText(report.heads)}};
     facts.insert(facts.end(), report.facts.begin(), report.facts.end());
     std::string html = "<dl class=\"facts\">\n";
     for (const auto& [name, value] : facts)
@@ -355,8 +386,11 @@ std::string trendSection(const Report& report) {
                        "report judges.</p>\n<div class=\"trends\">\n";
     for (std::size_t i = 0; i < report.trends.size(); ++i) {
         const Json& trend = report.trends[i];
+        const std::string unit = trend.value("unit", "");
         html += "<figure data-trend=\"" + std::to_string(i) + "\">" +
-                tag("figcaption", "", markupText(trend.value("measure", "") + ", " + trend.value("check", ""))) +
+                tag("figcaption", "",
+                    tag("span", "", markupText(trend.value("measure", "") + (unit.empty() ? "" : ", " + unit))) + ' ' +
+                        tag("code", "class=\"quiet\"", markupText(trend.value("check", "")))) +
                 tag("p", "class=\"quiet\"", markupText(trendText(trend))) + "</figure>\n";
     }
     return html + "</div>\n";

@@ -49,7 +49,8 @@ void printCsvHead(std::ostream& out) {
 }
 
 void printCsv(std::ostream& out, const Record& record) {
-    const Json json = toJson(record);
+    // By way of a line, in which what is no UTF-8 is replaced.
+    const Json json = Json::parse(toLine(toJson(record)));
     const Cells before = cellsOf(json, {"file", "command", "check", "verdict", "code", "grade", "message"});
     Cells after = cellsOf(json.value("shape", Json::object()), {"width", "height"});
     for (const std::string& cell : cellsOf(json, {"bytes", "crc", "time"}))

@@ -7,6 +7,7 @@
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <climits>
@@ -166,11 +167,18 @@ std::string versionNumber() {
     return version.substr(version.find_first_of("0123456789"));
 }
 
-// Says so of what a newer program wrote, which may mean something else.
-const Json& ofKnownSchema(const Json& json) {
-    if (json.value("schema", kResultsSchema) > kResultsSchema)
-        throw std::runtime_error("written by a newer qxutils");
-    return json;
+// What stands before results: of a document once, of lines in each.
+void addHead(const Json& json, std::vector<Json>& heads) {
+    if (!json.contains("schema"))
+        return;
+    if (json.at("schema") != kResultsSchema)
+        throw std::runtime_error("of schema " + json.at("schema").dump().substr(0, kMaxQuoted) +
+                                 ", which this version does not read");
+    Json head = {{"version", json.value("version", "")}, {"detector", json.value("detector", Json::object())}};
+    if (!head.at("detector").is_object())
+        throw std::runtime_error("its detector is no object");
+    if (std::ranges::find(heads, head) == heads.end())
+        heads.push_back(std::move(head));
 }
 
 }  // namespace
@@ -231,21 +239,41 @@ Json parseJson(const std::string& text, bool throwsForOther) {
     return Json::parse(text, refuseDepth, throwsForOther);
 }
 
-std::vector<Record> parseRecords(const std::string& text) {
-    std::vector<Record> records;
+Results parseResults(const std::string& text) {
+    Results results;
     const Json document = parseJson(text, false);
     if (!document.is_discarded() && document.contains("results")) {
-        for (const Json& json : ofKnownSchema(document).at("results"))
-            records.push_back(recordFromJson(json));
-        return records;
+        addHead(document, results.heads);
+        for (const Json& json : document.at("results"))
+            results.records.push_back(recordFromJson(json));
+        return results;
     }
     std::istringstream lines(text);
     lines.exceptions(std::ios::badbit);
-    for (std::string line; std::getline(lines, line);)
-        records.push_back(recordFromJson(ofKnownSchema(parseJson(line))));
-    if (records.empty())
+    for (std::string line; std::getline(lines, line);) {
+        const Json json = parseJson(line);
+        addHead(json, results.heads);
+        results.records.push_back(recordFromJson(json));
+    }
+    if (results.records.empty())
         throw std::runtime_error("empty");
-    return records;
+    return results;
+}
+
+Json agreedHead(const std::vector<Json>& heads) {
+    Json agreed = documentHead();
+    if (heads.empty())
+        return agreed;
+    const Json& first = heads.front();
+    if (std::ranges::all_of(heads, [&](const Json& head) { return head.at("version") == first.at("version"); }))
+        agreed["version"] = first.at("version");
+    agreed["detector"] = Json::object();
+    for (const auto& [key, value] : first.at("detector").items()) {
+        if (std::ranges::all_of(heads,
+                                [&](const Json& head) { return head.at("detector").value(key, Json()) == value; }))
+            agreed["detector"][key] = value;
+    }
+    return agreed;
 }
 
 std::string toLine(const Json& json) {
@@ -256,10 +284,10 @@ bool isResultsName(const std::string& path) {
     return path.ends_with(".json");
 }
 
-std::vector<Record> loadRecords(const std::string& path) {
+Results loadResults(const std::string& path) {
     const std::string text = readWhole(path, kResultsWanted, kMaxResultsBytes);
     try {
-        return parseRecords(text);
+        return parseResults(text);
     } catch (const std::exception& error) {
         throw ToolError(path + ": holds no results (" + error.what() + "); give " + kResultsWanted);
     }

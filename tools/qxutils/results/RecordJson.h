@@ -31,13 +31,28 @@ Json parseJson(const std::string& text, bool throwsForOther = true);
 // Whether a name is that of such results: it ends in ".json".
 bool isResultsName(const std::string& path);
 
-// The records of a document or of lines, one a line; throws a std::exception for anything else.
-std::vector<Record> parseRecords(const std::string& text);
+// What a document or lines hold, one record a line.
+struct Results {
+    std::vector<Record> records;
+    std::vector<Json> heads;  // what stands before the records, each once
+};
+
+// Throws a std::exception for anything else, and for results of another schema.
+Results parseResults(const std::string& text);
+inline std::vector<Record> parseRecords(const std::string& text) {
+    return parseResults(text).records;
+}
+
+// Of results that stand together: of the detector, what all these heads say; documentHead() without any.
+Json agreedHead(const std::vector<Json>& heads);
 
 // One line, bytes that are no UTF-8 replaced.
 std::string toLine(const Json& json);
 
 // Those of a file or stream; throws a ToolError for anything else.
-std::vector<Record> loadRecords(const std::string& path);
+Results loadResults(const std::string& path);
+inline std::vector<Record> loadRecords(const std::string& path) {
+    return loadResults(path).records;
+}
 
 }  // namespace qx::tool

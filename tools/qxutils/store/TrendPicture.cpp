@@ -80,7 +80,8 @@ Plot plotOf(const Trend& trend) {
     const TrendSeries& series = trend.series;
     const std::string label = series.unit.empty() ? series.measure : series.measure + " (" + series.unit + ")";
     Plot plot{series.check + ": " + series.measure, {"day", AxisScale::Days}, {label}};
-    plot.note = "Limit met: " + outlookText(trend) + '.';
+    if (series.limit)
+        plot.note = "Limit met: " + outlookText(trend) + '.';
     addValues(plot, trend);
     if (trend.forecast)
         addLine(plot, trend);

@@ -19,7 +19,7 @@ constexpr double kPlotWidth = 190.0;
 constexpr double kRowAxisWidth = 68.0;
 constexpr double kColumnAxisHeight = 52.0;
 constexpr double kTextHeight = 44.0;  // of caption and verdict above the pictures
-constexpr double kPlotGap = 2.0 * kGap;
+constexpr double kPlotGap = 2.75 * kGap;
 constexpr double kViewWidth = kRowAxisWidth + kPixelsWidth + kPlotGap + kPlotWidth;
 
 struct LevelRange {

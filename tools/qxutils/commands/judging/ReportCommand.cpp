@@ -41,7 +41,7 @@ struct ReportOptions {
 
 // Keeps the results, and tells how the measures that are among them went.
 Json trendsOfToday(PanelStore& store, const Report& report) {
-    store.add(report.records, report.head.at("detector"));
+    store.add(report.records, agreedHead(report.heads).at("detector"));
     std::vector<Trend> trends = trendsOf(store);
     std::erase_if(trends, [&report](const Trend& trend) {
         const auto isMeasured = [&trend](const Record& record) {
