@@ -1,5 +1,6 @@
 """The files that the tool reads and writes: nothing half-written, nothing lost, names and streams of every kind."""
 
+import fcntl
 import os
 import resource
 import signal
@@ -62,15 +63,17 @@ def test_a_written_file_replaces_the_old_one_as_a_whole(folder, writer):
 
 @on_linux_only
 @pytest.mark.parametrize("signal_", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGPIPE])
-def test_an_interrupted_file_leaves_the_old_one(folder, signal_):
+@pytest.mark.parametrize("output", ["old", "/dev/null"])
+def test_an_interrupted_file_leaves_the_old_one(folder, output, signal_):
     """The library tells of every tenth line; nobody reads that, so that it waits in the middle of the file."""
     (folder / "lines.b64").write_bytes(b"QUFB\n" * 200_000)
     before = names(folder)
-    process = subprocess.Popen([*COMMAND, "base64", "decode-lines", "lines.b64", "-o", "old"], cwd=folder,
-                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0)
+    process = subprocess.Popen([*COMMAND, "base64", "decode-lines", "lines.b64", "-o", output], cwd=folder,
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0,
+                               env={**os.environ, "TMPDIR": str(folder)})
     assert process.stdout.read(1)
     (temporary,) = names(folder) - before
-    assert temporary.startswith(f".old.qxutils-{process.pid}-")
+    assert temporary.startswith(f".old.qxutils-{process.pid}-" if output == "old" else "qxutils-")
     process.send_signal(signal_)
     assert process.wait(timeout=60) == -signal_
     process.stdout.close()
