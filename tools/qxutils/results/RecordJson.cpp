@@ -3,6 +3,7 @@
 #include "common/ToolError.h"
 #include "files/InputFile.h"
 #include "text/DateText.h"
+#include "text/FileName.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>
@@ -23,15 +24,6 @@ constexpr std::size_t kMaxQuoted = 40;
 constexpr int kMaxDepth = 64;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
-
-// JSON has no other numbers than finite ones.
-Json numberToJson(double value) {
-    if (std::isnan(value))
-        return nullptr;
-    if (std::isinf(value))
-        return value > 0 ? "Infinity" : "-Infinity";
-    return value;
-}
 
 double numberFromJson(const Json& json) {
     if (json.is_null())
@@ -119,7 +111,7 @@ SnrSquare squareFromJson(const Json& json) {
 }
 
 void addSubject(Json& json, const Subject& subject) {
-    json["file"] = subject.file;
+    json["file"] = inUtf8(subject.file);
     if (subject.bytes)
         json["bytes"] = *subject.bytes;
     if (subject.crc)
@@ -171,6 +163,14 @@ std::string versionNumber() {
 Json documentHead() {
     return {
         {"schema", kResultsSchema}, {"program", "qxutils"}, {"version", versionNumber()}, {"detector", detectorJson()}};
+}
+
+Json numberToJson(double value) {
+    if (std::isnan(value))
+        return nullptr;
+    if (std::isinf(value))
+        return value > 0 ? "Infinity" : "-Infinity";
+    return value;
 }
 
 Json toJson(const Record& record) {
