@@ -101,6 +101,8 @@ def test_files_are_named_in_every_way(day):
     (day / "empty").mkdir(exist_ok=True)
     refused(run("snr", "empty", *SHAPE, folder=day), 1, "empty: no file in it ends in .raw")
     refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: no such file")
+    (day / "wide").write_text("150.raw\n", encoding="utf-16")
+    refused(run("snr", "@wide", *SHAPE, folder=day), 1, "wide: holds zero bytes, which no name has; save it as text")
     with open(day / "sparse", "wb") as sparse:
         sparse.truncate(5 << 30)
     refused(run("snr", "@sparse", *SHAPE, folder=day), 1, "sparse: longer than", "give a text file with one name a line")

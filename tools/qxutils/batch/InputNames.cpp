@@ -60,6 +60,8 @@ std::vector<std::string> listedFiles(const std::string& name) {
     constexpr std::int64_t kMaxListBytes = std::int64_t{1} << 26;
     constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  // that some editors put first
     const std::string text = readWhole(name, "a text file with one name a line", kMaxListBytes);
+    if (text.find('\0') != std::string::npos)
+        throw ToolError(name + ": holds zero bytes, which no name has; save it as text in UTF-8");
     std::istringstream list(text.substr(text.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0));
     list.exceptions(std::ios::badbit);
     std::vector<std::string> lines;
