@@ -134,7 +134,7 @@ const Target kToolFiles("ToolFiles", [](Input& input) {
     mayRefuse([] { loadFactorySnrFile(snr.path()); });
     mayRefuse([] { loadFactorySnrHeader(snr.path()); });
     putDefects(classic, input);
-    mayRefuse([] { loadDefectLists(classic.path()); });
+    mayRefuse([] { loadDefectLists({classic.path(), kDefectFileWanted}); });
     mayRefuse([&] {
         const FileHeader header = loadFileHeader(classic.path());
         std::ostringstream out;

@@ -1,5 +1,6 @@
 """The files that the tool reads and writes: nothing half-written, nothing lost, names and streams of every kind."""
 
+import fcntl
 import os
 import resource
 import signal
@@ -62,20 +63,47 @@ def test_a_written_file_replaces_the_old_one_as_a_whole(folder, writer):
 
 @on_linux_only
 @pytest.mark.parametrize("signal_", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGPIPE])
-def test_an_interrupted_file_leaves_the_old_one(folder, signal_):
+@pytest.mark.parametrize("output", ["old", "/dev/null"])
+def test_an_interrupted_file_leaves_the_old_one(folder, output, signal_):
     """The library tells of every tenth line; nobody reads that, so that it waits in the middle of the file."""
     (folder / "lines.b64").write_bytes(b"QUFB\n" * 200_000)
     before = names(folder)
-    process = subprocess.Popen([*COMMAND, "base64", "decode-lines", "lines.b64", "-o", "old"], cwd=folder,
-                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0)
+    process = subprocess.Popen([*COMMAND, "base64", "decode-lines", "lines.b64", "-o", output], cwd=folder,
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0,
+                               env={**os.environ, "TMPDIR": str(folder)})
     assert process.stdout.read(1)
     (temporary,) = names(folder) - before
-    assert temporary.startswith(f".old.qxutils-{process.pid}-")
+    assert temporary.startswith(f".old.qxutils-{process.pid}-" if output == "old" else "qxutils-")
     process.send_signal(signal_)
     assert process.wait(timeout=60) == -signal_
     process.stdout.close()
     assert names(folder) == before
     assert (folder / "old").read_bytes() == b"old"
+
+
+@on_linux_only
+@pytest.mark.parametrize("signal_", [signal.SIGINT, signal.SIGTERM])
+def test_a_file_of_the_library_becomes_whole_first(folder, signal_):
+    """The library tells of each image; it goes on when that is read, and the signal has come."""
+    (folder / "small.toml").write_text("[detector]\nwidth = 128\nheight = 128\n")
+    (folder / "500ms").mkdir()
+    header = (bytes(12) + struct.pack(">ii", SIDE, SIDE)).ljust(len(HEADER))
+    (folder / "500ms" / "0").write_bytes(header + PIXELS)
+    for i in range(1, 400):
+        (folder / "500ms" / str(i)).hardlink_to(folder / "500ms" / "0")
+    reader, writer = os.pipe()
+    fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+    process = subprocess.Popen([*COMMAND, "--detector", "small.toml", "factory-snr", "."], cwd=folder,
+                               stdout=subprocess.DEVNULL, stderr=writer)
+    os.close(writer)
+    assert os.read(reader, 1)
+    before = names(folder)
+    process.send_signal(signal_)
+    while os.read(reader, 4096):
+        pass
+    os.close(reader)
+    assert process.wait(timeout=60) == -signal_
+    assert [(folder / name).stat().st_size for name in names(folder) - before] == [65552 + 400 * 20]
 
 
 @on_linux_only
@@ -240,6 +268,9 @@ def test_standard_input_is_a_file(folder, name):
     timed = run("snr", name, *SHAPE, "--factory", "factory.txt", input=HEADER + PIXELS, folder=folder)
     assert timed.exit in (0, 3) and b"12147.0" in timed.output
     assert run("base64", "encode", name, input=LINES, folder=folder).output.startswith(b"UVVGQlFVRkIK")
+    group = ("check", "gain-group", "image.raw")
+    assert run(*group, name, input=image, folder=folder).output == run(*group, "image.raw", folder=folder).output
+    refused(run("defects", name, input=b"", folder=folder), 1, f"qxutils: {name}: no defects can be read")
 
 
 @on_linux_only
@@ -301,6 +332,10 @@ def test_bad_inputs_are_told_in_one_line(folder):
             vast.truncate(len(HEADER) + 2 * side * side)
         assert b"no plausible panel shape" in run("info", "vast", folder=folder, preexec_fn=take_little).output
         refused(run("base64", "encode", "sparse", folder=folder), 1, "sparse: longer than 2147483647 bytes")
+        refused(run("check", "gain-group", "sparse", folder=folder), 1, "qxutils: sparse: checkGainImgGroup gives no")
+        refused(run("check", "gain-group", "image.raw", "sparse", folder=folder), 1,
+                "sparse: 5368709120 bytes, but image.raw has 32768; give images of one size")
+        refused(run("--detector", "pipe", "version", folder=folder), 1, "pipe: is a pipe; give a file\n")
         (folder / "bytes").write_bytes(b"[limits]\n# \x1b[31m \xff\n")
         for name, reason in {"sparse": "longer than 1048576 bytes", "bytes": "holds bytes that are no text"}.items():
             for command in (("--detector", name, "version"), ("snr", "image.raw", *SHAPE, "--factory", name),
@@ -351,3 +386,7 @@ def test_names_may_be_any_bytes_and_are_told_in_print(folder):
     assert b"\xfe.png" in os.listdir(os.fsencode(folder))
     refused(run("preview", name, *SHAPE, "-o", name, folder=folder), 2, f"{shown}: would overwrite")
     refused(run("--dry-run", "preview", name, *SHAPE, "-o", b"\xfe/x", folder=folder), 1, r"\xFE/x: cannot be written")
+    for other in (b"\xfd.raw", b"\xfc.raw"):
+        os.link(os.fsencode(folder) + b"/" + name, os.fsencode(folder) + b"/" + other)
+    listed = run("check", "dark", ".", *SHAPE, folder=folder).output.decode()
+    assert all(f"  ./{other}\n" in listed for other in (r"\xFC.raw", r"\xFD.raw", shown)), listed

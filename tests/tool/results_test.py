@@ -49,7 +49,10 @@ def test_a_day_of_images_in_one_process_and_in_two(day):
     one = run(*check, folder=day)
     two = run(*check, *TWO_JOBS, folder=day)
     assert (one.exit, two.exit) == (1, 1)
-    assert one.output == two.output
+    assert one == two
+    for told in ("table", "csv"):
+        pair = [run(*check[:-1], told, *jobs, folder=day) for jobs in ((), TWO_JOBS)]
+        assert pair[0] == pair[1] and pair[0].exit == 1
     lines = [line for line in one.error.splitlines() if line.startswith("qxutils: ")]
     assert len(lines) == BROKEN and all("broken" in line and "give another --shape" in line for line in lines)
     results = document(one.output)["results"]
@@ -97,6 +100,8 @@ def test_files_are_named_in_every_way(day):
     (day / "empty").mkdir(exist_ok=True)
     refused(run("snr", "empty", *SHAPE, folder=day), 1, "empty: no file in it ends in .raw")
     refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: no such file")
+    (day / "wide").write_text("150.raw\n", encoding="utf-16")
+    refused(run("snr", "@wide", *SHAPE, folder=day), 1, "wide: holds zero bytes, which no name has; save it as text")
     with open(day / "sparse", "wb") as sparse:
         sparse.truncate(5 << 30)
     refused(run("snr", "@sparse", *SHAPE, folder=day), 1, "sparse: longer than", "give a text file with one name a line")
@@ -131,11 +136,12 @@ def test_every_command_that_measures_tells_its_results_as_json_and_csv(day, tmp_
             continue
         results = document(told.output)["results"]
         assert results and all(result["command"] == command for result in results), told
+        assert all(("crc" in result) == (result["file"] != "") for result in results), told
         measures = [measure for result in results for measure in result["measures"] + result.get("squares", [])]
         assert measures and (unit is None or unit in {measure["unit"] for measure in measures}), told
         rows = list(csv.DictReader(io.StringIO(run(*command.split(), *arguments, "--format", "csv",
                                                    folder=tmp_path).output.decode())))
-        assert len(rows) == len(measures)
+        assert len(rows) == len(measures) and {row["version"] for row in rows} == {document(told.output)["version"]}
         values = [float(row["value"]) for row in rows]
         assert values == [measure.get("value", measure.get("measured")) for measure in measures]
 
@@ -235,6 +241,11 @@ def test_results_from_elsewhere_are_shown_in_print(tmp_path):
     odd = result(file="\x1b[31m\n", message="\x1b[32m", code=4711, squares=[{"side": 64, "measured": 5.0}])
     (tmp_path / "odd.json").write_text(odd)
     assert b"5.0" in run("snr", "odd.json", "--shape", "64x64", folder=tmp_path).output
+    (tmp_path / "endless.json").write_text(odd.replace("5.0", '"Infinity"'))
+    same = [run("compare", "endless.json", "endless.json", "--format", form, folder=tmp_path).output
+            for form in ("csv", "json")]
+    assert same[0].endswith(b",SNR of 64 x 64,,inf,inf,,\n")
+    assert b'"today":"Infinity","reference":"Infinity","difference":null,"percent":null' in same[1]
     (tmp_path / "other.json").write_text(odd.replace("5.0", "6.0"))
     compared = run("compare", "odd.json", "other.json", folder=tmp_path).output
     assert rb"\x1B[31m\x0A: snr" in compared and b"\x1b" not in compared
@@ -252,6 +263,17 @@ def test_results_of_several_files_go_into_a_folder(day, tmp_path):
     refused(run("preview", *names, *SHAPE, "-o", "one.png", folder=tmp_path), 2, "one name for the results of 2 files")
     refused(run("preview", names[0], names[0], *SHAPE, "-o", "out", folder=tmp_path), 2,
             "would both be written to out/150.png; give them in two calls")
+
+
+@on_linux_only
+def test_settings_from_a_stream_are_those_of_every_process(day):
+    check = ("check", "dark", "150.raw", "151.raw", *SHAPE)
+    (day / "strict.toml").write_text("[limits]\ndarkLevelFloor = 30000\n")
+    expected = run(*check, "--limits", "strict.toml", folder=day)
+    assert expected.exit == 3
+    for settings in (("--limits", "/dev/stdin"), ("--detector", "/dev/stdin")):
+        with open(day / "strict.toml", "rb") as stream:
+            assert run(*check, *settings, *TWO_JOBS, stdin=stream, folder=day) == expected
 
 
 def test_standard_output_carries_results_alone(day, tmp_path):

@@ -5,6 +5,7 @@
 #include "batch/Outcome.h"
 #include "batch/Progress.h"
 #include "batch/Workers.h"
+#include "detector/DetectorSetup.h"
 #include "files/NativeFile.h"
 #include "files/WholeFile.h"
 #include "results/RecordJson.h"
@@ -76,7 +77,7 @@ bool readsStream(const std::vector<std::string>& files) {
 // What a dry run announces stands in the order of the files, and nothing is made that another process could find.
 bool staysInThisProcess(const BatchOptions& options, const std::vector<std::string>& files) {
     return options.jobs == 1 || files.size() < 2 || writePolicy().dryRun || readsStream(files) ||
-           readsStream(options.shared);
+           readsStream(options.shared) || isSetFromStream();
 }
 
 }  // namespace

@@ -57,7 +57,10 @@ NamedFiles filesBelow(const std::string& folder, bool recursive, const std::vect
 
 std::vector<std::string> listedFiles(const std::string& name) {
     constexpr std::int64_t kMaxListBytes = std::int64_t{1} << 26;
-    std::istringstream list(readText(name, "a text file with one name a line", kMaxListBytes));
+    const std::string text = readText(name, "a text file with one name a line", kMaxListBytes);
+    if (text.find('\0') != std::string::npos)
+        throw ToolError(name + ": holds zero bytes, which no name has; save it as text in UTF-8");
+    std::istringstream list(text);
     list.exceptions(std::ios::badbit);
     std::vector<std::string> lines;
     for (std::string line; std::getline(list, line);) {

@@ -2,8 +2,6 @@
 
 #include "common/ToolError.h"
 #include "detector/DetectorSetup.h"
-#include "files/FileAccess.h"
-#include "files/LibraryFile.h"
 #include "results/RecordText.h"
 #include "text/FileName.h"
 
@@ -106,10 +104,6 @@ Record checkFalseTrigger(const FloatImage& image) {
 }
 
 Record checkGainGroup(const std::vector<std::string>& files) {
-    for (const std::string& file : files) {
-        fileBytes(file, kRawImageWanted);
-        requireLibraryName(file);
-    }
     std::vector<const char*> paths;
     std::transform(files.begin(), files.end(), std::back_inserter(paths),
                    [](const auto& file) { return file.c_str(); });

@@ -1,7 +1,6 @@
 #include "defects/DefectLists.h"
 
 #include "common/ToolError.h"
-#include "files/FileAccess.h"
 #include "files/LibraryFile.h"
 
 #include <QxUtils.h>
@@ -12,7 +11,6 @@
 namespace qx::tool {
 namespace {
 
-constexpr const char* kWanted = "a defect file";
 constexpr int kClusterEnd = -1;
 
 // The width is the header's, beyond the range of int in a broken one.
@@ -60,18 +58,23 @@ void addStructured(const DefectInfo& structured, DefectLists& lists) {
 
 void requireDefects(const std::string& path, int status) {
     if (status != StatusOk)
-        throw ToolError(path + ": no defects can be read (" + statusText(status) + "); give " + kWanted);
+        throw ToolError(path + ": no defects can be read (" + statusText(status) + "); give " + kDefectFileWanted);
 }
 
 }  // namespace
 
-DefectLists loadDefectLists(const std::string& path) {
-    fileBytes(path, kWanted);
-    const LibraryPath file = toLibraryPath(path);
+std::optional<Shape> DefectLists::imageShape() const {
+    const auto isSide = [](int pixels) { return pixels >= 1 && pixels <= kMaxSide; };
+    return isSide(shape.width) && isSide(shape.height) ? std::optional(shape) : std::nullopt;
+}
+
+DefectLists loadDefectLists(const NamedInput& input) {
+    const std::string& path = input.file();
+    const LibraryPath file = toLibraryPath(input.name());
     FileHeadInfo info{};
     requireDefects(path, getDefectHeadInfo(file.directory.c_str(), file.name.c_str(), &info));
     if (info.imageWidth == 0)
-        throw ToolError(path + ": the header tells no image width; give " + kWanted);
+        throw ToolError(path + ": the header tells no image width; give " + kDefectFileWanted);
     // The file's name decides which of the two is filled.
     VectorDefect classic;
     DefectInfo structured;

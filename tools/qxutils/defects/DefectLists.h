@@ -1,8 +1,9 @@
 #pragma once
 
 #include "common/Shape.h"
+#include "files/NamedInput.h"
 
-#include <string>
+#include <optional>
 #include <vector>
 
 namespace qx::tool {
@@ -14,9 +15,14 @@ struct DefectLists {
     std::vector<std::vector<Point>> clusters;
     std::vector<int> rows;
     std::vector<int> columns;
+
+    // The shape, if an image may have it.
+    std::optional<Shape> imageShape() const;
 };
 
-// Throws a ToolError when the file cannot be read or is no defect file.
-DefectLists loadDefectLists(const std::string& path);
+inline constexpr const char* kDefectFileWanted = "a defect file";
+
+// Throws a ToolError when it is no defect file.
+DefectLists loadDefectLists(const NamedInput& input);
 
 }  // namespace qx::tool

@@ -3,6 +3,7 @@
 #include "common/ToolError.h"
 #include "files/FileAccess.h"
 #include "files/InputFile.h"
+#include "files/NativeFile.h"
 #include "files/WholeFile.h"
 #include "text/FileName.h"
 
@@ -19,6 +20,8 @@ namespace qxkit {
 
 namespace qx::tool {
 namespace {
+
+bool wasStream = false;
 
 void needVirtualDetector() {
     if (!hasVirtualDetector())
@@ -50,12 +53,17 @@ void loadDetectorFile(const std::string& file) {
     constexpr const char* kWanted = "a TOML file with settings of the virtual detector";
     fileBytes(file, kWanted);
     readSettings(file, kWanted);
+    wasStream = wasStream || streamOfInput(file);
     needVirtualDetector();
     const std::string problem = qxkit::loadVirtualDetector(toPath(file));
     if (!problem.empty())
         throw ToolError(problem);
     if (writePolicy().dryRun)
         virtualDetector().config.loggingEnabled = 0;
+}
+
+bool isSetFromStream() {
+    return wasStream;
 }
 
 void setModeSize(const Shape& shape) {

@@ -23,6 +23,9 @@ std::filesystem::path nativePath(const std::string& kitPath);
 // Sets it from a TOML file; throws a ToolError when the file cannot be read or says something wrong.
 void loadDetectorFile(const std::string& file);
 
+// Whether it was set from a stream, which nobody can read again.
+bool isSetFromStream();
+
 // Gives the images of the current mode this size.
 void setModeSize(const Shape& shape);
 

@@ -59,12 +59,12 @@ void requireName(const std::string& path, const std::string& wanted) {
         throw ToolError("a file or folder name is empty; give " + wanted, ExitCode::Usage);
 }
 
-std::int64_t fileBytes(const std::string& path, const std::string& wanted) {
+std::int64_t fileBytes(const std::string& path, const std::string& wanted, const char* insteadOfPipe) {
     const fs::file_type type = typeOf(path, wanted, "file");
     if (type == fs::file_type::directory)
         throw ToolError(path + ": is a directory; give " + wanted);
     if (type == fs::file_type::fifo)
-        throw ToolError(path + ": is a pipe; give a file, or - to read standard input");
+        throw ToolError(path + ": is a pipe; give " + insteadOfPipe);
     if (type != fs::file_type::regular)
         throw ToolError(path + ": is no regular file; give " + wanted);
     std::error_code error;
@@ -107,7 +107,7 @@ void createFolder(const std::string& path) {
     }
     fs::create_directories(folder, error);
     if (!fs::is_directory(folder, error))
-        throw ToolError(path + ": cannot be created as a folder; give another --out");
+        throw ToolError(path + ": cannot be created as a folder; give another one");
 }
 
 void writeFile(const std::string& path, std::string_view content) {

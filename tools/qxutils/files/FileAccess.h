@@ -13,7 +13,9 @@ namespace qx::tool {
 void requireName(const std::string& path, const std::string& wanted);
 
 // Length of a regular file in bytes.
-std::int64_t fileBytes(const std::string& path, const std::string& wanted);
+std::int64_t fileBytes(const std::string& path, const std::string& wanted, const char* insteadOfPipe = "a file");
+
+inline constexpr const char* kFileOrStream = "a file, or - to read standard input";
 
 // Refuses what is no folder.
 void requireFolder(const std::string& path, const std::string& wanted);

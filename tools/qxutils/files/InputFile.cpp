@@ -33,7 +33,7 @@ InputFile::InputFile(const std::string& path, const std::string& wanted) : path_
 }
 
 void InputFile::open(const std::string& wanted) {
-    fileBytes(path_, wanted);
+    fileBytes(path_, wanted, kFileOrStream);
     file_ = openToRead(toPath(path_));
 }
 

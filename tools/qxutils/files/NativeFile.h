@@ -79,10 +79,27 @@ char** nativeArguments(char** arguments);
 // Whether narrow texts, which the library takes, can name every file.
 bool takesNamesInAnyScript();
 
-// Lets removeNow, which may do nothing but remove files, run when the process is told to end.
+// Lets removeNow, which may do nothing but remove files and folders, run when the process is told to end.
 void onInterruption(void (*removeNow)() noexcept);
 
-// May run in a signal's handler.
+// While it lives the process is told to end only by what cannot wait. For the library's writing of files, which it
+// keeps under names of its own until they are whole. One at a time.
+class InterruptionPause {
+public:
+    InterruptionPause();
+    ~InterruptionPause();
+    InterruptionPause(const InterruptionPause&) = delete;
+    InterruptionPause& operator=(const InterruptionPause&) = delete;
+};
+
+template <class Work>
+auto withoutInterruption(const Work& work) {
+    const InterruptionPause pause;
+    return work();
+}
+
+// They may run in a signal's handler; a folder has to be empty.
 void removeFile(const std::filesystem::path::value_type* path) noexcept;
+void removeFolder(const std::filesystem::path::value_type* path) noexcept;
 
 }  // namespace qx::tool

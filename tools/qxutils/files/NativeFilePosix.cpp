@@ -4,6 +4,7 @@
 
 #include "text/NumberText.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -17,7 +18,11 @@
 namespace qx::tool {
 namespace {
 
+constexpr std::array kInterruptions = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
 void (*removeAtEnd)() noexcept = nullptr;
+
+sigset_t maskBeforePause;
 
 // The default action follows, so that the caller sees what ended the program.
 void endBySignal(int signal) {
@@ -159,14 +164,30 @@ void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_
 
 void onInterruption(void (*removeNow)() noexcept) {
     removeAtEnd = removeNow;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+    for (const int signal : kInterruptions)
         handle(signal, endBySignal);
     // A file that reaches the limit of its size is an error of writing like others.
     handle(SIGXFSZ, SIG_IGN);
 }
 
+InterruptionPause::InterruptionPause() {
+    sigset_t interruptions;
+    sigemptyset(&interruptions);
+    for (const int signal : kInterruptions)
+        sigaddset(&interruptions, signal);
+    pthread_sigmask(SIG_BLOCK, &interruptions, &maskBeforePause);
+}
+
+InterruptionPause::~InterruptionPause() {
+    pthread_sigmask(SIG_SETMASK, &maskBeforePause, nullptr);
+}
+
 void removeFile(const std::filesystem::path::value_type* path) noexcept {
     ::unlink(path);
+}
+
+void removeFolder(const std::filesystem::path::value_type* path) noexcept {
+    ::rmdir(path);
 }
 
 }  // namespace qx::tool

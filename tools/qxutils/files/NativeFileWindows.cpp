@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <iterator>
+#include <mutex>
 #include <share.h>
 #include <sys/stat.h>
 #include <vector>
@@ -29,6 +30,9 @@ constexpr std::size_t kMostBytesAtOnce = 1 << 30;
 
 void (*removeAtEnd)() noexcept = nullptr;
 
+// Held by what the end has to wait for.
+std::mutex pauseMutex;
+
 std::string toUtf8(const wchar_t* wide) {
     const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
     std::string text(static_cast<std::size_t>(size), '\0');
@@ -37,8 +41,14 @@ std::string toUtf8(const wchar_t* wide) {
     return text;
 }
 
+// In a thread of its own.
 BOOL WINAPI endByConsole(DWORD /*event*/) {
     removeAtEnd();
+    return FALSE;
+}
+
+BOOL WINAPI endAfterPause(DWORD /*event*/) {
+    const std::lock_guard wait(pauseMutex);
     return FALSE;
 }
 
@@ -162,8 +172,22 @@ void onInterruption(void (*removeNow)() noexcept) {
     SetConsoleCtrlHandler(endByConsole, TRUE);
 }
 
+InterruptionPause::InterruptionPause() {
+    static const BOOL handled = SetConsoleCtrlHandler(endAfterPause, TRUE);
+    static_cast<void>(handled);
+    pauseMutex.lock();
+}
+
+InterruptionPause::~InterruptionPause() {
+    pauseMutex.unlock();
+}
+
 void removeFile(const std::filesystem::path::value_type* path) noexcept {
     DeleteFileW(path);
+}
+
+void removeFolder(const std::filesystem::path::value_type* path) noexcept {
+    RemoveDirectoryW(path);
 }
 
 }  // namespace qx::tool

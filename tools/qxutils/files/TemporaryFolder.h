@@ -1,17 +1,18 @@
 #pragma once
 
-#include <filesystem>
+#include "files/TemporaryName.h"
+
+#include <deque>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace qx::tool {
 
-// A folder of its own for what the library reads by name; it goes with the object. Throws a ToolError when none can be
-// made.
+// A folder of its own for what the library reads by name; it goes with the object, and when the process is interrupted.
+// Throws a ToolError when none can be made.
 class TemporaryFolder {
 public:
     TemporaryFolder();
-    ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
@@ -19,8 +20,8 @@ public:
     std::string add(const std::string& name);
 
 private:
-    std::filesystem::path folder_;
-    std::vector<std::filesystem::path> files_;
+    std::optional<TemporaryName> folder_;
+    std::deque<TemporaryName> files_;  // gone before the folder
 };
 
 }  // namespace qx::tool

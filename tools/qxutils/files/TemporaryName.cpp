@@ -47,9 +47,12 @@ bool isWithinCharacter(char byte) {
 
 void removeTemporaryFiles() noexcept {
     const unsigned long self = processNumber();
-    for (const Slot& slot : slots) {
-        if (slot.owner == self)
-            removeFile(slot.path.data());
+    // A folder goes once it is empty.
+    for (const auto remove : {removeFile, removeFolder}) {
+        for (const Slot& slot : slots) {
+            if (slot.owner == self)
+                remove(slot.path.data());
+        }
     }
 }
 
@@ -57,6 +60,7 @@ TemporaryName::TemporaryName(fs::path path) : path_(std::move(path)), slot_(clai
 
 TemporaryName::~TemporaryName() {
     removeFile(path_.c_str());
+    removeFolder(path_.c_str());
     if (slot_ != kNoSlot)
         slots[static_cast<std::size_t>(slot_)].owner = 0;
 }

@@ -4,8 +4,9 @@
 
 namespace qx::tool {
 
-// The name of a file that must not stay: it is removed with the object, and when the process is interrupted. A process
-// keeps a few of them at once; what is beyond that, or longer than a path can be, goes with the object alone.
+// The name of a file, or of a folder of such files, that must not stay: it is removed with the object, and when the
+// process is interrupted. A process keeps a few of them at once; what is beyond that, or longer than a path can be,
+// goes with the object alone.
 class TemporaryName {
 public:
     explicit TemporaryName(std::filesystem::path path);

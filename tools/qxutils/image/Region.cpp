@@ -56,7 +56,8 @@ Region parseRegion(const std::optional<std::string>& text, const Shape& image) {
                         ExitCode::Usage);
     const auto [corner, shape] = *region;
     if (corner.x > image.width - shape.width || corner.y > image.height - shape.height)
-        throw ToolError("--zoom " + *text + " reaches beyond the image of " + toText(image), ExitCode::Usage);
+        throw ToolError("--zoom " + *text + " reaches beyond the image of " + toText(image) + "; give a part of it",
+                        ExitCode::Usage);
     return *region;
 }
 

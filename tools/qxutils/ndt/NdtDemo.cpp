@@ -4,6 +4,7 @@
 #include "detector/DetectorSetup.h"
 #include "detector/PanelFrames.h"
 #include "files/FileAccess.h"
+#include "files/NativeFile.h"
 #include "image/RawImage.h"
 #include "ndt/ClassicDefectFile.h"
 #include "text/FileName.h"
@@ -52,7 +53,8 @@ void calibrateIntoStorage(const LongImage& bright, const LongImage& dark) {
     const DetectorScope scope;
     qxkit::VirtualDetector& detector = virtualDetector();
     detector.offsetDirectory = detector.gainDirectory = detector.storageDirectory;
-    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount());
+    const int status = withoutInterruption(
+        [&] { return executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount()); });
     if (status != StatusOk)
         throw ToolError("the calibration files could not be written (status " + std::to_string(status) + ")");
 }
@@ -61,7 +63,9 @@ NdtCall correct(const char* what, int defectMethod, LongImage& image) {
     qxkit::VirtualDetector& detector = virtualDetector();
     detector.config.defectCorrectionMethod = defectMethod;
     detector.transfers.clear();
-    NdtCall call{what, correctNDTImage(image.pixels.data(), nullptr, image.pixelCount()), {}};
+    const int status =
+        withoutInterruption([&] { return correctNDTImage(image.pixels.data(), nullptr, image.pixelCount()); });
+    NdtCall call{what, status, {}};
     for (const qxkit::TransferCall& transfer : detector.transfers)
         call.downloaded += (call.downloaded.empty() ? "" : ", ") + transfer.fileName;
     return call;

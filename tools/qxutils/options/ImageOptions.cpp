@@ -34,6 +34,8 @@ ImageFiles ImageOptions::filesFor(const std::string& file) const {
 ExitCode runImages(const ImageOptions& options, const std::string& command,
                    const std::function<Record(const RawImage& image, const ImageFiles& files)>& work) {
     const Shape shape = parseShape(options.shape);
+    // A mistake is told once and not for each file.
+    parseRegion(options.zoom, shape);
     const auto judge = [&](const std::string& file) {
         const ImageFiles files = options.filesFor(file);
         const LoadedImage loaded = loadImageFile(file, shape);

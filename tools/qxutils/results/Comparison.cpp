@@ -80,12 +80,12 @@ void pairUp(Comparison& comparison, bool (*belongTogether)(const Record&, const 
 }  // namespace
 
 std::optional<double> ComparedMeasure::difference() const {
-    return today && reference ? std::optional(*today - *reference) : std::nullopt;
+    return today && reference ? known(*today - *reference) : std::nullopt;
 }
 
 std::optional<double> ComparedMeasure::percent() const {
     const std::optional<double> change = difference();
-    return change && *reference != 0.0 ? std::optional(100.0 * *change / std::abs(*reference)) : std::nullopt;
+    return change && *reference != 0.0 ? known(100.0 * *change / std::abs(*reference)) : std::nullopt;
 }
 
 bool ComparedMeasure::isChanged() const {

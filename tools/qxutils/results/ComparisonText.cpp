@@ -17,7 +17,7 @@ std::string numberOrNothing(const std::optional<double>& value) {
 }
 
 Json jsonOf(const std::optional<double>& value) {
-    return value && std::isfinite(*value) ? Json(*value) : Json(nullptr);
+    return value ? numberToJson(*value) : Json(nullptr);
 }
 
 std::string titleOf(const Record& record) {

@@ -45,7 +45,7 @@ Cells cellsOf(const Measure& measure) {
 
 void printCsvHead(std::ostream& out) {
     out << csvLine({"file", "command", "check", "verdict", "code", "grade", "message", "measure", "value", "unit",
-                    "comparison", "limit", "met", "width", "height", "bytes", "crc", "time"});
+                    "comparison", "limit", "met", "width", "height", "bytes", "crc", "time", "version"});
 }
 
 void printCsv(std::ostream& out, const Record& record) {
@@ -55,6 +55,8 @@ void printCsv(std::ostream& out, const Record& record) {
     Cells after = cellsOf(json.value("shape", Json::object()), {"width", "height"});
     for (const std::string& cell : cellsOf(json, {"bytes", "crc", "time"}))
         after.push_back(cell);
+    static const std::string version = documentHead().at("version");
+    after.push_back(version);
     const auto print = [&](const Cells& measure) {
         Cells cells = before;
         cells.insert(cells.end(), measure.begin(), measure.end());

@@ -3,6 +3,7 @@
 #include "common/ToolError.h"
 #include "files/InputFile.h"
 #include "text/DateText.h"
+#include "text/FileName.h"
 
 #include <QxSysMgt.h>
 #include <QxUtils/Foundation.h>
@@ -24,15 +25,6 @@ constexpr std::size_t kMaxQuoted = 40;
 constexpr int kMaxDepth = 64;
 constexpr const char* kResultsWanted = "results that qxutils wrote with --format json";
 constexpr std::array kVerdicts = {Verdict::Passed, Verdict::NotPassed, Verdict::Measured, Verdict::Failed};
-
-// JSON has no other numbers than finite ones.
-Json numberToJson(double value) {
-    if (std::isnan(value))
-        return nullptr;
-    if (std::isinf(value))
-        return value > 0 ? "Infinity" : "-Infinity";
-    return value;
-}
 
 double numberFromJson(const Json& json) {
     if (json.is_null())
@@ -120,7 +112,7 @@ SnrSquare squareFromJson(const Json& json) {
 }
 
 void addSubject(Json& json, const Subject& subject) {
-    json["file"] = subject.file;
+    json["file"] = inUtf8(subject.file);
     if (subject.bytes)
         json["bytes"] = *subject.bytes;
     if (subject.crc)
@@ -186,6 +178,14 @@ void addHead(const Json& json, std::vector<Json>& heads) {
 Json documentHead() {
     return {
         {"schema", kResultsSchema}, {"program", "qxutils"}, {"version", versionNumber()}, {"detector", detectorJson()}};
+}
+
+Json numberToJson(double value) {
+    if (std::isnan(value))
+        return nullptr;
+    if (std::isinf(value))
+        return value > 0 ? "Infinity" : "-Infinity";
+    return value;
 }
 
 Json toJson(const Record& record) {

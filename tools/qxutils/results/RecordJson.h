@@ -19,6 +19,9 @@ inline constexpr int kResultsSchema = 1;
 // {"schema", "program", "version", "detector"}: what a document says before its results.
 Json documentHead();
 
+// JSON has no other numbers than finite ones: null, "Infinity" or "-Infinity" stand for these.
+Json numberToJson(double value);
+
 Json toJson(const Record& record);
 
 // Throws a std::exception for what is no record.

@@ -1,10 +1,15 @@
 #include "results/Subject.h"
 
 #include "files/ContentCrc.h"
+#include "files/InputFile.h"
+#include "files/NamedInput.h"
 #include "text/DateText.h"
 #include "text/FileName.h"
 
+#include <array>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
@@ -46,6 +51,23 @@ Subject subjectOf(const std::string& file, std::optional<Shape> shape) {
     if (const auto time = fs::last_write_time(path, error); !error)
         subject.time = timeText(systemTime(time));
     return subject;
+}
+
+Subject subjectOf(const NamedInput& input, bool tellsContent) {
+    Subject subject = subjectOf(input.name());
+    subject.file = input.file();
+    if (input.isCopy())
+        subject.time.clear();
+    if (!tellsContent)
+        return subject;
+    InputFile content(input.name(), "a file");
+    std::array<char, 1 << 16> piece;
+    std::uint32_t crc = 0;
+    for (std::size_t got = piece.size(); got == piece.size();) {
+        got = content.read(piece.data(), piece.size());
+        crc = contentCrc({piece.data(), got}, crc);
+    }
+    return withContent(subject, content.bytesRead(), crc);
 }
 
 Subject subjectOf(const std::string& file, const LoadedImage& loaded) {

@@ -4,6 +4,7 @@
 #include "detector/DetectorSetup.h"
 #include "detector/PanelFrames.h"
 #include "files/FileAccess.h"
+#include "files/NativeFile.h"
 #include "image/RawImage.h"
 #include "text/TextTable.h"
 
@@ -80,7 +81,9 @@ FactorySnrDemo runFactorySnrDemo(std::uint64_t seed, const std::string& folder) 
     writeImages(panel, folder);
 
     FactorySnrDemo demo;
-    requireOk(retrieveAllSNRForQualityCheck(detector.type, folder.c_str()), "the factory's SNR could not be stored");
+    const int status =
+        withoutInterruption([&] { return retrieveAllSNRForQualityCheck(detector.type, folder.c_str()); });
+    requireOk(status, "the factory's SNR could not be stored");
     constexpr const char* kFile = "4343-SNR.raw";
     demo.file = folder + '/' + kFile;
     requireOk(loadAllSNRFromFactory((folder + '/').c_str(), kFile, demo.list, detector.type),

@@ -3,6 +3,7 @@
 #include "common/ToolError.h"
 #include "files/FileAccess.h"
 #include "files/LibraryFile.h"
+#include "files/NamedInput.h"
 #include "image/RawImage.h"
 #include "results/Subject.h"
 #include "snr/SnrJudgement.h"
@@ -64,10 +65,11 @@ const FactorySNRRecord& nearestRecord(const FactoryDiffIntSNRList& list, std::op
 std::vector<Record> factorySnrRecords(const std::string& path) {
     const FactoryDiffIntSNRList list = loadFactorySnrFile(path);
     const std::vector<int> sides = snrSquareSides({kMaxSide, kMaxSide});
+    const Subject subject = subjectOf(NamedInput(path, kWanted), true);
     std::vector<Record> records;
     for (const FactorySNRRecord& factory : list.records) {
         Record record;
-        record.subject = subjectOf(path);
+        record.subject = subject;
         record.measures = {{"integration time", static_cast<double>(factory.integrationTime), "ms"},
                            {"mean", plainNumber(factory.meanGray), "counts", 1}};
         for (std::size_t i = 0; i < std::min(factory.snr.size(), sides.size()); ++i)

@@ -3,6 +3,7 @@
 #include "text/TextTable.h"
 
 #include <charconv>
+#include <cmath>
 #include <compare>
 #include <cstdlib>
 
@@ -25,6 +26,9 @@ bool looksLike(const std::string& first, const std::string& second, std::partial
 }  // namespace
 
 std::string shortText(double value) {
+    // Its sign depends on the processor.
+    if (std::isnan(value))
+        return "nan";
     const auto single = static_cast<float>(value);
     return static_cast<double>(single) == value ? shortest(single) : shortest(value);
 }

@@ -29,8 +29,10 @@ bool isControl(std::uint32_t point) {
     return point < 0x20 || (point >= 0x7F && point < 0xA0);
 }
 
-// Bytes of the printable character that the text begins with, or 0.
-std::size_t characterBytes(std::string_view text) {
+enum class Controls { Refused, Taken };
+
+// Bytes of the character that the text begins with, or 0.
+std::size_t characterBytes(std::string_view text, Controls controls = Controls::Refused) {
     const unsigned first = static_cast<unsigned char>(text.front());
     const auto lead = std::ranges::find_if(kLeads, [=](const Lead& kind) { return (first & kind.mask) == kind.value; });
     if (lead == kLeads.end() || text.size() < lead->bytes)
@@ -43,15 +45,16 @@ std::size_t characterBytes(std::string_view text) {
         point = point << 6 | (byte & 0x3FU);
     }
     const bool isSurrogate = point >= kFirstSurrogate && point <= kLastSurrogate;
-    return point < lead->smallest || point > kLastCodePoint || isSurrogate || isControl(point) ? 0 : lead->bytes;
+    const bool isRefused = controls == Controls::Refused && isControl(point);
+    return point < lead->smallest || point > kLastCodePoint || isSurrogate || isRefused ? 0 : lead->bytes;
 }
 
-// Hands over the pieces of the text as a terminal shows them.
+// Hands over the pieces of the text as a terminal shows them, with other bytes than those of characters as \xNN.
 template <class Take>
-void visitPrintable(std::string_view text, Take take) {
+void visitPrintable(std::string_view text, Take take, Controls controls = Controls::Refused) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     while (!text.empty()) {
-        const std::size_t bytes = characterBytes(text);
+        const std::size_t bytes = characterBytes(text, controls);
         const unsigned value = static_cast<unsigned char>(text.front());
         const std::array escaped = {'\\', 'x', kDigits[value >> 4], kDigits[value & 0xF]};
         take(bytes == 0 ? std::string_view(escaped.data(), escaped.size()) : text.substr(0, bytes));
@@ -73,6 +76,13 @@ std::string toName(const std::filesystem::path& path) {
 std::string printable(std::string_view text) {
     std::string line;
     visitPrintable(text, [&line](std::string_view piece) { line += piece; });
+    return line;
+}
+
+std::string inUtf8(std::string_view text) {
+    std::string line;
+    visitPrintable(
+        text, [&line](std::string_view piece) { line += piece; }, Controls::Taken);
     return line;
 }
 

@@ -17,6 +17,9 @@ std::string toName(const std::filesystem::path& path);
 // A text for one line of a terminal: what is no printable UTF-8, control characters among it, stands as \xNN.
 std::string printable(std::string_view text);
 
+// A text in UTF-8: other bytes stand as \xNN.
+std::string inUtf8(std::string_view text);
+
 // Whether a text is UTF-8 without other control characters than those between its words and lines.
 bool isPlainText(std::string_view text);
 

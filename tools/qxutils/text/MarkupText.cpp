@@ -1,15 +1,12 @@
 #include "text/MarkupText.h"
 
-#include <nlohmann/json.hpp>
+#include "text/FileName.h"
 
 namespace qx::tool {
 
 std::string markupText(const std::string& text) {
     std::string html;
-    // By way of JSON, which replaces what is no UTF-8.
-    using Json = nlohmann::json;
-    const std::string repaired = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-    for (const char letter : Json::parse(repaired).get<std::string>()) {
+    for (const char letter : inUtf8(text)) {
         const auto code = static_cast<unsigned char>(letter);
         if (letter == '&')
             html += "&amp;";

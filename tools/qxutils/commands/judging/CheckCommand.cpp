@@ -2,7 +2,8 @@
 #include "checks/FileJudge.h"
 #include "commands/Command.h"
 #include "detector/DetectorSetup.h"
-#include "files/TemporaryFolder.h"
+#include "files/FileAccess.h"
+#include "files/NamedInput.h"
 #include "options/BatchOptions.h"
 #include "options/Choice.h"
 #include "options/ImageOptions.h"
@@ -11,6 +12,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -53,13 +56,28 @@ ExitCode runOfExposures(CheckOptions options, const std::string& kind) {
     return runOfImages(options, kind);
 }
 
+// The library reads as much of each as the first one has.
+void requireOneSize(const NamedInput& first, const NamedInput& other) {
+    const std::int64_t wanted = fileBytes(first.name(), kRawImageWanted);
+    if (const std::int64_t bytes = fileBytes(other.name(), kRawImageWanted); bytes != wanted)
+        throw ToolError(other.file() + ": " + std::to_string(bytes) + " bytes, but " + first.file() + " has " +
+                        std::to_string(wanted) + "; give images of one size");
+}
+
 ExitCode runGainGroup(const CheckOptions& options) {
     return runOnce(
         options.batch.results, "check gain-group",
         [&options] {
-            const std::vector<std::string> files = filesNamedBy(options.batch);
-            Record record = checkGainGroup(files);
-            record.subject = subjectOf(files.back());
+            std::deque<NamedInput> inputs;
+            std::vector<std::string> names;
+            for (const std::string& file : filesNamedBy(options.batch)) {
+                inputs.emplace_back(file, kRawImageWanted);
+                names.push_back(inputs.back().name());
+                requireOneSize(inputs.front(), inputs.back());
+            }
+            const NamedInput& last = inputs.back();
+            Record record = aboutFile(last.file(), [&] { return checkGainGroup(names); });
+            record.subject = subjectOf(last, options.batch.results.tellContent());
             return std::vector{record};
         },
         printCheckRecords);

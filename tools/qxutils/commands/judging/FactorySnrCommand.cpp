@@ -2,6 +2,7 @@
 #include "detector/DetectorSetup.h"
 #include "files/FileAccess.h"
 #include "files/LibraryFile.h"
+#include "files/NativeFile.h"
 #include "files/WholeFile.h"
 #include "options/BatchOptions.h"
 #include "options/Choice.h"
@@ -62,7 +63,7 @@ std::vector<Record> measure(const FactorySnrOptions& options) {
     const std::string file = toName(toPath(options.folder) / factorySnrName());
     requireReplaceable(file);
     const int type = options.detectorType.value_or(virtualDetector().type);
-    const int status = retrieveAllSNRForQualityCheck(type, options.folder.c_str());
+    const int status = withoutInterruption([&] { return retrieveAllSNRForQualityCheck(type, options.folder.c_str()); });
     if (status != StatusOk) {
         throw ToolError(options.folder + ": no factory SNR file was written (" + statusText(status) +
                         "); give folders of as many images each, named as 500ms, of the size that --detector tells");

@@ -99,7 +99,7 @@ ExitCode runReport(const ReportOptions& options) {
     if (store)
         report.trends = trendsOfToday(*store, report);
     writeReport(options.output, report);
-    std::cout << options.output << ": " << counted(report.records.size(), "result") << ", "
+    std::cout << printable(options.output) << ": " << counted(report.records.size(), "result") << ", "
               << counted(report.images.size(), "image") << '\n';
     return worst;
 }

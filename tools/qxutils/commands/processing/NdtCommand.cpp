@@ -3,6 +3,7 @@
 #include "detector/DetectorSetup.h"
 #include "files/FileAccess.h"
 #include "files/LibraryFile.h"
+#include "files/NativeFile.h"
 #include "files/WholeFile.h"
 #include "image/RawImage.h"
 #include "ndt/NdtReport.h"
@@ -83,7 +84,8 @@ Record calibrate(const NdtOptions& options, const Shape& shape) {
     const LongImage bright = loadLongImage(options.bright, shape);
     const LongImage dark = loadLongImage(options.dark.value(), shape);
     configureDetector(options.folder, shape);
-    const int status = executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount());
+    const int status = withoutInterruption(
+        [&] { return executeNDTCAL(bright.pixels.data(), dark.pixels.data(), bright.pixelCount()); });
     if (status != StatusOk) {
         throw ToolError(options.folder + ": cannot be calibrated into (" + statusText(status) +
                         "); check that it may be written to");
@@ -107,7 +109,9 @@ bool isDownloaded(const qxkit::TransferCall& call) {
 // A dark image that was just downloaded serves the next call only. Tells in text what was downloaded.
 int correct(LongImage& image, const std::optional<LongImage>& dark, std::string& text) {
     const auto call = [&] {
-        return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr, image.pixelCount());
+        return withoutInterruption([&] {
+            return correctNDTImage(image.pixels.data(), dark ? dark->pixels.data() : nullptr, image.pixelCount());
+        });
     };
     const int status = call();
     const auto& transfers = virtualDetector().transfers;

@@ -24,10 +24,6 @@ struct StripeOptions {
     std::optional<std::string> reference;
     std::optional<std::string> referenceShape;
     StripeMethod method = StripeMethod::Clinic;
-
-    RawImage loadReference() const {
-        return loadRawImage(reference.value(), parseShape(referenceShape.value_or(files.shape)));
-    }
 };
 
 void printRows(std::ostream& out, const StripeProfile& before, const StripeProfile& after, int triggerLine) {
@@ -74,6 +70,7 @@ Record correctOne(const StripeOptions& options, const RawImage& reference, const
 ExitCode runStripe(const StripeOptions& options) {
     if (options.reference && options.method == StripeMethod::Line)
         throw ToolError("--method line needs no --reference; leave one of them out", ExitCode::Usage);
+    const Shape referenceShape = parseShape(options.referenceShape.value_or(options.files.shape));
     std::optional<RawImage> reference;
     ImageOptions images = options.files;
     images.batch = images.batch.reading(options.reference);
@@ -82,7 +79,7 @@ ExitCode runStripe(const StripeOptions& options) {
             requireDistinct(files.outputs(), {*options.reference});
         // A stream can be read once only.
         if (options.reference && !reference)
-            reference = options.loadReference();
+            reference = loadRawImage(*options.reference, referenceShape);
         return correctOne(options, reference ? *reference : image, image, files);
     });
 }

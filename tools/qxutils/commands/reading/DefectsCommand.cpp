@@ -21,22 +21,23 @@ struct DefectsOptions {
     std::optional<std::string> picture;
 };
 
-void requirePicture(const std::string& picture, const std::string& file, const Shape& shape) {
+void requirePicture(const std::string& picture, const std::string& file, const DefectLists& lists) {
     requirePictureName(picture, file);
-    const auto [width, height] = shape;
-    if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide)
+    if (!lists.imageShape())
         throw ToolError(file + ": the header tells no image size that can be drawn; leave out --png");
 }
 
 Record describe(const DefectsOptions& options, const std::string& file) {
-    const DefectLists lists = loadDefectLists(file);
+    const NamedInput input(file, kDefectFileWanted);
+    const DefectLists lists = loadDefectLists(input);
     if (options.picture) {
         const std::string picture = outputFor(*options.picture, file, kPictureEnding);
-        requirePicture(picture, file, lists.shape);
+        requirePicture(picture, file, lists);
         writePicture(picture, drawDefectMap(lists));
     }
     Record record = defectCountsOf(lists);
-    record.subject = subjectOf(file);
+    record.subject = subjectOf(input, options.batch.results.tellContent());
+    record.subject.shape = lists.imageShape();
     TextStream text;
     printDefectLists(text, lists);
     record.text = text.str();

@@ -1,6 +1,7 @@
 #include "commands/Subcommand.h"
 #include "defects/DefectTables.h"
 #include "files/FileAccess.h"
+#include "files/NamedInput.h"
 #include "files/NativeFile.h"
 #include "image/MedianOf.h"
 #include "image/RawImage.h"
@@ -80,7 +81,7 @@ std::vector<JudgedGeometry> judgeFile(const std::string& file, std::int64_t byte
 
 // Tells what the header says, if it looks filled, and what a defect or factory SNR file holds. Returns the records of a
 // file that is no image.
-std::vector<Record> describeContent(std::ostream& out, const std::string& file, std::int64_t bytes) {
+std::vector<Record> describeContent(std::ostream& out, const std::string& file, std::int64_t bytes, bool tellsContent) {
     if (bytes < kImageHeaderBytes)
         return {};
     if (isFactorySnrName(file)) {
@@ -95,27 +96,30 @@ std::vector<Record> describeContent(std::ostream& out, const std::string& file, 
         printHeader(out, header);
     if (!isDefectFile)
         return {};
-    const DefectLists lists = loadDefectLists(file);
+    const NamedInput input(file, kDefectFileWanted);
+    const DefectLists lists = loadDefectLists(input);
     printDefectCounts(out, lists);
     Record record = defectCountsOf(lists);
-    record.subject = subjectOf(file);
+    record.subject = subjectOf(input, tellsContent);
+    record.subject.shape = lists.imageShape();
     return {record};
 }
 
-Record describeImage(std::ostream& out, const std::string& file, std::int64_t bytes,
-                     const std::optional<Shape>& shape) {
+Record describeImage(std::ostream& out, const std::string& file, std::int64_t bytes, const std::optional<Shape>& shape,
+                     bool tellsContent) {
     Record record;
-    record.subject = subjectOf(file);
     if (shape) {
         addStatistics(record, out, file, *shape);
         return record;
     }
     const std::vector<JudgedGeometry> geometries = judgeFile(file, bytes);
     printGeometries(out, geometries);
-    if (const auto geometry = unambiguousGeometry(geometries))
+    if (const auto geometry = unambiguousGeometry(geometries)) {
         addStatistics(record, out, file, geometry->shape);
-    else
-        out << "  give --shape for statistics\n";
+        return record;
+    }
+    out << "  give --shape for statistics\n";
+    record.subject = subjectOf(NamedInput(file, kRawImageWanted), tellsContent);
     return record;
 }
 
@@ -131,23 +135,25 @@ std::vector<Record> describeStream(const std::string& file, const std::optional<
     return {record};
 }
 
-std::vector<Record> describeFile(const std::string& file, const std::optional<Shape>& shape) {
+std::vector<Record> describeFile(const std::string& file, const std::optional<Shape>& shape, bool tellsContent) {
     if (streamOfInput(file))
         return describeStream(file, shape);
-    const std::int64_t bytes = fileBytes(file, kRawImageWanted);
+    const std::int64_t bytes = fileBytes(file, kRawImageWanted, kFileOrStream);
     TextStream out;
     out << printable(file) << "\n  " << bytes << " bytes\n";
-    std::vector<Record> records = describeContent(out, file, bytes);
+    std::vector<Record> records = describeContent(out, file, bytes, tellsContent);
     if (records.empty())
-        records.push_back(describeImage(out, file, bytes, shape));
+        records.push_back(describeImage(out, file, bytes, shape, tellsContent));
     records.back().text = out.str();
     return records;
 }
 
 ExitCode runInfo(const InfoOptions& options) {
     const auto shape = options.shape ? std::optional(parseShape(*options.shape)) : std::nullopt;
+    const bool tellsContent = options.batch.results.tellContent();
     return runBatch(
-        options.batch, "info", [&shape](const std::string& file) { return describeFile(file, shape); }, printTexts);
+        options.batch, "info", [&](const std::string& file) { return describeFile(file, shape, tellsContent); },
+        printTexts);
 }
 
 }  // namespace
