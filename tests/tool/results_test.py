@@ -64,6 +64,11 @@ def test_a_day_of_images_in_one_process_and_in_two(day):
         assert failed == ("message" in result and "bytes, but" in result["message"]) != ("crc" in result)
 
 
+def children_of(process: subprocess.Popen) -> set[int]:
+    lists = Path(f"/proc/{process.pid}/task").glob("*/children")
+    return {int(child) for child in " ".join(map(text_of, lists)).split()}
+
+
 @on_linux_only
 @pytest.mark.skipif(IS_ALONE, reason="the emulator runs no second process")
 def test_a_process_that_dies_costs_no_result(day):
@@ -71,15 +76,33 @@ def test_a_process_that_dies_costs_no_result(day):
     expected = run(*check, folder=day)
     running = subprocess.Popen([*COMMAND, *check, "--jobs", "2"], cwd=day, stdout=subprocess.PIPE,
                                stderr=subprocess.PIPE)
-    tasks = Path(f"/proc/{running.pid}/task")
-    children = []
+    children = set()
     while running.poll() is None and len(children) < 2:
-        children = [int(child) for child in " ".join(map(text_of, tasks.glob("*/children"))).split()]
+        children = children_of(running)
     for child in children:
         os.kill(child, signal.SIGKILL)
     output, _ = running.communicate()
     assert len(children) == 2
     assert (running.returncode, output) == (expected.exit, expected.output)
+
+
+@on_linux_only
+@pytest.mark.skipif(IS_ALONE, reason="the emulator runs no second process")
+def test_a_file_whose_process_dies_twice_is_told(tmp_path):
+    side = 8192  # takes longer to judge than to be seen here
+    for name in ("0.raw", "1.raw"):
+        with open(tmp_path / name, "wb") as image:
+            image.truncate(2 * side * side)
+    running = subprocess.Popen([*COMMAND, "check", "dark", ".", "--shape", f"{side}x{side}", "--jobs", "2"],
+                               cwd=tmp_path, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    killed = set()
+    while running.poll() is None:
+        for child in children_of(running) - killed:
+            os.kill(child, signal.SIGKILL)
+            killed.add(child)
+    assert (running.returncode, len(killed)) == (1, 4)
+    assert sorted(running.communicate()[1].splitlines()) == [
+        f"qxutils: ./{i}.raw: the process that judges it died twice; try it without --jobs" for i in range(2)]
 
 
 def test_files_are_named_in_every_way(day):

@@ -331,7 +331,6 @@ def test_what_is_no_store_is_refused_and_left_alone(folder: Path, tmp_path: Path
 
 def test_a_store_without_room_takes_nothing_by_halves(folder: Path, tmp_path: Path) -> None:
     def limit_files() -> None:
-        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
         resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000))
 
     for i in range(COUNT):
@@ -341,4 +340,9 @@ def test_a_store_without_room_takes_nothing_by_halves(folder: Path, tmp_path: Pa
     done = subprocess.run(list(map(str, command)), capture_output=True, text=True, preexec_fn=limit_files)
     assert done.returncode == 1 and "check that there is room" in done.stderr.splitlines()[-1]
     told = [json.loads(line)["file"] for line in done.stdout.splitlines()]
+    assert 0 < len(told) < COUNT and [file for file, _ in kept(store)] == told
+    store = tmp_path / "other.sqlite"
+    done = subprocess.run([*TOOL, "check", "dark", folder, *DARK[2:], "--format", "json", "--store", store],
+                          capture_output=True, text=True, preexec_fn=limit_files)
+    told = [result["file"] for result in json.loads(done.stdout)["results"]]
     assert 0 < len(told) < COUNT and [file for file, _ in kept(store)] == told

@@ -69,6 +69,22 @@ private:
     ExitCode worst_ = ExitCode::Passed;
 };
 
+// Where outcomes cannot be taken any more, those before are whole results.
+ExitCode finished(Run& run, const std::function<void()>& takeOutcomes) {
+    try {
+        takeOutcomes();
+    } catch (const ToolError&) {
+        run.finish();
+        throw;
+    }
+    return run.finish();
+}
+
+// So that nothing depends on the number of processes.
+Outcome asFromOtherProcess(const Outcome& outcome) {
+    return outcomeFromLine(toLine(outcome));
+}
+
 // Another process has no such stream, or another one.
 bool readsStream(const std::vector<std::string>& files) {
     return std::ranges::any_of(files, [](const std::string& file) { return streamOfInput(file).has_value(); });
@@ -112,21 +128,20 @@ ExitCode runBatch(const BatchOptions& options, const std::string& command, const
     Run run(options.results, printTable, named.files.size(), options.quiet);
     for (const std::string& problem : named.problems)
         run.tellProblem(problem);
-    if (staysInThisProcess(options, named.files)) {
-        // On the way that outcomes of other processes come, so that nothing depends on the number of processes.
-        for (const std::string& file : named.files)
-            run.take(outcomeFromLine(toLine(outcomeOfFile(file))));
-    } else {
-        judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
-    }
-    return run.finish();
+    return finished(run, [&] {
+        if (staysInThisProcess(options, named.files)) {
+            for (const std::string& file : named.files)
+                run.take(asFromOtherProcess(outcomeOfFile(file)));
+        } else {
+            judgeInProcesses(named.files, options.jobs, command, [&run](const Outcome& outcome) { run.take(outcome); });
+        }
+    });
 }
 
 ExitCode runOnce(const ResultOptions& options, const std::string& command,
                  const std::function<std::vector<Record>()>& judge, const PrintTable& printTable) {
     Run run(options, printTable, 1, true);
-    run.take(outcomeFromLine(toLine(outcomeOf(command, "", judge))));
-    return run.finish();
+    return finished(run, [&] { run.take(asFromOtherProcess(outcomeOf(command, "", judge))); });
 }
 
 }  // namespace qx::tool

@@ -1,5 +1,6 @@
 #include "files/TemporaryName.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cxxabi.h>
@@ -28,6 +29,10 @@ constexpr int kBeforeOthers = 101;
 
 [[gnu::constructor(kBeforeOthers)]] void prepare() {
     std::set_terminate(endInOneLine);
+#ifdef SIGXFSZ
+    // A file that reaches the limit of its size is an error of writing like others, whoever writes it.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
 }
 
 }  // namespace

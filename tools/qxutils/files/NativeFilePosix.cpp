@@ -166,8 +166,6 @@ void onInterruption(void (*removeNow)() noexcept) {
     removeAtEnd = removeNow;
     for (const int signal : kInterruptions)
         handle(signal, endBySignal);
-    // A file that reaches the limit of its size is an error of writing like others.
-    handle(SIGXFSZ, SIG_IGN);
 }
 
 InterruptionPause::InterruptionPause() {
