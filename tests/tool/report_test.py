@@ -130,6 +130,8 @@ def test_the_keyboard_reaches_everything(page, folder):
     assert grey(page, 1, 460, 200) == 255
     canvas.send_keys("+" * 8)
     assert (grey(page, 1, 460, 200), grey(page, 1, 490, 200)) == (0, 255)
+    # Of the marks, only the step between strips has an edge there.
+    assert [label.text for label in article.find_elements("css selector", ".marks text")] == ["✕ step 20007"]
     canvas.send_keys("0")
     assert grey(page, 1, 460, 200) == 255
     box = article.find_elements("css selector", ".layers input")[0]
