@@ -232,7 +232,11 @@ def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     (tmp_path / "none.raw").write_bytes(array.array("f", [float("nan")]).tobytes() * SIDE * SIDE)
     run("report", "some.raw", "none.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "floats.html", folder=tmp_path)
     page = opened(browser, tmp_path / "floats.html")
-    assert "512 × 512 pixels; none of them a number;" in page.find_element("css selector", "body").text
+    told = page.find_element("css selector", "body").text
+    assert "512 × 512 pixels; none of them a number;" in told
+    assert "512 × 512 pixels; counts from 100 to 3e+38, median 103, mean –;" in told
+    histogram = page_data(tmp_path / "floats.html")["images"][0]["histogram"]
+    assert (histogram["first"], sum(histogram["counts"]), histogram["above"]) == (100, SIDE * SIDE - 3, 1)
     greys = [grey(page, 0, x, 200) for x in range(7)]
     assert max(greys) > min(greys) + 100
     assert_quiet(page, tmp_path / "floats.html")
