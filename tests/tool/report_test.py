@@ -195,8 +195,14 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     dark[224:256, 96:128] = 5000
     bright.tofile(tmp_path / "bright.raw")
     dark.tofile(tmp_path / "dark.raw")
+    (tmp_path / "aside").mkdir()
     run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
-        "-o", "blocks.html", folder=tmp_path)
+        "-o", "blocks.html", folder=tmp_path, env={**os.environ, "TMPDIR": str(tmp_path / "aside")})
+    # Without a log of the detector's own the page has one, and nothing else is left of it.
+    assert "| Utils  | I | &lt;checkGlobalUniform&gt; begins\n" in (tmp_path / "blocks.html").read_text(encoding="utf-8")
+    assert {path.name for path in tmp_path.iterdir()} == {"aside", "bright.raw", "dark.raw", "blocks.html",
+                                                          "blocks.json", "blocks.csv"}
+    assert not any((tmp_path / "aside").iterdir())
     overlays = page_data(tmp_path / "blocks.html")["images"][0]["overlays"]
     marked = {overlay["name"]: overlay["marks"][0] for overlay in overlays}
     places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
