@@ -130,6 +130,8 @@ def test_the_keyboard_reaches_everything(page, folder):
     assert grey(page, 1, 460, 200) == 255
     canvas.send_keys("+" * 8)
     assert (grey(page, 1, 460, 200), grey(page, 1, 490, 200)) == (0, 255)
+    # Of the marks, only the step between strips has an edge there.
+    assert [label.text for label in article.find_elements("css selector", ".marks text")] == ["✕ step 20007"]
     canvas.send_keys("0")
     assert grey(page, 1, 460, 200) == 255
     box = article.find_elements("css selector", ".layers input")[0]
@@ -193,8 +195,14 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     dark[224:256, 96:128] = 5000
     bright.tofile(tmp_path / "bright.raw")
     dark.tofile(tmp_path / "dark.raw")
+    (tmp_path / "aside").mkdir()
     run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
-        "-o", "blocks.html", folder=tmp_path)
+        "-o", "blocks.html", folder=tmp_path, env={**os.environ, "TMPDIR": str(tmp_path / "aside")})
+    # Without a log of the detector's own the page has one, and nothing else is left of it.
+    assert "| Utils  | I | &lt;checkGlobalUniform&gt; begins\n" in (tmp_path / "blocks.html").read_text(encoding="utf-8")
+    assert {path.name for path in tmp_path.iterdir()} == {"aside", "bright.raw", "dark.raw", "blocks.html",
+                                                          "blocks.json", "blocks.csv"}
+    assert not any((tmp_path / "aside").iterdir())
     overlays = page_data(tmp_path / "blocks.html")["images"][0]["overlays"]
     marked = {overlay["name"]: overlay["marks"][0] for overlay in overlays}
     places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
@@ -230,7 +238,11 @@ def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     (tmp_path / "none.raw").write_bytes(array.array("f", [float("nan")]).tobytes() * SIDE * SIDE)
     run("report", "some.raw", "none.raw", "--shape", f"{SIDE}x{SIDE}", "-o", "floats.html", folder=tmp_path)
     page = opened(browser, tmp_path / "floats.html")
-    assert "512 × 512 pixels; none of them a number;" in page.find_element("css selector", "body").text
+    told = page.find_element("css selector", "body").text
+    assert "512 × 512 pixels; none of them a number;" in told
+    assert "512 × 512 pixels; counts from 100 to 3e+38, median 103, mean –;" in told
+    histogram = page_data(tmp_path / "floats.html")["images"][0]["histogram"]
+    assert (histogram["first"], sum(histogram["counts"]), histogram["above"]) == (100, SIDE * SIDE - 3, 1)
     greys = [grey(page, 0, x, 200) for x in range(7)]
     assert max(greys) > min(greys) + 100
     assert_quiet(page, tmp_path / "floats.html")

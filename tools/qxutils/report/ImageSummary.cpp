@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <numeric>
+#include <set>
 #include <type_traits>
 
 namespace qx::tool {
@@ -92,7 +94,8 @@ std::vector<double> blockMeans(const Sums& sums, const std::vector<int>& tops, c
     return means;
 }
 
-// The finite values in their order of size, as often as they occur.
+// The finite values by their order of size. Floats come into it only as far as it is asked for: to sort them all takes
+// longer than all the rest.
 class Ranks {
 public:
     explicit Ranks(const RawImage& image) : counts_(std::numeric_limits<WORD>::max() + std::size_t{1}) {
@@ -103,7 +106,6 @@ public:
     explicit Ranks(const FloatImage& image) {
         std::copy_if(image.pixels.begin(), image.pixels.end(), std::back_inserter(values_),
                      [](float value) { return std::isfinite(value); });
-        std::sort(values_.begin(), values_.end());
         count_ = values_.size();
     }
 
@@ -111,15 +113,15 @@ public:
     std::size_t count() const { return count_; }
 
     // Of rank 0 .. count() - 1; 0 where there is none.
-    double value(std::size_t rank) const {
+    double value(std::size_t rank) {
         if (!isWhole())
-            return values_.empty() ? 0.0 : static_cast<double>(values_[rank]);
+            return values_.empty() ? 0.0 : static_cast<double>(place(rank));
         std::size_t value = 0;
         for (std::size_t passed = counts_[0]; passed <= rank && value + 1 < counts_.size(); passed += counts_[value])
             ++value;
         return static_cast<double>(value);
     }
-    double quantile(double share) const {
+    double quantile(double share) {
         const double last = count_ == 0 ? 0.0 : static_cast<double>(count_ - 1);
         return value(static_cast<std::size_t>(std::lround(share * last)));
     }
@@ -135,13 +137,27 @@ public:
     }
 
 private:
+    // Between those that are in their places what is smaller stands before it, and what is larger behind.
+    float place(std::size_t rank) {
+        const auto next = placed_.lower_bound(rank);
+        const std::size_t end = next == placed_.end() ? values_.size() : *next;
+        const std::size_t first = next == placed_.begin() ? 0 : *std::prev(next) + 1;
+        if (end != rank) {
+            const auto at = [this](std::size_t i) { return values_.begin() + static_cast<std::ptrdiff_t>(i); };
+            std::nth_element(at(first), at(rank), at(end));
+            placed_.insert(rank);
+        }
+        return values_[rank];
+    }
+
     std::vector<std::size_t> counts_;
     std::vector<float> values_;
+    std::set<std::size_t> placed_;
     std::size_t count_ = 0;
 };
 
 // Room beside what most pixels have; a stretch holds whole counts where the values are whole.
-Histogram layOut(const Ranks& ranks, double minimum, double maximum) {
+Histogram layOut(Ranks& ranks, double minimum, double maximum) {
     const double low = ranks.quantile(kSpanShare);
     const double high = ranks.quantile(1.0 - kSpanShare);
     const double margin = (high - low) / 2.0;
@@ -159,7 +175,7 @@ Histogram layOut(const Ranks& ranks, double minimum, double maximum) {
     return histogram;
 }
 
-Histogram histogramOf(const Ranks& ranks, double minimum, double maximum) {
+Histogram histogramOf(Ranks& ranks, double minimum, double maximum) {
     Histogram histogram = layOut(ranks, minimum, maximum);
     ranks.forEach([&](double value, std::size_t count) {
         const auto pixels = static_cast<std::int64_t>(count);
@@ -175,7 +191,7 @@ Histogram histogramOf(const Ranks& ranks, double minimum, double maximum) {
 }
 
 // The facts that follow from how often each value occurs.
-void addRankFacts(const Ranks& ranks, ImageSummary& summary) {
+void addRankFacts(Ranks& ranks, ImageSummary& summary) {
     summary.minimum = ranks.value(0);
     summary.maximum = ranks.quantile(1.0);
     summary.median = ranks.value(ranks.count() / 2);
@@ -224,7 +240,7 @@ ImageSummary summarizeImage(const Image<Pixel>& image, int maxSide) {
     summary.rowMeans = meansOf(sums.rows, tops, image.shape.width);
     summary.mean =
         std::accumulate(sums.rows.begin(), sums.rows.end(), 0.0) / static_cast<double>(image.shape.pixelCount());
-    const Ranks ranks(image);
+    Ranks ranks(image);
     addRankFacts(ranks, summary);
     addPixels(blockMeans(sums, tops, lefts), ranks.isWhole(), summary);
     return summary;

@@ -1,11 +1,14 @@
 #include "report/LogTail.h"
 
+#include "common/ToolError.h"
 #include "detector/DetectorSetup.h"
+#include "files/WholeFile.h"
 
 #include <QxSysMgt.h>
 
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <system_error>
 
 namespace qx::tool {
@@ -30,7 +33,38 @@ std::map<std::string, std::int64_t> logLengths(const std::string& folder) {
 
 }  // namespace
 
-LogTail::LogTail() : folder_(logFolder()), lengths_(logLengths(folder_)) {}
+LogTail::LogTail() {
+    if (hasVirtualDetector() && virtualDetector().config.loggingEnabled == 0 && !writePolicy().dryRun)
+        logAside();
+    folder_ = logFolder();
+    lengths_ = logLengths(folder_);
+}
+
+LogTail::~LogTail() {
+    if (!aside_)
+        return;
+    virtualDetector().config.loggingEnabled = 0;
+    virtualDetector().workDirectory.swap(workDirectory_);
+    try {
+        std::error_code error;
+        fs::remove_all(folder_, error);
+    } catch (const std::bad_alloc&) {
+        // What is left lies among temporary files.
+    }
+}
+
+// Not without a folder that the library can name: the log is the least of a report.
+void LogTail::logAside() {
+    try {
+        aside_.emplace();
+    } catch (const ToolError&) {
+        return;
+    }
+    std::string place = aside_->add("");
+    workDirectory_.swap(virtualDetector().workDirectory);
+    virtualDetector().workDirectory.swap(place);
+    virtualDetector().config.loggingEnabled = 1;
+}
 
 std::vector<std::string> LogTail::lines() const {
     std::vector<std::string> lines;
