@@ -155,6 +155,8 @@ def test_a_dry_run_judges_and_writes_nothing(folder):
             (folder / "new").unlink(missing_ok=True)
             (folder / "old").write_bytes(b"old")
     refused(run("--dry-run", *PREVIEW, "nowhere/new", folder=folder), 1, "nowhere/new: cannot be written; check that")
+    refused(run("--dry-run", "check", "dark", "image.raw", *SHAPE, "--store", "nowhere/new", folder=folder), 1,
+            "nowhere/new: cannot be written; check that")
     refused(run("--dry-run", "preview", "old", *SHAPE, "-o", "new", folder=folder), 1, "old: 3 bytes")
     for command in (("demo", "--out", "made"), ("factory-snr", "."),
                     ("ndt", "calibrate", "image.raw", "image.raw", "--shape", "64x128", "--out", "made"),
