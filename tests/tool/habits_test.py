@@ -228,6 +228,8 @@ GUESSES = {
     "unknown panel": (picture(768, 1024), "768x1024 +no +unknown +likely ", "768x1024, no header"),
     "blank header": (picture(1024, 1024, bytes(65536)), "1024x1024 +yes +common +likely ",
                      "1024x1024, behind a header"),
+    "rows that differ": (b"".join(array.array("H", [random.Random(row).randrange(9000, 11000)] * 800).tobytes()
+                                  for row in range(640)), "640x800 +no +unknown +possible ", "give --shape"),
     "pixels of 32 bits": (array.array("I", array.array("H", picture(768, 1024))).tobytes(),
                           "1024x1536 +no +unknown +possible ", "give --shape"),
     "noise": (random.Random(1).randbytes(2304 * 2816 * 2), "2304x2816 +no +common +possible ", "give --shape"),

@@ -229,6 +229,8 @@ def test_a_series_is_judged_by_what_one_has(day, tmp_path):
         assert (piped.exit, piped.output) == (0, run(*several, reference, folder=tmp_path).output), piped
     again = run("snr", "today.json", *SHAPE, "--format", "json", folder=tmp_path)
     assert again.output == saved
+    (tmp_path / "cut.raw").write_bytes(Path(reference).read_bytes()[:-2])
+    refused(run("snr", image, *SHAPE, "--factory", "cut.raw", folder=tmp_path), 1, "32766 bytes, but 128x128 needs")
     refused(run("snr", "today.json", *SHAPE, "--factory", "list.json", folder=tmp_path), 1, "is not judged again")
 
 

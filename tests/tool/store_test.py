@@ -130,6 +130,10 @@ def test_two_writers_keep_each_result_once(folder: Path, tmp_path: Path) -> None
     assert [len(writer.end()[0]) for writer in writers] == [COUNT, COUNT]
     levels = [300.0 + i for i in range(COUNT)] + [1000.0 + i for i in range(0, COUNT, 2)]
     assert sorted(value for _, value in kept(store)) == sorted(levels)
+    for place in (folder, other):  # of which some are copies
+        with watching(place, *DARK, "--existing", "--store", store) as watcher:
+            put(place, "new.raw", pixels(9000))
+            assert watcher.line()["file"].endswith("new.raw")
 
 
 def test_a_killed_writer_loses_nothing_it_told_and_repeats_nothing(folder: Path, tmp_path: Path) -> None:

@@ -13,7 +13,7 @@ namespace {
 constexpr int kSideMultiple = 32;
 constexpr int kMinOtherSide = 256;
 constexpr std::ptrdiff_t kHeaderWords = kImageHeaderBytes / 2;
-constexpr int kSampledRows = 64;
+constexpr int kSampledRows = 512;
 // With the right width, rows are closer to each other than this share of what any other width gives.
 constexpr double kClearShare = 0.9;
 constexpr double kBlankShare = 0.9;
@@ -75,6 +75,13 @@ std::vector<int> otherWidths(const Geometry& geometry, const std::vector<Geometr
     return widths.empty() ? std::vector<int>{width + kSideMultiple, width + 2 * kSideMultiple} : widths;
 }
 
+// Where rows differ as a whole, the difference falls with the width all the way: more of the pixels that are compared
+// stand in one row.
+bool isLeastNearby(std::span<const WORD> pixels, int width, double difference) {
+    return difference < meanRowDifference(pixels, width - kSideMultiple) &&
+           difference < meanRowDifference(pixels, width + kSideMultiple);
+}
+
 JudgedGeometry judgeByRows(std::span<const WORD> words, const Geometry& geometry,
                            const std::vector<Geometry>& geometries) {
     const auto pixels = words.subspan(static_cast<std::size_t>(geometry.hasHeader ? kHeaderWords : 0));
@@ -83,7 +90,8 @@ JudgedGeometry judgeByRows(std::span<const WORD> words, const Geometry& geometry
     for (const int width : otherWidths(geometry, geometries))
         others.push_back(meanRowDifference(pixels, width));
     judged.otherDifference = *std::ranges::min_element(others);
-    if (geometry.hasHeader == beginsBlank(words) && judged.rowDifference < kClearShare * judged.otherDifference)
+    if (geometry.hasHeader == beginsBlank(words) && judged.rowDifference < kClearShare * judged.otherDifference &&
+        isLeastNearby(pixels, geometry.shape.width, judged.rowDifference))
         judged.confidence = Confidence::Likely;
     return judged;
 }

@@ -103,8 +103,8 @@ SnrSeries parseSeries(const std::string& path) {
 
 bool isReferenceImage(const std::string& path, const Shape& shape) {
     const std::filesystem::path extension = toPath(path).extension();
-    if (extension == ".toml" || extension == ".json" || extension == ".txt")
-        return false;
+    if (extension == ".toml" || extension == ".json" || extension == ".txt" || extension == ".raw")
+        return extension == ".raw";
     const std::optional<std::int64_t> bytes = InputFile(path, kWanted).bytes();
     return !bytes || *bytes == shape.pixelBytes() || *bytes == shape.pixelBytes() + kImageHeaderBytes;
 }

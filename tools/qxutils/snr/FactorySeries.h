@@ -11,9 +11,9 @@ namespace qx::tool {
 
 // The factory's series for images of this shape, read once from one of
 //     a factory SNR file (-SNR.raw): a series for each integration time;
-//     results that qxutils snr wrote (.json): the first series in them;
+//     results that qxutils snr or watch wrote (.json): the first series in them;
 //     a list: TOML (.toml) or JSON (.json) with the list "snr", or plain numbers separated by blanks or line ends;
-//     a raw reference image of this shape, under any other name: the series measured in it.
+//     a raw reference image of this shape (.raw, or under any other name of its length): the series measured in it.
 class FactorySeries {
 public:
     // Throws a ToolError for anything else.

@@ -72,10 +72,23 @@ constexpr const char* kInsertMeasure = R"(
     INSERT INTO measures (result, position, name, value, unit, decimals, comparison, limit_value, requirement, met)
     VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
 
+// Other files of contents that are kept, of which stores had no list at first.
+constexpr const char* kCopiesTable = R"(
+    CREATE TABLE IF NOT EXISTS copies (
+        command TEXT NOT NULL,
+        file TEXT NOT NULL,
+        bytes INTEGER,
+        crc INTEGER,
+        UNIQUE (command, file, bytes, crc)))";
+
+constexpr const char* kInsertCopy = "INSERT OR IGNORE INTO copies (command, file, bytes, crc) VALUES (?, ?, ?, ?)";
+
 // A file that was written in the second in which it was judged may have been written again since.
 constexpr const char* kSelectFile = R"(
     SELECT 1 FROM results
-    WHERE command = ? AND file = ? AND bytes = ? AND (crc = ? OR (time = ? AND time < judged)))";
+    WHERE command = ?1 AND file = ?2 AND bytes = ?3 AND (crc = ?4 OR (time = ?5 AND time < judged))
+    UNION ALL
+    SELECT 1 FROM copies WHERE command = ?1 AND file = ?2 AND bytes = ?3 AND crc = ?4)";
 
 // Days since 1970 from those of the Julian calendar.
 constexpr const char* kSelectPoints = R"(
@@ -155,6 +168,16 @@ void insertMeasure(const Database& database, std::int64_t result, std::size_t po
     statement.step();
 }
 
+// Without a CRC the content has the file's name in it.
+void insertCopy(const Database& database, const Record& record) {
+    const Subject& subject = record.subject;
+    if (!subject.crc)
+        return;
+    Statement statement(database, kInsertCopy);
+    statement.bind(record.command).bind(subject.file).bind(subject.bytes).bind(subject.crc);
+    statement.step();
+}
+
 std::optional<Limit> limitOf(const Statement& row) {
     const std::string symbol = row.text(kComparison);
     const auto comparison = std::ranges::find(kComparisons, symbol, symbolOf);
@@ -218,15 +241,16 @@ PanelStore::PanelStore(const std::string& path, Use use)
 void PanelStore::create() {
     database_.run("PRAGMA journal_mode = WAL");
     database_.run("PRAGMA synchronous = FULL");
-    if (pragma(database_, "PRAGMA application_id") == kApplication)
-        return;
-    Transaction transaction(database_);
-    // Another process may have been faster.
     if (pragma(database_, "PRAGMA application_id") != kApplication) {
-        for (const char* const sql : kTables)
-            database_.run(sql);
+        Transaction transaction(database_);
+        // Another process may have been faster.
+        if (pragma(database_, "PRAGMA application_id") != kApplication) {
+            for (const char* const sql : kTables)
+                database_.run(sql);
+        }
+        transaction.commit();
     }
-    transaction.commit();
+    database_.run(kCopiesTable);
 }
 
 void PanelStore::add(const std::vector<Record>& records, const Json& detector) {
@@ -250,8 +274,10 @@ void PanelStore::insert(const Record& record, const std::string& detector) {
     statement.bind(record.message).bind(record.grade).bind(detector);
     statement.bind(contentOf(subject, judged)).bind(findingsOf(record));
     statement.step();
-    if (!database_.hasChanged())
+    if (!database_.hasChanged()) {
+        insertCopy(database_, record);
         return;
+    }
     const std::int64_t result = database_.lastRow();
     const std::vector<Measure> measures = allMeasures(record);
     for (std::size_t position = 0; position < measures.size(); ++position)

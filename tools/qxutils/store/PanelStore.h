@@ -44,7 +44,8 @@ public:
     explicit PanelStore(const std::string& path, Use use = Use::Writing);
 
     // Keeps results, all of them or none. The same numbers that the same judgement found in the same content are kept
-    // once; without a CRC it is the file's name and time that count. A record without a verdict is not kept.
+    // once, with the names of the other files; without a CRC it is the file's name and time that count. A record
+    // without a verdict is not kept.
     void add(const std::vector<Record>& records, const Json& detector);
     void add(const Record& record, const Json& detector) { add(std::vector{record}, detector); }
 
