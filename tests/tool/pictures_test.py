@@ -10,7 +10,7 @@ import zlib
 
 import pytest
 
-from tool import IS_ALONE, refused, run
+from tool import refused, run, with_a_store
 
 SIDE = 600
 COMMANDS = {
@@ -68,7 +68,7 @@ def test_a_plain_preview_is_the_pixels_alone(tmp_path):
     refused(run(*plain, "plain.svg", folder=tmp_path), 2, "plain.svg: a plain picture is a PNG; give a name that ends")
 
 
-@pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
+@with_a_store
 @pytest.mark.parametrize("seconds, ticks", [
     (0, r"2026-05-2[89] \d\d:\d\d"), (2, r"2026-05-28 20:26:\d\d"), (60, r"2026-05-28 20:2\d"),
     (7200, r"2026-05-2[89] [02]\d:00"), (864000, r"2026-0[56]-\d\d")])

@@ -10,7 +10,7 @@ import shutil
 from pathlib import Path
 
 import pytest
-from tool import IS_ALONE, IS_WINDOWS, on_linux_only, refused, run
+from tool import IS_WINDOWS, on_linux_only, refused, run, with_a_store
 
 SCHEMA = Path(__file__).parents[2] / "docs/results.schema.json"
 SIDE = 512
@@ -269,7 +269,7 @@ def test_axes_are_legible_whatever_there_is(browser, tmp_path, values, width, he
     assert_quiet(page, tmp_path / "page.html")
 
 
-@pytest.mark.skipif(IS_ALONE, reason="there is no SQLite for the emulated system")
+@with_a_store
 @pytest.mark.parametrize("step, days, limit_met, ends", [
     (86400, ("1970-01-03", "999.996"), "1970-01-0[45]", ["1970-01-01", "1970-01-0[45]"]),
     (60, ("1970-01-01", "1.43999e+06"), "1970-01-01", ["1970-01-01 20:00", "1970-01-01 20:02"])])

@@ -14,7 +14,7 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from tool import text_of
+from tool import text_of, with_a_store
 
 TOOL = [os.environ["QX_TOOL"]]
 SIDE = 256
@@ -23,7 +23,7 @@ DARK = ["--check", "dark", *SHAPE]
 DEADLINE_S = 120
 COUNT = 30
 
-pytestmark = pytest.mark.skipif(bool(os.environ["QX_EMULATOR"]), reason="there is no SQLite for the emulated system")
+pytestmark = with_a_store
 
 
 def run(*arguments: object, code: int = 0) -> str:

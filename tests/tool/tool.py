@@ -18,6 +18,7 @@ os.environ["LC_ALL"] = "C.UTF-8"
 # QEMU runs a program, but none that it starts of itself.
 IS_ALONE = not IS_WINDOWS and bool(os.environ["QX_EMULATOR"])
 TWO_JOBS = () if IS_ALONE else ("--jobs", "2")
+with_a_store = pytest.mark.skipif(bool(os.environ["QX_EMULATOR"]), reason="the emulated system has no SQLite")
 on_linux_only = pytest.mark.skipif(IS_WINDOWS, reason="Windows has no such files, or its emulator no such streams")
 
 
