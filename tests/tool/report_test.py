@@ -230,6 +230,19 @@ def test_places_of_a_trigger_have_their_own_verdicts(tmp_path, width, height, wa
     assert [(mark["label"], mark["x"], mark["y"], mark["state"]) for mark in marks] == wanted
 
 
+def test_the_tile_with_the_darkest_cell_is_marked(tmp_path):
+    import numpy as np
+
+    image = np.full((384, 192), 500, "<f4")
+    image[:, ::2] = 501
+    image[160:176, 64:78] = 100  # with every other pixel of the rest of the cell
+    image.tofile(tmp_path / "dark.float")
+    run("report", "dark.float", "--shape", "192x384", "--check", "offset", "-o", "page.html", folder=tmp_path)
+    marks = page_data(tmp_path / "page.html")["images"][0]["overlays"][0]["marks"]
+    places = [(mark["label"], mark["x"], mark["y"], mark["width"], mark["height"], mark["state"]) for mark in marks]
+    assert places == [("tiles of 32 x 32", 0, 128, 96, 96, "examined"), ("0.94", 64, 160, 32, 32, "not met")]
+
+
 def test_floats_that_are_no_numbers_hide_nothing(browser, tmp_path):
     """Neither do one that is out of all proportion, nor an image without a single one, leave the others black."""
     values = array.array("f", (100 + i % 7 for i in range(SIDE * SIDE)))
