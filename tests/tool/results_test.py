@@ -120,6 +120,9 @@ def test_files_are_named_in_every_way(day):
         assert files("-", "151.raw", input=image) == ["-", "151.raw"]
         assert files("@-", *TWO_JOBS, input=b"152.raw\n151.raw\n") == ["152.raw", "151.raw"]
     assert len(files(".")) == GOOD - 150
+    (day / "capitals").mkdir(exist_ok=True)
+    (day / "capitals/152.RAW").write_bytes(image)
+    assert files("capitals") == ["capitals/152.RAW"]
     (day / "empty").mkdir(exist_ok=True)
     refused(run("snr", "empty", *SHAPE, folder=day), 1, "empty: no file in it ends in .raw")
     refused(run("snr", "@nowhere", *SHAPE, folder=day), 1, "nowhere: no such file")

@@ -29,7 +29,7 @@ std::vector<fs::directory_entry> entriesOf(const std::string& folder) {
 void addFiles(NamedFiles& named, const std::string& folder, bool recursive, const std::vector<std::string>& endings) {
     for (const fs::directory_entry& entry : entriesOf(folder)) {
         const std::string path = toName(entry.path());
-        const auto endsThePath = [&path](const std::string& ending) { return path.ends_with(ending); };
+        const auto endsThePath = [&path](const std::string& ending) { return hasEnding(path, ending); };
         std::error_code unknown;
         if (!entry.is_directory(unknown)) {
             if (std::ranges::any_of(endings, endsThePath))

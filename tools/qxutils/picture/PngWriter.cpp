@@ -3,6 +3,7 @@
 #include "common/ToolError.h"
 #include "files/FileAccess.h"
 #include "picture/Allocated.h"
+#include "text/FileName.h"
 
 // compressBytes is as the encoder wants it: the result is freed by std::free, null means that there is no memory.
 #if defined QXUTILS_DEFLATE
@@ -59,7 +60,6 @@ unsigned char* compressBytes(unsigned char* bytes, int count, int* compressed, i
 #include <stb/stb_image_write.h>
 
 #include <algorithm>
-#include <cctype>
 #include <iterator>
 #include <new>
 #include <string_view>
@@ -109,11 +109,7 @@ bool isGrey(const Colour& colour) {
 }
 
 bool endsInSvg(std::string_view path) {
-    constexpr std::string_view kEnding = ".svg";
-    return path.size() > kEnding.size() &&
-           std::equal(kEnding.begin(), kEnding.end(), path.end() - kEnding.size(), [](char wanted, char character) {
-               return wanted == std::tolower(static_cast<unsigned char>(character));
-           });
+    return hasEnding(path, ".svg");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "report/ReportSections.h"
 #include "results/RecordCsv.h"
 #include "text/Base64Text.h"
+#include "text/FileName.h"
 #include "text/MarkupText.h"
 #include "text/TextStream.h"
 
@@ -166,7 +167,7 @@ std::string renderReport(const Report& report) {
 }
 
 std::string besideReport(const std::string& path, const std::string& ending) {
-    if (!path.ends_with(kPageEnding))
+    if (!hasEnding(path, kPageEnding))
         throw ToolError(path + ": a report is a page; give a name that ends in " + std::string(kPageEnding),
                         ExitCode::Usage);
     return path.substr(0, path.size() - kPageEnding.size()) + ending;

@@ -281,7 +281,7 @@ std::string toLine(const Json& json) {
 }
 
 bool isResultsName(const std::string& path) {
-    return path.ends_with(".json");
+    return hasEnding(path, ".json");
 }
 
 Results loadResults(const std::string& path) {

@@ -14,9 +14,9 @@
 #include <TomlLibrary.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 #include <sstream>
 
@@ -89,11 +89,10 @@ SnrSeries parsePlain(const std::string& text) {
 
 SnrSeries parseSeries(const std::string& path) {
     const std::string text = readSettings(path, kWanted);
-    const std::filesystem::path extension = toPath(path).extension();
     try {
-        if (extension == ".toml")
+        if (hasEnding(path, ".toml"))
             return parseToml(text);
-        return extension == ".json" ? parseJsonList(text) : parsePlain(text);
+        return hasEnding(path, ".json") ? parseJsonList(text) : parsePlain(text);
     } catch (const std::exception& error) {
         std::string reason = error.what();
         std::replace(reason.begin(), reason.end(), '\n', ' ');
@@ -102,9 +101,9 @@ SnrSeries parseSeries(const std::string& path) {
 }
 
 bool isReferenceImage(const std::string& path, const Shape& shape) {
-    const std::filesystem::path extension = toPath(path).extension();
-    if (extension == ".toml" || extension == ".json" || extension == ".txt" || extension == ".raw")
-        return extension == ".raw";
+    const auto isNamed = [&path](const char* ending) { return hasEnding(path, ending); };
+    if (std::ranges::any_of(std::array{".toml", ".json", ".txt", ".raw"}, isNamed))
+        return isNamed(".raw");
     const std::optional<std::int64_t> bytes = InputFile(path, kWanted).bytes();
     return !bytes || *bytes == shape.pixelBytes() || *bytes == shape.pixelBytes() + kImageHeaderBytes;
 }

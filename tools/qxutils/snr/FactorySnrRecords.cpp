@@ -7,6 +7,7 @@
 #include "image/RawImage.h"
 #include "results/Subject.h"
 #include "snr/SnrJudgement.h"
+#include "text/FileName.h"
 #include "text/TextStream.h"
 #include "text/TextTable.h"
 
@@ -38,7 +39,7 @@ std::int32_t detectorTypeOf(const std::string& path) {
 }  // namespace
 
 bool isFactorySnrName(const std::string& path) {
-    return std::string_view(path).ends_with("-SNR.raw");
+    return hasEnding(path, "-SNR.raw");
 }
 
 FactoryDiffIntSNRList loadFactorySnrFile(const std::string& path) {

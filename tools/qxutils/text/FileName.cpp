@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -95,6 +96,13 @@ bool isPlainText(std::string_view text) {
         text.remove_prefix(bytes);
     }
     return true;
+}
+
+bool hasEnding(std::string_view name, std::string_view ending) {
+    const auto isSame = [](unsigned char first, unsigned char second) {
+        return std::tolower(first) == std::tolower(second);
+    };
+    return name.size() >= ending.size() && std::ranges::equal(name.substr(name.size() - ending.size()), ending, isSame);
 }
 
 void printErrorLine(const char* message) noexcept {

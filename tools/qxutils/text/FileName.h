@@ -23,6 +23,9 @@ std::string inUtf8(std::string_view text);
 // Whether a text is UTF-8 without other control characters than those between its words and lines.
 bool isPlainText(std::string_view text);
 
+// Whether a name ends so, in any case of letters: ".RAW" is ".raw".
+bool hasEnding(std::string_view name, std::string_view ending);
+
 // Writes "qxutils: " and the message as one line to standard error, even where memory is short.
 void printErrorLine(const char* message) noexcept;
 

@@ -83,7 +83,7 @@ private:
         if ((event.mask & IN_Q_OVERFLOW) != 0)
             mustLook_ = true;
         const bool arrives = (event.mask & kArrivals) != 0 || ((event.mask & IN_CREATE) != 0 && isLink(name));
-        if (arrives && name.ends_with(".raw"))
+        if (arrives && hasEnding(name, ".raw"))
             add(name);
     }
 

@@ -30,7 +30,7 @@ std::map<std::string, FileState> rawFilesIn(const std::string& folder) {
     std::error_code error;
     for (fs::directory_iterator entry(toPath(folder), error), end; !error && entry != end; entry.increment(error)) {
         const std::string name = toName(entry->path().filename());
-        const std::optional<FileState> state = name.ends_with(".raw") ? stateOf(toName(entry->path())) : std::nullopt;
+        const std::optional<FileState> state = hasEnding(name, ".raw") ? stateOf(toName(entry->path())) : std::nullopt;
         if (state)
             files.emplace(name, *state);
     }

@@ -91,7 +91,7 @@ std::vector<Record> describeContent(std::ostream& out, const std::string& file, 
         return records;
     }
     const FileHeader header = loadFileHeader(file);
-    const bool isDefectFile = file.ends_with(".cal");
+    const bool isDefectFile = hasEnding(file, ".cal");
     if (isDefectFile || header.fits(bytes))
         printHeader(out, header);
     if (!isDefectFile)
