@@ -105,6 +105,24 @@ def test_a_file_whose_process_dies_twice_is_told(tmp_path):
         f"qxutils: ./{i}.raw: the process that judges it died twice; try it without --jobs" for i in range(2)]
 
 
+@on_linux_only
+@pytest.mark.skipif(IS_ALONE, reason="the emulator runs no second process")
+def test_what_a_process_made_before_it_died_is_no_obstacle(tmp_path):
+    """It dies while it draws the picture of an image that it has written."""
+    side = 1024
+    for i in range(2):
+        noise(i, side=side).tofile(tmp_path / f"{i}.raw")
+    running = subprocess.Popen([*COMMAND, "--no-clobber", "filter", "median", ".", "--shape", f"{side}x{side}", "-o",
+                                "out/", "--png", "out/", "--jobs", "2"], cwd=tmp_path, stdout=subprocess.DEVNULL)
+    while running.poll() is None and not list(tmp_path.glob("out/?.raw")):
+        pass
+    for child in children_of(running):
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(child, signal.SIGKILL)
+    assert running.wait() == 0
+    assert {"0.png", "0.raw", "1.png", "1.raw"} <= {path.name for path in (tmp_path / "out").iterdir()}
+
+
 def test_files_are_named_in_every_way(day):
     (day / "list").write_bytes(b"\xef\xbb\xbf150.raw\r\n\n151.raw\n")
     image = (day / "150.raw").read_bytes()

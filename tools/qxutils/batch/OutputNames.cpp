@@ -14,6 +14,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Those that were not there, by their files.
+std::multimap<std::string, std::string> preparedOutputs;
+
 bool endsAsFolder(const std::string& output) {
 #if defined(_WIN32)
     return output.ends_with('/') || output.ends_with('\\');
@@ -58,8 +61,18 @@ void prepareOutputs(const std::string& output, const std::vector<std::string>& f
         }
         if (place->first != file)
             requireNotRead(place->first);
+        if (std::error_code error; !fs::exists(toPath(place->first), error))
+            preparedOutputs.emplace(file, place->first);
     }
     createFolder(output);
+}
+
+std::vector<std::string> newOutputs(const std::string& file) {
+    std::vector<std::string> outputs;
+    const auto [first, end] = preparedOutputs.equal_range(file);
+    for (auto output = first; output != end; ++output)
+        outputs.push_back(output->second);
+    return outputs;
 }
 
 }  // namespace qx::tool

@@ -18,4 +18,7 @@ std::string outputFor(const std::string& output, const std::string& file, const 
 // would have one name.
 void prepareOutputs(const std::string& output, const std::vector<std::string>& files, const std::string& ending = "");
 
+// The outputs of a file that were not there when they were prepared.
+std::vector<std::string> newOutputs(const std::string& file);
+
 }  // namespace qx::tool

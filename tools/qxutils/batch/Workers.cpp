@@ -2,6 +2,8 @@
 
 #include "batch/ChildProcess.h"
 #include "batch/ChildVariables.h"
+#include "batch/OutputNames.h"
+#include "files/OwnOutputs.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -11,8 +13,11 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace qx::tool {
 namespace {
@@ -20,17 +25,17 @@ namespace {
 constexpr const char* kDigits = "0123456789abcdef";
 
 // A name may hold any byte, also a line end.
-std::string lineOfName(const std::string& name) {
+std::string wordOfName(const std::string& name) {
     std::string line;
     for (const char letter : name) {
         const auto byte = static_cast<unsigned char>(letter);
         line += kDigits[byte >> 4];
         line += kDigits[byte & 0xF];
     }
-    return line + '\n';
+    return line;
 }
 
-std::string nameOfLine(const std::string& line) {
+std::string nameOfWord(const std::string& line) {
     const auto valueOf = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
     std::string name;
     for (std::size_t i = 0; i + 1 < line.size(); i += 2)
@@ -83,7 +88,7 @@ public:
         constexpr int kAttempts = 2;
         for (int attempt = 0; attempt < kAttempts; ++attempt) {
             try {
-                if (const auto outcome = askProcess(file))
+                if (const auto outcome = askProcess(file, attempt > 0))
                     return *outcome;
             } catch (const std::bad_alloc&) {
                 return failedOutcome(command_, file, file + ": out of memory; leave out --jobs");
@@ -95,12 +100,16 @@ public:
     }
 
 private:
-    std::optional<Outcome> askProcess(const std::string& file) {
+    // What the process before has made is this one's own.
+    std::optional<Outcome> askProcess(const std::string& file, bool isAgain) {
+        std::string line = wordOfName(file);
+        for (const std::string& made : isAgain ? newOutputs(file) : std::vector<std::string>())
+            line += ' ' + wordOfName(made);
         if (!process_)
             process_ = std::make_unique<ChildProcess>();
-        if (process_->send(lineOfName(file))) {
-            if (const auto line = process_->receiveLine())
-                return outcomeFromLine(*line);
+        if (process_->send(line + '\n')) {
+            if (const auto answer = process_->receiveLine())
+                return outcomeFromLine(*answer);
         }
         process_.reset();
         return std::nullopt;
@@ -134,8 +143,16 @@ void judgeInProcesses(const std::vector<std::string>& files, int jobs, const std
 
 void serveParent(const std::function<Outcome(const std::string& file)>& judge) {
     lookAsParent();
-    for (std::string line; std::getline(std::cin, line);)
-        std::cout << toLine(judge(nameOfLine(line))) << std::endl;
+    for (std::string line; std::getline(std::cin, line);) {
+        std::istringstream words(line);
+        std::string file;
+        std::getline(words, file, ' ');
+        std::vector<std::string> own;
+        for (std::string word; words >> word;)
+            own.push_back(nameOfWord(word));
+        takeForOwn(own);
+        std::cout << toLine(judge(nameOfWord(file))) << std::endl;
+    }
 }
 
 }  // namespace qx::tool

@@ -1,6 +1,7 @@
 #include "files/WholeFile.h"
 
 #include "common/ToolError.h"
+#include "files/OwnOutputs.h"
 #include "files/StandardOutput.h"
 #include "text/FileName.h"
 
@@ -24,8 +25,12 @@ std::set<fs::path> exemptFolders;
 
 std::set<fs::path> inputs;
 
+std::set<fs::path> ownFiles;
+
 WritePolicy policyOf(const fs::path& file) {
-    return exemptFolders.contains(file.parent_path()) ? WritePolicy{} : chosenPolicy;
+    if (exemptFolders.contains(file.parent_path()))
+        return {};
+    return {chosenPolicy.dryRun, chosenPolicy.noClobber && !ownFiles.contains(file)};
 }
 
 // Follows links also to what is not there yet.
@@ -111,6 +116,12 @@ void announceFolder(const std::string& path) {
 
 void exemptFolder(const fs::path& folder) {
     exemptFolders.insert(folder);
+}
+
+void takeForOwn(const std::vector<std::string>& files) {
+    ownFiles.clear();
+    for (const std::string& file : files)
+        ownFiles.insert(toPath(file));
 }
 
 void protectInput(const std::string& path) {
