@@ -1,5 +1,6 @@
 """Many files a call, in one process or several, and the results in every format."""
 
+import contextlib
 import csv
 import io
 import json
