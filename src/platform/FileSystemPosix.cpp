@@ -60,6 +60,34 @@ std::uint32_t attributesOf(const struct statx& status) noexcept {
     return attributes != 0 ? attributes : kNormal;
 }
 
+// A pipe does not wait for its other end.
+int openNow(const char* path, int flags) noexcept {
+    return open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666);
+}
+
+struct OpenedFile {
+    int descriptor;
+    bool isNew = false;
+};
+
+// Leaves the content: without a stream the file stays as it was.
+OpenedFile openToWrite(const char* path) noexcept {
+    const int existing = openNow(path, O_WRONLY);
+    if (existing >= 0 || errno != ENOENT)
+        return {existing};
+    const int made = openNow(path, O_WRONLY | O_CREAT | O_EXCL);
+    if (made >= 0 || errno != EEXIST)
+        return {made, made >= 0};
+    // A link that leads nowhere yet, or made by somebody else meanwhile.
+    return {openNow(path, O_WRONLY | O_CREAT)};
+}
+
+// A device or a pipe has nothing to be emptied.
+bool empty(int descriptor) noexcept {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && (!S_ISREG(status.st_mode) || ftruncate(descriptor, 0) == 0);
+}
+
 // No path can name an entry with a '\\': it separates there, so that another file would be meant.
 bool isListed(const char* entry) noexcept {
     return std::strchr(entry, '\\') == nullptr && !isReplacementName(entry);
@@ -86,19 +114,19 @@ void deleteFile(const char* path) noexcept {
 }
 
 File openFile(const char* path, OpenMode mode) noexcept {
-    struct Way {
-        int flags;
-        const char* stream;
-    };
-    static constexpr int kReplace = O_WRONLY | O_CREAT | O_TRUNC;
-    static constexpr Way kWays[] = {{O_RDONLY, "rb"}, {kReplace, "wb"}, {O_RDONLY, "r"}, {kReplace, "w"}};
-    const Way& way = kWays[static_cast<int>(mode)];
-    const int descriptor = open(NativePath(path).c_str(), way.flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    static constexpr const char* kStreams[] = {"rb", "wb", "r", "w"};
+    const bool isRead = mode == OpenMode::ReadBinary || mode == OpenMode::ReadText;
+    const NativePath native(path);
+    const OpenedFile opened = isRead ? OpenedFile{openNow(native.c_str(), O_RDONLY)} : openToWrite(native.c_str());
+    const int descriptor = opened.descriptor;
     if (descriptor < 0)
         return nullptr;
-    File file(isDirectory(descriptor) ? nullptr : fdopen(descriptor, way.stream));
-    if (!file) {
+    File file(isDirectory(descriptor) ? nullptr : fdopen(descriptor, kStreams[static_cast<int>(mode)]));
+    if (!file)
         close(descriptor);
+    if (!file || !(isRead || empty(descriptor))) {
+        if (opened.isNew)
+            unlink(native.c_str());
         return nullptr;
     }
     // Only the opening does not wait.

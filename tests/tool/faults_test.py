@@ -15,6 +15,9 @@ from tool import COMMAND
 INPUTS = Path(os.environ["QX_INPUTS"])
 SAMPLES = os.environ.get("QX_FAULTS", "4")
 
+# What the library prints of its own, without the end of a line.
+CONSOLE = b"allocation failure in vector()"
+
 SMALL = "--shape 120x100"
 SQUARE = "--shape 600x600"
 COMMANDS = f"""
@@ -144,6 +147,7 @@ class Scene:
         old = {} if isNew else {name: b"old" for name in self.outputs}
         place = self.place(fault, old)
         done, usual = tool(self.line, place, QX_FAULT=fault), self.usual
+        done.stderr = done.stderr.replace(CONSOLE, b"")
         after = contents(place)
         shutil.rmtree(place)
         lines = set(done.stderr.splitlines()) - set(usual.stderr.splitlines())

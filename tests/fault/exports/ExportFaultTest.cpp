@@ -176,9 +176,9 @@ TEST_F(ExportFault, file_that_is_written_in_place_keeps_what_was_written) {
         outcomes.emplace_back(status, readFile(dir + "second name"));
     }
     // Opening, a stream for it, writing, closing, nothing.
-    EXPECT_EQ(
-        (std::vector<std::pair<int, std::string>>{{1039, "old"}, {1039, ""}, {1041, "im"}, {1041, ""}, {0, "image"}}),
-        outcomes);
+    EXPECT_EQ((std::vector<std::pair<int, std::string>>{
+                  {1039, "old"}, {1039, "old"}, {1041, "im"}, {1041, ""}, {0, "image"}}),
+              outcomes);
 }
 
 }  // namespace
