@@ -138,8 +138,8 @@ TEST_F(ExportFault, without_memory_hands_back_what_the_table_says) {
 TEST_F(ExportFault, without_files_hands_back_what_the_table_says) {
     for (const ExportCall& entry : everyExport()) {
         outcomes_ = {entry.result};
+        failEach(Fault::Files, entry, true);  // while the outputs are not there yet
         failEach(Fault::Files, entry, false);
-        failEach(Fault::Files, entry, true);
         std::set<double> expected = {entry.result};
         if (entry.usesFiles)
             expected.insert(entry.shortOfFiles.begin(), entry.shortOfFiles.end());
@@ -179,6 +179,22 @@ TEST_F(ExportFault, file_that_is_written_in_place_keeps_what_was_written) {
     EXPECT_EQ((std::vector<std::pair<int, std::string>>{
                   {1039, "old"}, {1039, "old"}, {1041, "im"}, {1041, ""}, {0, "image"}}),
               outcomes);
+}
+
+TEST_F(ExportFault, file_that_cannot_be_opened_is_not_made) {
+    const std::string text = directory() + "text";
+    const std::string decoded = directory() + "decoded";
+    writeFile(text, "MTIz\n");
+    int refusals = 0;
+    for (int number = 1, status = -1; status != 0; ++number) {
+        fs::remove(decoded);
+        failOperation(Fault::Files, number);
+        status = decodeFile(text.c_str(), decoded.c_str());
+        stopFailing();
+        EXPECT_EQ(status != 1039, fs::exists(decoded)) << number;
+        refusals += status == 1039;
+    }
+    EXPECT_EQ(5, refusals);  // opening the text, a stream for it, looking for the file, making it, a stream for it
 }
 
 }  // namespace
