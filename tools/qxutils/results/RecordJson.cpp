@@ -268,10 +268,12 @@ Json agreedHead(const std::vector<Json>& heads) {
     if (std::ranges::all_of(heads, [&](const Json& head) { return head.at("version") == first.at("version"); }))
         agreed["version"] = first.at("version");
     agreed["detector"] = Json::object();
-    for (const auto& [key, value] : first.at("detector").items()) {
-        if (std::ranges::all_of(heads,
-                                [&](const Json& head) { return head.at("detector").value(key, Json()) == value; }))
-            agreed["detector"][key] = value;
+    for (const auto& item : first.at("detector").items()) {
+        const auto agrees = [&item](const Json& head) {
+            return head.at("detector").value(item.key(), Json()) == item.value();
+        };
+        if (std::ranges::all_of(heads, agrees))
+            agreed["detector"][item.key()] = item.value();
     }
     return agreed;
 }
