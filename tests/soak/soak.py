@@ -128,14 +128,19 @@ class Known:
     def files(self) -> list[Path]:
         return [path for path in self.folder.rglob("*") if path.is_file() and path.parent.name != "logs"]
 
+    @staticmethod
+    def content(path: Path) -> bytes:
+        """Without the times of a report's log lines."""
+        return re.sub(STAMP.encode(), b"", path.read_bytes())
+
     def learn(self) -> None:
         for path in self.files():
-            self.of.setdefault(path, set()).add(path.read_bytes())
+            self.of.setdefault(path, set()).add(self.content(path))
 
     def judge(self, what: str) -> None:
         for path in self.files():
             is_beside = path not in self.of
-            is_torn = not is_beside and path.read_bytes() not in self.of[path]
+            is_torn = not is_beside and self.content(path) not in self.of[path]
             count(f"{what}: torn files", is_torn)
             count(f"{what}: files left beside", is_beside)
             if is_torn:
