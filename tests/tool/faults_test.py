@@ -3,6 +3,7 @@
 QX_FAULTS tells how many calls of each command fail, spread evenly, one after the other; "all" is every one."""
 
 import os
+import re
 import shutil
 import subprocess
 from concurrent.futures import ThreadPoolExecutor
@@ -152,7 +153,7 @@ class Scene:
         shutil.rmtree(place)
         lines = set(done.stderr.splitlines()) - set(usual.stderr.splitlines())
         isTold = done.returncode == 1 and len(lines) in (1, usual.returncode != 1) and all(
-            line.startswith(b"qxutils: ") for line in lines)
+            re.match(rb"qxutils: .*\w", line) for line in lines)
         whole = (self.inputs, self.outputs, old if isTold else {})
         found = [f"{name} is torn" for name, content in after.items()
                  if content not in [files.get(name) for files in whole] and not is_whole(name, content)]

@@ -7,6 +7,7 @@ import json
 import os
 import re
 import shutil
+from datetime import datetime, timezone
 from pathlib import Path
 
 import pytest
@@ -197,9 +198,11 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     dark.tofile(tmp_path / "dark.raw")
     (tmp_path / "aside").mkdir()
     run("report", "bright.raw", "--shape", "384x384", "--dark", "dark.raw", "--check", "pre", "--check", "uniform",
-        "-o", "blocks.html", folder=tmp_path, env={**os.environ, "TMPDIR": str(tmp_path / "aside")})
+        "--check", "snr", "-o", "blocks.html", folder=tmp_path,
+        env={**os.environ, "TMPDIR": str(tmp_path / "aside")})
+    html = (tmp_path / "blocks.html").read_text(encoding="utf-8")
     # Without a log of the detector's own the page has one, and nothing else is left of it.
-    assert "| Utils  | I | &lt;checkGlobalUniform&gt; begins\n" in (tmp_path / "blocks.html").read_text(encoding="utf-8")
+    assert "| Utils  | I | &lt;checkGlobalUniform&gt; begins\n" in html
     assert {path.name for path in tmp_path.iterdir()} == {"aside", "bright.raw", "dark.raw", "blocks.html",
                                                           "blocks.json", "blocks.csv"}
     assert not any((tmp_path / "aside").glob("qxutils*"))
@@ -208,6 +211,10 @@ def test_blocks_are_marked_by_their_medians(tmp_path):
     places = {name: (mark["x"], mark["y"], mark["label"]) for name, mark in marked.items()}
     assert places["darkest block"] == (96, 224, "15000")
     assert places["blocks that deviate most"] == (128, 192, "0.333")
+    squares, = (result["squares"] for result in json.loads((tmp_path / "blocks.json").read_text())["results"]
+                if "squares" in result)
+    assert all(f'{square["side"]}</th><td class="number">{float(square["measured"]):.1f}</td>' in html
+               for square in squares)
 
 
 @pytest.mark.parametrize("width, height, wanted", [
@@ -295,6 +302,8 @@ def test_a_store_shows_where_a_measure_goes(browser, tmp_path, step, days, limit
     assert report("day0.raw", "--dry-run").exit == 0 and not (tmp_path / "p.sqlite").exists()
     assert [report(f"day{day}.raw").exit for day in range(3)] == [0, 0, 0]
     page = opened(browser, tmp_path / "report.html")
+    written = datetime.fromtimestamp(72000 + 2 * step, timezone.utc)
+    assert f"; written {written:%Y-%m-%d %H:%M} UTC" in page.find_element("css selector", "body").text
     figure, = page.find_elements("css selector", ".trends figure")
     last, slope = map(re.escape, days)
     assert re.fullmatch(rf"step between strips, counts\nanalysisStrip\n.*\nLast value 1999\.99 counts on {last}, "
