@@ -58,14 +58,16 @@ MISTAKES = {
     "filter median --output= a.raw b.raw --shape 9x9": "a file or folder name is empty; give a folder for "
                                                        "the results of several files",
     "snr -- a.raw": "--shape is required (see qxutils snr --help)",
-    "snr a.raw --shape= 9x9": '"" is not a shape; give WIDTHxHEIGHT with sides from 1 to 16384',
+    "snr a.raw --shape= 9x9": '"" is not a shape; give WIDTHxHEIGHT with sides from 1 to 16384, such as 3072x2560, the '
+                              "side of a known square panel (512, 768, 1024, 1280, 1536, 2048, 2304, 2560, 2880, 3008, "
+                              "3072, 4096, 4288), or a panel's size in cm (4343, 3543, 4335)",
     "explain SnrLwo": "and no name or message has this text; did you mean SnrLow?",
 }
 
 
 @pytest.mark.parametrize("line, answer", MISTAKES.items(), ids=MISTAKES)
 def test_a_mistake_is_answered_with_the_nearest_word(line, answer, tmp_path):
-    refused(run(*line.split(), folder=tmp_path), 2, answer)
+    refused(run(*line.split(), folder=tmp_path), 2, answer + "\n")
 
 
 def commands(folder: Path, *path: str) -> list[str]:

@@ -40,6 +40,10 @@ void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string
     addResultOptions(command, options.results);
 }
 
+void addLimitsOption(CLI::App& command, std::optional<std::string>& limits) {
+    command.add_option("--limits", limits, "TOML file with limits, written as for --detector")->type_name("FILE");
+}
+
 void addStoreOption(CLI::App& command, std::optional<std::string>& store) {
     command.add_option("--store", store, "SQLite file that keeps the results too; qxutils trend reads it")
         ->type_name("FILE");

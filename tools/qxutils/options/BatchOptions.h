@@ -25,6 +25,9 @@ void addFileNames(CLI::App& command, BatchOptions& options, const std::string& w
 // The same, --jobs, --quiet and --format.
 void addBatchOptions(CLI::App& command, BatchOptions& options, const std::string& wanted);
 
+// --limits.
+void addLimitsOption(CLI::App& command, std::optional<std::string>& limits);
+
 // --store.
 void addStoreOption(CLI::App& command, std::optional<std::string>& store);
 

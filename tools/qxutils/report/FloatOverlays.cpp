@@ -77,7 +77,7 @@ struct PatchTiles {
     Region at(int band, int column) const { return squareAt(kTopRows + band * side, column * side, side); }
 };
 
-PatchTiles patchTiles(const Shape& shape) {
+PatchTiles tilesOf(const Shape& shape) {
     constexpr int kLargeTileChannels = 44;
     const int side = getReadOutChannels() == kLargeTileChannels ? kLargeTile : kLargeTile / 2;
     return {side, (shape.height - kMarginRows) / kLargeTile, shape.width / kLargeTile};
@@ -125,7 +125,7 @@ Overlay triggerAreas(const Record& record, const FloatImage& image) {
 }
 
 Overlay patchTiles(const Measure& measure, const FloatImage& image) {
-    const PatchTiles tiles = patchTiles(image.shape);
+    const PatchTiles tiles = tilesOf(image.shape);
     Overlay overlay{"tiles examined", {}};
     if (tiles.bands < 1 || tiles.columns < 1)
         return overlay;

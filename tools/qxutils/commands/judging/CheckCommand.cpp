@@ -111,8 +111,7 @@ public:
 
     CLI::App& add(const char* name, const char* description, RunCheck run) {
         CLI::App* kind = parent_.add_subcommand(name, description);
-        kind->add_option("--limits", options_->limits, "TOML file with limits, written as for --detector")
-            ->type_name("FILE");
+        addLimitsOption(*kind, options_->limits);
         kind->callback([options = options_, run = std::move(run), &chosen = chosen_] {
             chosen = [options, run] {
                 if (options->limits)

@@ -125,8 +125,7 @@ void addReportCommand(CLI::App& app, Command& chosen) {
     command
         .add_option("--factory", options.factory, "Judge the SNR against the series in this file, as qxutils snr does")
         ->type_name("FILE");
-    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector")
-        ->type_name("FILE");
+    addLimitsOption(command, options.limits);
     command
         .add_option("--block-limit", options.blockLimit, "Relative deviation that more than 3 blocks may not exceed")
         ->check(numberFrom(0.0F))

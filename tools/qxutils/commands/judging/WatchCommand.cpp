@@ -145,8 +145,7 @@ void addWatchCommand(CLI::App& app, Command& chosen) {
         ->type_name("FILE");
     command.add_option("--factory", options.judge.factory, "Judge by the SNR series in this file, for snr")
         ->type_name("FILE");
-    command.add_option("--limits", options.limits, "TOML file with limits, written as for --detector")
-        ->type_name("FILE");
+    addLimitsOption(command, options.limits);
     addStoreOption(command, options.store);
     command.add_flag("--existing", options.existing,
                      "Judge the files that are there already, too; with --store those it does not keep yet");
